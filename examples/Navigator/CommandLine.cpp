@@ -1,0 +1,67 @@
+#include "CommandLine.h"
+
+#include <QtCore/QCommandLineParser>
+
+namespace {
+
+QString text(const char* latin1) {
+    return QString::fromLatin1(latin1);
+}
+
+void addHidden(QCommandLineParser& parser, const char* name, const char* valueName = nullptr) {
+    QCommandLineOption option(text(name), {}, text(valueName));
+    option.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(option);
+}
+
+void describe(QCommandLineParser& parser) {
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.setApplicationDescription(
+        text("Reference application for surgical navigation: patients and their images."));
+    parser.addPositionalArgument(
+        text("images"),
+        text("Image files and folders to show. Without them the images of the "
+             "last time are shown again, or example images."),
+        text("[image files or folders...]"));
+    parser.addOption({{text("h"), text("help")}, text("Prints this text.")});
+    parser.addOption({{text("v"), text("version")}, text("Prints the version.")});
+    parser.addOption({text("tour"),
+                      text("Shows itself in a fresh environment and writes pictures to the folder "
+                           "<DIR>. Your own data are not touched."),
+                      text("DIR")});
+    addHidden(parser, "tour-stage", "number");
+    addHidden(parser, "print-first-frame");
+    addHidden(parser, "exit-after-first-frame");
+    // These are for the user interface library, which looks for them by itself.
+    for (const char* name : {"platform", "style", "stylesheet", "display", "geometry"})
+        addHidden(parser, name, "value");
+}
+
+} // namespace
+
+CommandLine parseCommandLine(const QStringList& arguments) {
+    QCommandLineParser parser;
+    describe(parser);
+    CommandLine result;
+    if (!parser.parse(arguments)) {
+        result.error = parser.errorText();
+        return result;
+    }
+    result.paths = parser.positionalArguments();
+    result.help = parser.isSet(text("help"));
+    result.version = parser.isSet(text("version"));
+    result.tourFolder = parser.value(text("tour"));
+    result.exitAfterFirstFrame = parser.isSet(text("exit-after-first-frame"));
+    result.printFirstFrame = result.exitAfterFirstFrame || parser.isSet(text("print-first-frame"));
+    if (parser.isSet(text("tour")) && result.tourFolder.isEmpty())
+        result.error = text("The tour needs a folder.");
+    if (parser.isSet(text("tour-stage")))
+        result.tourStage = parser.value(text("tour-stage")).toInt();
+    return result;
+}
+
+QString commandLineHelp() {
+    QCommandLineParser parser;
+    describe(parser);
+    return parser.helpText();
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/// What the program was asked to do.
+struct CommandLine {
+    QStringList paths; ///< Image files and folders.
+    QString tourFolder;
+    int tourStage = 0; ///< A part of the tour, run as a process of its own; 0 for the whole.
+    bool printFirstFrame = false;
+    bool exitAfterFirstFrame = false;
+    bool help = false;
+    bool version = false;
+    QString error; ///< Why the arguments cannot be understood; empty where they can.
+};
+
+/// The first argument is the name of the program.
+CommandLine parseCommandLine(const QStringList& arguments);
+
+/// What --help prints. Needs an application object.
+QString commandLineHelp();

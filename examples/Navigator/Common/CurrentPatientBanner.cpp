@@ -1,0 +1,49 @@
+#include "Common/CurrentPatientBanner.h"
+
+#include "AppBase/AppBase.h"
+#include "Common/ElidedLabel.h"
+#include "Common/PatientText.h"
+
+#include <QtWidgets/QVBoxLayout>
+
+CurrentPatientBanner::CurrentPatientBanner(QWidget* parent)
+    : QFrame(parent), m_name(new ElidedLabel(Qt::ElideRight, this)),
+      m_id(new ElidedLabel(Qt::ElideMiddle, this)),
+      m_details(new ElidedLabel(Qt::ElideRight, this)) {
+    setFrameShape(QFrame::StyledPanel);
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
+    QFont large = font();
+    large.setBold(true);
+    large.setPointSizeF(large.pointSizeF() * 1.15);
+    m_name->setFont(large);
+    m_name->setObjectName(QStringLiteral("currentPatientName"));
+    m_id->setObjectName(QStringLiteral("currentPatientId"));
+
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(2);
+    for (ElidedLabel* label : {m_name, m_id, m_details})
+        column->addWidget(label);
+
+    if (AppBase* application = AppBase::instance())
+        m_patientChanges = CaConnection(*application, AppBase::CURRENT_PATIENT_CHANGED,
+                                        [this](auto&&...) { followPatient(); });
+    followPatient();
+}
+
+void CurrentPatientBanner::followPatient() {
+    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
+    m_valueChanges = patient
+                         ? CaConnection(*patient, Data::CHANGED, [this](auto&&...) { refresh(); })
+                         : CaConnection();
+    refresh();
+}
+
+void CurrentPatientBanner::refresh() {
+    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
+    m_name->setFullText(patient ? patient->name() : tr("No patient chosen"));
+    m_id->setFullText(patient ? tr("Id %1").arg(patient->patientId()) : QString());
+    m_details->setFullText(
+        patient ? tr("%1, born %2").arg(sexText(patient->sex()), dateText(patient->birthDate()))
+                : QString());
+}

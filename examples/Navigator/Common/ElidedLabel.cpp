@@ -1,0 +1,41 @@
+#include "Common/ElidedLabel.h"
+
+#include <QtCore/QEvent>
+
+ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QLabel(parent), m_mode(mode) {
+    setTextFormat(Qt::PlainText);
+    // The text must not decide how wide the label is.
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+}
+
+void ElidedLabel::setFullText(const QString& text) {
+    m_fullText = text;
+    setAccessibleName(text);
+    elide();
+}
+
+QSize ElidedLabel::sizeHint() const {
+    return {0, fontMetrics().height() + 2 * margin()};
+}
+
+void ElidedLabel::resizeEvent(QResizeEvent* event) {
+    QLabel::resizeEvent(event);
+    elide();
+}
+
+void ElidedLabel::changeEvent(QEvent* event) {
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        elide();
+}
+
+void ElidedLabel::elide() {
+    const QString line = m_fullText.simplified();
+    const QString shown = fontMetrics().elidedText(line, m_mode, contentsRect().width());
+    setText(shown);
+    setToolTip(shown == line ? QString() : plainToolTip(m_fullText));
+}
+
+QString plainToolTip(const QString& text) {
+    return QStringLiteral("<p>%1</p>").arg(text.toHtmlEscaped());
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QtWidgets/QLabel>
+
+/// A line of plain text that is shortened where it does not fit; the whole of it is then the tool
+/// tip.
+class ElidedLabel : public QLabel {
+    Q_OBJECT
+
+public:
+    explicit ElidedLabel(Qt::TextElideMode mode, QWidget* parent = nullptr);
+
+    const QString& fullText() const { return m_fullText; }
+    void setFullText(const QString& text);
+
+    /// One line, also while there is no text: what stands below does not move.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void elide();
+
+    Qt::TextElideMode m_mode;
+    QString m_fullText;
+};
+
+/// The text as a tool tip that wraps, and in which nothing is taken for markup.
+QString plainToolTip(const QString& text);

@@ -1,0 +1,44 @@
+#include "Common/MessageLine.h"
+
+#include "AppBase/Icons.h"
+
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+
+namespace {
+
+constexpr int iconSize = 16;
+
+} // namespace
+
+MessageLine::MessageLine(QWidget* parent)
+    : QWidget(parent), m_icon(new QLabel(this)), m_label(new QLabel(this)) {
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(m_icon, 0, Qt::AlignTop);
+    row->addWidget(m_label, 1);
+    m_icon->setFixedSize(iconSize, iconSize);
+    m_label->setTextFormat(Qt::PlainText);
+    m_label->setWordWrap(true);
+    m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    hide();
+}
+
+void MessageLine::showMessage(const QString& iconName, const QString& text) {
+    m_text = text;
+    m_icon->setPixmap(vlr::icon(iconName).pixmap(iconSize, iconSize));
+    m_label->setText(breakable(text));
+    setAccessibleName(text);
+    setVisible(!text.isEmpty());
+}
+
+void MessageLine::clear() {
+    m_text.clear();
+    hide();
+}
+
+QString breakable(const QString& text) {
+    constexpr QChar zeroWidthSpace(0x200B);
+    QString result = text;
+    return result.replace(QLatin1Char('/'), QStringLiteral("/") + zeroWidthSpace);
+}

@@ -1,0 +1,32 @@
+#include "Common/PatientText.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QLocale>
+
+namespace {
+
+QString tr(const char* text) {
+    return QCoreApplication::translate("PatientText", text);
+}
+
+} // namespace
+
+QString sexText(Patient::Sex sex) {
+    switch (sex) {
+    case Patient::Female:
+        return tr("Female");
+    case Patient::Male:
+        return tr("Male");
+    case Patient::Unknown:
+        break;
+    }
+    return tr("Unknown");
+}
+
+QString dateText(const QDate& date) {
+    return date.isValid() ? QLocale().toString(date, dateFormat()) : tr("not known");
+}
+
+QString dateFormat() {
+    return QStringLiteral("dd MMM yyyy");
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Data/ConfigurationRecord.h"
+
+#include <QtCore/QStringList>
+
+/// What the module "Images" remembers from one start to the next: the files and folders that were
+/// open (none: the example images) and the slice that was shown.
+class ImagesOptions : public ConfigurationRecord<ImagesOptions> {
+public:
+    static constexpr const char* className = "NavigatorImagesOptions";
+
+    const QStringList& paths() const { return m_paths; }
+    /// False when there are too many paths to be kept; none are kept then.
+    bool setPaths(const QStringList& paths);
+    int slice() const { return m_slice; } ///< From 0; -1 when none was shown yet.
+    void setSlice(int slice) { m_slice = slice; }
+
+protected:
+    ~ImagesOptions() override = default;
+    CaError doSave(DataTreeNode* node, QMap<QString, QString>& references) const override;
+    CaError doLoad(DataTreeNode* node, QMap<QString, Data*>& references) override;
+
+private:
+    friend struct RecordAccess;
+    static constexpr auto attributes() {
+        return std::make_tuple(attribute("m_slice", &ImagesOptions::m_slice, -1, 1000000));
+    }
+
+    int m_slice = -1;
+    QStringList m_paths;
+};
+
+VLR_DECLARE_RECORD_FACTORY(ImagesOptions, )

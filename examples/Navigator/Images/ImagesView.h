@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Images/SliceCache.h"
+#include "Images/SliceView.h"
+
+class QLabel;
+class QSlider;
+
+/// A series of images, stepped through with the slider, the wheel and the keys.
+class ImagesView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ImagesView(QWidget* parent = nullptr);
+
+    void showSeries(const vlr::ImageSeries& series, int slice);
+    void showNote(const QString& text) { m_view->showNote(text); } ///< While there is no series.
+    void setPatientText(const QStringList& text) { m_view->setPatientText(text); }
+    const vlr::ImageSeries& series() const { return m_cache.series(); }
+    int slice() const; ///< The slice shown, from 0.
+    void setSlice(int slice);
+
+signals:
+    void sliceChanged(int slice);
+    /// A slice turned out not to be readable when it was to be shown.
+    void sliceFailed(int slice, const CaError& error);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void move(SliceMove move);
+    void showSlice();
+    QString title() const;
+
+    SliceCache m_cache;
+    SliceView* m_view;
+    QSlider* m_slider;
+    QLabel* m_position;
+};

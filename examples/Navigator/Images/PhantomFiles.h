@@ -1,0 +1,11 @@
+#pragma once
+
+#include "Error/CaError.h"
+
+#include <QtCore/QString>
+
+/// Makes sure that the example images, slices of the head phantom as "slice_000.png" and so on,
+/// are in phantomFolder(). They appear there all at once or not at all.
+CaError providePhantom();
+
+QString phantomFolder(); ///< In the application's data folder.

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QtCore/QStringList>
+#include <QtGui/QImage>
+#include <QtGui/QPixmap>
+#include <QtWidgets/QWidget>
+
+/// Where the user wants to go in a series.
+enum class SliceMove { First, PageBack, Back, Forward, PageForward, Last };
+
+/// Paints one slice as large as it fits, with text in the corners. In the place of a slice that
+/// cannot be shown stands the reason.
+class SliceView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit SliceView(QWidget* parent = nullptr);
+
+    void showImage(const QImage& image, const QStringList& sliceText);
+    void showProblem(const QString& title, const QString& reason, const QStringList& sliceText);
+    void showNote(const QString& text);
+    void setPatientText(const QStringList& text);
+
+    QSize sizeHint() const override { return {640, 480}; }
+    QSize minimumSizeHint() const override { return {200, 150}; }
+
+signals:
+    void moveRequested(SliceMove move);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    QRect imageRect() const;
+    void paintImage(QPainter& painter);
+    void paintMessage(QPainter& painter);
+    void paintCorner(QPainter& painter, const QStringList& lines, Qt::Alignment side);
+
+    QImage m_image;
+    QPixmap m_scaled; ///< Null until the image was painted at the present size.
+    QString m_title;
+    QString m_reason;
+    bool m_isProblem = false;
+    QStringList m_sliceText;
+    QStringList m_patientText;
+    int m_wheelAngle = 0;
+};

@@ -1,0 +1,3 @@
+#include "Patients/PatientsOptions.h"
+
+VLR_DEFINE_RECORD_FACTORY(PatientsOptions)

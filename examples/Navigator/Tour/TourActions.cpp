@@ -1,0 +1,125 @@
+#include "Tour/TourActions.h"
+
+#include <QtCore/QTimer>
+#include <QtGui/QPainter>
+#include <QtGui/QScreen>
+#include <QtGui/QWheelEvent>
+#include <QtTest/QTest>
+#include <QtWidgets/QApplication>
+
+#include <exception>
+#include <iostream>
+
+namespace {
+
+constexpr int patience = 60000;
+constexpr int pollInterval = 10;
+
+} // namespace
+
+TourActions::TourActions(QWidget* window, const QString& folder)
+    : m_window(window), m_folder(folder) {
+    expect(QTest::qWaitForWindowExposed(window, patience), "the window does not appear");
+}
+
+QWidget* TourActions::findWidget(const char* name) const {
+    const QWidget* dialog = QApplication::activeModalWidget();
+    const auto widgets =
+        (dialog ? dialog : m_window)->findChildren<QWidget*>(QString::fromLatin1(name));
+    // Every module's context widget has some of them.
+    for (QWidget* widget : widgets)
+        if (widget->isVisible())
+            return widget;
+    return nullptr;
+}
+
+void TourActions::click(const char* name) const {
+    click(find(name));
+}
+
+void TourActions::click(QWidget* widget) const {
+    expect(widget->isEnabled(), widget->objectName().toStdString() + " is disabled");
+    QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+void TourActions::type(QWidget* widget, const QString& text) const {
+    widget->setFocus();
+    QTest::keyClicks(widget, text);
+}
+
+void TourActions::key(QWidget* widget, Qt::Key key) const {
+    QTest::keyClick(widget, key);
+}
+
+void TourActions::turnWheel(QWidget* widget, int notches) const {
+    const QPointF centre(widget->rect().center());
+    const QPoint angle(0, -120 * notches);
+    QWheelEvent event(centre, widget->mapToGlobal(centre.toPoint()), {}, angle, Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(widget, &event);
+}
+
+// The dialog has an event loop of its own, from which the driving is called.
+void TourActions::inDialog(const std::function<void()>& open,
+                           const std::function<void(QWidget*)>& drive) {
+    std::exception_ptr failure;
+    bool wasDriven = false;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        QWidget* const dialog = QApplication::activeModalWidget();
+        if (!dialog)
+            return;
+        timer.stop();
+        wasDriven = true;
+        try {
+            expect(QTest::qWaitForWindowExposed(dialog, patience), "a dialog does not appear");
+            drive(dialog);
+        } catch (...) {
+            failure = std::current_exception();
+            dialog->close();
+        }
+    });
+    timer.start(pollInterval);
+    open();
+    if (failure)
+        std::rethrow_exception(failure);
+    expect(wasDriven, "no dialog opened");
+}
+
+void TourActions::waitFor(const std::function<bool()>& condition, const std::string& what) const {
+    expect(QTest::qWaitFor(condition, patience), "waited in vain for " + what);
+}
+
+void TourActions::expect(bool condition, const std::string& what) const {
+    if (!condition)
+        throw TourFailure(what);
+}
+
+// --- pictures
+
+QPixmap TourActions::grab() const {
+    QWidget* const dialog = QApplication::activeModalWidget();
+    if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+        const QRect area(m_window->mapToGlobal({0, 0}), m_window->size());
+        return m_window->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    }
+    QPixmap picture = m_window->grab();
+    if (dialog) {
+        QPainter painter(&picture);
+        painter.drawPixmap(dialog->pos() - m_window->pos(), dialog->grab());
+    }
+    return picture;
+}
+
+void TourActions::picture(const char* name) const {
+    // What was changed last is to be in its place and on the screen.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (widget->isVisible())
+            widget->repaint();
+    QCoreApplication::processEvents();
+    const QString file = QString::fromLatin1(name) + QStringLiteral(".png");
+    const QString path = m_folder + QLatin1Char('/') + file;
+    expect(grab().save(path), "cannot write " + path.toStdString());
+    std::cout << file.toStdString() << std::endl;
+}

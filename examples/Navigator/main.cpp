@@ -1,0 +1,84 @@
+#include "AppBase/AppBase.h"
+#include "AppBase/Icons.h"
+#include "AppBase/QtAppMainWindow.h"
+#include "CommandLine.h"
+#include "Common/AfterFirstPaint.h"
+#include "Images/ImagesModule.h"
+#include "Patients/PatientsModule.h"
+#include "Tour/Tour.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtGui/QIcon>
+#include <QtGui/QScreen>
+
+#include <iostream>
+
+namespace {
+
+constexpr int usageError = 2;
+constexpr QSize windowSize(1100, 720);
+
+void prepareWindow(AppBase& application) {
+    const QString title = QStringLiteral("Navigator");
+    application.setApplicationIdentification(title, vlr::icon(title), title);
+    QtAppMainWindow* const window = application.getMainWindow();
+    window->resize(windowSize.boundedTo(window->screen()->availableSize()));
+}
+
+void addModules(AppBase& application, const QStringList& paths) {
+    auto* const patients = new PatientsModule;
+    auto* const images = new ImagesModule(paths);
+    patients->setSteps(false, true);
+    images->setSteps(true, false);
+    application.addModule(patients);
+    application.addModule(images);
+    if (!paths.isEmpty())
+        application.activateModule(images->name());
+}
+
+// By this line it is measured how long a start takes.
+void announceFirstFrame(AppBase& application, bool andExit) {
+    afterFirstPaint(application.getMainWindow(), [&application, andExit] {
+        std::cout << "first frame" << std::endl;
+        if (andExit)
+            application.exitApplication();
+    });
+}
+
+int runApplication(int argc, char** argv, const CommandLine& commandLine) {
+    Tour tour(commandLine.tourStage, commandLine.tourFolder);
+    AppBase application(argc, argv);
+    prepareWindow(application);
+    addModules(application, commandLine.paths);
+    if (commandLine.printFirstFrame)
+        announceFirstFrame(application, commandLine.exitAfterFirstFrame);
+    tour.start(application);
+    const int code = application.run();
+    return tour.hasFailed() ? EXIT_FAILURE : code;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const CommandLine commandLine = parseCommandLine(arguments);
+    if (!commandLine.error.isEmpty()) {
+        std::cerr << "Navigator: " << commandLine.error.toStdString()
+                  << "\n\"Navigator --help\" lists what it understands.\n";
+        return usageError;
+    }
+    if (commandLine.version) {
+        std::cout << "Navigator " NAVIGATOR_VERSION << std::endl;
+        return EXIT_SUCCESS;
+    }
+    if (commandLine.help) {
+        const QCoreApplication application(argc, argv);
+        std::cout << commandLineHelp().toStdString() << std::flush;
+        return EXIT_SUCCESS;
+    }
+    if (!commandLine.tourFolder.isEmpty() && commandLine.tourStage == 0)
+        return runWholeTour(argc, argv, commandLine.tourFolder);
+    return runApplication(argc, argv, commandLine);
+}

@@ -1,0 +1,7 @@
+#include "Exception/vlrWatchdogException.h"
+
+namespace vlr {
+
+WatchdogException::~WatchdogException() = default;
+
+} // namespace vlr

@@ -1,0 +1,27 @@
+#include "Data/Configuration.h"
+
+#include "Data/ConfigurationRecord.h"
+
+Configuration::Configuration() = default;
+
+Configuration::Configuration(const QString& id) : Data(id) {}
+
+Configuration::~Configuration() = default;
+
+_vlr::StringMixer Configuration::classId() {
+    return "Configuration";
+}
+
+_vlr::StringMixer Configuration::getClassId() const {
+    return classId();
+}
+
+bool Configuration::isA(const _vlr::StringMixer& id) const {
+    return id == classId() || Data::isA(id);
+}
+
+int createConfigurationFactory() {
+    static const auto* const factory = new RecordFactory<Configuration>;
+    Q_UNUSED(factory)
+    return 1;
+}

@@ -1,0 +1,300 @@
+#include "Data/Data.h"
+
+#include "Data/CaFactory.h"
+#include "Data/DataTreeNode.h"
+#include "Data/PlaceholderData.h"
+#include "IO/IOManager.h"
+#include "Stream/QtStream.h"
+
+#include <QtCore/QUuid>
+
+#include <algorithm>
+#include <sstream>
+
+const char* const Data::CHANGED = "Data::CHANGED";
+const char* const Data::CHILD_ADDED = "Data::CHILD_ADDED";
+const char* const Data::CHILD_REMOVED = "Data::CHILD_REMOVED";
+const char* const Data::DELETED = "Data::DELETED";
+
+const char* const missingAttributeError = "DataTreeNode::missingAttribute";
+const char* const malformedAttributeError = "DataTreeNode::malformedAttribute";
+
+namespace {
+
+template <class... Parts>
+CaError dataError(const char* id, const Parts&... parts) {
+    std::ostringstream text;
+    (text << ... << parts);
+    return CaError(id, text.str());
+}
+
+int height(const Data& item) {
+    int highest = 0;
+    for (int i = 0; i < item.childCount(); ++i)
+        highest = std::max(highest, height(*item.child(i)));
+    return highest + 1;
+}
+
+int depth(const Data* item) {
+    int levels = 0;
+    for (; item; item = item->parent())
+        ++levels;
+    return levels;
+}
+
+} // namespace
+
+Data::Data() = default;
+
+Data::Data(const QString& id) : m_id(id) {}
+
+Data::Data(const Data& other) : CaSubject(other), m_id(other.m_id) {}
+
+Data& Data::operator=(const Data& other) {
+    m_id = other.m_id;
+    return *this;
+}
+
+Data::~Data() {
+    notify(DELETED);
+    for (const auto& child : m_children)
+        child->m_parent = nullptr;
+}
+
+void Data::ref() noexcept {
+    m_references.fetch_add(1, std::memory_order_relaxed);
+}
+
+void Data::unref() {
+    if (m_references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete this;
+}
+
+_vlr::StringMixer Data::classId() {
+    return "Data";
+}
+
+_vlr::StringMixer Data::getClassId() const {
+    return Data::classId();
+}
+
+bool Data::isA(const _vlr::StringMixer& id) const {
+    return id == Data::classId() || id == getClassId();
+}
+
+void Data::setId(const QString& id) {
+    m_id = id;
+}
+
+DataPointer<Data> Data::child(int index) const {
+    if (index < 0 || index >= childCount())
+        return {};
+    return m_children[static_cast<std::size_t>(index)];
+}
+
+DataPointer<Data> Data::hasChildAndGet(const QString& id) const {
+    for (const auto& child : m_children)
+        if (child->id() == id)
+            return child;
+    return {};
+}
+
+CaError Data::addChild(const DataPointer<Data>& child, bool notify) {
+    if (!child)
+        return dataError("Data::addChild", "There is no child to add to \"", m_id, "\".");
+    if (child->m_parent == this)
+        return CaError::nullError;
+    for (const Data* ancestor = this; ancestor; ancestor = ancestor->m_parent)
+        if (ancestor == child.get())
+            return dataError("Data::addChild", "\"", child->id(),
+                             "\" cannot become a part of itself.");
+    if (!child->id().isEmpty() && hasChildAndGet(child->id()))
+        return dataError("Data::addChild", "\"", m_id, "\" already has a child \"", child->id(),
+                         "\".");
+    if (depth(this) + height(*child) > maximumDepth)
+        return dataError("Data::addChild", "The tree would have more than ", maximumDepth,
+                         " levels.");
+    if (child->m_parent)
+        (void)child->m_parent->removeChild(child.get());
+    child->m_parent = this;
+    m_children.push_back(child);
+    if (notify)
+        this->notify(CHILD_ADDED, child.get());
+    return CaError::nullError;
+}
+
+void Data::eraseChild(std::size_t index) {
+    const DataPointer<Data> child = m_children[index];
+    m_children.erase(m_children.begin() + static_cast<std::ptrdiff_t>(index));
+    child->m_parent = nullptr;
+    notify(CHILD_REMOVED, child.get());
+}
+
+CaError Data::removeChild(const QString& id) {
+    return removeChild(hasChildAndGet(id).get());
+}
+
+CaError Data::removeChild(const Data* child) {
+    for (std::size_t i = 0; child && i < m_children.size(); ++i)
+        if (m_children[i].get() == child) {
+            eraseChild(i);
+            return CaError::nullError;
+        }
+    return dataError("Data::removeChild", "\"", m_id, "\" has no such child.");
+}
+
+void Data::setBinaryPart(const QString& name, const QByteArray& bytes) {
+    (void)key(); // The key is a part of where the bytes will be kept.
+    m_binaryParts[name] = {bytes, true, true};
+}
+
+void Data::removeBinaryPart(const QString& name) {
+    m_binaryParts.remove(name);
+}
+
+QStringList Data::binaryParts() const {
+    return m_binaryParts.keys();
+}
+
+CaError Data::binaryPart(const QString& name, QByteArray& bytes) const {
+    const auto part = m_binaryParts.constFind(name);
+    if (part == m_binaryParts.constEnd())
+        return dataError("Data::binaryPart", "\"", m_id, "\" has no part \"", name, "\".");
+    if (!part->inMemory)
+        return IOManager::read(binaryPartUri(name), bytes);
+    bytes = part->bytes;
+    return CaError::nullError;
+}
+
+vlr::URI Data::binaryPartUri(const QString& name) const {
+    const Data* root = this;
+    while (root->m_parent)
+        root = root->m_parent;
+    return root->m_storageUri.part(m_key, name);
+}
+
+const QString& Data::key() {
+    if (m_key.isEmpty())
+        m_key = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    return m_key;
+}
+
+void Data::setStorage(const vlr::URI& uri, int revision) {
+    m_storageUri = uri;
+    m_storageRevision = revision;
+}
+
+CaError Data::save(DataTreeNode& node) const {
+    QMap<QString, QString> references;
+    return doSave(&node, references);
+}
+
+CaError Data::load(DataTreeNode& node) {
+    if (node.className() != getClassId().toQString())
+        return dataError("Data::load", "This is a \"", node.className(), "\" and not a \"",
+                         getClassId(), "\".");
+    QMap<QString, Data*> references;
+    return doLoad(&node, references);
+}
+
+CaError Data::doSave(DataTreeNode* node, QMap<QString, QString>& references) const {
+    node->setClassName(getClassId().toQString());
+    node->setId(m_id);
+    node->setKey(m_key);
+    node->setBinaryParts(m_binaryParts.keys());
+    if (!m_key.isEmpty())
+        references.insert(m_key, node->className());
+    for (const auto& child : m_children) {
+        const CaError error =
+            child->doSave(node->addChild(child->getClassId().toQString()), references);
+        if (error != CaError::nullError)
+            return error;
+    }
+    return CaError::nullError;
+}
+
+CaError Data::doLoad(DataTreeNode* node, QMap<QString, Data*>& references) {
+    std::vector<DataPointer<Data>> children;
+    const CaError error = loadChildren(*node, references, children);
+    if (error != CaError::nullError)
+        return error;
+
+    m_id = node->id();
+    m_key = node->key();
+    if (!m_key.isEmpty())
+        references.insert(m_key, this);
+    m_binaryParts.clear();
+    for (const QString& part : node->binaryParts())
+        m_binaryParts.insert(part, {});
+    for (const auto& child : m_children)
+        child->m_parent = nullptr;
+    m_children = std::move(children);
+    for (const auto& child : m_children)
+        child->m_parent = this;
+    return CaError::nullError;
+}
+
+CaError Data::loadChildren(const DataTreeNode& node, QMap<QString, Data*>& references,
+                           std::vector<DataPointer<Data>>& children) {
+    QMap<QString, int> ids;
+    for (const auto& childNode : node.children()) {
+        if (!childNode->id().isEmpty() && ids[childNode->id()]++ > 0)
+            return dataError("Data::load", "\"", node.id(), "\" has two children \"",
+                             childNode->id(), "\".");
+        DataPointer<Data> child(createInstance(childNode->className()));
+        if (!child) {
+            children.emplace_back(new PlaceholderData(*childNode));
+            continue;
+        }
+        const CaError error = child->doLoad(childNode.get(), references);
+        // A record that lacks a value has its default there; that is no reason to lose the rest.
+        if (error != CaError::nullError && error.id() != missingAttributeError &&
+            error.id() != malformedAttributeError)
+            return error;
+        children.push_back(child);
+    }
+    return CaError::nullError;
+}
+
+CaError Data::saveBinaryParts() {
+    CaError error = doBinSave();
+    for (std::size_t i = 0; error == CaError::nullError && i < m_children.size(); ++i)
+        error = m_children[i]->saveBinaryParts();
+    return error;
+}
+
+void Data::markBinaryPartsStored() {
+    for (auto& part : m_binaryParts)
+        part.changed = false;
+    for (const auto& child : m_children)
+        child->markBinaryPartsStored();
+}
+
+CaError Data::doBinSave() {
+    for (auto part = m_binaryParts.constBegin(); part != m_binaryParts.constEnd(); ++part) {
+        if (!part->changed)
+            continue;
+        const vlr::URI uri = binaryPartUri(part.key());
+        if (!uri.isValid())
+            return dataError("Data::doBinSave", "Data: No URI found.");
+        const CaError error = IOManager::write(uri, part->bytes);
+        if (error != CaError::nullError)
+            return error;
+    }
+    return CaError::nullError;
+}
+
+void Data::createFactory() {
+    (void)getFactory();
+}
+
+std::map<std::string, CaFactory*>& Data::getFactory() {
+    // Factories of other libraries enter and leave during static construction and destruction.
+    static auto* const registry = new std::map<std::string, CaFactory*>;
+    return *registry;
+}
+
+Data* Data::createInstance(const QString& classId) {
+    const auto found = getFactory().find(classId.toStdString());
+    return found == getFactory().end() ? nullptr : found->second->createInstance();
+}

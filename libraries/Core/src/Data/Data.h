@@ -1,0 +1,157 @@
+#pragma once
+
+#include "ClassId/StringMixer.h"
+#include "Data/DataPointer.h"
+#include "Error/CaError.h"
+#include "IO/vlrURI.h"
+#include "Observer/CaSubject.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <atomic>
+#include <map>
+#include <string>
+#include <vector>
+
+class CaFactory;
+class DataTreeNode;
+
+/// The base of everything that is stored: a node of a reference-counted tree with an id,
+/// children, observers and binary parts.
+///
+///     DataPointer<Patient> patient(new Patient);
+///     (void)patient->addChild(new Study, true);
+///     patient->attach(Data::CHANGED, this, &View::refresh);
+///
+/// Items are made on the heap and held by DataPointer; an item dies with its last reference and
+/// its children with it, unless somebody else holds them. A parent holds its children; a child
+/// only knows its parent. Ids need not be unique in a tree, but two children of one parent never
+/// share an id that is not empty. GUI thread only; the reference count alone may be used from any.
+class VLR_CORE_EXPORT Data : public CaSubject {
+public:
+    /// Events for CaSubject::attach(): a value of the item changed; a child was added or removed
+    /// (event data: the child, a Data*); the item is being destroyed (only its address may be
+    /// used any more).
+    static const char* const CHANGED;
+    static const char* const CHILD_ADDED;
+    static const char* const CHILD_REMOVED;
+    static const char* const DELETED;
+
+    /// Levels a tree may have. Deeper ones are refused, so that every tree that can be built can
+    /// be stored and read again.
+    static constexpr int maximumDepth = 60;
+
+    Data();
+    explicit Data(const QString& id);
+    /// A copy has the id and, in derived classes, the values. Children, binary parts, parent,
+    /// observers, key and place in the repository stay with the original.
+    Data(const Data& other);
+    Data& operator=(const Data& other);
+
+    void ref() noexcept;
+    void unref(); ///< Destroys the item with the last reference.
+
+    static _vlr::StringMixer classId();
+    virtual _vlr::StringMixer getClassId() const;
+    /// True for the item's own class id and those of its base classes.
+    virtual bool isA(const _vlr::StringMixer& id) const;
+
+    const QString& id() const noexcept { return m_id; }
+    void setId(const QString& id);
+
+    // --- the tree
+
+    Data* parent() const noexcept { return m_parent; }
+    int childCount() const noexcept { return static_cast<int>(m_children.size()); }
+    DataPointer<Data> child(int index) const; ///< Null for an index out of range.
+    /// The first child with the id, or null.
+    DataPointer<Data> hasChildAndGet(const QString& id) const;
+
+    /// Appends the child, taking a reference; a child of another parent moves here. With `notify`
+    /// the observers are told CHILD_ADDED. Refused, with the reason: a null child, the item
+    /// itself or one of its ancestors, an id that another child has, a tree of more than
+    /// maximumDepth levels.
+    CaError addChild(const DataPointer<Data>& child, bool notify);
+    CaError removeChild(const QString& id);
+    CaError removeChild(const Data* child);
+
+    // --- binary parts: named bytes stored beside the item's attributes
+
+    void setBinaryPart(const QString& name, const QByteArray& bytes);
+    void removeBinaryPart(const QString& name);
+    QStringList binaryParts() const;
+    /// The bytes, from memory or, for a part not read yet, from the repository.
+    CaError binaryPart(const QString& name, QByteArray& bytes) const;
+    /// Where the part is or will be kept; invalid while the tree has no place in the repository.
+    vlr::URI binaryPartUri(const QString& name) const;
+
+    /// A text that identifies the item for its whole life, unlike the id, which may be changed.
+    /// Made when it is first needed.
+    const QString& key();
+
+    // --- storing
+
+    /// Writes the item and its children into the node.
+    CaError save(DataTreeNode& node) const;
+    /// Reads the item and its children from the node, whose class must be the item's. After an
+    /// error the item is as it was. Children of classes nobody registered are kept as they are
+    /// and written back unchanged.
+    CaError load(DataTreeNode& node);
+    /// Writes the changed binary parts of the item and its descendants to their URIs.
+    CaError saveBinaryParts();
+    /// Remembers that the binary parts now are as the repository has them.
+    void markBinaryPartsStored();
+
+    /// Where the tree is kept (held by its root), and how often it was stored there.
+    const vlr::URI& storageUri() const noexcept { return m_storageUri; }
+    int storageRevision() const noexcept { return m_storageRevision; }
+    void setStorage(const vlr::URI& uri, int revision);
+
+    // --- classes by name
+
+    /// Makes sure that the registry of factories exists.
+    static void createFactory();
+    /// Class name to factory. The first factory of a name is kept.
+    static std::map<std::string, CaFactory*>& getFactory();
+    /// A new item of the class, or null where no factory is registered for it.
+    static Data* createInstance(const QString& classId);
+
+protected:
+    ~Data() override;
+
+    /// Overridden to write or read more; both call the base class first and stop at its error.
+    /// `references` maps the key of every item with a key that was saved or loaded so far in the
+    /// same run to its class or to the item, for items that refer to one another.
+    virtual CaError doSave(DataTreeNode* node, QMap<QString, QString>& references) const;
+    virtual CaError doLoad(DataTreeNode* node, QMap<QString, Data*>& references);
+    /// Writes the item's changed binary parts.
+    virtual CaError doBinSave();
+
+private:
+    struct BinaryPart {
+        QByteArray bytes;
+        bool inMemory = false;
+        bool changed = false;
+    };
+
+    CaError loadChildren(const DataTreeNode& node, QMap<QString, Data*>& references,
+                         std::vector<DataPointer<Data>>& children);
+    void eraseChild(std::size_t index);
+
+    std::atomic<int> m_references{0};
+    QString m_id;
+    QString m_key;
+    Data* m_parent = nullptr;
+    std::vector<DataPointer<Data>> m_children;
+    QMap<QString, BinaryPart> m_binaryParts;
+    vlr::URI m_storageUri;
+    int m_storageRevision = 0;
+};
+
+/// The ids of the errors that a reader gives for an attribute that is not there, and for one
+/// whose text is no value of its type.
+extern VLR_CORE_EXPORT const char* const missingAttributeError;
+extern VLR_CORE_EXPORT const char* const malformedAttributeError;

@@ -1,0 +1,9 @@
+#include "Data/ChildItem.h"
+#include "Data/DataItem.h"
+#include "Data/ProcessData.h"
+#include "Data/Study.h"
+
+VLR_DEFINE_RECORD_FACTORY(Study)
+VLR_DEFINE_RECORD_FACTORY(DataItem)
+VLR_DEFINE_RECORD_FACTORY(ProcessData)
+VLR_DEFINE_RECORD_FACTORY(ChildItem)

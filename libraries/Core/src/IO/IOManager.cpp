@@ -1,0 +1,42 @@
+#include "IO/IOManager.h"
+
+#include "IO/DataIOManager.h"
+#include "IO/DurableFile.h"
+#include "IO/PatientStore.h"
+
+namespace {
+
+CaError unsupported(const vlr::URI& uri) {
+    return CaError("IOManager::unsupported",
+                   "\"" + uri.toString().toStdString() + "\" does not name a file or binary part.");
+}
+
+bool isPart(const vlr::URI& uri) {
+    return uri.isPatient() && !uri.partName().isEmpty();
+}
+
+} // namespace
+
+CaError IOManager::read(const vlr::URI& uri, QByteArray& bytes) {
+    if (uri.isFile())
+        return vlr::readWhole(uri.filePath(), limit, bytes);
+    if (!isPart(uri))
+        return unsupported(uri);
+    CaError error;
+    vlr::PatientStore* store = DataIOManager::repository(error);
+    if (!store)
+        return error;
+    return store->readPart(uri.patientUid(), uri.itemKey(), uri.partName(), limit, bytes);
+}
+
+CaError IOManager::write(const vlr::URI& uri, const QByteArray& bytes) {
+    if (uri.isFile())
+        return vlr::writeDurably(uri.filePath(), bytes);
+    if (!isPart(uri))
+        return unsupported(uri);
+    CaError error;
+    vlr::PatientStore* store = DataIOManager::repository(error);
+    if (!store)
+        return error;
+    return store->writePart(uri.patientUid(), uri.itemKey(), uri.partName(), bytes);
+}

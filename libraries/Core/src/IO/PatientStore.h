@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Error/CaError.h"
+#include "IO/MetaInformation.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace vlr {
+
+/// A patient in the form in which a store keeps it.
+struct StoredPatient {
+    QString uid; ///< Chosen by the caller; never changes.
+    QString patientId;
+    QString name;
+    int sex = 0;
+    QString birthDate; ///< ISO 8601 or empty.
+    QByteArray document;
+    int revision = 0;     ///< As it was loaded; 0 for a new patient. Raised by store().
+    QStringList itemKeys; ///< Items whose binary parts are kept; those of others are removed.
+};
+
+/// The interface of a patient repository; DataIOManager is its user. A second kind of
+/// repository is one more class here and one more scheme in open().
+class VLR_CORE_EXPORT PatientStore {
+public:
+    /// Opens the repository at the URL, making an empty one where it is a file that does not
+    /// exist. Null, with the reason in `error`, where that is impossible.
+    static std::unique_ptr<PatientStore> open(const QString& url, CaError& error);
+
+    PatientStore() = default;
+    PatientStore(const PatientStore&) = delete;
+    PatientStore& operator=(const PatientStore&) = delete;
+    virtual ~PatientStore();
+
+    virtual CaError list(std::vector<MetaInformation>& patients) = 0;
+    virtual CaError metaInformation(const QString& uid, MetaInformation& information) = 0;
+    virtual CaError load(const QString& uid, StoredPatient& patient) = 0;
+    /// Stores the patient and whatever `storeParts` writes with writePart(), all or nothing.
+    virtual CaError store(StoredPatient& patient, const std::function<CaError()>& storeParts) = 0;
+    virtual CaError remove(const QString& uid) = 0;
+    virtual CaError readPart(const QString& uid, const QString& itemKey, const QString& name,
+                             qint64 limit, QByteArray& bytes) = 0;
+    virtual CaError writePart(const QString& uid, const QString& itemKey, const QString& name,
+                              const QByteArray& bytes) = 0;
+};
+
+} // namespace vlr

@@ -1,0 +1,188 @@
+#include "Image/ImageFile.h"
+
+#include "IO/DurableFile.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QtEndian>
+#include <QtGui/QImageReader>
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+namespace vlr {
+
+namespace {
+
+CaError imageError(const char* id, const QString& path, const QString& text) {
+    return CaError(std::string("Image::") + id,
+                   QStringLiteral("The image \"%1\" %2.").arg(path, text).toStdString());
+}
+
+CaError openRegular(QFile& file) {
+    const QFileInfo info(file.fileName());
+    if (!info.exists())
+        return CaError(
+            fileNotFoundError,
+            QStringLiteral("The image \"%1\" does not exist.").arg(file.fileName()).toStdString());
+    if (!info.isFile()) // A pipe would keep us waiting.
+        return imageError("notAFile", file.fileName(), QStringLiteral("is not a regular file"));
+    if (!file.open(QIODevice::ReadOnly))
+        return imageError("readFailed", file.fileName(),
+                          QStringLiteral("cannot be opened: %1").arg(file.errorString()));
+    return CaError::nullError;
+}
+
+bool isKnownFormat(const QByteArray& format) {
+    return format == "png" || format == "jpeg" || format == "bmp" || format == "tiff";
+}
+
+// Saturates: a header can claim more than 64 bits hold.
+qint64 decodedBytes(const QSize& size, QImage::Format format) {
+    const qint64 bits =
+        format == QImage::Format_Invalid ? 64 : QImage::toPixelFormat(format).bitsPerPixel();
+    const qint64 line = (size.width() * bits + 31) / 32 * 4;
+    const qint64 most = std::numeric_limits<qint64>::max();
+    return line > most / size.height() ? most : line * size.height();
+}
+
+QString megabytes(qint64 bytes) {
+    return QString::number(static_cast<double>(bytes) / (1 << 20), 'f', 1) + QLatin1String(" MiB");
+}
+
+// What the reader says of the page, on which it stands afterwards. The order of the questions is
+// not free: once Qt's TIFF reader has been asked for a size, it knows format and pages no more.
+CaError inspect(QImageReader& reader, const QString& path, int page, qint64 limit,
+                ImageInfo& info) {
+    reader.setDecideFormatFromContent(true);
+    reader.setAutoTransform(true);
+    ImageInfo found;
+    found.format = reader.format();
+    if (!isKnownFormat(found.format))
+        return imageError("unknownFormat", path,
+                          QStringLiteral("is not a PNG, JPEG, BMP or TIFF file"));
+    if (found.format == "tiff")
+        found.pages = std::max(1, reader.imageCount());
+    if (page < 0 || page >= found.pages || (page > 0 && !reader.jumpToImage(page)))
+        return imageError(
+            "noSuchPage", path,
+            QStringLiteral("has %1 pages, but not a page %2").arg(found.pages).arg(page + 1));
+    found.size = reader.size();
+    if (found.size.isEmpty())
+        return imageError("damaged", path, QStringLiteral("has a damaged header"));
+    found.bytes = decodedBytes(found.size, reader.imageFormat());
+    if (found.bytes > limit)
+        return imageError("tooLarge", path,
+                          QStringLiteral("of %1 x %2 pixels needs %3 of memory, more than %4")
+                              .arg(found.size.width())
+                              .arg(found.size.height())
+                              .arg(megabytes(found.bytes), megabytes(limit)));
+    if (reader.transformation() & QImageIOHandler::TransformationRotate90)
+        found.size.transpose();
+    info = found;
+    return CaError::nullError;
+}
+
+// Qt takes a PNG whose last chunk is cut, and a JPEG cut anywhere behind its header: the lines
+// that are missing come out grey. Where the image ends is therefore looked up in the file.
+
+bool endsAsPng(QFile& file) {
+    qint64 position = 8;
+    QByteArray chunk;
+    do {
+        if (!file.seek(position) || (chunk = file.read(8)).size() != 8)
+            return false;
+        position += 12 + qint64(qFromBigEndian<quint32>(chunk.constData()));
+    } while (!chunk.endsWith("IEND"));
+    return position <= file.size();
+}
+
+bool endsAsJpeg(const QByteArray& bytes) {
+    int position = 2; // behind the start marker
+    for (;;) {
+        position = bytes.indexOf('\xff', position);
+        if (position < 0 || position + 1 >= bytes.size())
+            return false;
+        const auto marker = static_cast<uchar>(bytes.at(++position));
+        if (marker == 0xd9)
+            return true;
+        const bool isRestart = marker >= 0xd0 && marker <= 0xd8;
+        if (marker == 0x00 || marker == 0x01 || marker == 0xff || isRestart)
+            continue; // coded data, fill bytes and markers without a segment
+        if (position + 2 >= bytes.size())
+            return false;
+        position += 1 + qFromBigEndian<quint16>(bytes.constData() + position + 1);
+    }
+}
+
+// For a BMP without compression the length is known; Qt leaves the lines missing from it black.
+bool endsAsBmp(QFile& file) {
+    const QByteArray header = file.seek(0) ? file.read(34) : QByteArray();
+    if (header.size() < 34)
+        return false;
+    const auto number = [&](int at) { return qFromLittleEndian<qint32>(header.constData() + at); };
+    const bool isOldHeader = number(14) < 40;
+    if (!isOldHeader && (number(30) == 1 || number(30) == 2))
+        return true; // run lengths: Qt notices
+    const qint64 width =
+        isOldHeader ? qFromLittleEndian<quint16>(header.constData() + 18) : number(18);
+    const qint64 height =
+        isOldHeader ? qFromLittleEndian<quint16>(header.constData() + 20) : std::llabs(number(22));
+    const qint64 bits = qFromLittleEndian<quint16>(header.constData() + (isOldHeader ? 24 : 28));
+    return quint32(number(10)) + (width * bits + 31) / 32 * 4 * height <= file.size();
+}
+
+CaError checkEnd(const QString& path, const QByteArray& format) {
+    QFile file(path);
+    CaError error = openRegular(file);
+    QByteArray bytes;
+    if (error.isNull() && format == "jpeg")
+        error = readWhole(path, defaultImageLimit, bytes);
+    if (!error.isNull())
+        return error;
+    const bool isComplete = format == "png"    ? endsAsPng(file)
+                            : format == "bmp"  ? endsAsBmp(file)
+                            : format == "jpeg" ? endsAsJpeg(bytes)
+                                               : true; // libtiff notices
+    return isComplete ? CaError::nullError
+                      : imageError("damaged", path, QStringLiteral("is cut off"));
+}
+
+} // namespace
+
+CaError readImageInfo(const QString& path, ImageInfo& info, qint64 limit) {
+    QFile file(path);
+    const CaError error = openRegular(file);
+    if (!error.isNull())
+        return error;
+    QImageReader reader(&file);
+    return inspect(reader, path, 0, limit, info);
+}
+
+CaError readImage(const QString& path, QImage& image, int page, qint64 limit) {
+    QFile file(path);
+    CaError error = openRegular(file);
+    if (!error.isNull())
+        return error;
+    QImageReader reader(&file);
+    ImageInfo info;
+    error = inspect(reader, path, page, limit, info);
+    if (error.isNull())
+        error = checkEnd(path, info.format);
+    if (!error.isNull())
+        return error;
+    const QImage decoded = reader.read();
+    if (decoded.isNull())
+        return imageError("damaged", path,
+                          QStringLiteral("cannot be decoded: %1").arg(reader.errorString()));
+    image = decoded;
+    return CaError::nullError;
+}
+
+QStringList imageNameFilters() {
+    return {QStringLiteral("*.png"), QStringLiteral("*.jpg"), QStringLiteral("*.jpeg"),
+            QStringLiteral("*.bmp"), QStringLiteral("*.tif"), QStringLiteral("*.tiff")};
+}
+
+} // namespace vlr

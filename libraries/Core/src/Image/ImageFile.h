@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Error/CaError.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtGui/QImage>
+
+namespace vlr {
+
+/// What is known of an image file before a pixel is decoded.
+struct ImageInfo {
+    QSize size;        ///< Pixels.
+    QByteArray format; ///< "png", "jpeg", "bmp" or "tiff".
+    int pages = 1;     ///< Images in the file; more than one only in TIFF.
+    qint64 bytes = 0;  ///< Memory that one decoded page needs at most.
+};
+
+/// Most memory that one decoded image may need: 512 MiB.
+constexpr qint64 defaultImageLimit = qint64(512) << 20;
+
+/// Reads the header of a PNG, JPEG, BMP or TIFF file; the content decides, not the name. The
+/// error names the file and the cause: missing, not a regular file, not an image of these kinds,
+/// damaged header, or larger than `limit` bytes once decoded (with both sizes).
+VLR_CORE_EXPORT CaError readImageInfo(const QString& path, ImageInfo& info,
+                                      qint64 limit = defaultImageLimit);
+
+/// Decodes one page (from 0), after the same checks. `image` is set on success only.
+VLR_CORE_EXPORT CaError readImage(const QString& path, QImage& image, int page = 0,
+                                  qint64 limit = defaultImageLimit);
+
+/// The names by which image files are recognised in a folder: "*.png", "*.tif" and so on.
+VLR_CORE_EXPORT QStringList imageNameFilters();
+
+} // namespace vlr

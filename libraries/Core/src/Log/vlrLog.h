@@ -1,0 +1,122 @@
+#pragma once
+
+#include "vlrCoreExport.h"
+
+#include <atomic>
+#include <functional>
+#include <ostream>
+#include <sstream>
+#include <string>
+
+#include "Stream/QtStream.h"
+
+namespace vlr {
+
+/// The kinds of log record. The three user levels are meant for the person at the screen.
+enum class LogLevel { Debug, Info, Warning, Error, CaError, UserInfo, UserWarning, UserError };
+
+/// The name as it appears in records: "DEBUG", "INFO", "WARNING", "ERROR", "CaERROR", "UINFO",
+/// "UWARNING", "UERROR".
+VLR_CORE_EXPORT const char* toText(LogLevel level) noexcept;
+
+/// One record as it is handed to a listener.
+struct LogRecord {
+    LogLevel level;
+    const char* file; ///< Source file; never null.
+    int line;
+    std::string text; ///< Without prefix and without trailing line breaks.
+};
+
+/// A record being written: what is streamed into it becomes one log record when it goes out of
+/// scope, normally at the end of the statement.
+class VLR_CORE_EXPORT LogStream {
+public:
+    LogStream(LogLevel level, const char* file, int line) noexcept;
+    LogStream(LogStream&& other) noexcept;
+    LogStream(const LogStream&) = delete;
+    ~LogStream();
+
+    template <class T>
+    LogStream& operator<<(const T& value) {
+        if (m_active)
+            m_text << value;
+        return *this;
+    }
+    LogStream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
+        if (m_active)
+            m_text << manipulator;
+        return *this;
+    }
+
+private:
+    LogLevel m_level;
+    const char* m_file;
+    int m_line;
+    bool m_active;
+    std::ostringstream m_text;
+};
+
+/// Makes a whole VLR_LOG statement an expression without value; binds weaker than <<. An "if"
+/// inside the macro would take the "else" of the statement around it.
+struct LogStatement {
+    void operator&(const LogStream&) const noexcept {}
+};
+
+/// The log of the application.
+///
+///     VLR_LOG(Error) << "Could not store " << path << ". Reason: " << error;
+///     vlr::Log::getInstance("ERROR", "libraries/Gui/src/AppBase/vlrControlList", 242) << text;
+///
+/// Every record goes to a rotating file (log/<application>.log under the application's local
+/// data folder, 5 files of 2 MiB) and to standard error, each with time, level, source file and
+/// line. The file is opened with the first record after the QCoreApplication was made; where
+/// that is impossible, one line on standard error says so and the program goes on. Line breaks
+/// inside a text are kept, indented, so that no text can pose as another record.
+///
+/// A level can be given a stream of its own, which then replaces standard error for it: the
+/// user levels are routed to message boxes that way. Records may be written from any thread; a
+/// record for such a stream that comes from another thread is handed to the GUI thread.
+class VLR_CORE_EXPORT Log {
+public:
+    /// A stream for one record. An unknown level name counts as "ERROR".
+    static LogStream getInstance(const char* level, const char* file, int line);
+    static LogStream getInstance(LogLevel level, const char* file, int line);
+
+    /// Whether records of the level go anywhere. "DEBUG" is off until it is switched on.
+    static bool isEnabled(LogLevel level) noexcept {
+        return (s_enabled.load(std::memory_order_relaxed) >> static_cast<unsigned>(level)) & 1U;
+    }
+    static void setEnabled(LogLevel level, bool enabled) noexcept;
+
+    /// Sends the records of the level to this stream instead of standard error, each followed by
+    /// a line break where it has a prefix, and by a flush. A null pointer gives standard error
+    /// back. The stream is not owned and must outlive its use.
+    static void setOStream(LogLevel level, std::ostream* stream);
+    static std::ostream* oStream(LogLevel level);
+    /// Whether the level's own stream gets "LEVEL file:line: " before the text (default) or, with
+    /// 0, only the text. The log file always has the prefix.
+    static void setPrefix(LogLevel level, int prefix);
+
+    /// Calls the function with every record, in the thread that writes it. Returns a handle for
+    /// removeListener(). Used by log views and tests.
+    static int addListener(std::function<void(const LogRecord&)> listener);
+    static void removeListener(int handle);
+
+    static std::string filePath(); ///< The log file in use, empty when there is none.
+    static void flush();           ///< Writes out what is buffered.
+
+private:
+    friend class LogStream;
+    static void write(LogRecord record);
+    static std::atomic<unsigned> s_enabled;
+};
+
+} // namespace vlr
+
+/// Starts a record at this place in the source: VLR_LOG(Warning) << "text". Nothing to the right
+/// is evaluated when nobody listens to the level.
+#define VLR_LOG(level)                                                                             \
+    !::vlr::Log::isEnabled(::vlr::LogLevel::level)                                                 \
+        ? static_cast<void>(0)                                                                     \
+        : ::vlr::LogStatement() &                                                                  \
+              ::vlr::Log::getInstance(::vlr::LogLevel::level, __FILE__, __LINE__)

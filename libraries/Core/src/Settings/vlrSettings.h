@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Error/CaError.h"
+#include "Math/Vector3d.h"
+
+#include <QtCore/QSize>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <limits>
+
+namespace vlr {
+
+/// The settings database: typed values under slash-separated keys, for example
+/// "Velora/Application/WindowShowMode".
+///
+///     const bool splash = Settings::get(QStringLiteral("Velora/Application/ShowSplashScreen"),
+///     false); const int width = Settings::get(key, 4, 1, 64);        // with a range CaError error
+///     = Settings::set(key, 8);
+///
+/// It lives in "settings.ini" under the application's configuration folder
+/// (QStandardPaths::AppConfigLocation), in QSettings' INI format. The file is read when the
+/// first value is asked for; get() after that is a lookup in memory without lock or file
+/// access, to be called at the point of use. set() and remove() write through to disk: under a
+/// lock file they read the file again, apply the one change and write it durably, so that what
+/// another process stored meanwhile stays. GUI thread only.
+///
+/// A value that is absent gives the default. So does a value that cannot be understood as the
+/// asked-for type ("nan", "inf" and text for numbers included) or lies outside the range, with
+/// one "WARNING" log line per key. A settings file that cannot be read is kept aside and logged,
+/// and every value is its default.
+class VLR_CORE_EXPORT Settings {
+public:
+    static bool get(const QString& key, bool defaultValue); ///< true/false, 1/0, yes/no, on/off
+    static int get(const QString& key, int defaultValue,
+                   int minimum = std::numeric_limits<int>::min(),
+                   int maximum = std::numeric_limits<int>::max());
+    static double get(const QString& key, double defaultValue,
+                      double minimum = std::numeric_limits<double>::lowest(),
+                      double maximum = std::numeric_limits<double>::max());
+    static QString get(const QString& key, const QString& defaultValue);
+    static QString get(const QString& key, const char* defaultValue); ///< UTF-8
+    static QSize get(const QString& key,
+                     const QSize& defaultValue); ///< "@Size(w h)", "w h", "w x h"
+    static Vector3d get(const QString& key, const Vector3d& defaultValue);
+
+    static CaError set(const QString& key, bool value);
+    static CaError set(const QString& key, int value);
+    static CaError set(const QString& key, double value); ///< nan and inf are refused.
+    static CaError set(const QString& key, const QString& value);
+    static CaError set(const QString& key, const char* value); ///< UTF-8
+    static CaError set(const QString& key, const QSize& value);
+    static CaError set(const QString& key, const Vector3d& value);
+
+    static QStringList keys(); ///< All stored keys, sorted.
+    static bool contains(const QString& key);
+    static CaError remove(const QString& key); ///< Removing an absent key is no error.
+
+    static QString filePath(); ///< The file in use.
+    static void reload();      ///< Reads the file again, for example after the location changed.
+
+private:
+    static CaError write(const QString& key, const QVariant& value);
+};
+
+} // namespace vlr

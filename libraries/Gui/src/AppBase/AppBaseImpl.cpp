@@ -1,0 +1,399 @@
+#include "AppBase/AppBaseImpl.h"
+
+#include "AppBase/AppBase.h"
+#include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtAppModule.h"
+#include "AppBase/QtAppModuleProxy.h"
+#include "AppBase/QtApplication.h"
+#include "AppBase/QtModuleList.h"
+#include "AppBase/QtModuleSelector.h"
+#include "IO/DataIOManager.h"
+#include "IO/DurableFile.h"
+#include "Log/vlrLog.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QTimer>
+#include <QtGui/QIcon>
+#include <QtGui/QPainter>
+#include <QtGui/QScreen>
+#include <QtSvg/QSvgRenderer>
+#include <QtWidgets/QSplashScreen>
+
+#include <iostream>
+
+namespace {
+
+constexpr int forcedSplashMilliseconds = 2500;
+
+bool progressBarFlushX = false;
+bool progressBarSyncX = false;
+
+QString key(const char* name) {
+    return QStringLiteral("Velora/Application/") + QLatin1String(name);
+}
+
+void announce(CurrentItems::Item item, void (*patient)(), void (*study)(), void (*dataItem)()) {
+    switch (item) {
+    case CurrentItems::Item::Patient:
+        return patient();
+    case CurrentItems::Item::Study:
+        return study();
+    case CurrentItems::Item::DataItem:
+        return dataItem();
+    }
+}
+
+// Drawn for the screen's resolution.
+QPixmap builtInSplash() {
+    QSvgRenderer picture(QStringLiteral(":/splash/Splash.svg"));
+    const qreal ratio = QGuiApplication::primaryScreen()->devicePixelRatio();
+    QPixmap pixmap(picture.defaultSize() * ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    picture.render(&painter);
+    painter.end();
+    pixmap.setDevicePixelRatio(ratio);
+    return pixmap;
+}
+
+int splashTimer() {
+    return vlr::Settings::get(key("SplashScreen.Timer"), 0, 0);
+}
+
+} // namespace
+
+AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool forceSplash)
+    : m_currentItems([](CurrentItems::Item item) {
+          announce(item, &AppBase::sendCurrentPatientChangedEvent,
+                   &AppBase::sendCurrentStudyChangedEvent,
+                   &AppBase::sendCurrentDataItemChangedEvent);
+      }),
+      m_useConfiguration(useConfiguration),
+      m_configurationId(QStringLiteral("AppBaseConfiguration")),
+      m_configurationName(QStringLiteral("AppBase")) {
+    createApplication(argc, argv);
+    if (m_useConfiguration)
+        createAppBaseConfigFactory();
+    initSplashScreen(forceSplash);
+    showSplashScreenMessage(tr("Reading configuration..."));
+    loadConfiguration();
+    showSplashScreenMessage(tr("Setting up main window..."));
+    createMainWindow();
+    m_config->attach(Data::CHANGED, this, &AppBaseImpl::reconfigure);
+    // QSplashScreen::finish() waits for the window, which is shown only by run().
+    if (splashTimer() == 0 && !forceSplash && m_splashScreen)
+        m_mainWindow->installEventFilter(this);
+}
+
+AppBaseImpl::~AppBaseImpl() {
+    m_config->detach(this);
+    delete m_moduleList.data();
+    delete m_splashScreen;
+    delete m_mainWindow.data();
+    delete m_application;
+}
+
+void AppBaseImpl::createApplication(int& argc, char** argv) {
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    m_application = new QtApplication(argc, argv);
+    const QString name = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
+    if (!name.isEmpty())
+        QCoreApplication::setApplicationName(name);
+    connect(m_application, &QtApplication::unixSignal, this, &AppBaseImpl::unixSignalHandler);
+    connect(m_application, &QtApplication::terminationRequested, this,
+            &AppBaseImpl::exitApplication);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+void AppBaseImpl::loadConfiguration() {
+    createMainWindowConfigFactory();
+    createQuadViewConfigFactory();
+    const DataPointer<Configuration> container(new Configuration);
+    if (m_useConfiguration) {
+        vlr::sweepTemporaryFiles(QFileInfo(vlr::Settings::filePath()).path());
+        vlr::sweepTemporaryFiles(
+            QFileInfo(DataIOManager::configurationPath(m_configurationName)).path());
+        (void)DataIOManager::loadConfiguration(m_configurationName, container);
+        m_config = dataCast<AppBaseConfig>(container->hasChildAndGet(m_configurationId));
+    }
+    if (m_config) {
+        (void)container->removeChild(m_config.get());
+        return;
+    }
+    m_config = DataPointer<AppBaseConfig>(new AppBaseConfig);
+    m_config->setId(m_configurationId);
+}
+
+void AppBaseImpl::createMainWindow() {
+    m_mainWindow = new QtAppMainWindow(m_config->mainWindowConfig(), nullptr, Qt::Window);
+    m_moduleList = new QtModuleList(m_mainWindow, m_mainWindow);
+    connect(m_moduleList, QOverload<const QtAppModuleProxy*>::of(&QtModuleList::activated),
+            m_mainWindow, &QtAppMainWindow::moduleActivated);
+    showSplashScreenMessage(tr("Initializing..."));
+    m_mainWindow->setSecondaryLayoutDirection(m_config->mainWindowConfig()->innerLayoutDirection());
+    progressBarFlushX = vlr::Settings::get(key("ProgressBarFlushX"), false);
+    progressBarSyncX = vlr::Settings::get(key("ProgressBarSyncX"), false);
+    connect(m_mainWindow, &QtAppMainWindow::exitApplication, this, &AppBaseImpl::exitApplication);
+}
+
+bool AppBaseImpl::isProgressBarFlushX() {
+    return progressBarFlushX;
+}
+
+bool AppBaseImpl::isProgressBarSyncX() {
+    return progressBarSyncX;
+}
+
+// --- splash screen
+
+void AppBaseImpl::initSplashScreen(bool force) {
+    delete m_splashScreen;
+    m_splashScreen = nullptr;
+    if (!vlr::Settings::get(key("ShowSplashScreen"), false) && !force)
+        return;
+    const QString path = vlr::Settings::get(key("SplashScreen.ResourcePath"), "");
+    m_splashScreen = new QSplashScreen(path.isEmpty() ? builtInSplash() : QPixmap(path),
+                                       Qt::WindowStaysOnTopHint);
+    m_splashScreen->show();
+    const int delay = force ? forcedSplashMilliseconds : splashTimer();
+    if (delay != 0)
+        QTimer::singleShot(delay, this, &AppBaseImpl::splashCloseSL);
+}
+
+bool AppBaseImpl::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_mainWindow && event->type() == QEvent::Show) {
+        m_mainWindow->removeEventFilter(this);
+        // The event comes before the window is on the screen.
+        QTimer::singleShot(0, this, [this] {
+            if (m_splashScreen)
+                m_splashScreen->finish(m_mainWindow);
+        });
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void AppBaseImpl::launchSplashScreen() {
+    initSplashScreen(true);
+}
+
+void AppBaseImpl::splashCloseSL() {
+    if (m_splashScreen)
+        m_splashScreen->close();
+    AppBase::sendSplashClosedEvent();
+}
+
+void AppBaseImpl::showSplashScreenMessage(const QString& text) {
+    if (!m_splashScreen)
+        return;
+    const bool left = vlr::Settings::get(key("ShowSplashScreenMessageLocationHorizontal"),
+                                         "left") == QLatin1String("left");
+    const bool bottom = vlr::Settings::get(key("ShowSplashScreenMessageLocationVertical"),
+                                           "bottom") == QLatin1String("bottom");
+    QColor color;
+    color.setNamedColor(vlr::Settings::get(key("ShowSplashScreenMessageColor"), "#000000"));
+    m_splashScreen->showMessage(text,
+                                static_cast<int>(left ? Qt::AlignLeft : Qt::AlignRight) |
+                                    static_cast<int>(bottom ? Qt::AlignBottom : Qt::AlignTop),
+                                color);
+}
+
+// --- running
+
+void AppBaseImpl::setShowMode() {
+    if (!m_mainWindow)
+        return;
+    const QString mode = vlr::Settings::get(key("WindowShowMode"), "normal").toLower();
+    if (mode == QLatin1String("minimized"))
+        m_mainWindow->showMinimized();
+    else if (mode == QLatin1String("normal"))
+        m_mainWindow->showNormal();
+    else if (mode == QLatin1String("maximized"))
+        m_mainWindow->showMaximized();
+    else if (mode == QLatin1String("fullscreen"))
+        m_mainWindow->showFullScreen();
+    m_mainWindow->raise();
+}
+
+int AppBaseImpl::run() {
+    if (m_mainWindow) {
+        m_mainWindow->activateWindow();
+        m_mainWindow->raise();
+    }
+    setShowMode();
+    setTouchScreenModeEnabled(m_config->isTouchScreenModeEnabled());
+    // Somebody may have asked to leave before there was a loop to leave.
+    if (!m_exitRequested)
+        (void)QApplication::exec();
+    if (m_useConfiguration)
+        storeConfiguration();
+    return 0;
+}
+
+void AppBaseImpl::storeConfiguration() {
+    const DataPointer<Configuration> container(new Configuration);
+    container->setId(m_configurationId);
+    (void)container->addChild(m_config, true);
+    const CaError error = DataIOManager::storeConfiguration(m_configurationName, container);
+    if (error != CaError::nullError)
+        VLR_LOG(Error) << "AppBaseImpl::run(): "
+                       << "Could not store configuration. Reason: " << error;
+}
+
+void AppBaseImpl::exitApplication() {
+    m_exitRequested = true;
+    if (currentPatient())
+        (void)DataIOManager::storePatient(currentPatient());
+    QCoreApplication::quit();
+}
+
+void AppBaseImpl::unixSignalHandler(int) {}
+
+void AppBaseImpl::reconfigure(CaSubject*, void*, const char*, void*) {
+    setShowMode();
+    setTouchScreenModeEnabled(m_config->isTouchScreenModeEnabled());
+}
+
+// --- modules
+
+bool AppBaseImpl::addModule(QtAppModule* module) {
+    if (!module || !m_moduleList)
+        return false;
+    showSplashScreenMessage(tr("Loading module: %1...").arg(module->name()));
+    m_moduleList->registerModule(module);
+    return true;
+}
+
+void AppBaseImpl::activateModule(const QString& name) {
+    if (m_moduleList)
+        m_moduleList->activate(name);
+}
+
+void AppBaseImpl::setModuleSelector(QtModuleSelector* selector) {
+    if (!selector || !m_mainWindow || !m_moduleList)
+        return;
+    using List = QtModuleList;
+    using Selector = QtModuleSelector;
+    using Named = QOverload<QString>;
+    using Indexed = QOverload<int>;
+    List* list = m_moduleList;
+    connect(list, &List::registered, selector, &Selector::addModule);
+    connect(list, QOverload<QString, int>::of(&List::activated), selector,
+            &Selector::moduleActivated);
+    connect(list, &List::deactivated, selector, &Selector::moduleDeactivated);
+    connect(list, &List::enabled, selector, &Selector::moduleEnabled);
+    connect(list, &List::disabled, selector, &Selector::moduleDisabled);
+
+    connect(selector, Named::of(&Selector::activateModule), list, Named::of(&List::activate));
+    connect(selector, Indexed::of(&Selector::activateModule), list, Indexed::of(&List::activate));
+    connect(selector, &Selector::deactivateAllModules, list, &List::deactivateAll);
+    connect(selector, &Selector::previousModule, list, &List::previous);
+    connect(selector, &Selector::nextModule, list, &List::next);
+    connect(selector, Named::of(&Selector::enableModule), list, Named::of(&List::enableModule));
+    connect(selector, Indexed::of(&Selector::enableModule), list, Indexed::of(&List::enableModule));
+    connect(selector, Named::of(&Selector::disableModule), list, Named::of(&List::disableModule));
+    connect(selector, Indexed::of(&Selector::disableModule), list,
+            Indexed::of(&List::disableModule));
+    m_mainWindow->setModuleSelector(selector);
+}
+
+// --- the window
+
+QtAppMainWindow* AppBaseImpl::getMainWindow() const {
+    return m_mainWindow;
+}
+
+void AppBaseImpl::setApplicationIdentification(const QString& title, const QIcon& icon,
+                                               const QString& iconText) {
+    if (!m_mainWindow)
+        return;
+    m_mainWindow->setWindowTitle(title);
+    QApplication::setWindowIcon(icon);
+    m_mainWindow->setWindowIcon(icon);
+    m_mainWindow->setWindowIconText(iconText);
+}
+
+void AppBaseImpl::setTouchScreenModeEnabled(bool on) {
+    if (!m_mainWindow)
+        return;
+    if (m_touchScreenMode && !on) {
+        m_mainWindow->setTouchScreenMode(false);
+        AppBase::sendTouchScreenModeOffEvent();
+        m_touchScreenMode = false;
+    } else {
+        m_mainWindow->setIconSize(QSize(100, 100));
+        m_mainWindow->setTouchScreenMode(on);
+        AppBase::sendTouchScreenModeOnEvent();
+        m_touchScreenMode = on;
+    }
+}
+
+void AppBaseImpl::setBusyCursor() {
+    if (m_mainWindow)
+        m_mainWindow->setCursor(QCursor(Qt::WaitCursor));
+}
+
+void AppBaseImpl::resetCursor() {
+    if (m_mainWindow)
+        m_mainWindow->unsetCursor();
+}
+
+void AppBaseImpl::showConfigDialog() {
+    VLR_LOG(Warning) << "This version has no configuration dialog yet.";
+}
+
+void AppBaseImpl::showConfigFileEditorDialog() {
+    std::cout << "AppBaseImpl::showConfigFileEditorDialog\n" << std::flush;
+    VLR_LOG(Warning) << "This version has no settings editor yet.";
+}
+
+void AppBaseImpl::showScreenShotDialog() {
+    VLR_LOG(Warning) << "This version has no screenshot dialog yet.";
+}
+
+// --- current items
+
+DataPointer<Patient> AppBaseImpl::currentPatient() const {
+    return m_currentItems.patient();
+}
+
+DataPointer<Study> AppBaseImpl::currentStudy() const {
+    return m_currentItems.study();
+}
+
+DataPointer<Data> AppBaseImpl::currentDataItem() const {
+    return m_currentItems.dataItem();
+}
+
+void AppBaseImpl::setCurrentPatient(const DataPointer<Patient>& patient) {
+    m_currentItems.setPatient(patient);
+}
+
+void AppBaseImpl::setCurrentStudy(const DataPointer<Study>& study) {
+    m_currentItems.setStudy(study);
+}
+
+void AppBaseImpl::setCurrentDataItem(const DataPointer<Data>& item) {
+    m_currentItems.setDataItem(item);
+}
+
+CaError AppBaseImpl::getPatientList(std::vector<Patient*>& patients) {
+    std::vector<vlr::URI> uris;
+    CaError error = DataIOManager::patientList(uris);
+    if (error != CaError::nullError) {
+        VLR_LOG(UserError) << "Patient list is empty. Reason: " << error.text();
+        return error;
+    }
+    for (const vlr::URI& uri : uris) {
+        DataPointer<Patient> patient;
+        error = DataIOManager::loadPatient(uri, patient);
+        if (error != CaError::nullError) {
+            VLR_LOG(UserError) << "Can't load Patient. reason: " << error.text();
+            return error;
+        }
+        patient->ref();
+        patients.push_back(patient.get());
+    }
+    return CaError::nullError;
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "AppBase/AppBaseConfig.h"
+#include "AppBase/ApplicationServices.h"
+#include "AppBase/CurrentItems.h"
+#include "vlrGuiExport.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QString>
+
+#include <vector>
+
+class QIcon;
+class QPixmap;
+class QSplashScreen;
+class QtApplication;
+class QtAppMainWindow;
+class QtAppModule;
+class QtModuleList;
+class QtModuleSelector;
+
+/// Does the work of AppBase: it owns the QApplication, the configuration, the main window, the
+/// module list and the splash screen.
+class VLR_GUI_EXPORT AppBaseImpl : public QObject, public CaSubject, public ApplicationServices {
+    Q_OBJECT
+
+public:
+    AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool forceSplash);
+    /// Stores the modules' configurations on the way: the module list goes while the
+    /// QApplication still lives.
+    ~AppBaseImpl() override;
+
+    int run();
+    bool addModule(QtAppModule* module);
+    void activateModule(const QString& name);
+    void setModuleSelector(QtModuleSelector* selector);
+    void setApplicationIdentification(const QString& title, const QIcon& icon,
+                                      const QString& iconText);
+    void launchSplashScreen();
+    /// Switching off while off acts as switching on does, except for the stored mode.
+    void setTouchScreenModeEnabled(bool on);
+
+    QtAppMainWindow* getMainWindow() const override;
+    const DataPointer<AppBaseConfig>& config() const { return m_config; } ///< Never null.
+    DataPointer<Patient> currentPatient() const override;
+    DataPointer<Study> currentStudy() const;
+    DataPointer<Data> currentDataItem() const;
+    void setCurrentPatient(const DataPointer<Patient>& patient);
+    void setCurrentStudy(const DataPointer<Study>& study);
+    void setCurrentDataItem(const DataPointer<Data>& item);
+    void setBusyCursor() override;
+    void resetCursor() override;
+
+    static CaError getPatientList(std::vector<Patient*>& patients);
+
+    /// What the progress monitor asks: the settings "ProgressBarFlushX" and "ProgressBarSyncX".
+    static bool isProgressBarFlushX();
+    static bool isProgressBarSyncX();
+
+public slots:
+    void unixSignalHandler(int signal);
+    void showConfigDialog();
+    void showConfigFileEditorDialog();
+    void showScreenShotDialog();
+    void exitApplication();
+    void splashCloseSL();
+
+private:
+    void createApplication(int& argc, char** argv);
+    void loadConfiguration();
+    void createMainWindow();
+    void storeConfiguration();
+    void initSplashScreen(bool force);
+    void showSplashScreenMessage(const QString& text);
+    void setShowMode();
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
+
+    QPointer<QtModuleList> m_moduleList;
+    QPointer<QtAppMainWindow> m_mainWindow;
+    CurrentItems m_currentItems;
+    DataPointer<AppBaseConfig> m_config;
+    QSplashScreen* m_splashScreen = nullptr;
+    bool m_touchScreenMode = false;
+    bool m_useConfiguration;
+    const QString m_configurationId;
+    const QString m_configurationName;
+    QtApplication* m_application = nullptr;
+    bool m_exitRequested = false;
+};

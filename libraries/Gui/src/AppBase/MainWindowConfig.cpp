@@ -1,0 +1,7 @@
+#include "AppBase/MainWindowConfig.h"
+
+VLR_DEFINE_RECORD_FACTORY(MainWindowConfig)
+
+DataPointer<QuadViewConfig> MainWindowConfig::quadViewConfig() {
+    return subRecord<QuadViewConfig>(QStringLiteral("QuadViewConfig"));
+}

@@ -1,0 +1,312 @@
+#include "AppBase/QtAppMainWindow.h"
+
+#include "AppBase/Icons.h"
+#include "AppBase/QtAppMainWindowHelpers.h"
+#include "AppBase/QtMainWinSplitter.h"
+#include "AppBase/QtModuleSelector.h"
+#include "Log/vlrLog.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QMetaMethod>
+#include <QtCore/QTimer>
+#include <QtGui/QCloseEvent>
+#include <QtWidgets/QGridLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QMessageBox>
+#include <QtWidgets/QShortcut>
+#include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int controlPane = 0;
+constexpr int viewerPane = 1;
+
+void removeMargins(QLayout* layout) {
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+}
+
+struct Place {
+    int row;
+    int column;
+};
+
+// Sizes taken before the window was laid out say nothing.
+bool isUsable(const QList<int>& sizes) {
+    return std::any_of(sizes.begin(), sizes.end(), [](int size) { return size > 0; });
+}
+
+} // namespace
+
+QtAppMainWindow::QtAppMainWindow(const DataPointer<MainWindowConfig>& config, QWidget* parent,
+                                 Qt::WindowFlags flags)
+    : QMainWindow(parent, flags),
+      m_splitter(new QtMainWinSplitter(
+          config ? config->quadViewConfig() : DataPointer<QuadViewConfig>(), this)),
+      m_config(config) {
+    createCentralArea();
+    createControlArea();
+    createLogo();
+    m_controlLayout->addLayout(m_contextLayout, 1);
+    createButtons();
+    setCentralWidget(m_centralWidget);
+    m_contextStack->addWidget(new QWidget);
+    if (m_config)
+        m_config->attach(Data::CHANGED, this, &QtAppMainWindow::reconfigure);
+    createScreenshotShortcut();
+}
+
+QtAppMainWindow::~QtAppMainWindow() {
+    if (m_config)
+        m_config->detach(this);
+    // From here on the window is no longer one that could be asked or that reacts.
+    m_buttons = nullptr;
+}
+
+void QtAppMainWindow::createCentralArea() {
+    m_centralWidget = new QWidget(this);
+    m_centralLayout = new QGridLayout(m_centralWidget);
+    removeMargins(m_centralLayout);
+    m_innerWidget = new QWidget(m_centralWidget);
+    auto* innerLayout = new QGridLayout(m_innerWidget);
+    removeMargins(innerLayout);
+    m_centralLayout->addWidget(m_innerWidget, 1, 1);
+
+    m_viewerWidget = new QWidget(this);
+    m_viewerWidget->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    m_viewerLayout = new QVBoxLayout(m_viewerWidget);
+    removeMargins(m_viewerLayout);
+
+    // The control area and the viewer area stand side by side in row 1 of the inner grid; they
+    // are the two panes of the splitter, which spans both places.
+    m_controlArea = new QWidget(m_innerWidget);
+    m_controlArea->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Expanding);
+    innerLayout->addWidget(m_splitter, 1, 0, 1, 2);
+    innerLayout->setRowStretch(1, 1);
+    innerLayout->setColumnStretch(1, 1);
+    m_splitter->addWidget(m_controlArea);
+    m_splitter->addWidget(m_viewerWidget);
+    m_splitter->setStretchFactor(controlPane, 0);
+    m_splitter->setStretchFactor(viewerPane, 1);
+    m_splitter->setCollapsible(viewerPane, false);
+}
+
+void QtAppMainWindow::createControlArea() {
+    m_contextStack = new QStackedWidget(m_controlArea);
+    m_contextStack->show();
+    m_contextLayout = new QBoxLayout(QBoxLayout::TopToBottom);
+    removeMargins(m_contextLayout);
+    m_contextLayout->addWidget(m_contextStack, 20);
+
+    m_controlLayout = new QBoxLayout(QBoxLayout::TopToBottom, m_controlArea);
+    const QMargins margins = m_controlLayout->contentsMargins();
+    m_controlLayout->setContentsMargins(margins.left(), 0, margins.right(), 2);
+    m_controlLayout->setSpacing(0);
+}
+
+void QtAppMainWindow::createButtons() {
+    m_buttons = new QtAppMainWindowButtons(m_controlArea);
+    m_controlLayout->addWidget(m_buttons);
+    connect(m_buttons->quit, &QToolButton::clicked, this, &QtAppMainWindow::exitRequest);
+    connect(m_buttons->screenshot, &QToolButton::clicked, this,
+            &QtAppMainWindow::screenShotRequest);
+    connect(m_buttons->configure, &QToolButton::clicked, this, &QtAppMainWindow::configRequest);
+    connect(m_buttons->settingsEditor, &QToolButton::clicked, this,
+            &QtAppMainWindow::configFileEditorRequest);
+    updateButtons();
+}
+
+void QtAppMainWindow::createLogo() {
+    if (!vlr::Settings::get(QStringLiteral("Velora/Application/DisplayLogo"), false))
+        return;
+    auto* logo = new QLabel(m_controlArea);
+    logo->setObjectName(QStringLiteral("logo"));
+    logo->setMinimumSize(179, 150);
+    logo->setAlignment(Qt::AlignHCenter);
+    logo->setPixmap(QPixmap(QStringLiteral(":/icons/default/Lumari_logo")));
+    m_controlLayout->addWidget(logo, 0, Qt::AlignHCenter);
+}
+
+void QtAppMainWindow::createScreenshotShortcut() {
+    const QString keys =
+        vlr::Settings::get(QStringLiteral("Velora/Application/ScreenshotShortcut"), "F2");
+    const QKeySequence sequence(keys);
+    if (sequence.isEmpty() || sequence[0] == Qt::Key_unknown)
+        VLR_LOG(Warning) << "The screenshot shortcut \"" << keys << "\" is not a key sequence.";
+    auto* shortcut = new QShortcut(sequence, this);
+    shortcut->setContext(Qt::ApplicationShortcut);
+    connect(shortcut, &QShortcut::activated, this, &QtAppMainWindow::screenShotRequest);
+}
+
+// --- requests
+
+void QtAppMainWindow::connectNotify(const QMetaMethod&) {
+    updateButtons();
+}
+
+// A connection that goes with its receiver is still counted at this moment.
+void QtAppMainWindow::disconnectNotify(const QMetaMethod&) {
+    QTimer::singleShot(0, this, &QtAppMainWindow::updateButtons);
+}
+
+void QtAppMainWindow::updateButtons() {
+    if (!m_buttons)
+        return;
+    m_buttons->screenshot->setEnabled(
+        isSignalConnected(QMetaMethod::fromSignal(&QtAppMainWindow::screenShotRequest)));
+    m_buttons->configure->setEnabled(
+        isSignalConnected(QMetaMethod::fromSignal(&QtAppMainWindow::configRequest)));
+    m_buttons->settingsEditor->setEnabled(
+        isSignalConnected(QMetaMethod::fromSignal(&QtAppMainWindow::configFileEditorRequest)));
+}
+
+void QtAppMainWindow::closeEvent(QCloseEvent* event) {
+    exitRequest();
+    event->ignore();
+}
+
+void QtAppMainWindow::exitRequest() {
+    if (vlr::Settings::get(QStringLiteral("Velora/Application/ExitWithoutRequest"), false))
+        emit exitApplication();
+    else
+        askExit();
+}
+
+void QtAppMainWindow::askExit() {
+    if (m_askingExit)
+        return; // A window manager may close the window again while the question is open.
+    m_askingExit = true;
+    QMessageBox question(this);
+    question.setWindowTitle(tr("Exit %1?").arg(windowTitle()));
+    question.setText(tr("Do you really want to exit?"));
+    question.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    question.setDefaultButton(QMessageBox::No);
+    question.setEscapeButton(QMessageBox::No);
+    question.setIconPixmap(vlr::icon(QStringLiteral("Exit")).pixmap(50, 50));
+    const int answer = question.exec();
+    m_askingExit = false;
+    if (answer == QMessageBox::Yes)
+        emit exitApplication();
+}
+
+// --- layout
+
+void QtAppMainWindow::setMainLayoutDirection(MainWindowConfig::LayoutDirections) {}
+
+void QtAppMainWindow::setControlAreaSize(int) {}
+
+void QtAppMainWindow::setSecondaryLayoutDirection(MainWindowConfig::LayoutDirections direction,
+                                                  bool adjustMainWindowButtons) {
+    switch (direction) {
+    case MainWindowConfig::LeftRight:
+        // The buttons stay below whatever the flag says.
+        m_controlLayout->setDirection(QBoxLayout::TopToBottom);
+        m_contextLayout->setDirection(QBoxLayout::LeftToRight);
+        break;
+    case MainWindowConfig::RightLeft:
+        m_controlLayout->setDirection(adjustMainWindowButtons ? QBoxLayout::RightToLeft
+                                                              : QBoxLayout::TopToBottom);
+        m_contextLayout->setDirection(QBoxLayout::RightToLeft);
+        break;
+    case MainWindowConfig::TopBottom:
+        m_controlLayout->setDirection(QBoxLayout::TopToBottom);
+        m_contextLayout->setDirection(QBoxLayout::TopToBottom);
+        break;
+    case MainWindowConfig::BottomTop:
+        m_controlLayout->setDirection(QBoxLayout::BottomToTop);
+        m_contextLayout->setDirection(QBoxLayout::BottomToTop);
+        break;
+    }
+}
+
+void QtAppMainWindow::reconfigure(CaSubject*, void*, const char*, void*) {
+    setSecondaryLayoutDirection(m_config->innerLayoutDirection());
+}
+
+void QtAppMainWindow::setMaxWindowSize(QRect rect) {
+    if (rect.isEmpty()) {
+        setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+        return;
+    }
+    const QSize frame = frameGeometry().size() - size();
+    setMaximumSize((rect.size() - frame).expandedTo(minimumSizeHint()));
+    const QRect outer = frameGeometry();
+    move(std::max(rect.left(), std::min(outer.left(), rect.right() + 1 - outer.width())),
+         std::max(rect.top(), std::min(outer.top(), rect.bottom() + 1 - outer.height())));
+}
+
+void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
+    m_buttons->setTouchScreenMode(onOrOff);
+    const QList<int> sizes = m_splitter->sizes();
+    if (isUsable(m_rememberedSizes))
+        m_splitter->setSizes(m_rememberedSizes);
+    m_rememberedSizes = sizes;
+}
+
+void QtAppMainWindow::toggleContextAreaVisible() {
+    const QList<int> sizes = m_splitter->sizes();
+    const int total = sizes.value(controlPane) + sizes.value(viewerPane);
+    if (sizes.value(controlPane) >= 1) {
+        m_rememberedSizes = sizes;
+        m_splitter->setSizes({0, total});
+    } else if (m_rememberedSizes.value(controlPane) >= 1) {
+        m_splitter->setSizes(m_rememberedSizes);
+    } else {
+        // Closed by hand and never remembered open.
+        const int width = m_controlArea->sizeHint().width();
+        m_splitter->setSizes({width, std::max(0, total - width)});
+    }
+}
+
+// --- what stands in the areas
+
+int QtAppMainWindow::addContextWidget(QWidget* widget) {
+    return widget ? m_contextStack->addWidget(widget) : -1;
+}
+
+void QtAppMainWindow::raiseContextWidget(int index) {
+    m_contextStack->setCurrentIndex(index);
+}
+
+void QtAppMainWindow::occupyWindow(QtAppModuleProxy*, QWidget* widget) {
+    removeCurrentModuleWidget();
+    setNewCurrentModuleWidget(widget);
+}
+
+void QtAppMainWindow::removeCurrentModuleWidget() {
+    if (!m_currentModuleWidget)
+        return;
+    m_viewerLayout->removeWidget(m_currentModuleWidget);
+    m_currentModuleWidget->hide();
+    m_currentModuleWidget->setParent(nullptr);
+    m_currentModuleWidget = nullptr;
+}
+
+void QtAppMainWindow::setNewCurrentModuleWidget(QWidget* widget) {
+    if (!widget)
+        return;
+    m_currentModuleWidget = widget;
+    widget->setParent(m_viewerWidget);
+    m_viewerLayout->addWidget(widget);
+    widget->show();
+}
+
+void QtAppMainWindow::setModuleSelector(QtModuleSelector* selector) {
+    if (selector == m_moduleSelector)
+        return;
+    delete m_moduleSelector.data();
+    m_moduleSelector = selector;
+    if (!selector)
+        return;
+    static constexpr Place places[] = {{1, 0}, {1, 2}, {0, 1}, {2, 1}};
+    const int position = selector->getPosition();
+    selector->setParent(m_centralWidget);
+    if (position < 0 || position > 3)
+        return;
+    const Place place = places[position];
+    m_centralLayout->addWidget(selector, place.row, place.column);
+    selector->show();
+}

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "AppBase/MainWindowConfig.h"
+#include "vlrGuiExport.h"
+
+#include <QtCore/QList>
+#include <QtCore/QPointer>
+#include <QtWidgets/QMainWindow>
+
+class QBoxLayout;
+class QGridLayout;
+class QStackedWidget;
+class QtAppMainWindowButtons;
+class QtAppModuleProxy;
+class QtMainWinSplitter;
+class QtModuleSelector;
+class QVBoxLayout;
+
+/// The single top-level window of an application: the control area with the modules' context
+/// widgets and the request buttons, and the viewer area with the active module's main widget, on
+/// the two sides of a splitter.
+///
+///     const int index = window->addContextWidget(module->getWidget());
+///     window->raiseContextWidget(index);
+///     window->occupyWindow(proxy, module->getMainWidget());
+///
+/// The window only asks: its requests are signals, which the application object answers. The
+/// request buttons are enabled while somebody is connected to their signal.
+class VLR_GUI_EXPORT QtAppMainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    /// Without a configuration the window does not follow layout changes.
+    QtAppMainWindow(const DataPointer<MainWindowConfig>& config, QWidget* parent,
+                    Qt::WindowFlags flags);
+    ~QtAppMainWindow() override;
+
+    /// Takes the widget into the context stack and returns its index, from 1; -1 for null.
+    int addContextWidget(QWidget* widget);
+
+    /// Makes the widget the one in the viewer area; null leaves the area empty. The widget is
+    /// parented to the viewer area while it is shown there, and to nothing afterwards.
+    void occupyWindow(QtAppModuleProxy* proxy, QWidget* widget);
+
+    /// Places the selector at the side that it reports, owns it, and deletes the previous one at
+    /// once. A selector with an unknown position is kept but not shown.
+    void setModuleSelector(QtModuleSelector* selector);
+
+    /// Limits the window to the size of the rectangle and moves it inside where it is not. An
+    /// empty rectangle removes the limit.
+    void setMaxWindowSize(QRect rect);
+
+signals:
+    void screenShotRequest();
+    void configRequest();
+    void configFileEditorRequest();
+    void moduleActivated(const QtAppModuleProxy* proxy);
+    void exitApplication();
+
+public slots:
+    /// The main direction is fixed at construction; this does nothing.
+    void setMainLayoutDirection(MainWindowConfig::LayoutDirections direction);
+    /// Direction of the context area; `adjustMainWindowButtons` lets the buttons follow where
+    /// the direction allows it.
+    void setSecondaryLayoutDirection(MainWindowConfig::LayoutDirections direction,
+                                     bool adjustMainWindowButtons = false);
+    void raiseContextWidget(int index); ///< An index without page is ignored.
+    /// The splitter alone governs the size of the control area; this does nothing.
+    void setControlAreaSize(int size);
+    /// Exchanges the splitter's sizes with the remembered ones, so that leaving the mode brings
+    /// back the sizes from before.
+    void setTouchScreenMode(bool onOrOff);
+
+protected slots:
+    void toggleContextAreaVisible();
+    /// Asks the user whether to leave, unless "Velora/Application/ExitWithoutRequest" is true.
+    void exitRequest();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
+private:
+    void createCentralArea();
+    void createControlArea();
+    void createButtons();
+    void createLogo();
+    void createScreenshotShortcut();
+    void updateButtons();
+    void askExit();
+    void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
+    void removeCurrentModuleWidget();
+    void setNewCurrentModuleWidget(QWidget* widget);
+
+    QtMainWinSplitter* m_splitter;
+    QWidget* m_centralWidget = nullptr;
+    QGridLayout* m_centralLayout = nullptr;
+    QWidget* m_innerWidget = nullptr;
+    QWidget* m_viewerWidget = nullptr;
+    QVBoxLayout* m_viewerLayout = nullptr;
+    QPointer<QWidget> m_currentModuleWidget;
+    QWidget* m_controlArea = nullptr;
+    QBoxLayout* m_contextLayout = nullptr;
+    QBoxLayout* m_controlLayout = nullptr;
+    QPointer<QtModuleSelector> m_moduleSelector;
+    QStackedWidget* m_contextStack = nullptr;
+    QtAppMainWindowButtons* m_buttons = nullptr;
+    DataPointer<MainWindowConfig> m_config;
+    QList<int> m_rememberedSizes;
+    bool m_askingExit = false;
+};

@@ -1,0 +1,197 @@
+#include "AppBase/QtModuleList.h"
+
+#include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtAppModule.h"
+#include "AppBase/QtAppModuleProxy.h"
+
+namespace {
+
+struct ModuleConnection {
+    const char* signal;
+    const char* slot;
+};
+
+// By name: a derived module's signals are found whatever class declares them.
+const ModuleConnection toList[] = {
+    {SIGNAL(activateNextModule()), SLOT(next())},
+    {SIGNAL(activatePrevModule()), SLOT(previous())},
+    {SIGNAL(activateModule(QString)), SLOT(activate(QString))},
+    {SIGNAL(deactivateAllModules()), SLOT(deactivateAll())},
+    {SIGNAL(enableModule(QString)), SLOT(enableModule(QString))},
+    {SIGNAL(disableModule(QString)), SLOT(disableModule(QString))},
+};
+const ModuleConnection toWindow[] = {
+    {SIGNAL(controlAreaSize(int)), SLOT(setControlAreaSize(int))},
+    {SIGNAL(enableTouchScreenMode(bool)), SLOT(setTouchScreenMode(bool))},
+};
+
+} // namespace
+
+QtModuleList::QtModuleList(QtAppMainWindow* mainWindow, QObject* parent)
+    : QObject(parent), m_mainWindow(mainWindow) {}
+
+QtModuleList::~QtModuleList() {
+    for (const auto& proxy : m_proxies) {
+        if (!proxy)
+            continue;
+        if (proxy->module())
+            disconnectModule(proxy->module());
+        proxy->deactivate();
+        proxy->storeConfiguration();
+        delete proxy.data();
+    }
+}
+
+bool QtModuleList::isIndex(int index) const {
+    return index >= 0 && index < count() && proxy(index);
+}
+
+QtAppModuleProxy* QtModuleList::proxy(int index) const {
+    return m_proxies[static_cast<std::size_t>(index)];
+}
+
+QString QtModuleList::name(int index) const {
+    return proxy(index)->moduleName();
+}
+
+int QtModuleList::findIndex(QString name) const {
+    for (int i = 0; i < count(); ++i)
+        if (isIndex(i) && proxy(i)->moduleName() == name)
+            return i;
+    return -1;
+}
+
+void QtModuleList::connectModule(QtAppModule* module) {
+    for (const ModuleConnection& connection : toList)
+        connect(module, connection.signal, this, connection.slot);
+    for (const ModuleConnection& connection : toWindow)
+        connect(module, connection.signal, m_mainWindow, connection.slot);
+}
+
+void QtModuleList::disconnectModule(QtAppModule* module) {
+    for (const ModuleConnection& connection : toList)
+        disconnect(module, connection.signal, this, connection.slot);
+    if (m_mainWindow)
+        for (const ModuleConnection& connection : toWindow)
+            disconnect(module, connection.signal, m_mainWindow, connection.slot);
+}
+
+int QtModuleList::registerModule(QtAppModule* module) {
+    if (!module || !m_mainWindow)
+        return -1;
+    auto* newProxy = new QtAppModuleProxy(module, m_mainWindow);
+    connectModule(module);
+    m_proxies.emplace_back(newProxy);
+    const int index = count() - 1;
+    emit registered(newProxy->moduleName(), index);
+    if (count() == 1) {
+        m_currentIndex = 0;
+        newProxy->activate();
+        announceActivation(0);
+    }
+    return index;
+}
+
+// A module may ask for another one while it is being activated; then the other one was
+// announced already and is the current one.
+void QtModuleList::announceActivation(int index) {
+    if (m_currentIndex != index)
+        return;
+    emit activated(name(index), index);
+    if (m_currentIndex == index)
+        emit activated(proxy(index));
+}
+
+void QtModuleList::activate(int index) {
+    if (!isIndex(index)) {
+        deactivateAll();
+        return;
+    }
+    if (index == m_currentIndex)
+        return;
+    if (isIndex(m_currentIndex)) {
+        const int oldIndex = m_currentIndex;
+        proxy(oldIndex)->deactivate();
+        emit deactivated(name(oldIndex), oldIndex);
+    }
+    m_currentIndex = index;
+    proxy(index)->activate();
+    announceActivation(index);
+}
+
+void QtModuleList::activate(QString name) {
+    activate(findIndex(name));
+}
+
+void QtModuleList::next() {
+    activate(m_currentIndex + 1);
+}
+
+void QtModuleList::previous() {
+    activate(m_currentIndex - 1);
+}
+
+void QtModuleList::deactivateAll() {
+    for (int i = 0; i < count(); ++i) {
+        if (!isIndex(i))
+            continue;
+        proxy(i)->deactivate();
+        emit deactivated(name(i), i);
+    }
+    if (m_mainWindow)
+        m_mainWindow->raiseContextWidget(0);
+}
+
+// The guard asks for a current module, not for the index: modules are enabled and disabled
+// while the workflow runs.
+void QtModuleList::setModuleEnabled(int index, bool enable) {
+    if (!isIndex(m_currentIndex) || !isIndex(index))
+        return;
+    proxy(index)->setEnabled(enable);
+    if (enable)
+        emit enabled(name(index), index);
+    else
+        emit disabled(name(index), index);
+}
+
+void QtModuleList::enableModule(int index) {
+    setModuleEnabled(index, true);
+}
+
+void QtModuleList::enableModule(QString name) {
+    enableModule(findIndex(name));
+}
+
+void QtModuleList::disableModule(int index) {
+    setModuleEnabled(index, false);
+}
+
+void QtModuleList::disableModule(QString name) {
+    disableModule(findIndex(name));
+}
+
+int QtModuleList::currentIndex() {
+    return m_currentIndex;
+}
+
+QString QtModuleList::currentName() {
+    return isIndex(m_currentIndex) ? name(m_currentIndex) : QString();
+}
+
+const QtAppModuleProxy* QtModuleList::currentModuleProxy() const {
+    return isIndex(m_currentIndex) ? proxy(m_currentIndex) : nullptr;
+}
+
+void QtModuleList::generateEvents() {
+    for (int i = 0; i < count(); ++i) {
+        if (!isIndex(i))
+            continue;
+        emit registered(name(i), i);
+        if (!proxy(i)->isEnabled())
+            emit disabled(name(i), i);
+    }
+    if (isIndex(m_currentIndex)) {
+        emit activated(name(m_currentIndex), m_currentIndex);
+        emit activated(proxy(m_currentIndex));
+    }
+}

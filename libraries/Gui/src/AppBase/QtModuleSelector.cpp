@@ -1,0 +1,15 @@
+#include "AppBase/QtModuleSelector.h"
+
+QtModuleSelector::QtModuleSelector(QtModuleSelector::Position position) : m_position(position) {}
+
+QtModuleSelector::~QtModuleSelector() = default;
+
+QtModuleSelector::Position QtModuleSelector::getPosition() {
+    return m_position;
+}
+
+void QtModuleSelector::addModule(QString, int) {}
+void QtModuleSelector::moduleActivated(QString, int) {}
+void QtModuleSelector::moduleDeactivated(QString, int) {}
+void QtModuleSelector::moduleDisabled(QString, int) {}
+void QtModuleSelector::moduleEnabled(QString, int) {}

@@ -1,0 +1,5 @@
+#include "AppBase/QtTabBar.h"
+
+QtTabBar::~QtTabBar() = default;
+
+void QtTabBar::wheelEvent(QWheelEvent*) {}

@@ -1,0 +1,267 @@
+#include "Data/ChildItem.h"
+#include "Data/ConfigurationRecord.h"
+#include "Data/DataItem.h"
+#include "Data/DataIterator.h"
+#include "Data/Patient.h"
+#include "Data/ProcessData.h"
+#include "Data/Study.h"
+#include "IO/TreeXml.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+DataPointer<Data> makeItem(const char* id) {
+    DataPointer<Data> item(new DataItem);
+    item->setId(QString::fromLatin1(id));
+    return item;
+}
+
+QStringList descendants(const DataPointer<Data>& root) {
+    QStringList ids;
+    DataIterator it(root);
+    while (const DataPointer<Data> item = it.next())
+        ids << item->id();
+    return ids;
+}
+
+struct DeletionCount {
+    explicit DeletionCount(Data& item)
+        : connection(item, Data::DELETED, [this](auto*, auto*, auto*, auto*) { ++count; }) {}
+    int count = 0;
+    CaConnection connection;
+};
+
+} // namespace
+
+TEST(Data, DiesWithItsLastReferenceAndItsChildrenWithIt) {
+    DataPointer<Data> parent = makeItem("parent");
+    DataPointer<Data> child = makeItem("child");
+    DeletionCount parentGone(*parent);
+    DeletionCount childGone(*child);
+    ASSERT_EQ(parent->addChild(child, false), CaError::nullError);
+    child = nullptr;
+    EXPECT_EQ(childGone.count, 0);
+
+    DataPointer<Data> held = parent->child(0);
+    parent = nullptr;
+    EXPECT_EQ(parentGone.count, 1);
+    EXPECT_EQ(childGone.count, 0);
+    EXPECT_EQ(held->parent(), nullptr);
+    held = nullptr;
+    EXPECT_EQ(childGone.count, 1);
+}
+
+TEST(Data, RefusesChildrenThatWouldBreakTheTree) {
+    const DataPointer<Data> root = makeItem("root");
+    const DataPointer<Data> child = makeItem("child");
+    ASSERT_EQ(root->addChild(child, false), CaError::nullError);
+    EXPECT_NE(root->addChild(nullptr, true), CaError::nullError);
+    EXPECT_NE(root->addChild(root, true), CaError::nullError);
+    EXPECT_NE(child->addChild(root, true), CaError::nullError);
+    EXPECT_NE(root->addChild(makeItem("child"), true), CaError::nullError);
+    EXPECT_EQ(root->addChild(makeItem(""), true), CaError::nullError);
+    EXPECT_EQ(root->addChild(makeItem(""), true), CaError::nullError);
+    EXPECT_EQ(root->childCount(), 3);
+
+    DataPointer<Data> deepest = root;
+    int levels = 1;
+    for (;; ++levels) {
+        const DataPointer<Data> next = makeItem("level");
+        if (deepest->addChild(next, false) != CaError::nullError)
+            break;
+        deepest = next;
+    }
+    EXPECT_EQ(levels, Data::maximumDepth);
+}
+
+TEST(Data, AChildMovesToItsNewParentAndObserversAreTold) {
+    const DataPointer<Data> from = makeItem("from");
+    const DataPointer<Data> to = makeItem("to");
+    const DataPointer<Data> child = makeItem("child");
+    std::vector<std::string> told;
+    const auto tell = [&](CaSubject* subject, void*, const char* event, void* data) {
+        EXPECT_EQ(data, child.get());
+        told.push_back(static_cast<Data*>(subject)->id().toStdString() + event);
+    };
+    CaConnection removed(*from, Data::CHILD_REMOVED, tell);
+    CaConnection added(*to, Data::CHILD_ADDED, tell);
+
+    ASSERT_EQ(from->addChild(child, true), CaError::nullError);
+    ASSERT_EQ(to->addChild(child, true), CaError::nullError);
+    EXPECT_EQ(child->parent(), to.get());
+    EXPECT_EQ(from->childCount(), 0);
+    EXPECT_EQ(told, (std::vector<std::string>{"fromData::CHILD_REMOVED", "toData::CHILD_ADDED"}));
+
+    EXPECT_NE(to->removeChild(QStringLiteral("unknown")), CaError::nullError);
+    EXPECT_EQ(to->removeChild(QStringLiteral("child")), CaError::nullError);
+    EXPECT_EQ(child->parent(), nullptr);
+}
+
+TEST(DataIterator, VisitsParentsBeforeChildrenAndSiblingsInOrder) {
+    const DataPointer<Data> root = makeItem("root");
+    const DataPointer<Data> a = makeItem("a");
+    const DataPointer<Data> b = makeItem("b");
+    ASSERT_EQ(root->addChild(a, false), CaError::nullError);
+    ASSERT_EQ(root->addChild(b, false), CaError::nullError);
+    ASSERT_EQ(a->addChild(makeItem("a1"), false), CaError::nullError);
+    ASSERT_EQ(a->addChild(makeItem("a2"), false), CaError::nullError);
+    EXPECT_EQ(descendants(root).join(QLatin1Char(' ')), QStringLiteral("a a1 a2 b"));
+    EXPECT_TRUE(descendants(nullptr).isEmpty());
+
+    DataIterator it(root);
+    it.next();
+    ASSERT_EQ(root->removeChild(a.get()), CaError::nullError);
+    while (it.next())
+        ;
+}
+
+TEST(Data, KeepsItemsOfUnknownClassesWordForWord) {
+    DataTreeNode node(QStringLiteral("Patient"));
+    DataTreeNode* foreign = node.addChild(QStringLiteral("ForeignRecord"));
+    foreign->setId(QStringLiteral("x"));
+    foreign->setKey(QStringLiteral("key"));
+    foreign->setAttribute(QStringLiteral("speed"), QStringLiteral("5"));
+    foreign->setBinaryParts({QStringLiteral("raw")});
+    foreign->addChild(QStringLiteral("ForeignPart"))
+        ->setAttribute(QStringLiteral("a"), QStringLiteral("b"));
+
+    const DataPointer<Patient> patient(new Patient);
+    ASSERT_EQ(patient->load(node), CaError::nullError);
+    EXPECT_EQ(patient->child(0)->getClassId(), _vlr::StringMixer("ForeignRecord"));
+    DataTreeNode saved;
+    ASSERT_EQ(patient->save(saved), CaError::nullError);
+    EXPECT_EQ(saved.children().size(), 1U);
+    EXPECT_EQ(vlr::writeTree(*saved.children().front()), vlr::writeTree(*foreign));
+}
+
+TEST(Data, AFailedLoadLeavesTheItemAsItWas) {
+    const DataPointer<Patient> patient(new Patient);
+    patient->setName(QStringLiteral("Before"));
+    patient->setId(QStringLiteral("before"));
+    ASSERT_EQ(patient->addChild(makeItem("kept"), false), CaError::nullError);
+
+    DataTreeNode twins(QStringLiteral("Patient"));
+    twins.setId(QStringLiteral("after"));
+    twins.setAttribute(QStringLiteral("Name"), QStringLiteral("After"));
+    twins.addChild(QStringLiteral("X"))->setId(QStringLiteral("twin"));
+    twins.addChild(QStringLiteral("X"))->setId(QStringLiteral("twin"));
+    DataTreeNode other(QStringLiteral("Study"));
+    for (DataTreeNode* node : {&twins, &other}) {
+        EXPECT_NE(patient->load(*node), CaError::nullError);
+        EXPECT_EQ(patient->name(), QStringLiteral("Before"));
+        EXPECT_EQ(patient->id(), QStringLiteral("before"));
+        EXPECT_TRUE(patient->hasChildAndGet(QStringLiteral("kept")));
+    }
+}
+
+// --- the identity of the core records
+
+TEST(DataRecord, KnowsItsClassItsBasesAndItsFactory) {
+    struct Case {
+        int registered;
+        const char* name;
+        bool isDataItem;
+    };
+    const Case cases[] = {
+        {createPatientFactory(), "Patient", false},
+        {createStudyFactory(), "Study", false},
+        {createDataItemFactory(), "DataItem", true},
+        {createProcessDataFactory(), "ProcessData", false},
+        {createChildItemFactory(), "ChildItem", false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.registered, 1) << c.name;
+        const DataPointer<Data> item(Data::createInstance(QString::fromLatin1(c.name)));
+        ASSERT_TRUE(item) << c.name;
+        EXPECT_EQ(item->getClassId(), _vlr::StringMixer(c.name));
+        EXPECT_TRUE(item->isA(c.name));
+        EXPECT_TRUE(item->isA(Data::classId()));
+        EXPECT_EQ(item->isA(DataItem::classId()), c.isDataItem) << c.name;
+    }
+    EXPECT_EQ(Data::createInstance(QStringLiteral("Nobody")), nullptr);
+    EXPECT_FALSE(std::is_destructible_v<Patient>);
+}
+
+TEST(RecordFactory, TheFirstRegistrationWinsAndACopyEntersNothing) {
+    EXPECT_EQ(createPatientFactory(), 1);
+    CaFactory* const first = Data::getFactory().at("Patient");
+    {
+        PatientFactory second;
+        PatientFactory copy(second);
+        copy = second;
+        EXPECT_EQ(Data::getFactory().at("Patient"), first);
+        const DataPointer<Data> made(second.createInstance());
+        EXPECT_TRUE(made->isA(Patient::classId()));
+    }
+    EXPECT_EQ(Data::getFactory().at("Patient"), first);
+    EXPECT_EQ(createPatientFactory(), 1);
+    EXPECT_EQ(Data::getFactory().at("Patient"), first);
+}
+
+// --- XML
+
+TEST(TreeXml, CarriesAnyText) {
+    const QString texts[] = {
+        QString(),
+        QStringLiteral(" two  blanks "),
+        QStringLiteral("line\r\nbreak\ttab"),
+        QStringLiteral("<&>\"'"),
+        QString::fromUtf8("Zoë 山田 \xF0\x9F\x98\x80 e\xCC\x81"),
+        QString(QChar(1)) + QStringLiteral("a\\u0001b") + QChar(0x1f),
+        QString(QChar(0)) + QChar(0xFFFE) + QChar(0xD800),
+        QStringLiteral("back\\slash"),
+    };
+    for (const QString& text : texts) {
+        DataTreeNode node(QStringLiteral("X"));
+        node.setId(text);
+        node.setKey(text);
+        node.setAttribute(QStringLiteral("name"), text);
+        node.setAttribute(text + QLatin1Char('n'), QStringLiteral("1"));
+        node.setBinaryParts({text});
+        DataTreeNode read;
+        const QByteArray document = vlr::writeTree(node);
+        ASSERT_EQ(vlr::readTree(document, read), CaError::nullError) << document.constData();
+        EXPECT_EQ(read.id(), text);
+        EXPECT_EQ(read.key(), text);
+        EXPECT_EQ(read.attribute(QStringLiteral("name")), text);
+        EXPECT_EQ(read.attribute(text + QLatin1Char('n')), QStringLiteral("1"));
+        EXPECT_EQ(read.binaryParts(), QStringList{text});
+        EXPECT_EQ(vlr::writeTree(read), document);
+    }
+}
+
+TEST(TreeXml, RefusesWhatIsDamagedOrTooMuch) {
+    const QByteArray begin = "<?xml version=\"1.0\"?><vlr version=\"1\">";
+    const QByteArray item = "<data class=\"A\" id=\"\">";
+    QByteArray manyAttributes = begin + item;
+    for (int i = 0; i < 5000; ++i)
+        manyAttributes += "<attribute name=\"" + QByteArray::number(i) + "\" value=\"1\"/>";
+    manyAttributes += "</data></vlr>";
+    const struct {
+        QByteArray document;
+        const char* cause;
+    } cases[] = {
+        {"", "Premature end"},
+        {"not XML at all", "line 1"},
+        {begin + "</vlr>", "no data"},
+        {begin + item + "</data>" + item + "</data></vlr>", "more than one"},
+        {begin + item.repeated(100000), "nested deeper"},
+        {begin + item + "<data class=\"B\"/>", "line 1"},
+        {begin + "<attribute name=\"a\" value=\"b\"/></vlr>", "unexpected"},
+        {begin + item + "<script/></data></vlr>", "unexpected"},
+        {begin + item + "<attribute name=\"a\"><data/></attribute></data></vlr>", "unexpected"},
+        {"<vlr version=\"2\">" + item + "</data></vlr>", "unknown version"},
+        {"<!DOCTYPE vlr [<!ENTITY a \"b\">]>" + begin.mid(21) + item + "</data></vlr>",
+         "document type"},
+        {manyAttributes, "4096"},
+        {QByteArray(5 << 20, ' '), "bytes"},
+    };
+    for (const auto& c : cases) {
+        DataTreeNode node(QStringLiteral("untouched"));
+        const CaError error = vlr::readTree(c.document, node);
+        EXPECT_NE(error.text().find(c.cause), std::string::npos)
+            << error.text() << " instead of " << c.cause;
+        EXPECT_EQ(node.className(), QStringLiteral("untouched"));
+    }
+}

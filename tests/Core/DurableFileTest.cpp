@@ -1,0 +1,172 @@
+#include "IO/DurableFile.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+using namespace vlrTest;
+using testing::HasSubstr;
+
+namespace {
+
+QString inFolder(const char* name) {
+    return testFolder() + QLatin1Char('/') + QLatin1String(name);
+}
+
+QStringList entries(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                  QDir::NoDotAndDotDot);
+}
+
+void expectFailure(const QString& path, const QByteArray& bytes) {
+    const CaError error = vlr::writeDurably(path, bytes);
+    EXPECT_EQ(error.id(), "File::writeFailed");
+    EXPECT_THAT(error.description(), HasSubstr(path.toStdString()));
+}
+
+} // namespace
+
+TEST(DurableFile, CreatesFoldersAndReplacesLongerContent) {
+    const QString path = inFolder("a/b/c.xml");
+    for (const QByteArray& bytes : {QByteArray(100000, 'x'), QByteArray("short"), QByteArray()}) {
+        ASSERT_EQ(vlr::writeDurably(path, bytes), CaError::nullError);
+        EXPECT_EQ(readFile(path), bytes);
+        EXPECT_EQ(entries(inFolder("a/b")), QStringList(QStringLiteral("c.xml")));
+    }
+}
+
+// The sizes lie on both sides of Qt's write buffer, whose last part only flush() writes.
+TEST(DurableFile, FullDiskLeavesTheOldFile) {
+    const QString path = inFolder("a.xml");
+    ASSERT_EQ(vlr::writeDurably(path, "old"), CaError::nullError);
+    for (const int size : {1, 100, 16384, 20000, 300000})
+        for (const int room : {0, size / 2, size - 1}) {
+            SCOPED_TRACE(testing::Message() << size << " bytes with room for " << room);
+            {
+                const FullDisk disk(static_cast<unsigned long>(room));
+                expectFailure(path, QByteArray(size, 'n'));
+            }
+            EXPECT_EQ(readFile(path), "old");
+            EXPECT_EQ(entries(testFolder()).size(), 1);
+        }
+}
+
+TEST(DurableFile, FailsWhereNothingCanBeWritten) {
+    writeFile(inFolder("file"), "old");
+    ASSERT_TRUE(QFile::link(inFolder("loop"), inFolder("loop")));
+    ASSERT_EQ(mkfifo(QFile::encodeName(inFolder("pipe")).constData(), 0600), 0);
+    for (const char* name : {"file/below", "loop", "pipe", ".", "no/such/../folder/"})
+        expectFailure(inFolder(name), "new");
+    expectFailure(QString(), "new");
+    QDir(testFolder()).mkdir(QStringLiteral("closed"));
+    const ReadOnlyFolder closed(inFolder("closed"));
+    expectFailure(inFolder("closed/a.xml"), "new");
+    expectFailure(inFolder("closed/sub/a.xml"), "new");
+}
+
+TEST(DurableFile, FollowsLinksAndKeepsPermissions) {
+    writeFile(inFolder("target"), "old");
+    const auto permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup;
+    ASSERT_TRUE(QFile::setPermissions(inFolder("target"), permissions));
+    ASSERT_TRUE(QFile::link(inFolder("target"), inFolder("link1")));
+    ASSERT_TRUE(QFile::link(inFolder("link1"), inFolder("link2")));
+    ASSERT_TRUE(QFile::link(inFolder("sub/later"), inFolder("dangling")));
+
+    ASSERT_EQ(vlr::writeDurably(inFolder("link2"), "new"), CaError::nullError);
+    EXPECT_EQ(readFile(inFolder("target")), "new");
+    EXPECT_TRUE(QFileInfo(inFolder("link1")).isSymLink());
+    const auto mask = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther;
+    EXPECT_EQ(QFile::permissions(inFolder("target")) & mask, QFile::ReadGroup);
+
+    ASSERT_EQ(vlr::writeDurably(inFolder("dangling"), "new"), CaError::nullError);
+    EXPECT_TRUE(QFileInfo(inFolder("dangling")).isSymLink());
+    EXPECT_EQ(readFile(inFolder("sub/later")), "new");
+}
+
+TEST(DurableFile, ReadsUpToTheLimit) {
+    QByteArray bytes;
+    for (const int size : {0, 65536, 100000}) {
+        const QByteArray content(size, 'x');
+        writeFile(inFolder("a"), content);
+        ASSERT_EQ(vlr::readWhole(inFolder("a"), size, bytes), CaError::nullError);
+        EXPECT_EQ(bytes, content);
+    }
+}
+
+TEST(DurableFile, RefusesToRead) {
+    writeFile(inFolder("large"), QByteArray(11, 'x'));
+    ASSERT_EQ(mkfifo(QFile::encodeName(inFolder("pipe")).constData(), 0600), 0);
+    for (const char* name : {"unreadable", "locked"}) {
+        writeFile(inFolder(name) + QStringLiteral("/a"), "secret");
+        const QString path = inFolder(name) + QLatin1String(name[0] == 'u' ? "/a" : "");
+        chmod(QFile::encodeName(path).constData(), 0);
+    }
+    const ReadOnlyFolder withoutRights(testFolder());
+    const struct {
+        QString path;
+        const char* id;
+    } cases[] = {
+        {inFolder("missing"), vlr::fileNotFoundError},
+        {inFolder("large/below"), vlr::fileNotFoundError},
+        // Taken for missing, these would be written anew.
+        {inFolder("unreadable/a"), "File::readFailed"},
+        {inFolder("locked/a"), "File::readFailed"},
+        {inFolder("large"), "File::readFailed"},
+        {inFolder("pipe"), "File::readFailed"},
+        {testFolder(), "File::readFailed"},
+        {QStringLiteral("/dev/null"), "File::readFailed"},
+        {QStringLiteral("/proc/self/maps"), "File::readFailed"}, // states a size of 0
+        {QString(), "File::readFailed"},
+    };
+    for (const auto& each : cases) {
+        QByteArray bytes = "untouched";
+        const CaError error = vlr::readWhole(each.path, 10, bytes);
+        EXPECT_EQ(error.id(), each.id) << each.path.toStdString();
+        EXPECT_THAT(error.description(), HasSubstr(each.path.toStdString()));
+        EXPECT_EQ(bytes, "untouched");
+    }
+}
+
+TEST(DurableFile, KeepsEveryDamagedFile) {
+    const QString path = inFolder("a.xml");
+    QStringList kept;
+    for (const char* text : {"1", "2", "3"}) {
+        writeFile(path, text);
+        QString keptAs;
+        ASSERT_EQ(vlr::keepAside(path, keptAs), CaError::nullError);
+        EXPECT_TRUE(keptAs.startsWith(path + QStringLiteral(".damaged-"))) << keptAs.toStdString();
+        EXPECT_FALSE(QFile::exists(path));
+        kept << keptAs;
+    }
+    EXPECT_EQ(readFile(kept.at(0)) + readFile(kept.at(1)) + readFile(kept.at(2)), "123");
+
+    QString keptAs;
+    EXPECT_THAT(vlr::keepAside(path, keptAs).description(), HasSubstr(path.toStdString()));
+    EXPECT_TRUE(keptAs.isEmpty());
+}
+
+TEST(DurableFile, SweepsOnlyItsOwnOldTemporaries) {
+    const auto make = [](const char* name, int minutes) {
+        QFile file(inFolder(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(-60 * minutes);
+        EXPECT_TRUE(file.setFileTime(time, QFileDevice::FileModificationTime));
+    };
+    for (const char* old : {"a.xml.qWeRtY", "settings.ini.abcdeF"})
+        make(old, 61);
+    make("a.xml.aBcdeF", 59);
+    for (const char* foreign : {"a.xml", "a.xml.backup", "a.xml.Backup", "a.xml.BACKUP",
+                                "a.txt.qWeRtY", "a.xml.qWeRtYu", "a.xml.qWeRt1", "aXml.qWeRtY"})
+        make(foreign, 600);
+    QDir(testFolder()).mkdir(QStringLiteral("b.xml.qWeRtY"));
+    const QStringList before = entries(testFolder());
+    vlr::sweepTemporaryFiles(testFolder());
+    QStringList swept = before;
+    for (const QString& name : entries(testFolder()))
+        swept.removeAll(name);
+    EXPECT_EQ(swept.join(QLatin1Char(' ')).toStdString(), "a.xml.qWeRtY settings.ini.abcdeF");
+}

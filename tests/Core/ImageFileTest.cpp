@@ -1,0 +1,222 @@
+#include "Image/ImageFile.h"
+#include "IO/DurableFile.h"
+#include "Image/ImageSeries.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QBuffer>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QtEndian>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+using namespace vlrTest;
+using testing::HasSubstr;
+
+namespace {
+
+const char* const formats[] = {"png", "jpeg", "bmp", "tiff"};
+
+QString inFolder(const char* name) {
+    return testFolder() + QLatin1Char('/') + QLatin1String(name);
+}
+
+QImage picture(int width = 40, int height = 30) {
+    QImage image(width, height, QImage::Format_RGB32);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.setPixel(x, y, qRgb(x * 37 % 256, y * 91 % 256, x * y * 53 % 256));
+    return image;
+}
+
+QByteArray encoded(const char* format, const QImage& image = picture()) {
+    QBuffer buffer;
+    EXPECT_TRUE(buffer.open(QIODevice::WriteOnly) && image.save(&buffer, format));
+    return buffer.data();
+}
+
+// A grey TIFF with one strip of eight bits a pixel per page: header, then directories and pixels.
+QByteArray tiff(const std::vector<QSize>& pages, int pixel = 0x55) {
+    const auto number = [](auto value) {
+        const auto little = qToLittleEndian(value);
+        return QByteArray(reinterpret_cast<const char*>(&little), sizeof little);
+    };
+    QByteArray bytes = QByteArray("II*\0", 4) + number(quint32(8));
+    for (const QSize& page : pages) {
+        const int pixels = std::min(page.width(), 30) * std::min(page.height(), 30);
+        const int directory = 2 + 9 * 12 + 4;
+        const int data = bytes.size() + directory;
+        const std::pair<int, int> fields[] = {{256, page.width()},
+                                              {257, page.height()},
+                                              {258, 8},
+                                              {259, 1},
+                                              {262, 1},
+                                              {273, data},
+                                              {277, 1},
+                                              {278, page.height()},
+                                              {279, pixels}};
+        bytes += number(quint16(9));
+        for (const auto& field : fields)
+            bytes += number(quint16(field.first)) + number(quint16(4)) + number(quint32(1)) +
+                     number(quint32(field.second));
+        const bool isLast = &page == &pages.back();
+        bytes += number(quint32(isLast ? 0 : data + pixels)) + QByteArray(pixels, char(pixel));
+    }
+    return bytes;
+}
+
+// A PNG of 60000 x 60000 pixels of which there is only the header and an empty data chunk.
+QByteArray hugePng() {
+    return QByteArray::fromHex("89504e470d0a1a0a0000000d494844520000ea600000ea6008020000000fb0e215"
+                               "000000004944415435af061e");
+}
+
+void expectUnreadable(const QString& path, const char* cause, int page = 0) {
+    QImage image;
+    const CaError error = vlr::readImage(path, image, page);
+    EXPECT_THAT(error.description(), HasSubstr(path.toStdString()));
+    EXPECT_THAT(error.description(), HasSubstr(cause));
+    EXPECT_TRUE(image.isNull()) << path.toStdString();
+}
+
+} // namespace
+
+// The content decides, not the name; what follows the end of the image does no harm.
+TEST(ImageFile, ReadsEveryFormat) {
+    for (const char* format : formats) {
+        const QString path = inFolder("image.jpg");
+        writeFile(path, encoded(format) + "more");
+        vlr::ImageInfo info;
+        ASSERT_EQ(vlr::readImageInfo(path, info), CaError::nullError) << format;
+        EXPECT_EQ(info.size, QSize(40, 30));
+        EXPECT_EQ(info.format, format);
+        EXPECT_EQ(info.pages, 1);
+        QImage image;
+        ASSERT_EQ(vlr::readImage(path, image), CaError::nullError) << format;
+        EXPECT_LE(image.sizeInBytes(), info.bytes);
+        EXPECT_TRUE(info.format == "jpeg" ||
+                    image.convertToFormat(QImage::Format_RGB32) == picture());
+    }
+}
+
+TEST(ImageFile, NoCutFileGivesHalfAnImage) {
+    for (const char* format : formats) {
+        QByteArray whole = encoded(format);
+        if (qstrcmp(format, "jpeg") == 0) // a comment with the end marker, as previews have it
+            whole.insert(2, QByteArray::fromHex("fffe0004ffd9"));
+        for (int size = 0; size < whole.size(); ++size) {
+            const QString path = inFolder("cut");
+            writeFile(path, whole.left(size));
+            QImage image;
+            const CaError error = vlr::readImage(path, image);
+            EXPECT_THAT(error.description(), HasSubstr(path.toStdString()));
+            ASSERT_TRUE(image.isNull()) << format << " cut to " << size << " bytes";
+        }
+    }
+}
+
+TEST(ImageFile, SaysWhyAFileIsNoImage) {
+    writeFile(inFolder("text.png"), "Not an image.");
+    writeFile(inFolder("empty.png"), "");
+    writeFile(inFolder("vector.png"), "<svg xmlns=\"http://www.w3.org/2000/svg\"/>");
+    writeFile(inFolder("animation.png"), "GIF89a\1\0\1\0\0\0\0;");
+    writeFile(inFolder("huge.png"), hugePng());
+    ASSERT_EQ(mkfifo(QFile::encodeName(inFolder("pipe.png")).constData(), 0600), 0);
+    for (const char* name : {"text.png", "empty.png", "vector.png", "animation.png"})
+        expectUnreadable(inFolder(name), "is not a PNG, JPEG, BMP or TIFF file");
+    for (const char* name : {"pipe.png", "."})
+        expectUnreadable(inFolder(name), "not a regular file");
+    expectUnreadable(inFolder("missing.png"), "does not exist");
+    expectUnreadable(inFolder("text"), "does not exist"); // nor is text.png tried
+    expectUnreadable(inFolder("huge.png"), "60000 x 60000 pixels needs 13732.9 MiB");
+}
+
+TEST(ImageFile, TheLimitIsOnTheDecodedSize) {
+    writeFile(inFolder("image"), encoded("png"));
+    vlr::ImageInfo info;
+    ASSERT_EQ(vlr::readImageInfo(inFolder("image"), info, 40 * 30 * 4), CaError::nullError);
+    EXPECT_EQ(info.bytes, 40 * 30 * 4);
+    EXPECT_EQ(vlr::readImageInfo(inFolder("image"), info, 40 * 30 * 4 - 1).id(), "Image::tooLarge");
+    writeFile(inFolder("image"), tiff({QSize(2147483647, 2147483647)}));
+    EXPECT_EQ(vlr::readImageInfo(inFolder("image"), info).id(), "Image::tooLarge");
+}
+
+TEST(ImageFile, ReadsThePagesOfATiff) {
+    const QString path = inFolder("pages.tif");
+    writeFile(path, tiff({{4, 3}, {20, 10}, {100000, 100000}}));
+    vlr::ImageInfo info;
+    ASSERT_EQ(vlr::readImageInfo(path, info), CaError::nullError);
+    EXPECT_EQ(info.pages, 3);
+    QImage image;
+    ASSERT_EQ(vlr::readImage(path, image, 1), CaError::nullError);
+    EXPECT_EQ(image.size(), QSize(20, 10));
+    EXPECT_EQ(qGray(image.pixel(19, 9)), 0x55);
+    expectUnreadable(path, "100000 x 100000", 2);
+    expectUnreadable(path, "page 4", 3);
+    expectUnreadable(path, "page 0", -1);
+}
+
+TEST(ImageFile, TurnsAPhotographUpright) {
+    const QByteArray turned = QByteArray::fromHex( // orientation 6 as the only entry
+        "ffe1002245786966000049492a0008000000010012010300010000000600000000000000");
+    writeFile(inFolder("photo"), encoded("jpeg").insert(2, turned));
+    vlr::ImageInfo info;
+    ASSERT_EQ(vlr::readImageInfo(inFolder("photo"), info), CaError::nullError);
+    EXPECT_EQ(info.size, QSize(30, 40));
+    QImage image;
+    ASSERT_EQ(vlr::readImage(inFolder("photo"), image), CaError::nullError);
+    EXPECT_EQ(image.size(), info.size);
+}
+
+TEST(ImageSeries, OrdersAsAPersonAndKeepsGaps) {
+    for (const char* name : {"slice_10.png", "slice_9.PNG", "Slice_1.png", "notes.txt"})
+        writeFile(inFolder(name), encoded("png"));
+    writeFile(inFolder("slice_2.png"), "no image");
+    writeFile(inFolder("slice_3.tif"), tiff({{4, 3}, {5, 3}}));
+    writeFile(inFolder("slice_4.jpg"), encoded("jpeg").left(700)); // only its header is whole
+    writeFile(inFolder("inside/slice_5.png"), encoded("png"));
+
+    vlr::ImageSeries series;
+    ASSERT_EQ(vlr::ImageSeries::open({testFolder()}, series), CaError::nullError);
+    QStringList places;
+    for (int i = 0; i < series.count(); ++i)
+        places << QFileInfo(series.path(i)).fileName() + QLatin1Char(':') +
+                      QString::number(series.page(i));
+    EXPECT_EQ(places.join(QLatin1Char(' ')).toStdString(),
+              "Slice_1.png:0 slice_2.png:0 slice_3.tif:0 slice_3.tif:1 slice_4.jpg:0 "
+              "slice_9.PNG:0 slice_10.png:0");
+    EXPECT_EQ(series.errorCount(), 1);
+
+    QImage image;
+    EXPECT_EQ(series.read(3, image), CaError::nullError);
+    EXPECT_EQ(image.size(), QSize(5, 3));
+    EXPECT_EQ(series.read(1, image), series.error(1));
+    for (const int index : {1, 4, -1, 7})
+        EXPECT_NE(series.read(index, image), CaError::nullError) << index;
+    EXPECT_EQ(image.size(), QSize(5, 3));
+    EXPECT_EQ(series.path(7), QString());
+}
+
+TEST(ImageSeries, OpensWhatItCan) {
+    writeFile(inFolder("a.png"), encoded("png"));
+    writeFile(inFolder("empty/notes.txt"), "");
+    for (const char* bad : {"missing", "empty"}) {
+        vlr::ImageSeries series;
+        const CaError error = vlr::ImageSeries::open({inFolder(bad), inFolder("a.png")}, series);
+        EXPECT_THAT(error.description(), HasSubstr(inFolder(bad).toStdString()));
+        EXPECT_EQ(series.count(), 1);
+    }
+}
+
+TEST(ImageSeries, RefusesTooManyImages) {
+    writeFile(inFolder("a.tif"), tiff({{4, 3}, {4, 3}, {4, 3}}));
+    QStringList paths;
+    for (int i = 0; i < 6667; ++i)
+        paths << inFolder("a.tif");
+    vlr::ImageSeries series;
+    EXPECT_EQ(vlr::ImageSeries::open(paths, series).id(), "ImageSeries::tooMany");
+    EXPECT_TRUE(series.isEmpty());
+    EXPECT_EQ(vlr::ImageSeries::open(paths.mid(1), series), CaError::nullError);
+    EXPECT_EQ(series.count(), 19998);
+}

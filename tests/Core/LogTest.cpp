@@ -1,0 +1,204 @@
+#include "Log/vlrLog.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+
+#include <gmock/gmock.h>
+#include <locale>
+#include <thread>
+
+using namespace vlrTest;
+using testing::EndsWith;
+using testing::HasSubstr;
+using vlr::Log;
+using vlr::LogLevel;
+
+namespace {
+
+// Sends a level to a stream of its own for the time of a test.
+class Routed {
+public:
+    Routed(LogLevel level, std::ostream& stream, int prefix) : m_level(level) {
+        Log::setOStream(level, &stream);
+        Log::setPrefix(level, prefix);
+    }
+    ~Routed() {
+        Log::setOStream(m_level, nullptr);
+        Log::setPrefix(m_level, 1);
+    }
+    Routed(const Routed&) = delete;
+    Routed& operator=(const Routed&) = delete;
+
+private:
+    LogLevel m_level;
+};
+
+std::string logFile() {
+    Log::flush();
+    return readFile(QString::fromStdString(Log::filePath())).toStdString();
+}
+
+// Logs itself, as a message box does that runs an event loop.
+class LoggingBuffer : public std::stringbuf {
+    int sync() override {
+        VLR_LOG(Info) << "nested";
+        return 0;
+    }
+};
+
+// The complaints about the log file on standard error while the action runs.
+template <class Action>
+int complaintsDuring(Action action) {
+    testing::internal::CaptureStderr();
+    action();
+    const QString output = QString::fromStdString(testing::internal::GetCapturedStderr());
+    return output.count(QStringLiteral("log file cannot be written"));
+}
+
+} // namespace
+
+TEST(Log, LevelsAreFoundByName) {
+    const std::pair<const char*, LogLevel> cases[] = {{"CaERROR", LogLevel::CaError},
+                                                      {"UWARNING", LogLevel::UserWarning},
+                                                      {"error", LogLevel::Error},
+                                                      {nullptr, LogLevel::Error}};
+    for (const auto& each : cases) {
+        expectLog(each.second, "by name");
+        Log::getInstance(each.first, nullptr, 1) << "by name";
+        EXPECT_EQ(logRecords().back().level, each.second);
+        EXPECT_STREQ(logRecords().back().file, "");
+    }
+}
+
+TEST(Log, RecordsStandInTheFile) {
+    VLR_LOG(Info) << "number " << 1234567 << ' ' << 0.5;
+    EXPECT_THAT(logFile(), HasSubstr("INFO tests/Core/LogTest.cpp:" + std::to_string(__LINE__ - 1) +
+                                     ": number 1234567 0.5\n"));
+    EXPECT_THAT(Log::filePath(),
+                EndsWith("/log/" + QCoreApplication::applicationName().toStdString() + ".log"));
+}
+
+TEST(Log, NumbersDoNotFollowTheLocale) {
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        char do_decimal_point() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
+    VLR_LOG(Info) << 1234567 << ' ' << 0.5;
+    std::locale::global(before);
+    EXPECT_EQ(logRecords().back().text, "1234567 0.5");
+}
+
+TEST(Log, NoTextPosesAsAnotherRecord) {
+    VLR_LOG(Info) << "one\n2024-01-01 00:00:00.000 ERROR x:1: two\r\nthree\tx\x1b[2J\x7f\r\n\n";
+    EXPECT_THAT(logFile(), HasSubstr(": one\n    2024-01-01 00:00:00.000 ERROR x:1: two\n"
+                                     "    three\tx\\x1b[2J\\x7f\n"));
+    EXPECT_THAT(logRecords().back().text, EndsWith("\x7f"));
+}
+
+TEST(Log, DisabledLevelsCostNothing) {
+    int evaluated = 0;
+    const auto count = [&] { return ++evaluated; };
+    VLR_LOG(Debug) << count();
+    Log::setEnabled(LogLevel::Debug, true);
+    VLR_LOG(Debug) << count();
+    Log::setEnabled(LogLevel::Debug, false);
+    Log::getInstance("DEBUG", "a.cpp", 1) << "off";
+    EXPECT_EQ(evaluated, 1);
+    EXPECT_EQ(logRecords().size(), 1U);
+}
+
+TEST(Log, OwnStreamReplacesStandardError) {
+    testing::internal::CaptureStderr();
+    std::ostringstream plain;
+    std::ostringstream prefixed;
+    {
+        const Routed info(LogLevel::Info, plain, 0);
+        VLR_LOG(Info) << "first\nline\n";
+    }
+    {
+        const Routed info(LogLevel::Info, prefixed, 1);
+        Log::getInstance(LogLevel::Info, "a.cpp", 7) << "second\nline\n";
+    }
+    VLR_LOG(Info) << "third";
+    const std::string error = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(plain.str(), "first\nline");
+    EXPECT_EQ(prefixed.str(), "INFO a.cpp:7: second\n    line\n");
+    EXPECT_THAT(error, testing::Not(testing::AnyOf(HasSubstr("first"), HasSubstr("second"))));
+    EXPECT_THAT(error, HasSubstr("third"));
+    EXPECT_THAT(logFile(), HasSubstr("first\n    line\n"));
+}
+
+TEST(Log, AStreamMayLogItself) {
+    LoggingBuffer buffer;
+    std::ostream stream(&buffer);
+    expectLog(LogLevel::UserError, "outer");
+    const Routed user(LogLevel::UserError, stream, 0);
+    VLR_LOG(UserError) << "outer";
+    EXPECT_EQ(buffer.str(), "outer");
+    EXPECT_EQ(logCount(LogLevel::Info, "nested"), 1);
+}
+
+TEST(Log, OtherThreadsHandTheirRecordsOver) {
+    std::ostringstream stream;
+    const Routed info(LogLevel::Info, stream, 0);
+    std::thread([] { VLR_LOG(Info) << "from elsewhere"; }).join();
+    EXPECT_EQ(stream.str(), "");
+    EXPECT_THAT(logFile(), HasSubstr("from elsewhere"));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stream.str(), "from elsewhere");
+}
+
+TEST(Log, AStreamThatIsGoneGetsNoQueuedRecord) {
+    std::ostringstream stream;
+    {
+        const Routed info(LogLevel::Info, stream, 0);
+        std::thread([] { VLR_LOG(Info) << "too late"; }).join();
+    }
+    testing::internal::CaptureStderr();
+    QCoreApplication::processEvents();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("too late"));
+    EXPECT_EQ(stream.str(), "");
+}
+
+TEST(Log, GoesOnWithoutAFile) {
+    writeFile(testFolder() + QStringLiteral("/data"), {});
+    qputenv("XDG_DATA_HOME", testFolder().toUtf8() + "/data");
+    expectLog(LogLevel::Error, "record");
+    EXPECT_EQ(complaintsDuring([] {
+                  for (int i = 0; i < 3; ++i)
+                      VLR_LOG(Error) << "record";
+              }),
+              1);
+    EXPECT_EQ(Log::filePath(), "");
+}
+
+// The limit holds for every file of the process, also for the one that catches standard error.
+TEST(Log, GoesOnWithAFullDisk) {
+    constexpr int size = 1 << 16;
+    VLR_LOG(Info) << "before";
+    writeFile(QString::fromStdString(Log::filePath()), QByteArray(size, '\n'));
+    expectLog(LogLevel::Error, "record");
+    EXPECT_EQ(complaintsDuring([] {
+                  const FullDisk disk(size);
+                  for (int i = 0; i < 3; ++i)
+                      VLR_LOG(Error) << "record";
+                  Log::flush();
+              }),
+              1);
+    EXPECT_EQ(logCount(LogLevel::Error, "record"), 3);
+}
+
+TEST(Log, RotatesFiveFiles) {
+    std::ostringstream stream;
+    const Routed info(LogLevel::Info, stream, 0);
+    for (int i = 0; i < 16; ++i)
+        VLR_LOG(Info) << std::string(1000000, 'x');
+    const QFileInfo file(QString::fromStdString(Log::filePath()));
+    const QFileInfoList files = file.dir().entryInfoList(QDir::Files);
+    EXPECT_EQ(files.size(), 5);
+    for (const QFileInfo& each : files)
+        EXPECT_LE(each.size(), 2 << 20);
+}

@@ -1,0 +1,212 @@
+#include "Settings/vlrSettings.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLockFile>
+
+#include <cmath>
+#include <gmock/gmock.h>
+
+using namespace vlrTest;
+using vlr::LogLevel;
+using vlr::Settings;
+
+namespace {
+
+const QString key = QStringLiteral("Velora/Group/Key");
+
+void writeSettings(const QByteArray& ini) {
+    writeFile(Settings::filePath(), ini);
+    Settings::reload();
+}
+
+// The hand-written value as the only one of the file.
+void writeValue(const QByteArray& value) {
+    writeSettings("[Velora]\nGroup\\Key=" + value + '\n');
+}
+
+QStringList keptAside() {
+    const QFileInfo file(Settings::filePath());
+    return file.dir().entryList({file.fileName() + QStringLiteral(".damaged-*")});
+}
+
+} // namespace
+
+TEST(Settings, AbsentValuesAreTheirDefaults) {
+    EXPECT_TRUE(Settings::get(key, true));
+    EXPECT_EQ(Settings::get(key, 7, 1, 9), 7);
+    EXPECT_EQ(Settings::get(key, "text"), QStringLiteral("text"));
+    EXPECT_EQ(Settings::get(key, QSize(1, 2)), QSize(1, 2));
+    EXPECT_EQ(Settings::remove(key), CaError::nullError);
+    EXPECT_FALSE(QFile::exists(Settings::filePath()));
+}
+
+TEST(Settings, ValuesSurviveReloading) {
+    const double number = 0.1 + 0.2;
+    const Vector3d vector(1.0 / 3, -2e-300, 5);
+    ASSERT_EQ(Settings::set(QStringLiteral("bool"), true), CaError::nullError);
+    ASSERT_EQ(Settings::set(QStringLiteral("a/int"), -8), CaError::nullError);
+    ASSERT_EQ(Settings::set(QStringLiteral("a/double"), number), CaError::nullError);
+    ASSERT_EQ(Settings::set(QStringLiteral("General/size"), QSize(0, 5)), CaError::nullError);
+    ASSERT_EQ(Settings::set(QStringLiteral("a/b c/vector"), vector), CaError::nullError);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(Settings::get(QStringLiteral("bool"), false));
+        EXPECT_EQ(Settings::get(QStringLiteral("a/int"), 0), -8);
+        EXPECT_EQ(Settings::get(QStringLiteral("a/double"), 0.0), number);
+        EXPECT_EQ(Settings::get(QStringLiteral("General/size"), QSize()), QSize(0, 5));
+        EXPECT_EQ(Settings::get(QStringLiteral("a/b c/vector"), Vector3d(0, 0, 0)), vector);
+        EXPECT_EQ(Settings::keys().join(QLatin1Char(' ')),
+                  QStringLiteral("General/size a/b c/vector a/double a/int bool"));
+        Settings::reload();
+    }
+}
+
+TEST(Settings, TextsSurviveReloading) {
+    for (const char* text :
+         {"", " blank ", "a, b", "a;b#c", "\"quoted\" \\x41", "two\nlines\t", "[a]\nb=c", "@foo",
+          "@Size(1 2)", "@Variant(abc)", "@@", "Größe 中 😀", "%41%",
+          "\x01"
+          "2af"}) {
+        ASSERT_EQ(Settings::set(key, text), CaError::nullError) << text;
+        Settings::reload();
+        EXPECT_EQ(Settings::get(key, "default"), QString::fromUtf8(text));
+    }
+}
+
+TEST(Settings, UnderstandsValuesWrittenByHand) {
+    for (const char* text : {"true", "TRUE", "1", "yes", "On", "\"true\""}) {
+        writeValue(text);
+        EXPECT_TRUE(Settings::get(key, false)) << text;
+    }
+    for (const char* text : {"false", "0", "no", "off"}) {
+        writeValue(text);
+        EXPECT_FALSE(Settings::get(key, true)) << text;
+    }
+    for (const char* text : {"@Size(40 50)", "40 50", "40x50", "40 x 50", "\" 40  50 \""}) {
+        writeValue(text);
+        EXPECT_EQ(Settings::get(key, QSize()), QSize(40, 50)) << text;
+    }
+    for (const char* text : {"1, 0.5, 0", "1 0.5 0", "\"(1, 0.5, 0)\"", "(1,0.5,0)"}) {
+        writeValue(text);
+        EXPECT_EQ(Settings::get(key, Vector3d(9, 9, 9)), Vector3d(1, 0.5, 0)) << text;
+    }
+    writeValue("Größe, a, b");
+    EXPECT_EQ(Settings::get(key, ""), QStringLiteral("Größe, a, b"));
+}
+
+TEST(Settings, WhatCannotBeUnderstoodGivesTheDefaultAndOneWarning) {
+    const auto expectDefault = [](const char* text, auto get) {
+        writeValue(text);
+        const int before = logCount(LogLevel::Warning, key.toStdString());
+        EXPECT_TRUE(get() && get()) << text;
+        EXPECT_EQ(logCount(LogLevel::Warning, key.toStdString()), before + 1) << text;
+    };
+    expectLog(LogLevel::Warning, key.toStdString());
+    for (const char* text : {"", "2", "ja", "1, 1"})
+        expectDefault(text, [] { return Settings::get(key, true); });
+    for (const char* text : {"", "x", "4.5", "0x4", "0", "10", "99999999999", "4, 5", "nan"})
+        expectDefault(text, [] { return Settings::get(key, 7, 1, 9) == 7; });
+    for (const char* text : {"", "x", "nan", "inf", "-inf", "1e999", "0.5", "9.5", "1,5"})
+        expectDefault(text, [] { return Settings::get(key, 7.0, 1.0, 9.0) == 7.0; });
+    for (const char* text : {"", "40", "-1 5", "@Size(-1 5)", "1 2 3", "99999999999 1"})
+        expectDefault(text, [] { return Settings::get(key, QSize(3, 4)) == QSize(3, 4); });
+    for (const char* text : {"", "1 2", "1 2 nan", "1, 2, 3, 4"})
+        expectDefault(text,
+                      [] { return Settings::get(key, Vector3d(1, 2, 3)) == Vector3d(1, 2, 3); });
+}
+
+TEST(Settings, ANewBadValueIsToldAgain) {
+    expectLog(LogLevel::Warning, "is \"bad\"");
+    expectLog(LogLevel::Warning, "is \"worse\"");
+    for (const char* text : {"bad", "worse"}) {
+        ASSERT_EQ(Settings::set(key, text), CaError::nullError);
+        EXPECT_EQ(Settings::get(key, 7), 7);
+        EXPECT_EQ(Settings::get(key, 7), 7);
+    }
+    EXPECT_EQ(logCount(LogLevel::Warning, key.toStdString()), 2);
+}
+
+TEST(Settings, RefusesWhatItCouldNotGiveBack) {
+    const Vector3d vector(0, 0, std::nan(""));
+    for (const CaError& error :
+         {Settings::set(key, std::nan("")), Settings::set(key, HUGE_VAL),
+          Settings::set(key, QSize(-1, 2)), Settings::set(key, vector), Settings::set(QString(), 1),
+          Settings::set(QStringLiteral("/a"), 1), Settings::set(QStringLiteral("a/"), 1),
+          Settings::set(QStringLiteral("a//b"), 1), Settings::set(key, "k=@Variant(abc)"),
+          Settings::set(key, QString(5 << 20, u'x'))})
+        EXPECT_NE(error, CaError::nullError);
+    EXPECT_TRUE(Settings::keys().isEmpty());
+    EXPECT_FALSE(QFile::exists(Settings::filePath()));
+}
+
+TEST(Settings, KeepsWhatOthersStoredMeanwhile) {
+    ASSERT_EQ(Settings::set(QStringLiteral("a"), 1), CaError::nullError);
+    const QDateTime time = QDateTime::currentDateTimeUtc();
+    for (const char* other : {"[b]\nc=2\n", "[b]\nc=3\n"}) { // of equal size, at equal time
+        QFile file(Settings::filePath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray("[General]\na=1\n") + other);
+        ASSERT_TRUE(file.flush());
+        ASSERT_TRUE(file.setFileTime(time, QFileDevice::FileModificationTime));
+        file.close();
+        ASSERT_EQ(Settings::set(QStringLiteral("b"), 4), CaError::nullError);
+        EXPECT_EQ(Settings::get(QStringLiteral("b/c"), 0), other[6] - '0');
+    }
+    ASSERT_EQ(Settings::remove(QStringLiteral("b")), CaError::nullError);
+    Settings::reload();
+    EXPECT_EQ(Settings::keys(), QStringList({QStringLiteral("a"), QStringLiteral("b/c")}));
+}
+
+TEST(Settings, DamagedFilesAreKeptAside) {
+    expectLog(LogLevel::Warning, "The file is kept as");
+    const QByteArray object = "\\0\\0\\0\\x46\\0\\0\\0\\0\\0)";
+    const QByteArray cases[] = {
+        "no settings at all",           QByteArray(100, '\0'),     QByteArray((4 << 20) + 1, 'x'),
+        "a=@Variant(" + object,         "a=1, @Variant(" + object, "a= \"@Variant(" + object + '"',
+        "a=\\x40Var\"\"iant(" + object, "a=@DateTime(" + object,
+    };
+    int count = 0;
+    for (const QByteArray& bytes : cases) {
+        writeSettings(bytes);
+        EXPECT_EQ(Settings::get(QStringLiteral("a"), 7), 7);
+        EXPECT_FALSE(QFile::exists(Settings::filePath()));
+        ASSERT_EQ(keptAside().size(), ++count) << bytes.left(40).constData();
+    }
+    EXPECT_EQ(logCount(LogLevel::Warning, Settings::filePath().toStdString()), count);
+    EXPECT_EQ(Settings::set(key, 1), CaError::nullError);
+}
+
+TEST(Settings, DamageFoundWhileWritingIsKeptAsideToo) {
+    expectLog(LogLevel::Warning, "The file is kept as");
+    ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
+    ASSERT_TRUE(QFile::remove(Settings::filePath()));
+    QDir().mkdir(Settings::filePath());
+    ASSERT_EQ(Settings::set(key, 2), CaError::nullError);
+    EXPECT_EQ(keptAside().size(), 1);
+    Settings::reload();
+    EXPECT_EQ(Settings::get(key, 0), 2);
+}
+
+TEST(Settings, AFailedWriteChangesNothing) {
+    ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
+    const QString path = Settings::filePath();
+    const QByteArray before = readFile(path);
+    for (const unsigned long room : {0UL, 60UL, 2000UL}) {
+        const FullDisk disk(room);
+        EXPECT_NE(Settings::set(key, QString(3000, u'x')), CaError::nullError) << room;
+    }
+    {
+        const ReadOnlyFolder closed(QFileInfo(path).path());
+        EXPECT_NE(Settings::set(key, 2), CaError::nullError);
+        EXPECT_NE(Settings::remove(key), CaError::nullError);
+    }
+    {
+        QLockFile other(path + QStringLiteral(".lock"));
+        ASSERT_TRUE(other.lock());
+        EXPECT_NE(Settings::set(key, 2), CaError::nullError);
+    }
+    EXPECT_EQ(Settings::get(key, 0), 1);
+    EXPECT_EQ(readFile(path), before);
+}

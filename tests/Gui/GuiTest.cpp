@@ -1,0 +1,50 @@
+#include "Gui/GuiTest.h"
+
+#include <QtCore/QTimer>
+
+namespace vlrTest {
+
+GuiTest::GuiTest() : m_application(m_argc, m_argv) {}
+
+RecordingModule::RecordingModule(const QString& name, QStringList* calls, bool lockView)
+    : QtAppModule(name, lockView), m_calls(calls) {}
+
+RecordingModule::~RecordingModule() {
+    record("deleted");
+    delete mainWidget.data();
+}
+
+void RecordingModule::record(const char* what) {
+    if (m_calls)
+        *m_calls << name() + QLatin1Char(' ') + QLatin1String(what);
+}
+
+void RecordingModule::activate() {
+    record(isActive() ? "activate" : "activate while inactive");
+    if (onActivate)
+        onActivate();
+}
+
+void RecordingModule::deactivate() {
+    record(isActive() ? "deactivate" : "deactivate while inactive");
+}
+
+QWidget* RecordingModule::getMainWidget() {
+    record("getMainWidget");
+    return mainWidget;
+}
+
+void answerNextMessageBox(std::function<void(QMessageBox&)> answer) {
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, answer] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        timer->deleteLater();
+        timer->stop();
+        answer(*box);
+    });
+    timer->start(1);
+}
+
+} // namespace vlrTest

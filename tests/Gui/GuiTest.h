@@ -1,0 +1,66 @@
+#pragma once
+
+#include "AppBase/ApplicationServices.h"
+#include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtAppModule.h"
+#include "Data/Patient.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QPointer>
+#include <QtCore/QStringList>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QMessageBox>
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace vlrTest {
+
+/// A test that needs a QApplication but no AppBase.
+class GuiTest : public testing::Test {
+protected:
+    GuiTest();
+
+private:
+    int m_argc = 1;
+    char m_name[8] = "GuiTest";
+    char* m_argv[2] = {m_name, nullptr};
+    QApplication m_application;
+};
+
+/// Stands for the running application and counts what it is asked for.
+class FakeServices : public ApplicationServices {
+public:
+    QtAppMainWindow* getMainWindow() const override { return window; }
+    DataPointer<Patient> currentPatient() const override { return {}; }
+    void setBusyCursor() override { calls << QStringLiteral("busy"); }
+    void resetCursor() override { calls << QStringLiteral("reset"); }
+
+    QPointer<QtAppMainWindow> window;
+    QStringList calls;
+};
+
+/// A module that writes what happens to it into a common list.
+class RecordingModule : public QtAppModule {
+public:
+    explicit RecordingModule(const QString& name, QStringList* calls = nullptr,
+                             bool lockView = false);
+    ~RecordingModule() override;
+
+    void activate() override;
+    void deactivate() override;
+    QWidget* getMainWidget() override;
+
+    QPointer<QWidget> mainWidget;
+    std::function<void()> onActivate;
+
+private:
+    void record(const char* what);
+    QStringList* m_calls;
+};
+
+/// Runs `answer` on the next message box that opens, as a user would click on it.
+void answerNextMessageBox(std::function<void(QMessageBox&)> answer);
+
+} // namespace vlrTest

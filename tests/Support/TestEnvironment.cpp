@@ -1,0 +1,173 @@
+#include "Support/TestEnvironment.h"
+
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStandardPaths>
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vlrTest {
+
+namespace {
+
+struct Expectation {
+    vlr::LogLevel level;
+    std::string text;
+    bool seen = false;
+};
+
+std::vector<Expectation>& expectations() {
+    static std::vector<Expectation> list;
+    return list;
+}
+
+std::vector<vlr::LogRecord>& records() {
+    static std::vector<vlr::LogRecord> list;
+    return list;
+}
+
+std::unique_ptr<QTemporaryDir>& folder() {
+    static std::unique_ptr<QTemporaryDir> dir;
+    return dir;
+}
+
+bool matches(const vlr::LogRecord& record, vlr::LogLevel level, const std::string& text) {
+    return record.level == level && record.text.find(text) != std::string::npos;
+}
+
+void listen(const vlr::LogRecord& record) {
+    records().push_back(record);
+    bool expected = record.level == vlr::LogLevel::Debug || record.level == vlr::LogLevel::Info;
+    for (Expectation& expectation : expectations())
+        if (matches(record, expectation.level, expectation.text))
+            expected = expectation.seen = true;
+    if (!expected)
+        ADD_FAILURE() << "Unexpected log record: " << vlr::toText(record.level) << ' '
+                      << record.file << ':' << record.line << ": " << record.text;
+}
+
+class Listener : public testing::EmptyTestEventListener {
+    void OnTestStart(const testing::TestInfo&) override {
+        m_home = std::make_unique<QTemporaryDir>();
+        const QByteArray root = QFile::encodeName(m_home->path());
+        qputenv("HOME", root);
+        qputenv("XDG_CONFIG_HOME", root + "/config");
+        qputenv("XDG_DATA_HOME", root + "/data");
+        qputenv("XDG_CACHE_HOME", root + "/cache");
+        qputenv("XDG_RUNTIME_DIR", root);
+        folder() = std::make_unique<QTemporaryDir>();
+        records().clear();
+        expectations().clear();
+        vlr::Settings::reload();
+        m_listener = vlr::Log::addListener(&listen);
+    }
+
+    void OnTestEnd(const testing::TestInfo&) override {
+        vlr::Log::removeListener(m_listener);
+        for (const Expectation& expectation : expectations())
+            if (!expectation.seen)
+                ADD_FAILURE() << "Missing log record: " << vlr::toText(expectation.level)
+                              << " with \"" << expectation.text << '"';
+        expectations().clear();
+        folder().reset();
+        m_home.reset();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_home;
+    int m_listener = 0;
+};
+
+} // namespace
+
+int runTests(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    qputenv("TZ", "UTC");
+    testing::UnitTest::GetInstance()->listeners().Append(new Listener);
+    return RUN_ALL_TESTS();
+}
+
+void expectLog(vlr::LogLevel level, const std::string& text) {
+    expectations().push_back({level, text});
+}
+
+const std::vector<vlr::LogRecord>& logRecords() {
+    return records();
+}
+
+int logCount(vlr::LogLevel level, const std::string& text) {
+    int count = 0;
+    for (const vlr::LogRecord& record : records())
+        count += matches(record, level, text) ? 1 : 0;
+    return count;
+}
+
+QString testFolder() {
+    return folder()->path();
+}
+
+void writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+    ASSERT_EQ(file.write(bytes), bytes.size()) << path.toStdString();
+}
+
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        ADD_FAILURE() << "Cannot read " << path.toStdString();
+        return {};
+    }
+    return file.readAll();
+}
+
+FullDisk::FullDisk(unsigned long bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    m_previous = limit.rlim_cur;
+    limit.rlim_cur = bytes;
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+FullDisk::~FullDisk() {
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = m_previous;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+// Root may write anywhere, so a process of root acts as another user meanwhile.
+ReadOnlyFolder::ReadOnlyFolder(const QString& path)
+    : m_path(QFile::encodeName(path)), m_droppedRoot(geteuid() == 0) {
+    struct stat status {};
+    EXPECT_EQ(stat(m_path.constData(), &status), 0);
+    m_mode = status.st_mode & 07777U;
+    EXPECT_EQ(chmod(m_path.constData(), 0555), 0);
+    // The temporary folders above are private to their owner; they must stay passable.
+    if (m_droppedRoot)
+        for (QByteArray parent = m_path; parent.size() > 1;
+             parent = parent.left(parent.lastIndexOf('/')))
+            if (stat(parent.constData(), &status) == 0 && (status.st_mode & 0001U) == 0)
+                chmod(parent.constData(), (status.st_mode & 07777U) | 0055U);
+    if (m_droppedRoot) {
+        EXPECT_EQ(seteuid(65534), 0);
+    }
+}
+
+ReadOnlyFolder::~ReadOnlyFolder() {
+    if (m_droppedRoot) {
+        EXPECT_EQ(seteuid(0), 0);
+    }
+    chmod(m_path.constData(), m_mode);
+}
+
+} // namespace vlrTest
