@@ -76,7 +76,7 @@ configure() {
             environment+=("CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}")
         fi
     fi
-    (cd "$root" && env "${environment[@]}" cmake --preset "$preset" --log-level=WARNING) && return
+    (cd "$root" && env "${environment[@]}" cmake --preset "$preset" >/dev/null) && return
     complain "Configuring the build failed (see above)."
     if [[ $packages_managed == no ]]; then
         explain_software

@@ -14,11 +14,15 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlQuery>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
+#include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSplashScreen>
+#include <QtWidgets/QSplitter>
 
 #include <csignal>
 
@@ -79,6 +83,19 @@ DataPointer<Patient> makePatient(const char* id, int studies = 0) {
     for (int i = 0; i < studies; ++i)
         (void)patient->addChild(DataPointer<Study>(new Study), false);
     return patient;
+}
+
+QBoxLayout* controlLayout(AppBase& application) {
+    return qobject_cast<QBoxLayout*>(
+        application.getMainWindow()->findChild<QSplitter*>()->widget(0)->layout());
+}
+
+QBoxLayout* contextLayout(AppBase& application) {
+    const QBoxLayout* control = controlLayout(application);
+    for (int i = 0; i < control->count(); ++i)
+        if (auto* layout = qobject_cast<QBoxLayout*>(control->itemAt(i)->layout()))
+            return layout;
+    return nullptr;
 }
 
 QSplashScreen* splash() {
@@ -214,6 +231,10 @@ TEST_F(AppBaseTest, ACurrentItemThatIsReleasedTooOftenIsReportedAndForgotten) {
 TEST_F(AppBaseTest, TouchScreenModeIsAsymmetric) {
     AppBase& application = app();
     Announcements announced(application);
+    EXPECT_STREQ(AppBase::CURRENT_PATIENT_CHANGED, "AppBase::CURRENT_PATIENT_CHANGED");
+    EXPECT_STREQ(AppBase::CURRENT_STUDY_CHANGED, "AppBase::CURRENT_STUDY_CHANGED");
+    EXPECT_STREQ(AppBase::CURRENT_DATA_ITEM_CHANGED, "AppBase::CURRENT_DATA_ITEM_CHANGED");
+    EXPECT_STREQ(AppBase::TOUCH_SCREEN_MODE_ON, "AppBase::TOUCH_SCREEN_MODE_ON");
     EXPECT_STREQ(AppBase::TOUCH_SCREEN_MODE_OFF, "AppBase::TOUCH_SCREEN_MODE_ON");
     const struct {
         bool on;
@@ -314,6 +335,57 @@ TEST_F(AppBaseTest, TheConfigurationIsFoundAgain) {
     EXPECT_EQ(readFile(configuration()), changed);
 }
 
+// The names below are in the files of every installation.
+TEST_F(AppBaseTest, AConfigurationWrittenByHandIsUnderstood) {
+    const QByteArray document = R"(<?xml version="1.0" encoding="UTF-8"?>
+<vlr version="1">
+  <data class="Configuration" id="AppBaseConfiguration">
+    <data class="AppBaseConfig" id="AppBaseConfiguration">
+      <attribute name="m_touchScreenModeEnabled" value="1"/>
+      <attribute name="m_showMode" value="0"/>
+      <data class="MainWindowConfig" id="MainWindowConfig">
+        <attribute name="m_innerLayout" value="3"/>
+        <attribute name="m_outerLayout" value="1"/>
+        <data class="QuadViewConfig" id="QuadViewConfig">
+          <attribute name="Red_1" value="10"/>
+          <attribute name="Green_1" value="20"/>
+          <attribute name="Blue_1" value="30"/>
+          <attribute name="m_holdDownTime" value="77"/>
+        </data>
+      </data>
+    </data>
+  </data>
+</vlr>
+)";
+    writeFile(configuration(), document);
+    AppBaseImpl* impl = nullptr;
+    AppBase& application = app(true, false, &impl);
+    EXPECT_TRUE(impl->config()->isTouchScreenModeEnabled());
+    EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Minimized);
+    const auto window = impl->config()->mainWindowConfig();
+    EXPECT_EQ(window->innerLayoutDirection(), MainWindowConfig::BottomTop);
+    EXPECT_EQ(window->outerLayoutDirection(), MainWindowConfig::RightLeft);
+    EXPECT_EQ(window->quadViewConfig()->resourceColor(1), QColor(10, 20, 30));
+    EXPECT_EQ(window->quadViewConfig()->resourceColor(0), QColor(Qt::yellow));
+    EXPECT_EQ(window->quadViewConfig()->holdDownTime(), 77);
+
+    // The inner direction is in force from the start; the show mode is the setting's affair.
+    EXPECT_EQ(controlLayout(application)->direction(), QBoxLayout::BottomToTop);
+    runUntil([&] { EXPECT_FALSE(application.getMainWindow()->isMinimized()); });
+}
+
+TEST_F(AppBaseTest, AChildOfAnotherClassInTheConfigurationGivesTheDefaults) {
+    writeFile(configuration(), R"(<vlr version="1">
+  <data class="Configuration" id="AppBaseConfiguration">
+    <data class="QuadViewConfig" id="AppBaseConfiguration"/>
+  </data>
+</vlr>)");
+    AppBaseImpl* impl = nullptr;
+    app(true, false, &impl);
+    EXPECT_EQ(impl->config()->id(), QStringLiteral("AppBaseConfiguration"));
+    EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Normal);
+}
+
 TEST_F(AppBaseTest, WithoutConfigurationNothingIsReadOrWritten) {
     writeFile(configuration(), "left alone");
     app(false);
@@ -369,7 +441,66 @@ TEST_F(AppBaseTest, AConfigurationChangeAppliesShowModeAndTouchScreenMode) {
     });
 }
 
+TEST_F(AppBaseTest, ItCanRunAgain) {
+    AppBase& application = app();
+    EXPECT_EQ(runUntil(), 0);
+    bool ran = false;
+    EXPECT_EQ(runUntil([&] { ran = true; }), 0);
+    EXPECT_TRUE(ran);
+    EXPECT_EQ(AppBase::instance(), &application);
+}
+
+TEST_F(AppBaseTest, ASignalThatIsIgnoredStaysIgnored) {
+    std::signal(SIGHUP, SIG_IGN);
+    app();
+    QSignalSpy terminated(qApp, SIGNAL(terminationRequested()));
+    std::raise(SIGHUP);
+    std::raise(SIGTERM);
+    EXPECT_TRUE(terminated.wait(10000));
+    EXPECT_EQ(terminated.size(), 1);
+    endApp();
+    EXPECT_EQ(std::signal(SIGHUP, SIG_DFL), SIG_IGN);
+}
+
+TEST_F(AppBaseTest, NothingNeedsTheWindow) {
+    AppBase& application = app();
+    delete application.getMainWindow();
+    EXPECT_EQ(application.getMainWindow(), nullptr);
+    application.setApplicationIdentification(QStringLiteral("x"), QIcon(), QStringLiteral("x"));
+    application.activateModule(QStringLiteral("x"));
+    AppBase::setBusyCursor();
+    AppBase::resetCursor();
+    RecordingSelector selector;
+    application.setModuleSelector(&selector);
+    application.exitApplication();
+    EXPECT_EQ(application.run(), 0);
+}
+
 // --- splash screen
+
+TEST_F(AppBaseTest, TheSplashShowsThePictureAndTheMessagesOfTheSettings) {
+    QImage picture(400, 200, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    const QString path = testFolder() + QStringLiteral("/splash.png");
+    ASSERT_TRUE(picture.save(path));
+    setting("ShowSplashScreen", true);
+    setting("SplashScreen.ResourcePath", path);
+    setting("ShowSplashScreenMessageLocationHorizontal", QStringLiteral("right"));
+    setting("ShowSplashScreenMessageLocationVertical", QStringLiteral("top"));
+    setting("ShowSplashScreenMessageColor", QStringLiteral("#ff0000"));
+    app();
+    ASSERT_TRUE(splash());
+    EXPECT_EQ(splash()->pixmap().size(), QSize(400, 200));
+    const QImage shown = splash()->grab().toImage();
+    int topRight = 0;
+    int elsewhere = 0;
+    for (int y = 0; y < shown.height(); ++y)
+        for (int x = 0; x < shown.width(); ++x)
+            if (qGreen(shown.pixel(x, y)) < 128)
+                ++(x >= 200 && y < 100 ? topRight : elsewhere);
+    EXPECT_GT(topRight, 0);
+    EXPECT_EQ(elsewhere, 0);
+}
 
 TEST_F(AppBaseTest, TheSplashGoesWhenTheWindowComes) {
     setting("ShowSplashScreen", true);
@@ -378,7 +509,7 @@ TEST_F(AppBaseTest, TheSplashGoesWhenTheWindowComes) {
     EXPECT_TRUE(splash()->isVisible());
     EXPECT_FALSE(splash()->pixmap().isNull());
     EXPECT_EQ(splash()->message(), QStringLiteral("Initializing..."));
-    runUntil([] { QTRY_VERIFY_WITH_TIMEOUT(!splash() || !splash()->isVisible(), 10000); });
+    runUntil([] { EXPECT_TRUE(QTest::qWaitFor([] { return !splash()->isVisible(); }, 10000)); });
 }
 
 TEST_F(AppBaseTest, TheSplashHasItsOwnTimeWhenOneIsSet) {
@@ -396,6 +527,9 @@ TEST_F(AppBaseTest, ALaunchedSplashNeedsNoSettingAndClosesByItself) {
     QSignalSpy closed(&application, &AppBase::splashClosed);
     application.launchSplashScreen();
     ASSERT_TRUE(splash());
+    // Showing the window does not end a splash that has a time of its own.
+    application.getMainWindow()->show();
+    QCoreApplication::processEvents();
     EXPECT_TRUE(splash()->isVisible());
     EXPECT_TRUE(closed.wait(20000));
     EXPECT_FALSE(splash()->isVisible());
@@ -429,6 +563,25 @@ TEST_F(AppBaseTest, ModulesAreRegisteredActivatedAndStored) {
     delete again.getMainWindow();
     RecordingModule late(QStringLiteral("late"));
     EXPECT_FALSE(again.addModule(&late));
+}
+
+TEST_F(AppBaseTest, ASelectorThatComesLateIsCaughtUpAndHearsEverythingOnce) {
+    AppBase& application = app();
+    for (const char* name : {"a", "b"})
+        application.addModule(new RecordingModule(QString::fromLatin1(name)));
+    auto* first = new RecordingSelector;
+    application.setModuleSelector(first);
+    emit first->disableModule(1);
+    auto* selector = new RecordingSelector;
+    for (int i = 0; i < 2; ++i) {
+        selector->calls.clear();
+        application.setModuleSelector(selector);
+        EXPECT_EQ(selector->calls.join(QStringLiteral(", ")),
+                  QStringLiteral("add a, add b, dis b, on a"));
+    }
+    selector->calls.clear();
+    emit selector->activateModule(1);
+    EXPECT_EQ(selector->calls.join(QStringLiteral(", ")), QStringLiteral("off a, on b"));
 }
 
 TEST_F(AppBaseTest, ASelectorFollowsTheListAndAsksIt) {
@@ -475,6 +628,24 @@ TEST_F(AppBaseTest, ThePatientListComesWithReferencesAndStopsAtTheFirstError) {
     for (Patient* patient : patients)
         patient->unref();
 
+    // A patient whose document is damaged ends the list; those before it stay.
+    {
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("damage"));
+        database.setDatabaseName(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                                 QStringLiteral("/patients.sqlite"));
+        ASSERT_TRUE(database.open());
+        QSqlQuery query(database);
+        ASSERT_TRUE(query.exec(QStringLiteral("UPDATE document SET content = 'damaged' WHERE uid = "
+                                              "(SELECT uid FROM patient WHERE patient_id = '2')")));
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("damage"));
+    patients.clear();
+    expectLog(vlr::LogLevel::UserError, "Can't load Patient. reason: ");
+    EXPECT_NE(AppBase::getPatientList(patients), CaError::nullError);
+    ASSERT_EQ(patients.size(), 1U);
+    patients[0]->unref();
+
     setting("PatientRepository", QStringLiteral("nowhere:"));
     patients.clear();
     expectLog(vlr::LogLevel::UserError, "Patient list is empty. Reason: ");
@@ -514,10 +685,18 @@ TEST_F(AppBaseTest, TheTestWidgetDrivesTheWindow) {
     AppBase& application = app();
     AppBaseImplTest widget;
     QStringList labels;
+    QStringList directions;
     for (auto* button : widget.findChildren<QPushButton*>()) {
         labels << button->text();
         button->click();
+        directions << QString::number(contextLayout(application)->direction());
     }
+    // The main direction is fixed; the secondary one follows the button.
+    EXPECT_EQ(directions.join(QLatin1Char(' ')), QStringLiteral("%1 %1 %1 %1 %1 %2 %3 %4")
+                                                     .arg(QBoxLayout::TopToBottom)
+                                                     .arg(QBoxLayout::BottomToTop)
+                                                     .arg(QBoxLayout::LeftToRight)
+                                                     .arg(QBoxLayout::RightToLeft));
     EXPECT_EQ(labels.join(QLatin1Char('|')),
               QStringLiteral("Main TopBottom|Main BottomTop|Main LeftRight|Main RightLeft|"
                              "Secondary TopBottom|Secondary BottomTop|Secondary LeftRight|"

@@ -21,17 +21,23 @@ void RecordingModule::record(const char* what) {
 
 void RecordingModule::activate() {
     record(isActive() ? "activate" : "activate while inactive");
-    if (onActivate)
-        onActivate();
+    // The hook may destroy the module, and with it itself.
+    if (const auto hook = onActivate)
+        hook();
 }
 
 void RecordingModule::deactivate() {
     record(isActive() ? "deactivate" : "deactivate while inactive");
+    if (const auto hook = onDeactivate)
+        hook();
 }
 
 QWidget* RecordingModule::getMainWidget() {
     record("getMainWidget");
-    return mainWidget;
+    QWidget* const widget = mainWidget;
+    if (const auto hook = onMainWidget)
+        hook();
+    return widget;
 }
 
 void answerNextMessageBox(std::function<void(QMessageBox&)> answer) {

@@ -54,6 +54,9 @@ public:
 
     QPointer<QWidget> mainWidget;
     std::function<void()> onActivate;
+    std::function<void()> onDeactivate;
+    std::function<void()> onMainWidget;
+    using QtAppModule::impl;
 
 private:
     void record(const char* what);

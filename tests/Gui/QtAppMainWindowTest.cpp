@@ -85,6 +85,15 @@ TEST_F(QtAppMainWindowTest, ContextWidgetsAreRaisedByTheirIndex) {
         window.raiseContextWidget(c.index);
         EXPECT_EQ(window.contextStack()->currentIndex(), c.expected);
     }
+    // The indices stand for good, also when a widget is given twice or destroyed.
+    EXPECT_EQ(window.addContextWidget(a), 1);
+    delete a;
+    window.raiseContextWidget(2);
+    EXPECT_EQ(window.contextStack()->currentWidget(), b);
+    window.raiseContextWidget(1);
+    EXPECT_EQ(window.contextStack()->currentWidget(), b);
+    auto* c = new QLabel(QStringLiteral("c"));
+    EXPECT_EQ(window.addContextWidget(c), 3);
 }
 
 TEST_F(QtAppMainWindowTest, TheViewerAreaHoldsOneModuleWidgetAtMost) {
@@ -102,7 +111,7 @@ TEST_F(QtAppMainWindowTest, TheViewerAreaHoldsOneModuleWidgetAtMost) {
     EXPECT_EQ(a->parentWidget(), nullptr);
     EXPECT_TRUE(a->isHidden());
     EXPECT_EQ(b->parentWidget(), window.viewer());
-    QTRY_VERIFY_WITH_TIMEOUT(b->size() == window.viewer()->size(), 5000);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return b->size() == window.viewer()->size(); }, 5000));
     occupy(nullptr);
     EXPECT_EQ(b->parentWidget(), nullptr);
     EXPECT_EQ(window.viewer()->layout()->count(), 0);
@@ -217,7 +226,7 @@ TEST_F(QtAppMainWindowTest, TheButtonsMakeTheRequestsSomebodyListensTo) {
             button->click();
             EXPECT_EQ(spy.size(), 1) << c.name;
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!button->isEnabled(), 5000);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !button->isEnabled(); }, 5000));
     }
     setting("ExitWithoutRequest", QStringLiteral("true"));
     QSignalSpy exit(&window, &QtAppMainWindow::exitApplication);
@@ -307,6 +316,7 @@ TEST_F(QtAppMainWindowTest, TheSelectorStandsOnTheSideItReports) {
         previous = selector;
         const int index = grid->indexOf(selector);
         ASSERT_EQ(index >= 0, c.row >= 0) << c.position;
+        EXPECT_EQ(selector->isHidden(), c.row < 0) << c.position;
         if (index < 0)
             continue;
         int row = 0, column = 0, rows = 0, columns = 0;

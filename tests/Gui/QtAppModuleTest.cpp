@@ -5,6 +5,7 @@
 #include "Gui/GuiTest.h"
 #include "IO/DataIOManager.h"
 
+#include <QtCore/QMetaMethod>
 #include <QtTest/QSignalSpy>
 
 using namespace vlrTest;
@@ -32,17 +33,28 @@ DataPointer<Configuration> makeOptions() {
 } // namespace
 
 TEST_F(QtAppModuleTest, HandsOnTheSignalsOfItsImplementation) {
-    // The implementation is private; its parent class finds it as the only other object with
-    // these signals, through a module that emits its own.
     RecordingModule module(QStringLiteral("A"));
-    QSignalSpy spies[] = {{&module, &QtAppModule::activateNextModule},
-                          {&module, &QtAppModule::activateModule},
-                          {&module, &QtAppModule::enableTouchScreenMode}};
-    emit module.activateNextModule();
-    emit module.activateModule(QStringLiteral("B"));
-    emit module.enableTouchScreenMode(true);
-    for (const QSignalSpy& spy : spies)
-        EXPECT_EQ(spy.size(), 1);
+    QtAppModuleImpl* impl = module.impl();
+    const QMetaObject* meta = &QtAppModuleImpl::staticMetaObject;
+    int handedOn = 0;
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod signal = meta->method(i);
+        const QByteArray signature = signal.methodSignature();
+        QSignalSpy spy(&module, ("2" + signature).constData());
+        ASSERT_TRUE(spy.isValid()) << signature.constData();
+        const int type = signal.parameterCount() ? signal.parameterType(0) : QMetaType::Void;
+        if (type == QMetaType::QString)
+            signal.invoke(impl, Q_ARG(QString, QStringLiteral("B")));
+        else if (type == QMetaType::Int)
+            signal.invoke(impl, Q_ARG(int, 7));
+        else if (type == QMetaType::Bool)
+            signal.invoke(impl, Q_ARG(bool, true));
+        else
+            signal.invoke(impl);
+        EXPECT_EQ(spy.size(), 1) << signature.constData();
+        handedOn += spy.size();
+    }
+    EXPECT_EQ(handedOn, 8);
 }
 
 TEST(VerifiedConnection, AFailureIsWrittenOutAndThrown) {
@@ -145,12 +157,40 @@ TEST_F(QtAppModuleTest, AModuleThatIsDestroyedElsewhereLeavesAnEmptyProxy) {
     proxy.storeConfiguration();
     EXPECT_TRUE(proxy.moduleName().isNull());
 
-    // Also when it happens in the middle of its own activation.
-    auto* second = new RecordingModule(QStringLiteral("B"));
-    second->onActivate = [second] { delete second; };
-    QtAppModuleProxy secondProxy(second, window.get());
-    secondProxy.activate();
-    EXPECT_EQ(secondProxy.module(), nullptr);
+    // Also when it happens in the middle of its own activation or deactivation.
+    for (auto RecordingModule::*hook :
+         {&RecordingModule::onActivate, &RecordingModule::onDeactivate,
+          &RecordingModule::onMainWidget}) {
+        auto* second = new RecordingModule(QStringLiteral("B"));
+        second->*hook = [second] { delete second; };
+        QtAppModuleProxy secondProxy(second, window.get());
+        services.calls.clear();
+        secondProxy.activate();
+        secondProxy.deactivate();
+        EXPECT_EQ(secondProxy.module(), nullptr);
+        EXPECT_EQ(services.calls.count(QStringLiteral("busy")),
+                  services.calls.count(QStringLiteral("reset")));
+    }
+}
+
+TEST_F(QtAppModuleTest, AModuleThatIsLeftBeforeItsTurnIsNotActivated) {
+    auto* module = new RecordingModule(QStringLiteral("A"), &calls);
+    QtAppModuleProxy proxy(module, window.get());
+    module->onMainWidget = [&] { proxy.deactivate(); };
+    proxy.activate();
+    EXPECT_EQ(calls,
+              (QStringList{QStringLiteral("A getMainWidget"), QStringLiteral("A deactivate")}));
+    EXPECT_FALSE(module->isActive());
+}
+
+TEST_F(QtAppModuleTest, DeactivatingFromWithinDeactivateDoesNotRecurse) {
+    auto* module = new RecordingModule(QStringLiteral("A"), &calls);
+    QtAppModuleProxy proxy(module, window.get());
+    module->onDeactivate = [&] { proxy.deactivate(); };
+    proxy.activate();
+    proxy.deactivate();
+    EXPECT_EQ(calls.count(QStringLiteral("A deactivate")), 1);
+    EXPECT_FALSE(module->isActive());
 }
 
 TEST_F(QtAppModuleTest, TheViewLockIsTheConstructorsUntilItIsSet) {

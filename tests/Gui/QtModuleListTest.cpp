@@ -5,6 +5,7 @@
 
 #include <QtCore/QFile>
 #include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QToolButton>
 
 using namespace vlrTest;
 
@@ -128,11 +129,15 @@ TEST_F(QtModuleListTest, LeavingTheListDeactivatesEveryModuleButKeepsTheIndex) {
 }
 
 TEST_F(QtModuleListTest, EnablingAsksForACurrentModuleAndMovesNothing) {
-    list->enableModule(2);
-    list->disableModule(QStringLiteral("m0"));
-    EXPECT_EQ(takeEvents(), QString());
-
+    // While the first module is being registered there is one, but no current one yet.
+    auto connection = std::make_shared<QMetaObject::Connection>();
+    *connection = QObject::connect(list.get(), &QtModuleList::registered, [this, connection] {
+        QObject::disconnect(*connection);
+        list->disableModule(0);
+        list->disableModule(QStringLiteral("m0"));
+    });
     addModules(3);
+    EXPECT_TRUE(modules[0]->isActive());
     list->disableModule(0);
     EXPECT_EQ(takeEvents(), QStringLiteral("disabled m0 0"));
     EXPECT_TRUE(modules[0]->isActive());
@@ -200,6 +205,40 @@ TEST_F(QtModuleListTest, AModuleMayAskForAnotherOneWhileItIsActivated) {
                                            "proxy m2"));
 }
 
+TEST_F(QtModuleListTest, ALaterRequestWinsOverTheOneItInterrupts) {
+    addModules(3);
+    modules[0]->onDeactivate = [this] { list->activate(2); };
+    list->activate(1);
+    EXPECT_EQ(list->currentIndex(), 2);
+    EXPECT_FALSE(modules[0]->isActive());
+    EXPECT_FALSE(modules[1]->isActive());
+    EXPECT_TRUE(modules[2]->isActive());
+    EXPECT_EQ(calls.count(QStringLiteral("m0 deactivate")), 1);
+}
+
+TEST_F(QtModuleListTest, ARegistrationWithinARegistrationLeavesTheFirstModuleActive) {
+    auto* second = new RecordingModule(QStringLiteral("second"));
+    QObject::connect(list.get(), &QtModuleList::registered, list.get(),
+                     [this, second](QString, int i) {
+                         if (i == 0)
+                             list->registerModule(second);
+                     });
+    auto* first = new RecordingModule(QStringLiteral("first"));
+    list->registerModule(first);
+    EXPECT_EQ(list->currentIndex(), 0);
+    EXPECT_TRUE(first->isActive());
+    EXPECT_FALSE(second->isActive());
+}
+
+TEST_F(QtModuleListTest, ModulesAskTheWindowForTouchScreenMode) {
+    addModules(1);
+    auto* quit = window->findChild<QToolButton*>(QStringLiteral("Exit"));
+    const QSize mouseSize = quit->iconSize();
+    emit modules[0]->controlAreaSize(5); // Must reach a slot; a missing one is warned about.
+    emit modules[0]->enableTouchScreenMode(true);
+    EXPECT_GT(quit->iconSize().width(), mouseSize.width());
+}
+
 TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFound) {
     list->registerModule(new RecordingModule(QStringLiteral("start")));
     list->registerModule(new RecordingModule(QStringLiteral("twin")));
@@ -214,14 +253,45 @@ TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFound) {
 
 TEST_F(QtModuleListTest, ItsEndDeactivatesStoresAndDeletesTheModulesInOrder) {
     addModules(2);
+    list->activate(1);
+    calls.clear();
+    // What a module changes in its last deactivation is stored; what it asks for is not heard.
+    modules[1]->onDeactivate = [this] {
+        calls << QStringLiteral("list is ") +
+                     (list ? QStringLiteral("there") : QStringLiteral("going"));
+        modules[1]->setConfiguration(new Configuration);
+        emit modules[1]->activatePrevModule();
+    };
     modules[0]->setConfiguration(new Configuration);
-    modules[1]->setConfiguration(new Configuration);
-    list->disableModule(0);
+    events.clear();
     list.reset();
-    EXPECT_EQ(calls, (QStringList{QStringLiteral("m0 deactivate"), QStringLiteral("m0 deleted"),
-                                  QStringLiteral("m1 deleted")}));
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("m0 deleted"), QStringLiteral("m1 deactivate"),
+                                  QStringLiteral("list is going"), QStringLiteral("m1 deleted")}));
+    EXPECT_TRUE(events.isEmpty());
     for (const char* name : {"m0ModuleConfiguration", "m1ModuleConfiguration"})
         EXPECT_TRUE(QFile::exists(DataIOManager::configurationPath(QString::fromLatin1(name))));
+}
+
+TEST_F(QtModuleListTest, AModuleDisabledWhileActiveIsDeactivatedAtTheEnd) {
+    addModules(1);
+    list->disableModule(0);
+    list.reset();
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("m0 deactivate"), QStringLiteral("m0 deleted")}));
+}
+
+TEST_F(QtModuleListTest, AWindowThatGoesFirstTakesListAndModulesAlongWhileItIsWhole) {
+    auto* child = new QtModuleList(window.get(), window.get());
+    auto* module = new RecordingModule(QStringLiteral("m"), &calls);
+    child->registerModule(module);
+    module->onDeactivate = [this, module] {
+        EXPECT_TRUE(module->getWidget());
+        EXPECT_TRUE(window->centralWidget());
+    };
+    QPointer<QtModuleList> guard(child);
+    delete window.get();
+    (void)window.release();
+    EXPECT_TRUE(guard.isNull());
+    EXPECT_EQ(calls.last(), QStringLiteral("m deleted"));
 }
 
 TEST_F(QtModuleListTest, AWindowThatGoesFirstTakesTheModulesAlong) {

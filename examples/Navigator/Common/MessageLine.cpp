@@ -39,6 +39,19 @@ void MessageLine::clear() {
 
 QString breakable(const QString& text) {
     constexpr QChar zeroWidthSpace(0x200B);
-    QString result = text;
-    return result.replace(QLatin1Char('/'), QStringLiteral("/") + zeroWidthSpace);
+    constexpr int longWord = 24;
+    const QString separators = QStringLiteral("/_");
+    QString result;
+    int length = 0; // since the last place to break at
+    for (const QChar character : text) {
+        result += character;
+        ++length;
+        if (character.isSpace()) {
+            length = 0;
+        } else if (separators.contains(character) || length == longWord) {
+            result += zeroWidthSpace;
+            length = 0;
+        }
+    }
+    return result;
 }

@@ -22,5 +22,5 @@ private:
     QString m_text;
 };
 
-/// The text with places to break long file names at.
+/// The text with places to break file names and other long words at.
 QString breakable(const QString& text);

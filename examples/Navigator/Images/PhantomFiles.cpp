@@ -10,15 +10,20 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QThreadPool>
 #include <QtGui/QImage>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 
 namespace {
 
 constexpr int phantomSize = 128;
+constexpr int writers = 8;
+constexpr int progressInterval = 50;
 
-QString sliceName(int slice) {
+QString sliceName(std::size_t slice) {
     return QStringLiteral("slice_%1.png").arg(slice, 3, 10, QLatin1Char('0'));
 }
 
@@ -28,7 +33,7 @@ CaError failure(const QString& reason) {
     return CaError("Phantom::failed", text.arg(reason).toStdString());
 }
 
-QByteArray encodedSlice(const std::vector<float>& volume, int slice) {
+QByteArray encodedSlice(const std::vector<float>& volume, std::size_t slice) {
     QImage image(phantomSize, phantomSize, QImage::Format_Grayscale8);
     const float* value = volume.data() + slice * phantomSize * phantomSize;
     for (int y = 0; y < phantomSize; ++y) {
@@ -42,18 +47,28 @@ QByteArray encodedSlice(const std::vector<float>& volume, int slice) {
     return buffer.data();
 }
 
+// Every file waits until the disk has it. The disk serves many at once hardly slower than one,
+// whereas one after the other they would be what the first start spends its time on.
 CaError writeSlices(const QString& folder) {
     CaProgressMonitor* const progress = CaProgressMonitor::getInstance();
     progress->start("Making the example images ", phantomSize, false, true, 1);
     const std::vector<float> volume = sheppLoganVolume(phantomSize);
-    CaError error;
-    for (int slice = 0; slice < phantomSize && error == CaError::nullError; ++slice) {
-        error = vlr::writeDurably(folder + QLatin1Char('/') + sliceName(slice),
-                                  encodedSlice(volume, slice));
-        progress->tick();
-    }
+    std::vector<CaError> errors(phantomSize);
+    std::atomic<int> written{0};
+    QThreadPool pool;
+    pool.setMaxThreadCount(writers);
+    for (std::size_t slice = 0; slice < phantomSize; ++slice)
+        pool.start([&, slice] {
+            errors[slice] = vlr::writeDurably(folder + QLatin1Char('/') + sliceName(slice),
+                                              encodedSlice(volume, slice));
+            ++written;
+        });
+    while (!pool.waitForDone(progressInterval))
+        progress->setProgress(written);
     progress->end();
-    return error;
+    const auto failed = std::find_if(errors.begin(), errors.end(),
+                                     [](const CaError& error) { return !error.isNull(); });
+    return failed == errors.end() ? CaError::nullError : *failed;
 }
 
 } // namespace

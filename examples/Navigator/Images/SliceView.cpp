@@ -32,6 +32,7 @@ void SliceView::showImage(const QImage& image, const QStringList& sliceText) {
     m_scaled = QPixmap();
     m_sliceText = sliceText;
     setAccessibleName(sliceText.join(QStringLiteral(", ")));
+    setAccessibleDescription({});
     update();
 }
 

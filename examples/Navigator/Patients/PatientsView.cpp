@@ -7,6 +7,7 @@
 
 #include <QtCore/QSortFilterProxyModel>
 #include <QtGui/QKeyEvent>
+#include <QtWidgets/QAction>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLabel>
@@ -120,7 +121,12 @@ QLayout* PatientsView::createSearchLine() {
     m_search = new QLineEdit(this);
     m_search->setObjectName(QStringLiteral("searchPatients"));
     m_search->setPlaceholderText(tr("Part of an id, a name or a date"));
-    m_search->setClearButtonEnabled(true);
+    // The line edit's own clear button loses the memory of an animation that runs at the exit.
+    QAction* const clear = m_search->addAction(
+        style()->standardIcon(QStyle::SP_LineEditClearButton), QLineEdit::TrailingPosition);
+    clear->setToolTip(tr("Clear the search"));
+    clear->setVisible(false);
+    connect(clear, &QAction::triggered, m_search, &QLineEdit::clear);
     label->setBuddy(m_search);
     m_count = new QLabel(this);
     m_count->setObjectName(QStringLiteral("patientCount"));
@@ -128,7 +134,8 @@ QLayout* PatientsView::createSearchLine() {
     row->addWidget(label);
     row->addWidget(m_search, 1);
     row->addWidget(m_count);
-    connect(m_search, &QLineEdit::textChanged, this, [this](const QString& text) {
+    connect(m_search, &QLineEdit::textChanged, this, [this, clear](const QString& text) {
+        clear->setVisible(!text.isEmpty());
         m_sorted->setFilterFixedString(text);
         updateCount();
     });

@@ -150,14 +150,11 @@ CaError DataIOManager::storeConfiguration(const QString& name,
 }
 
 vlr::PatientStore* DataIOManager::repository(CaError& error) {
-    static const bool closesWithApplication = [] {
-        qAddPostRoutine([] { DataIOManager::closeRepository(); });
-        return true;
-    }();
-    Q_UNUSED(closesWithApplication)
     Repository& repository = openRepository();
     const QString url = repositoryUrl();
     if (!repository.store || repository.url != url) {
+        // Again for every store: an application object calls its routines once and forgets them.
+        qAddPostRoutine(&DataIOManager::closeRepository);
         repository.store = vlr::PatientStore::open(url, error);
         repository.url = url;
     }

@@ -2,6 +2,8 @@
 
 #include "AppBase/AppBaseImpl.h"
 
+#include <QtCore/QPointer>
+
 const char* const AppBase::CURRENT_PATIENT_CHANGED = "AppBase::CURRENT_PATIENT_CHANGED";
 const char* const AppBase::CURRENT_STUDY_CHANGED = "AppBase::CURRENT_STUDY_CHANGED";
 const char* const AppBase::CURRENT_DATA_ITEM_CHANGED = "AppBase::CURRENT_DATA_ITEM_CHANGED";
@@ -134,10 +136,11 @@ CaError AppBase::getPatientList(std::vector<Patient*>& patients) {
 // --- announcements
 
 void AppBase::sendEvent(const char* event, void (AppBase::*signal)()) {
-    if (!m_instance)
-        return;
-    m_instance->notify(event, nullptr);
-    emit(m_instance->*signal)();
+    const QPointer<AppBase> application = m_instance;
+    if (application)
+        application->notify(event, nullptr);
+    if (application)
+        emit(application->*signal)();
 }
 
 void AppBase::sendCurrentPatientChangedEvent() {

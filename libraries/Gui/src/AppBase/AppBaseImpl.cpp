@@ -16,7 +16,6 @@
 #include <QtCore/QTimer>
 #include <QtGui/QIcon>
 #include <QtGui/QPainter>
-#include <QtGui/QScreen>
 #include <QtSvg/QSvgRenderer>
 #include <QtWidgets/QSplashScreen>
 
@@ -47,7 +46,7 @@ void announce(CurrentItems::Item item, void (*patient)(), void (*study)(), void 
 // Drawn for the screen's resolution.
 QPixmap builtInSplash() {
     QSvgRenderer picture(QStringLiteral(":/splash/Splash.svg"));
-    const qreal ratio = QGuiApplication::primaryScreen()->devicePixelRatio();
+    const qreal ratio = qApp->devicePixelRatio();
     QPixmap pixmap(picture.defaultSize() * ratio);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
@@ -82,8 +81,8 @@ AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool for
     createMainWindow();
     m_config->attach(Data::CHANGED, this, &AppBaseImpl::reconfigure);
     // QSplashScreen::finish() waits for the window, which is shown only by run().
-    if (splashTimer() == 0 && !forceSplash && m_splashScreen)
-        m_mainWindow->installEventFilter(this);
+    m_splashGoesWithWindow = splashTimer() == 0 && !forceSplash && m_splashScreen;
+    m_mainWindow->installEventFilter(this);
 }
 
 AppBaseImpl::~AppBaseImpl() {
@@ -151,6 +150,7 @@ bool AppBaseImpl::isProgressBarSyncX() {
 void AppBaseImpl::initSplashScreen(bool force) {
     delete m_splashScreen;
     m_splashScreen = nullptr;
+    m_splashGoesWithWindow = false;
     if (!vlr::Settings::get(key("ShowSplashScreen"), false) && !force)
         return;
     const QString path = vlr::Settings::get(key("SplashScreen.ResourcePath"), "");
@@ -159,18 +159,19 @@ void AppBaseImpl::initSplashScreen(bool force) {
     m_splashScreen->show();
     const int delay = force ? forcedSplashMilliseconds : splashTimer();
     if (delay != 0)
-        QTimer::singleShot(delay, this, &AppBaseImpl::splashCloseSL);
+        QTimer::singleShot(delay, m_splashScreen, [this] { splashCloseSL(); });
+}
+
+void AppBaseImpl::finishSplashScreen() {
+    if (m_splashScreen && m_splashGoesWithWindow)
+        m_splashScreen->finish(m_mainWindow);
+    m_splashGoesWithWindow = false;
 }
 
 bool AppBaseImpl::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_mainWindow && event->type() == QEvent::Show) {
-        m_mainWindow->removeEventFilter(this);
-        // The event comes before the window is on the screen.
-        QTimer::singleShot(0, this, [this] {
-            if (m_splashScreen)
-                m_splashScreen->finish(m_mainWindow);
-        });
-    }
+    // The event comes before the window is on the screen.
+    if (watched == m_mainWindow && event->type() == QEvent::Show)
+        QTimer::singleShot(0, this, &AppBaseImpl::finishSplashScreen);
     return QObject::eventFilter(watched, event);
 }
 
@@ -222,10 +223,14 @@ int AppBaseImpl::run() {
         m_mainWindow->raise();
     }
     setShowMode();
+    // A window that is not shown must not leave the splash screen behind.
+    if (m_mainWindow && !m_mainWindow->isVisible())
+        finishSplashScreen();
     setTouchScreenModeEnabled(m_config->isTouchScreenModeEnabled());
     // Somebody may have asked to leave before there was a loop to leave.
     if (!m_exitRequested)
         (void)QApplication::exec();
+    m_exitRequested = false;
     if (m_useConfiguration)
         storeConfiguration();
     return 0;
@@ -243,8 +248,13 @@ void AppBaseImpl::storeConfiguration() {
 
 void AppBaseImpl::exitApplication() {
     m_exitRequested = true;
-    if (currentPatient())
-        (void)DataIOManager::storePatient(currentPatient());
+    if (currentPatient()) {
+        // The application ends whatever the result; but what could not be stored is not lost
+        // without a word.
+        const CaError error = DataIOManager::storePatient(currentPatient());
+        if (error != CaError::nullError)
+            VLR_LOG(Error) << "Could not store the current patient. Reason: " << error;
+    }
     QCoreApplication::quit();
 }
 
@@ -273,6 +283,9 @@ void AppBaseImpl::activateModule(const QString& name) {
 void AppBaseImpl::setModuleSelector(QtModuleSelector* selector) {
     if (!selector || !m_mainWindow || !m_moduleList)
         return;
+    // The same selector may be given again.
+    m_moduleList->disconnect(selector);
+    selector->disconnect(m_moduleList);
     using List = QtModuleList;
     using Selector = QtModuleSelector;
     using Named = QOverload<QString>;
@@ -296,6 +309,7 @@ void AppBaseImpl::setModuleSelector(QtModuleSelector* selector) {
     connect(selector, Indexed::of(&Selector::disableModule), list,
             Indexed::of(&List::disableModule));
     m_mainWindow->setModuleSelector(selector);
+    m_moduleList->generateEvents();
 }
 
 // --- the window

@@ -74,6 +74,7 @@ private:
     void initSplashScreen(bool force);
     void showSplashScreenMessage(const QString& text);
     void setShowMode();
+    void finishSplashScreen();
     bool eventFilter(QObject* watched, QEvent* event) override;
     void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
 
@@ -82,6 +83,7 @@ private:
     CurrentItems m_currentItems;
     DataPointer<AppBaseConfig> m_config;
     QSplashScreen* m_splashScreen = nullptr;
+    bool m_splashGoesWithWindow = false;
     bool m_touchScreenMode = false;
     bool m_useConfiguration;
     const QString m_configurationId;

@@ -53,7 +53,7 @@ QtAppMainWindow::QtAppMainWindow(const DataPointer<MainWindowConfig>& config, QW
     m_controlLayout->addLayout(m_contextLayout, 1);
     createButtons();
     setCentralWidget(m_centralWidget);
-    m_contextStack->addWidget(new QWidget);
+    (void)addContextWidget(new QWidget);
     if (m_config)
         m_config->attach(Data::CHANGED, this, &QtAppMainWindow::reconfigure);
     createScreenshotShortcut();
@@ -62,7 +62,14 @@ QtAppMainWindow::QtAppMainWindow(const DataPointer<MainWindowConfig>& config, QW
 QtAppMainWindow::~QtAppMainWindow() {
     if (m_config)
         m_config->detach(this);
-    // From here on the window is no longer one that could be asked or that reacts.
+    // The module list and the proxies hang on the window and use it when they go, so they go
+    // while it is whole.
+    QList<QPointer<QObject>> guests;
+    for (QObject* child : children())
+        if (!child->isWidgetType() && !qobject_cast<QLayout*>(child))
+            guests << child;
+    for (const QPointer<QObject>& guest : guests)
+        delete guest.data();
     m_buttons = nullptr;
 }
 
@@ -179,14 +186,17 @@ void QtAppMainWindow::askExit() {
     if (m_askingExit)
         return; // A window manager may close the window again while the question is open.
     m_askingExit = true;
-    QMessageBox question(this);
-    question.setWindowTitle(tr("Exit %1?").arg(windowTitle()));
-    question.setText(tr("Do you really want to exit?"));
-    question.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
-    question.setDefaultButton(QMessageBox::No);
-    question.setEscapeButton(QMessageBox::No);
-    question.setIconPixmap(vlr::icon(QStringLiteral("Exit")).pixmap(50, 50));
-    const int answer = question.exec();
+    const QPointer<QMessageBox> question = new QMessageBox(this);
+    question->setWindowTitle(tr("Exit %1?").arg(windowTitle()));
+    question->setText(tr("Do you really want to exit?"));
+    question->setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    question->setDefaultButton(QMessageBox::No);
+    question->setEscapeButton(QMessageBox::No);
+    question->setIconPixmap(vlr::icon(QStringLiteral("Exit")).pixmap(50, 50));
+    const int answer = question->exec();
+    if (!question)
+        return; // The window went while it was asking.
+    delete question.data();
     m_askingExit = false;
     if (answer == QMessageBox::Yes)
         emit exitApplication();
@@ -264,11 +274,22 @@ void QtAppMainWindow::toggleContextAreaVisible() {
 // --- what stands in the areas
 
 int QtAppMainWindow::addContextWidget(QWidget* widget) {
-    return widget ? m_contextStack->addWidget(widget) : -1;
+    if (!widget)
+        return -1;
+    const auto known = std::find(m_contextWidgets.begin(), m_contextWidgets.end(), widget);
+    const auto index = static_cast<int>(known - m_contextWidgets.begin());
+    if (known == m_contextWidgets.end()) {
+        m_contextStack->addWidget(widget);
+        m_contextWidgets.emplace_back(widget);
+    }
+    return index;
 }
 
 void QtAppMainWindow::raiseContextWidget(int index) {
-    m_contextStack->setCurrentIndex(index);
+    if (index < 0 || index >= static_cast<int>(m_contextWidgets.size()))
+        return;
+    if (QWidget* widget = m_contextWidgets[static_cast<std::size_t>(index)])
+        m_contextStack->setCurrentWidget(widget);
 }
 
 void QtAppMainWindow::occupyWindow(QtAppModuleProxy*, QWidget* widget) {
@@ -304,6 +325,7 @@ void QtAppMainWindow::setModuleSelector(QtModuleSelector* selector) {
     static constexpr Place places[] = {{1, 0}, {1, 2}, {0, 1}, {2, 1}};
     const int position = selector->getPosition();
     selector->setParent(m_centralWidget);
+    selector->hide();
     if (position < 0 || position > 3)
         return;
     const Place place = places[position];

@@ -7,6 +7,8 @@
 #include <QtCore/QPointer>
 #include <QtWidgets/QMainWindow>
 
+#include <vector>
+
 class QBoxLayout;
 class QGridLayout;
 class QStackedWidget;
@@ -105,6 +107,7 @@ private:
     QBoxLayout* m_controlLayout = nullptr;
     QPointer<QtModuleSelector> m_moduleSelector;
     QStackedWidget* m_contextStack = nullptr;
+    std::vector<QPointer<QWidget>> m_contextWidgets; ///< The stack's own indices move.
     QtAppMainWindowButtons* m_buttons = nullptr;
     DataPointer<MainWindowConfig> m_config;
     QList<int> m_rememberedSizes;

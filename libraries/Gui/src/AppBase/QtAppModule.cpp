@@ -41,8 +41,9 @@ QtAppModule::QtAppModule(QString name, bool lockView)
 
 QtAppModule::~QtAppModule() {
     delete m_impl;
-    // A context widget belongs to the window that took it. One that nobody took is nobody's.
-    if (m_contextWidget && !m_contextWidget->parentWidget())
+    // A context widget belongs to the window that took it. One that nobody took or shows is
+    // nobody's.
+    if (m_contextWidget && !m_contextWidget->parentWidget() && !m_contextWidget->isVisible())
         delete m_contextWidget.data();
 }
 

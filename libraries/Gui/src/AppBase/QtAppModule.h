@@ -65,6 +65,10 @@ signals:
     void controlAreaSize(int size);
     void enableTouchScreenMode(bool enabled);
 
+protected:
+    /// The module's state, with the same signals; they may be emitted on either object.
+    QtAppModuleImpl* impl() const { return m_impl; }
+
 private:
     friend class QtAppModuleProxy;
 

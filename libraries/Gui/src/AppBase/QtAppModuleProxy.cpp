@@ -34,21 +34,28 @@ void QtAppModuleProxy::activate() {
     if (!m_enabled || !impl() || impl()->isActive())
         return;
     emit aboutToActivate();
-    if (!impl())
+    if (!impl() || impl()->isActive())
         return;
     impl()->preActivate();
-    if (QWidget* widget = m_module->getMainWidget()) {
-        auto* services = ApplicationServices::instance();
-        if (services && services->getMainWindow())
-            services->getMainWindow()->occupyWindow(this, widget);
-    }
-    m_module->activate();
-    if (!impl())
+    placeMainWidget();
+    // Whatever is called here may ask for another module, or destroy this one.
+    if (impl() && impl()->isActive())
+        m_module->activate();
+    if (!impl()) {
+        if (auto* services = ApplicationServices::instance())
+            services->resetCursor();
         return;
+    }
     impl()->postActivate();
-    // The module may have asked for another one from within its activate().
     if (impl()->isActive())
         emit raiseWidget(m_contextWidgetIndex);
+}
+
+void QtAppModuleProxy::placeMainWidget() {
+    QWidget* widget = m_module->getMainWidget();
+    auto* services = ApplicationServices::instance();
+    if (widget && services && services->getMainWindow())
+        services->getMainWindow()->occupyWindow(this, widget);
 }
 
 void QtAppModuleProxy::deactivate() {
@@ -57,10 +64,16 @@ void QtAppModuleProxy::deactivate() {
 }
 
 void QtAppModuleProxy::runDeactivation() {
+    if (m_deactivating)
+        return; // The module asks for another one from within its deactivate().
+    m_deactivating = true;
     impl()->preDeactivate();
     m_module->deactivate();
     if (impl())
         impl()->postDeactivate();
+    else if (auto* services = ApplicationServices::instance())
+        services->resetCursor();
+    m_deactivating = false;
 }
 
 void QtAppModuleProxy::activate(bool on) {

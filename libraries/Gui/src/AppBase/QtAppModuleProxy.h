@@ -50,9 +50,11 @@ signals:
 
 private:
     QtAppModuleImpl* impl() const; ///< Null when the module is gone.
+    void placeMainWidget();
     void runDeactivation();
 
     QPointer<QtAppModule> m_module;
     bool m_enabled = false;
+    bool m_deactivating = false;
     int m_contextWidgetIndex = -1;
 };

@@ -19,6 +19,7 @@ constexpr std::size_t signalCount = sizeof(handledSignals) / sizeof(handledSigna
 int writeEnd = -1;
 int readEnd = -1;
 struct sigaction previousActions[signalCount];
+bool isHandled[signalCount];
 
 extern "C" void handleUnixSignal(int signal) {
     const int savedError = errno;
@@ -50,15 +51,21 @@ QtApplication::QtApplication(int& argc, char** argv) : QApplication(argc, argv) 
     action.sa_handler = &handleUnixSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    for (std::size_t i = 0; i < signalCount; ++i)
-        sigaction(handledSignals[i], &action, &previousActions[i]);
+    for (std::size_t i = 0; i < signalCount; ++i) {
+        // A program that was started to survive a hang-up goes on doing so.
+        sigaction(handledSignals[i], nullptr, &previousActions[i]);
+        isHandled[i] = previousActions[i].sa_handler != SIG_IGN;
+        if (isHandled[i])
+            sigaction(handledSignals[i], &action, nullptr);
+    }
 }
 
 QtApplication::~QtApplication() {
     if (!m_notifier)
         return;
     for (std::size_t i = 0; i < signalCount; ++i)
-        sigaction(handledSignals[i], &previousActions[i], nullptr);
+        if (isHandled[i])
+            sigaction(handledSignals[i], &previousActions[i], nullptr);
     delete m_notifier;
     close(writeEnd);
     close(readEnd);

@@ -8,7 +8,8 @@ class QSocketNotifier;
 
 /// The QApplication of an application built on this library. It reports the Unix signals
 /// SIGHUP, SIGINT and SIGTERM from the event loop and then ends the loop, so that everything
-/// that is done at a normal exit is done.
+/// that is done at a normal exit is done. A signal that the process was started to ignore stays
+/// ignored.
 class VLR_GUI_EXPORT QtApplication : public QApplication {
     Q_OBJECT
 

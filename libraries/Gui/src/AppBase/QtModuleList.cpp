@@ -84,9 +84,9 @@ int QtModuleList::registerModule(QtAppModule* module) {
     m_proxies.emplace_back(newProxy);
     const int index = count() - 1;
     emit registered(newProxy->moduleName(), index);
-    if (count() == 1) {
+    if (index == 0 && m_currentIndex == -1 && isIndex(0)) {
         m_currentIndex = 0;
-        newProxy->activate();
+        proxy(0)->activate();
         announceActivation(0);
     }
     return index;
@@ -95,11 +95,17 @@ int QtModuleList::registerModule(QtAppModule* module) {
 // A module may ask for another one while it is being activated; then the other one was
 // announced already and is the current one.
 void QtModuleList::announceActivation(int index) {
-    if (m_currentIndex != index)
+    if (m_currentIndex != index || !isIndex(index))
         return;
     emit activated(name(index), index);
-    if (m_currentIndex == index)
+    if (m_currentIndex == index && isIndex(index))
         emit activated(proxy(index));
+}
+
+void QtModuleList::deactivateProxy(int index) {
+    const QString moduleName = name(index);
+    proxy(index)->deactivate();
+    emit deactivated(moduleName, index);
 }
 
 void QtModuleList::activate(int index) {
@@ -111,8 +117,10 @@ void QtModuleList::activate(int index) {
         return;
     if (isIndex(m_currentIndex)) {
         const int oldIndex = m_currentIndex;
-        proxy(oldIndex)->deactivate();
-        emit deactivated(name(oldIndex), oldIndex);
+        deactivateProxy(oldIndex);
+        // Whoever was told may have asked for another module meanwhile; then that stands.
+        if (m_currentIndex != oldIndex || !isIndex(index))
+            return;
     }
     m_currentIndex = index;
     proxy(index)->activate();
@@ -135,8 +143,7 @@ void QtModuleList::deactivateAll() {
     for (int i = 0; i < count(); ++i) {
         if (!isIndex(i))
             continue;
-        proxy(i)->deactivate();
-        emit deactivated(name(i), i);
+        deactivateProxy(i);
     }
     if (m_mainWindow)
         m_mainWindow->raiseContextWidget(0);
