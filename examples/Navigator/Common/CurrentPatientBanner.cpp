@@ -1,15 +1,15 @@
 #include "Common/CurrentPatientBanner.h"
 
 #include "AppBase/AppBase.h"
-#include "Common/ElidedLabel.h"
+#include "Base/QtElidedLabel.h"
 #include "Common/PatientText.h"
 
 #include <QtWidgets/QVBoxLayout>
 
 CurrentPatientBanner::CurrentPatientBanner(QWidget* parent)
-    : QFrame(parent), m_name(new ElidedLabel(Qt::ElideRight, this)),
-      m_id(new ElidedLabel(Qt::ElideMiddle, this)),
-      m_details(new ElidedLabel(Qt::ElideRight, this)) {
+    : QFrame(parent), m_name(new QtElidedLabel(Qt::ElideRight, this)),
+      m_id(new QtElidedLabel(Qt::ElideMiddle, this)),
+      m_details(new QtElidedLabel(Qt::ElideRight, this)) {
     setFrameShape(QFrame::StyledPanel);
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
@@ -22,7 +22,7 @@ CurrentPatientBanner::CurrentPatientBanner(QWidget* parent)
 
     auto* column = new QVBoxLayout(this);
     column->setSpacing(2);
-    for (ElidedLabel* label : {m_name, m_id, m_details})
+    for (QtElidedLabel* label : {m_name, m_id, m_details})
         column->addWidget(label);
 
     if (AppBase* application = AppBase::instance())

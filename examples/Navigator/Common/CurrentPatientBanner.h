@@ -4,7 +4,7 @@
 
 #include <QtWidgets/QFrame>
 
-class ElidedLabel;
+class QtElidedLabel;
 
 /// Tells which patient everything on the screen belongs to. It follows the application object by
 /// itself.
@@ -18,9 +18,9 @@ private:
     void followPatient();
     void refresh();
 
-    ElidedLabel* m_name;
-    ElidedLabel* m_id;
-    ElidedLabel* m_details;
+    QtElidedLabel* m_name;
+    QtElidedLabel* m_id;
+    QtElidedLabel* m_details;
     CaConnection m_patientChanges;
     CaConnection m_valueChanges;
 };

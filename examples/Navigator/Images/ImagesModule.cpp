@@ -2,7 +2,7 @@
 
 #include "AppBase/AppBase.h"
 #include "Common/AfterFirstPaint.h"
-#include "Common/ElidedLabel.h"
+#include "Base/QtElidedLabel.h"
 #include "Images/ImagesView.h"
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
@@ -80,7 +80,7 @@ void ImagesModule::createContext() {
         addButton("OpenFolder", tr("Open &folder..."), tr("Show all images of a folder"));
     images->setObjectName(QStringLiteral("openImages"));
     folder->setObjectName(QStringLiteral("openFolder"));
-    m_source = new ElidedLabel(Qt::ElideMiddle);
+    m_source = new QtElidedLabel(Qt::ElideMiddle);
     m_source->setObjectName(QStringLiteral("source"));
     m_problems = new ProblemList;
     m_problems->setObjectName(QStringLiteral("problems"));

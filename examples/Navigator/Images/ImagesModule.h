@@ -4,7 +4,7 @@
 #include "Images/ImagesOptions.h"
 #include "Observer/CaSubject.h"
 
-class ElidedLabel;
+class QtElidedLabel;
 class ImagesView;
 class ProblemList;
 
@@ -39,7 +39,7 @@ private:
     QStringList m_paths;
     DataPointer<ImagesOptions> m_options;
     ImagesView* m_view; ///< Owned by the base.
-    ElidedLabel* m_source = nullptr;
+    QtElidedLabel* m_source = nullptr;
     ProblemList* m_problems = nullptr;
     CaConnection m_patientChanges;
 };

@@ -1,7 +1,7 @@
 #include "Images/ProblemList.h"
 
 #include "AppBase/Icons.h"
-#include "Common/ElidedLabel.h"
+#include "Base/QtElidedLabel.h"
 #include "Common/MessageLine.h"
 
 #include <QtCore/QFileInfo>

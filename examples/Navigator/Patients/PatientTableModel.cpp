@@ -1,6 +1,6 @@
 #include "Patients/PatientTableModel.h"
 
-#include "Common/ElidedLabel.h"
+#include "Base/QtElidedLabel.h"
 #include "Common/PatientText.h"
 
 #include <QtCore/QLocale>

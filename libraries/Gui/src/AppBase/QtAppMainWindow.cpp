@@ -18,6 +18,7 @@
 #include <QtWidgets/QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -159,15 +160,32 @@ void QtAppMainWindow::disconnectNotify(const QMetaMethod&) {
     QTimer::singleShot(0, this, &QtAppMainWindow::updateButtons);
 }
 
+bool QtAppMainWindow::isRequestAnswered(const char* member) const {
+    const char kind = member[0];
+    const QByteArray signature = QMetaObject::normalizedSignature(member + 1);
+    if (kind == '0' + QSLOT_CODE)
+        return metaObject()->indexOfSlot(signature) >= 0;
+    const int index = metaObject()->indexOfSignal(signature);
+    return index >= 0 && isSignalConnected(metaObject()->method(index));
+}
+
 void QtAppMainWindow::updateButtons() {
     if (!m_buttons)
         return;
-    m_buttons->screenshot->setEnabled(
-        isSignalConnected(QMetaMethod::fromSignal(&QtAppMainWindow::screenShotRequest)));
-    m_buttons->configure->setEnabled(
-        isSignalConnected(QMetaMethod::fromSignal(&QtAppMainWindow::configRequest)));
-    m_buttons->settingsEditor->setEnabled(
-        isSignalConnected(QMetaMethod::fromSignal(&QtAppMainWindow::configFileEditorRequest)));
+    const std::pair<QToolButton*, const char*> requests[] = {
+        {m_buttons->screenshot, SIGNAL(screenShotRequest())},
+        {m_buttons->configure, SIGNAL(configRequest())},
+        {m_buttons->settingsEditor, SIGNAL(configFileEditorRequest())}};
+    int answered = 0;
+    for (const auto& request : requests) {
+        const bool isAnswered = isRequestAnswered(request.second);
+        request.first->setEnabled(isAnswered);
+        answered = 2 * answered + (isAnswered ? 1 : 0);
+    }
+    if (answered == m_answeredRequests)
+        return;
+    m_answeredRequests = answered;
+    emit requestsChanged();
 }
 
 void QtAppMainWindow::closeEvent(QCloseEvent* event) {

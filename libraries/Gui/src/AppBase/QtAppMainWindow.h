@@ -52,12 +52,17 @@ public:
     /// empty rectangle removes the limit.
     void setMaxWindowSize(QRect rect);
 
+    /// Whether somebody is connected to the signal of the window, given as SIGNAL() spells it. A
+    /// slot of the window always answers.
+    bool isRequestAnswered(const char* member) const;
+
 signals:
     void screenShotRequest();
     void configRequest();
     void configFileEditorRequest();
     void moduleActivated(const QtAppModuleProxy* proxy);
     void exitApplication();
+    void requestsChanged(); ///< isRequestAnswered() changed for some request.
 
 public slots:
     /// The main direction is fixed at construction; this does nothing.
@@ -112,4 +117,5 @@ private:
     DataPointer<MainWindowConfig> m_config;
     QList<int> m_rememberedSizes;
     bool m_askingExit = false;
+    int m_answeredRequests = 0;
 };

@@ -1,35 +1,36 @@
-#include "Common/ElidedLabel.h"
+#include "Base/QtElidedLabel.h"
 
 #include <QtCore/QEvent>
 
-ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QLabel(parent), m_mode(mode) {
+QtElidedLabel::QtElidedLabel(Qt::TextElideMode mode, QWidget* parent)
+    : QLabel(parent), m_mode(mode) {
     setTextFormat(Qt::PlainText);
     // The text must not decide how wide the label is.
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 }
 
-void ElidedLabel::setFullText(const QString& text) {
+void QtElidedLabel::setFullText(const QString& text) {
     m_fullText = text;
     setAccessibleName(text);
     elide();
 }
 
-QSize ElidedLabel::sizeHint() const {
+QSize QtElidedLabel::sizeHint() const {
     return {0, fontMetrics().height() + 2 * margin()};
 }
 
-void ElidedLabel::resizeEvent(QResizeEvent* event) {
+void QtElidedLabel::resizeEvent(QResizeEvent* event) {
     QLabel::resizeEvent(event);
     elide();
 }
 
-void ElidedLabel::changeEvent(QEvent* event) {
+void QtElidedLabel::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
     if (event->type() == QEvent::FontChange)
         elide();
 }
 
-void ElidedLabel::elide() {
+void QtElidedLabel::elide() {
     const QString line = m_fullText.simplified();
     const QString shown = fontMetrics().elidedText(line, m_mode, contentsRect().width());
     setText(shown);

@@ -1,14 +1,16 @@
 #pragma once
 
+#include "vlrGuiExport.h"
+
 #include <QtWidgets/QLabel>
 
 /// A line of plain text that is shortened where it does not fit; the whole of it is then the tool
-/// tip.
-class ElidedLabel : public QLabel {
+/// tip. It takes the width it is given and asks for none.
+class VLR_GUI_EXPORT QtElidedLabel : public QLabel {
     Q_OBJECT
 
 public:
-    explicit ElidedLabel(Qt::TextElideMode mode, QWidget* parent = nullptr);
+    explicit QtElidedLabel(Qt::TextElideMode mode, QWidget* parent = nullptr);
 
     const QString& fullText() const { return m_fullText; }
     void setFullText(const QString& text);
@@ -29,4 +31,4 @@ private:
 };
 
 /// The text as a tool tip that wraps, and in which nothing is taken for markup.
-QString plainToolTip(const QString& text);
+VLR_GUI_EXPORT QString plainToolTip(const QString& text);

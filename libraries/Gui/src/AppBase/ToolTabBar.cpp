@@ -1,0 +1,111 @@
+#include "AppBase/ToolTabBar.h"
+
+#include <QtGui/QKeyEvent>
+#include <QtGui/QPainter>
+#include <QtWidgets/QStyle>
+#include <QtWidgets/QStyleOptionFocusRect>
+
+namespace {
+
+// About twenty-four characters; longer names are shortened.
+constexpr int widestTab = 220;
+
+} // namespace
+
+ToolTabBar::ToolTabBar(QWidget* parent) : QtTabBar(parent) {
+    setElideMode(Qt::ElideRight);
+    setUsesScrollButtons(true);
+    setExpanding(false);
+    setDrawBase(true);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+bool ToolTabBar::isVertical() const {
+    return shape() == RoundedWest || shape() == RoundedEast || shape() == TriangularWest ||
+           shape() == TriangularEast;
+}
+
+QSize ToolTabBar::tabSizeHint(int index) const {
+    const QSize size = QtTabBar::tabSizeHint(index);
+    return isVertical() ? QSize(size.width(), qMin(size.height(), widestTab))
+                        : QSize(qMin(size.width(), widestTab), size.height());
+}
+
+// Room for the scroll buttons and half a tab, whatever the number of tabs.
+QSize ToolTabBar::minimumSizeHint() const {
+    const QSize size = sizeHint();
+    return isVertical() ? QSize(size.width(), qMin(size.height(), widestTab))
+                        : QSize(qMin(size.width(), widestTab), size.height());
+}
+
+// Where the tabs do not fit the bar scrolls; squeezing two hundred of them would leave no text.
+QSize ToolTabBar::minimumTabSizeHint(int index) const {
+    return tabSizeHint(index);
+}
+
+void ToolTabBar::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+    case Qt::Key_Left:
+    case Qt::Key_Up:
+        step(-1);
+        break;
+    case Qt::Key_Right:
+    case Qt::Key_Down:
+        step(+1);
+        break;
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        mark(-1);
+        setCurrentIndex(event->key() == Qt::Key_Home ? 0 : m_moduleTabs - 1);
+        break;
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (m_marked >= 0)
+            emit toolTriggered(m_marked);
+        break;
+    default:
+        QtTabBar::keyPressEvent(event);
+    }
+}
+
+void ToolTabBar::step(int direction) {
+    const int from = m_marked >= 0 ? m_marked : currentIndex();
+    for (int tab = from + direction; tab >= 0 && tab < count(); tab += direction) {
+        if (!isTabEnabled(tab))
+            continue;
+        mark(tab < m_moduleTabs ? -1 : tab);
+        if (tab < m_moduleTabs)
+            setCurrentIndex(tab);
+        return;
+    }
+}
+
+void ToolTabBar::mark(int tab) {
+    m_marked = tab;
+    update();
+}
+
+void ToolTabBar::focusOutEvent(QFocusEvent* event) {
+    mark(-1);
+    QtTabBar::focusOutEvent(event);
+}
+
+void ToolTabBar::mousePressEvent(QMouseEvent* event) {
+    mark(-1);
+    const int tab = tabAt(event->pos());
+    // While there is no module tab a tool tab is the current one, and a click changes nothing.
+    if (event->button() == Qt::LeftButton && tab >= m_moduleTabs && tab == currentIndex() &&
+        isTabEnabled(tab))
+        emit toolTriggered(tab);
+    QtTabBar::mousePressEvent(event);
+}
+
+void ToolTabBar::paintEvent(QPaintEvent* event) {
+    QtTabBar::paintEvent(event);
+    if (m_marked < 0 || !hasFocus())
+        return;
+    QPainter painter(this);
+    painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+    painter.drawRoundedRect(tabRect(m_marked).adjusted(3, 3, -3, -3), 3, 3);
+}
