@@ -1,11 +1,13 @@
 #include "IO/DataIOManager.h"
 #include "Support/TestEnvironment.h"
+#include "UnreadableFile.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using vlr::LogLevel;
 
@@ -41,6 +43,54 @@ TEST(ConfigurationFiles, ComeBackAsTheyWereStoredAndAreNotTouchedWithoutNeed) {
     const vlrTest::FullDisk fullDisk;
     EXPECT_EQ(DataIOManager::storeConfiguration(name, loaded), CaError::nullError);
     EXPECT_EQ(vlrTest::readFile(path), document);
+}
+
+TEST(ConfigurationFiles, ALongNameHasAFileOfItsOwn) {
+    const QString longName(300, QChar(u'Ü'));
+    for (const char* end : {"1", "2"})
+        ASSERT_EQ(DataIOManager::storeConfiguration(longName + QLatin1String(end),
+                                                    makeConfiguration(end)),
+                  CaError::nullError);
+    const auto loaded = makeConfiguration("x");
+    ASSERT_EQ(DataIOManager::loadConfiguration(longName + QLatin1Char('1'), loaded),
+              CaError::nullError);
+    EXPECT_TRUE(loaded->hasChildAndGet(QStringLiteral("1")));
+}
+
+TEST(ConfigurationFiles, WhatCouldNotBeLoadedIsNotStored) {
+    const auto huge = makeConfiguration("x");
+    huge->child(0)->setId(QString(5 << 20, u'x'));
+    EXPECT_NE(DataIOManager::storeConfiguration(name, huge), CaError::nullError);
+    EXPECT_FALSE(QFile::exists(DataIOManager::configurationPath(name)));
+}
+
+TEST(ConfigurationFiles, AFileThatWasNeverLoadedIsKeptBeforeItIsReplaced) {
+    const QString path = DataIOManager::configurationPath(name);
+    vlrTest::writeFile(path, "<vlr version=\"2\">newer</vlr>");
+    vlrTest::expectLog(LogLevel::Warning, "It is kept as");
+    ASSERT_EQ(DataIOManager::storeConfiguration(name, makeConfiguration("x")), CaError::nullError);
+    EXPECT_EQ(filesBeside(path).size(), 2);
+    EXPECT_EQ(DataIOManager::loadConfiguration(name, makeConfiguration("y")), CaError::nullError);
+}
+
+TEST(ConfigurationFiles, AFileThatCannotBeReadAtPresentStays) {
+    ASSERT_EQ(DataIOManager::storeConfiguration(name, makeConfiguration("old")),
+              CaError::nullError);
+    const QString path = DataIOManager::configurationPath(name);
+    const QByteArray before = vlrTest::readFile(path);
+    vlrTest::expectLog(LogLevel::Warning, "cannot be read at present");
+    {
+        const UnreadableFile unreadable(path);
+        EXPECT_NE(DataIOManager::loadConfiguration(name, makeConfiguration("x")),
+                  CaError::nullError);
+    }
+    EXPECT_NE(DataIOManager::storeConfiguration(name, makeConfiguration("new")),
+              CaError::nullError);
+    EXPECT_EQ(vlrTest::readFile(path), before);
+    EXPECT_EQ(filesBeside(path).size(), 1);
+    EXPECT_EQ(DataIOManager::loadConfiguration(name, makeConfiguration("x")), CaError::nullError);
+    EXPECT_EQ(DataIOManager::storeConfiguration(name, makeConfiguration("new")),
+              CaError::nullError);
 }
 
 TEST(ConfigurationFiles, ANameNeverLeavesTheFolder) {
@@ -122,6 +172,8 @@ TEST(ConfigurationFiles, AFullOrReadOnlyDiskLeavesTheOldFileIntact) {
         EXPECT_NE(error.text().find(path.toStdString()), std::string::npos) << error.text();
     }
     {
+        // To be read also by the user that a test of root becomes.
+        chmod(QFile::encodeName(path).constData(), 0644);
         const vlrTest::ReadOnlyFolder readOnly(QFileInfo(path).path());
         EXPECT_NE(storeNew(), CaError::nullError);
     }

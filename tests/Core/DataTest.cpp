@@ -6,6 +6,7 @@
 #include "Data/ProcessData.h"
 #include "Data/Study.h"
 #include "IO/TreeXml.h"
+#include "Support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,42 @@ DataPointer<Data> makeItem(const char* id) {
     item->setId(QString::fromLatin1(id));
     return item;
 }
+
+class Measurement : public DataRecord<Measurement, Data> {
+public:
+    static constexpr const char* className = "Measurement";
+    double length = 0;
+    int count = 0;
+    bool isDone = false;
+    std::string note;
+    QStringList numbered;
+
+protected:
+    ~Measurement() override = default;
+    CaError doSave(DataTreeNode* node, QMap<QString, QString>& references) const override {
+        const CaError error = DataRecord::doSave(node, references);
+        for (int i = 0; i < numbered.size(); ++i)
+            vlr::writeAttribute(*node, QString::number(i), numbered.at(i));
+        return error;
+    }
+    CaError doLoad(DataTreeNode* node, QMap<QString, Data*>& references) override {
+        const CaError error = DataRecord::doLoad(node, references);
+        numbered.clear();
+        QString value;
+        while (vlr::readAttribute(*node, QString::number(numbered.size()), value) ==
+               CaError::nullError)
+            numbered << value;
+        return node->hasAttribute(QStringLiteral("refused")) ? CaError("refused") : error;
+    }
+
+private:
+    friend struct ::RecordAccess;
+    static constexpr auto attributes() {
+        return std::make_tuple(
+            attribute("length", &Measurement::length), attribute("count", &Measurement::count),
+            attribute("isDone", &Measurement::isDone), attribute("note", &Measurement::note));
+    }
+};
 
 QStringList descendants(const DataPointer<Data>& root) {
     QStringList ids;
@@ -141,18 +178,124 @@ TEST(Data, AFailedLoadLeavesTheItemAsItWas) {
     patient->setId(QStringLiteral("before"));
     ASSERT_EQ(patient->addChild(makeItem("kept"), false), CaError::nullError);
 
-    DataTreeNode twins(QStringLiteral("Patient"));
-    twins.setId(QStringLiteral("after"));
-    twins.setAttribute(QStringLiteral("Name"), QStringLiteral("After"));
-    twins.addChild(QStringLiteral("X"))->setId(QStringLiteral("twin"));
-    twins.addChild(QStringLiteral("X"))->setId(QStringLiteral("twin"));
+    const RecordFactory<Measurement> factory;
+    DataTreeNode refusing(QStringLiteral("Patient"));
+    refusing.setId(QStringLiteral("after"));
+    refusing.setAttribute(QStringLiteral("Name"), QStringLiteral("After"));
+    refusing.addChild(QStringLiteral("Measurement"))
+        ->setAttribute(QStringLiteral("refused"), QString());
     DataTreeNode other(QStringLiteral("Study"));
-    for (DataTreeNode* node : {&twins, &other}) {
+    for (DataTreeNode* node : {&refusing, &other}) {
         EXPECT_NE(patient->load(*node), CaError::nullError);
         EXPECT_EQ(patient->name(), QStringLiteral("Before"));
         EXPECT_EQ(patient->id(), QStringLiteral("before"));
         EXPECT_TRUE(patient->hasChildAndGet(QStringLiteral("kept")));
     }
+}
+
+TEST(Data, TwinsAreKeptWithAWarning) {
+    const DataPointer<Data> root = makeItem("root");
+    ASSERT_EQ(root->addChild(makeItem("a"), false), CaError::nullError);
+    ASSERT_EQ(root->addChild(makeItem("b"), false), CaError::nullError);
+    root->child(1)->setId(QStringLiteral("a"));
+    DataTreeNode node;
+    ASSERT_EQ(root->save(node), CaError::nullError);
+    vlrTest::expectLog(vlr::LogLevel::Warning, "\"root\" has several children with the same id");
+    ASSERT_EQ(root->load(node), CaError::nullError);
+    EXPECT_EQ(descendants(root).join(QLatin1Char(' ')), QStringLiteral("a a"));
+    EXPECT_EQ(vlrTest::logRecords().size(), 1U);
+}
+
+TEST(Data, AnItemOfAnUnknownClassIsAnItemLikeOthers) {
+    DataTreeNode node(QStringLiteral("Patient"));
+    DataTreeNode* deepest = &node;
+    for (int i = 0; i < 30; ++i)
+        deepest = deepest->addChild(QStringLiteral("Foreign"));
+    const DataPointer<Patient> patient(new Patient);
+    ASSERT_EQ(patient->load(node), CaError::nullError);
+    ASSERT_EQ(patient->child(0)->addChild(makeItem("added"), false), CaError::nullError);
+    DataTreeNode saved;
+    ASSERT_EQ(patient->save(saved), CaError::nullError);
+    EXPECT_EQ(saved.children().front()->children().back()->id(), QStringLiteral("added"));
+
+    DataPointer<Data> other = makeItem("other");
+    const DataPointer<Data> root = other;
+    for (int i = 0; i < 31; ++i) {
+        const DataPointer<Data> next = makeItem("level");
+        ASSERT_EQ(other->addChild(next, false), CaError::nullError);
+        other = next;
+    }
+    EXPECT_NE(other->addChild(patient->child(0), false), CaError::nullError);
+}
+
+// --- attributes
+
+TEST(DataRecord, KeepsTheAttributesOfOtherVersionsButNoneItGaveUp) {
+    DataTreeNode node(QStringLiteral("Measurement"));
+    for (const char* name : {"newer", "0", "length", "1", "2", "4"})
+        node.setAttribute(QLatin1String(name), QLatin1String(name));
+    const DataPointer<Measurement> item(new Measurement);
+    ASSERT_EQ(item->load(node), CaError::nullError);
+    EXPECT_EQ(item->numbered.size(), 3);
+    item->numbered.removeLast();
+    for (int round = 0; round < 2; ++round) {
+        DataTreeNode saved;
+        ASSERT_EQ(item->save(saved), CaError::nullError);
+        EXPECT_EQ(saved.attribute(QStringLiteral("newer")), QStringLiteral("newer"));
+        EXPECT_EQ(saved.attribute(QStringLiteral("length")), QStringLiteral("0"));
+        EXPECT_TRUE(saved.hasAttribute(QStringLiteral("4")));
+        EXPECT_FALSE(saved.hasAttribute(QStringLiteral("2")));
+        ASSERT_EQ(item->load(saved), CaError::nullError);
+    }
+}
+
+TEST(DataRecord, NumbersComeBackExactlyOrNotAtAll) {
+    const DataPointer<Measurement> item(new Measurement);
+    for (const double value : {0.1, 1.0 / 3, 1234.56789, -5e-324, 1.7976931348623157e308}) {
+        item->length = value;
+        DataTreeNode node;
+        ASSERT_EQ(item->save(node), CaError::nullError);
+        item->length = 7;
+        ASSERT_EQ(item->load(node), CaError::nullError);
+        EXPECT_EQ(item->length, value);
+    }
+    double length = 7;
+    int count = 7;
+    bool isDone = true;
+    DataTreeNode node;
+    for (const char* text : {"12 or more", "1,5", "1.5.2", "0x", "0 1"}) {
+        node.setAttribute(QStringLiteral("a"), QLatin1String(text));
+        for (const CaError& error : {vlr::readAttribute(node, QStringLiteral("a"), length),
+                                     vlr::readAttribute(node, QStringLiteral("a"), count),
+                                     vlr::readAttribute(node, QStringLiteral("a"), isDone)})
+            EXPECT_EQ(error.id(), malformedAttributeError) << text;
+    }
+    EXPECT_TRUE(length == 7 && count == 7 && isDone);
+    node.setAttribute(QStringLiteral("a"), QStringLiteral(" 12 "));
+    EXPECT_EQ(vlr::readAttribute(node, QStringLiteral("a"), count), CaError::nullError);
+    EXPECT_EQ(count, 12);
+}
+
+TEST(DataRecord, AnEmptyTextReplacesTheOldOneAndIsNoNumber) {
+    DataTreeNode node;
+    ASSERT_EQ(DataPointer<Patient>(new Patient)->save(node), CaError::nullError);
+    const DataPointer<Patient> used(new Patient);
+    used->setName(QStringLiteral("Other^Person"));
+    used->setBirthDate(QDate(1950, 1, 1));
+    ASSERT_EQ(used->load(node), CaError::nullError);
+    EXPECT_EQ(used->name(), QString());
+    EXPECT_FALSE(used->birthDate().isValid());
+
+    std::string text = "old";
+    int number = 7;
+    const QString name = QStringLiteral("a");
+    EXPECT_EQ(vlr::readAttribute(node, name, text).id(), missingAttributeError);
+    EXPECT_EQ(text, "old");
+    node.setAttribute(name, QString());
+    EXPECT_EQ(vlr::readAttribute(node, name, text), CaError::nullError);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(vlr::readAttribute(node, name, number).id(), missingAttributeError);
+    EXPECT_EQ(number, 7);
 }
 
 // --- the identity of the core records
@@ -238,6 +381,10 @@ TEST(TreeXml, RefusesWhatIsDamagedOrTooMuch) {
     for (int i = 0; i < 5000; ++i)
         manyAttributes += "<attribute name=\"" + QByteArray::number(i) + "\" value=\"1\"/>";
     manyAttributes += "</data></vlr>";
+    QByteArray flood; // The comment must not blind whoever counts quotes.
+    for (int i = 0; i < 60000; ++i)
+        flood += " a" + QByteArray::number(i) + "='>'";
+    flood = begin + "<!-- ' --><data class=\"A\" id=\"\"" + flood + "/></vlr>";
     const struct {
         QByteArray document;
         const char* cause;
@@ -255,6 +402,9 @@ TEST(TreeXml, RefusesWhatIsDamagedOrTooMuch) {
         {"<!DOCTYPE vlr [<!ENTITY a \"b\">]>" + begin.mid(21) + item + "</data></vlr>",
          "document type"},
         {manyAttributes, "4096"},
+        {flood, "more than 16 attributes"},
+        {begin + item + "<attribute name=\"a\"/><attribute name=\"a\"/></data></vlr>", "two"},
+        {begin + item + "\xff</data></vlr>", "UTF-8"},
         {QByteArray(5 << 20, ' '), "bytes"},
     };
     for (const auto& c : cases) {

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace vlrTest;
 using testing::HasSubstr;
@@ -87,6 +88,32 @@ TEST(DurableFile, FollowsLinksAndKeepsPermissions) {
     EXPECT_EQ(readFile(inFolder("sub/later")), "new");
 }
 
+TEST(DurableFile, FollowsARelativeLinkFromWhereItReallyIs) {
+    QDir().mkpath(inFolder("real/deep/cfg"));
+    writeFile(inFolder("real/deep/shared/s.xml"), "old");
+    ASSERT_TRUE(QFile::link(inFolder("real/deep/cfg"), inFolder("cfg")));
+    ASSERT_EQ(symlink("../shared/s.xml", QFile::encodeName(inFolder("cfg/s.xml")).constData()), 0);
+    ASSERT_EQ(vlr::writeDurably(inFolder("cfg/s.xml"), "new"), CaError::nullError);
+    EXPECT_EQ(readFile(inFolder("real/deep/shared/s.xml")), "new");
+    EXPECT_FALSE(QFile::exists(inFolder("shared/s.xml")));
+}
+
+TEST(DurableFile, WhatIsNewIsForTheUserAlone) {
+    ASSERT_EQ(vlr::writeDurably(inFolder("a/b"), "new"), CaError::nullError);
+    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                        QFile::WriteOther | QFile::ExeOther;
+    for (const char* made : {"a", "a/b"})
+        EXPECT_EQ(QFile::permissions(inFolder(made)) & others, QFile::Permissions()) << made;
+}
+
+TEST(DurableFile, DoesNotReplaceAProtectedFile) {
+    writeFile(inFolder("a"), "old");
+    ASSERT_TRUE(QFile::setPermissions(inFolder("a"), QFile::ReadOwner | QFile::ReadOther));
+    QDir(testFolder()).mkdir(QStringLiteral("x"));
+    const ReadOnlyFolder withoutRights(inFolder("x"));
+    expectFailure(inFolder("a"), "new");
+}
+
 TEST(DurableFile, ReadsUpToTheLimit) {
     QByteArray bytes;
     for (const int size : {0, 65536, 100000}) {
@@ -119,7 +146,7 @@ TEST(DurableFile, RefusesToRead) {
         {inFolder("pipe"), "File::readFailed"},
         {testFolder(), "File::readFailed"},
         {QStringLiteral("/dev/null"), "File::readFailed"},
-        {QStringLiteral("/proc/self/maps"), "File::readFailed"}, // states a size of 0
+        {QStringLiteral("/proc/self/maps"), "File::readFailed"},   // states a size of 0
         {QString(), "File::readFailed"},
     };
     for (const auto& each : cases) {
@@ -156,17 +183,17 @@ TEST(DurableFile, SweepsOnlyItsOwnOldTemporaries) {
         const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(-60 * minutes);
         EXPECT_TRUE(file.setFileTime(time, QFileDevice::FileModificationTime));
     };
-    for (const char* old : {"a.xml.qWeRtY", "settings.ini.abcdeF"})
-        make(old, 61);
-    make("a.xml.aBcdeF", 59);
-    for (const char* foreign : {"a.xml", "a.xml.backup", "a.xml.Backup", "a.xml.BACKUP",
-                                "a.txt.qWeRtY", "a.xml.qWeRtYu", "a.xml.qWeRt1", "aXml.qWeRtY"})
+    make(".vlr-a1B2c3", 61);
+    make(".vlr-x1B2c3", 59);
+    for (const char* foreign :
+         {"a.xml", "AppBase.xml.byHans", "settings.ini.forTom", "a.xml.qWeRtY", ".vlr-notes",
+          ".vlr-a1B2c34", ".vlr-a1B2c3~", "a.vlr-a1B2c3"})
         make(foreign, 600);
-    QDir(testFolder()).mkdir(QStringLiteral("b.xml.qWeRtY"));
+    QDir(testFolder()).mkdir(QStringLiteral(".vlr-folder"));
     const QStringList before = entries(testFolder());
     vlr::sweepTemporaryFiles(testFolder());
     QStringList swept = before;
     for (const QString& name : entries(testFolder()))
         swept.removeAll(name);
-    EXPECT_EQ(swept.join(QLatin1Char(' ')).toStdString(), "a.xml.qWeRtY settings.ini.abcdeF");
+    EXPECT_EQ(swept.join(QLatin1Char(' ')).toStdString(), ".vlr-a1B2c3");
 }

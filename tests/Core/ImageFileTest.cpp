@@ -132,6 +132,19 @@ TEST(ImageFile, SaysWhyAFileIsNoImage) {
     expectUnreadable(inFolder("huge.png"), "60000 x 60000 pixels needs 13732.9 MiB");
 }
 
+// Each of these chunks may stand for a thousand times its size, before and behind the pixels.
+TEST(ImageFile, RefusesAFloodOfCompressedTexts) {
+    const QByteArray image = encoded("png");
+    const QByteArray text = QByteArray::fromHex("00000000") + "zTXt" + QByteArray(4, '\0');
+    for (const int position : {33, image.size() - 12}) {
+        writeFile(inFolder("a"), QByteArray(image).insert(position, text.repeated(17)));
+        expectUnreadable(inFolder("a"), "compressed texts");
+    }
+    vlr::ImageInfo info;
+    writeFile(inFolder("a"), QByteArray(image).insert(33, text.repeated(16)));
+    EXPECT_EQ(vlr::readImageInfo(inFolder("a"), info), CaError::nullError);
+}
+
 TEST(ImageFile, TheLimitIsOnTheDecodedSize) {
     writeFile(inFolder("image"), encoded("png"));
     vlr::ImageInfo info;

@@ -3,9 +3,11 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
+#include <QtCore/QStandardPaths>
 
 #include <gmock/gmock.h>
 #include <locale>
+#include <sys/stat.h>
 #include <thread>
 
 using namespace vlrTest;
@@ -96,6 +98,31 @@ TEST(Log, NoTextPosesAsAnotherRecord) {
     EXPECT_THAT(logFile(), HasSubstr(": one\n    2024-01-01 00:00:00.000 ERROR x:1: two\n"
                                      "    three\tx\\x1b[2J\\x7f\n"));
     EXPECT_THAT(logRecords().back().text, EndsWith("\x7f"));
+    VLR_LOG(Info) << QString::fromUtf8(
+        "a\u0085b\u009bc\u2028d\u202ee\u2066f\u2069g \u00a0\u2027\u2070");
+    EXPECT_THAT(logFile(), HasSubstr("a\\xc2\\x85b\\xc2\\x9bc\\xe2\\x80\\xa8d\\xe2\\x80\\xaee"
+                                     "\\xe2\\x81\\xa6f\\xe2\\x81\\xa9g \u00a0\u2027\u2070\n"));
+}
+
+TEST(Log, UrgentRecordsAreInTheFileAtOnce) {
+    expectLog(LogLevel::UserError, "urgent");
+    VLR_LOG(UserError) << "urgent";
+    const QString path = QString::fromStdString(Log::filePath());
+    EXPECT_THAT(readFile(path).toStdString(), HasSubstr("urgent"));
+    const auto others = QFile::ReadGroup | QFile::ReadOther;
+    EXPECT_EQ(QFile::permissions(path) & others, QFile::Permissions());
+}
+
+TEST(Log, DoesNotWaitAtAPipe) {
+    VLR_LOG(Info) << "first";
+    const QByteArray path = QByteArray::fromStdString(Log::filePath());
+    qputenv("XDG_DATA_HOME", testFolder().toUtf8());
+    const QString pipe = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) +
+                         QStringLiteral("/log/") + QFileInfo(QString::fromUtf8(path)).fileName();
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(pipe).path()));
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    EXPECT_EQ(complaintsDuring([] { VLR_LOG(Info) << "second"; }), 1);
+    EXPECT_EQ(Log::filePath(), "");
 }
 
 TEST(Log, DisabledLevelsCostNothing) {

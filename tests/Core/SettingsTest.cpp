@@ -1,5 +1,6 @@
 #include "Settings/vlrSettings.h"
 #include "Support/TestEnvironment.h"
+#include "UnreadableFile.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -163,9 +164,17 @@ TEST(Settings, DamagedFilesAreKeptAside) {
     expectLog(LogLevel::Warning, "The file is kept as");
     const QByteArray object = "\\0\\0\\0\\x46\\0\\0\\0\\0\\0)";
     const QByteArray cases[] = {
-        "no settings at all",           QByteArray(100, '\0'),     QByteArray((4 << 20) + 1, 'x'),
-        "a=@Variant(" + object,         "a=1, @Variant(" + object, "a= \"@Variant(" + object + '"',
-        "a=\\x40Var\"\"iant(" + object, "a=@DateTime(" + object,
+        "no settings at all",
+        QByteArray(100, '\0'),
+        QByteArray((4 << 20) + 1, 'x'),
+        "a=@Variant(" + object,
+        "a=1, @Variant(" + object,
+        "a= \"@Variant(" + object + '"',
+        "a=\\x40Var\"\"iant(" + object,
+        "a=@DateTime(" + object,
+        "a=@Var\\\r\niant(" + object,
+        "a=\\x10040Variant(" + object,
+        "a=\xEF\xBB\xBF@Variant(" + object,
     };
     int count = 0;
     for (const QByteArray& bytes : cases) {
@@ -189,6 +198,34 @@ TEST(Settings, DamageFoundWhileWritingIsKeptAsideToo) {
     EXPECT_EQ(Settings::get(key, 0), 2);
 }
 
+TEST(Settings, DamageFoundWhileWritingCostsNoOtherValue) {
+    const QString other = QStringLiteral("other");
+    for (const int value : {2, 1}) { // of which one is no change of what is known
+        ASSERT_EQ(Settings::set(other, 5), CaError::nullError);
+        ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
+        writeFile(Settings::filePath(), "damaged");
+        expectLog(LogLevel::Warning, "The file is kept as");
+        ASSERT_EQ(Settings::set(key, value), CaError::nullError);
+        Settings::reload();
+        EXPECT_EQ(Settings::get(key, 0), value);
+        EXPECT_EQ(Settings::get(other, 0), 5);
+    }
+}
+
+TEST(Settings, AFileThatCannotBeReadAtPresentStays) {
+    ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
+    expectLog(LogLevel::Warning, "Could not read");
+    {
+        const UnreadableFile unreadable(Settings::filePath());
+        Settings::reload();
+        EXPECT_EQ(Settings::get(key, 7), 7);
+        EXPECT_NE(Settings::set(key, 2), CaError::nullError);
+    }
+    EXPECT_TRUE(keptAside().isEmpty());
+    ASSERT_EQ(Settings::set(QStringLiteral("other"), 5), CaError::nullError);
+    EXPECT_EQ(Settings::get(key, 7), 1);
+}
+
 TEST(Settings, AFailedWriteChangesNothing) {
     ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
     const QString path = Settings::filePath();
@@ -209,4 +246,70 @@ TEST(Settings, AFailedWriteChangesNothing) {
     }
     EXPECT_EQ(Settings::get(key, 0), 1);
     EXPECT_EQ(readFile(path), before);
+}
+
+TEST(Settings, ChangesAreAppliedTogetherOrNotAtAll) {
+    const QString group = QStringLiteral("Velora/Group"); // a key and a group
+    const auto text = [](const char* value) { return QVariant(QString::fromUtf8(value)); };
+    writeSettings("[Velora]\nGroup\\Key=1\nGroup\\Old=x\n");
+    const std::vector<vlr::SettingsChange> changes{{key, text("1"), text("2")},
+                                                   {group, {}, QSize(3, 4)},
+                                                   {group + QStringLiteral("/Old"), text("x"), {}}};
+    const QString expected = QStringLiteral("Velora/Group Velora/Group/Key");
+    QStringList conflicts;
+    {
+        const FullDisk disk;
+        EXPECT_NE(Settings::apply(changes, conflicts), CaError::nullError);
+    }
+    auto withBadKey = changes;
+    withBadKey.push_back({QStringLiteral("a//b"), {}, text("1")});
+    EXPECT_EQ(Settings::apply(withBadKey, conflicts).id(), "Settings::badKey");
+    EXPECT_EQ(readFile(Settings::filePath()), "[Velora]\nGroup\\Key=1\nGroup\\Old=x\n");
+    EXPECT_EQ(Settings::value(key), text("1"));
+
+    ASSERT_EQ(Settings::apply(changes, conflicts), CaError::nullError);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(Settings::keys().join(QLatin1Char(' ')), expected);
+        EXPECT_EQ(Settings::value(key), text("2"));
+        EXPECT_EQ(Settings::value(group), QSize(3, 4));
+        EXPECT_FALSE(Settings::value(QStringLiteral("Velora/Absent")).isValid());
+        Settings::reload();
+    }
+}
+
+TEST(Settings, ChangesThatOthersForestalledAreConflicts) {
+    const auto text = [](const char* value) { return QVariant(QString::fromUtf8(value)); };
+    writeSettings("a=1\nb=1\nc=1\nd=1\n");
+    ASSERT_EQ(Settings::value(QStringLiteral("a")), text("1"));
+    const QByteArray theirs = "[General]\na=1\nb=2\nd=5\ne=1\n";
+    writeFile(Settings::filePath(), theirs);
+    const std::vector<vlr::SettingsChange> changes{
+        {QStringLiteral("a"), text("1"), text("9")}, // as it was
+        {QStringLiteral("b"), text("1"), text("9")}, // changed
+        {QStringLiteral("c"), text("1"), text("9")}, // removed
+        {QStringLiteral("d"), text("1"), text("5")}, // changed in the same way
+        {QStringLiteral("e"), {}, text("9")},        // added
+    };
+    QStringList conflicts{QStringLiteral("stale")};
+    ASSERT_EQ(Settings::apply(changes, conflicts), CaError::nullError);
+    EXPECT_EQ(conflicts.join(QLatin1Char(' ')), QStringLiteral("b c e"));
+    EXPECT_EQ(readFile(Settings::filePath()), theirs);
+    EXPECT_EQ(Settings::value(QStringLiteral("b")), text("2"));
+
+    auto agreed = changes;
+    for (vlr::SettingsChange& change : agreed)
+        change.expected = Settings::value(change.key);
+    ASSERT_EQ(Settings::apply(agreed, conflicts), CaError::nullError);
+    EXPECT_TRUE(conflicts.isEmpty());
+    EXPECT_EQ(Settings::get(QStringLiteral("c"), 0), 9);
+}
+
+TEST(Settings, ApplyingNothingReadsTheFileAndLeavesItAlone) {
+    writeSettings("a=1\n");
+    ASSERT_EQ(Settings::get(QStringLiteral("a"), 0), 1);
+    writeFile(Settings::filePath(), "a=22\n");
+    QStringList conflicts;
+    ASSERT_EQ(Settings::apply({}, conflicts), CaError::nullError);
+    EXPECT_EQ(Settings::get(QStringLiteral("a"), 0), 22);
+    EXPECT_EQ(readFile(Settings::filePath()), "a=22\n"); // not as it would be written here
 }

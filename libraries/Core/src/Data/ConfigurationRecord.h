@@ -7,6 +7,7 @@
 
 #include <string>
 #include <tuple>
+#include <type_traits>
 
 /// How a class of stored data is declared: it lists its attributes once, and identity, storing,
 /// loading and its factory follow.
@@ -28,7 +29,8 @@
 ///     VLR_DEFINE_RECORD_FACTORY(ProbeConfig)                      // in the source file
 ///
 /// Attributes are written in the order of the list. One that is absent, or whose text is not a
-/// value of its type or lies outside its bounds, leaves the member as it is.
+/// value of its type or lies outside its bounds, leaves the member as it is. Attributes that the
+/// class does not read, as a newer version may have stored them, are written back unchanged.
 
 /// One entry of the list.
 template <class Owner, class Value>
@@ -71,11 +73,26 @@ void writeAttribute(DataTreeNode& node, const QString& name, const Value& value)
     node.setAttribute(name, toAttributeText(value));
 }
 
+/// The types of which one value, the empty text or the unknown date or time, is written as "".
+template <class Value>
+constexpr bool hasEmptyValue =
+    std::is_same_v<Value, QString> || std::is_same_v<Value, std::string> ||
+    std::is_same_v<Value, QDate> || std::is_same_v<Value, QTime>;
+
 /// Reads the attribute. A missing one gives an error with the id missingAttributeError, one that
-/// is no value of its type malformedAttributeError; both leave the value alone.
+/// is no value of its type malformedAttributeError; both leave the value alone. An empty one gives
+/// the empty text, an invalid date or time; as a number or bool it counts as missing.
+///
+/// Whatever the outcome, the reader from now on answers for the attribute: attributes nobody reads
+/// are kept with the item and written back, those somebody has read are only written if he does.
 template <class Value>
 CaError readAttribute(const DataTreeNode& node, const QString& name, Value& value) {
+    node.markRead(name);
     const QString text = node.attribute(name);
+    if (text.isEmpty() && hasEmptyValue<Value> && node.hasAttribute(name)) {
+        value = Value();
+        return CaError::nullError;
+    }
     if (text.isEmpty())
         return CaError(missingAttributeError, "Cannot find attribute: " + name.toStdString());
     if (!fromAttributeText(text, value))

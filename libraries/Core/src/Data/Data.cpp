@@ -4,8 +4,10 @@
 #include "Data/DataTreeNode.h"
 #include "Data/PlaceholderData.h"
 #include "IO/IOManager.h"
+#include "Log/vlrLog.h"
 #include "Stream/QtStream.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QUuid>
 
 #include <algorithm>
@@ -42,13 +44,19 @@ int depth(const Data* item) {
     return levels;
 }
 
+// A record that lacks a value has its default there; that is no reason to lose the rest.
+bool isFaultOfAttribute(const CaError& error) {
+    return error.id() == missingAttributeError || error.id() == malformedAttributeError;
+}
+
 } // namespace
 
 Data::Data() = default;
 
 Data::Data(const QString& id) : m_id(id) {}
 
-Data::Data(const Data& other) : CaSubject(other), m_id(other.m_id) {}
+Data::Data(const Data& other)
+    : CaSubject(other), m_id(other.m_id), m_unreadAttributes(other.m_unreadAttributes) {}
 
 Data& Data::operator=(const Data& other) {
     m_id = other.m_id;
@@ -58,7 +66,7 @@ Data& Data::operator=(const Data& other) {
 Data::~Data() {
     notify(DELETED);
     for (const auto& child : m_children)
-        child->m_parent = nullptr;
+        child->leaveTree();
 }
 
 void Data::ref() noexcept {
@@ -114,9 +122,15 @@ CaError Data::addChild(const DataPointer<Data>& child, bool notify) {
     if (depth(this) + height(*child) > maximumDepth)
         return dataError("Data::addChild", "The tree would have more than ", maximumDepth,
                          " levels.");
+    if (child->root() != root()) {
+        const CaError error = child->takePartsAlong();
+        if (error != CaError::nullError)
+            return error;
+    }
     if (child->m_parent)
         (void)child->m_parent->removeChild(child.get());
     child->m_parent = this;
+    child->m_formerStorageUri = {};
     m_children.push_back(child);
     if (notify)
         this->notify(CHILD_ADDED, child.get());
@@ -126,8 +140,39 @@ CaError Data::addChild(const DataPointer<Data>& child, bool notify) {
 void Data::eraseChild(std::size_t index) {
     const DataPointer<Data> child = m_children[index];
     m_children.erase(m_children.begin() + static_cast<std::ptrdiff_t>(index));
-    child->m_parent = nullptr;
+    child->leaveTree();
     notify(CHILD_REMOVED, child.get());
+}
+
+const Data* Data::root() const {
+    const Data* item = this;
+    while (item->m_parent)
+        item = item->m_parent;
+    return item;
+}
+
+// In the other tree the parts have another place, where each of them has to be written.
+CaError Data::takePartsAlong() {
+    for (auto part = m_binaryParts.begin(); part != m_binaryParts.end(); ++part) {
+        QByteArray bytes;
+        const CaError error = binaryPart(part.key(), bytes);
+        if (error != CaError::nullError)
+            return dataError("Data::addChild", "\"", m_id, "\" cannot move: ", error);
+        part.value() = {bytes, true, true};
+    }
+    for (const auto& child : m_children) {
+        const CaError error = child->takePartsAlong();
+        if (error != CaError::nullError)
+            return error;
+    }
+    return CaError::nullError;
+}
+
+// Remembers where the parts of the item and its descendants are, as long as they are there.
+void Data::leaveTree() {
+    const Data* const old = root();
+    m_formerStorageUri = old->m_storageUri.isValid() ? old->m_storageUri : old->m_formerStorageUri;
+    m_parent = nullptr;
 }
 
 CaError Data::removeChild(const QString& id) {
@@ -160,17 +205,18 @@ CaError Data::binaryPart(const QString& name, QByteArray& bytes) const {
     const auto part = m_binaryParts.constFind(name);
     if (part == m_binaryParts.constEnd())
         return dataError("Data::binaryPart", "\"", m_id, "\" has no part \"", name, "\".");
-    if (!part->inMemory)
-        return IOManager::read(binaryPartUri(name), bytes);
+    if (!part->inMemory) {
+        const Data* const top = root();
+        const vlr::URI& place =
+            top->m_storageUri.isValid() ? top->m_storageUri : top->m_formerStorageUri;
+        return IOManager::read(place.part(m_key, name), bytes);
+    }
     bytes = part->bytes;
     return CaError::nullError;
 }
 
 vlr::URI Data::binaryPartUri(const QString& name) const {
-    const Data* root = this;
-    while (root->m_parent)
-        root = root->m_parent;
-    return root->m_storageUri.part(m_key, name);
+    return root()->m_storageUri.part(m_key, name);
 }
 
 const QString& Data::key() {
@@ -194,7 +240,16 @@ CaError Data::load(DataTreeNode& node) {
         return dataError("Data::load", "This is a \"", node.className(), "\" and not a \"",
                          getClassId(), "\".");
     QMap<QString, Data*> references;
-    return doLoad(&node, references);
+    return loadItem(node, references);
+}
+
+// What the classes of the item leave unread is kept, also where one of them found a fault.
+CaError Data::loadItem(DataTreeNode& node, QMap<QString, Data*>& references) {
+    node.forgetReads();
+    const CaError error = doLoad(&node, references);
+    if (error == CaError::nullError || isFaultOfAttribute(error))
+        m_unreadAttributes = node.unreadAttributes();
+    return error;
 }
 
 CaError Data::doSave(DataTreeNode* node, QMap<QString, QString>& references) const {
@@ -202,6 +257,7 @@ CaError Data::doSave(DataTreeNode* node, QMap<QString, QString>& references) con
     node->setId(m_id);
     node->setKey(m_key);
     node->setBinaryParts(m_binaryParts.keys());
+    node->setAttributes(m_unreadAttributes);
     if (!m_key.isEmpty())
         references.insert(m_key, node->className());
     for (const auto& child : m_children) {
@@ -227,7 +283,7 @@ CaError Data::doLoad(DataTreeNode* node, QMap<QString, Data*>& references) {
     for (const QString& part : node->binaryParts())
         m_binaryParts.insert(part, {});
     for (const auto& child : m_children)
-        child->m_parent = nullptr;
+        child->leaveTree();
     m_children = std::move(children);
     for (const auto& child : m_children)
         child->m_parent = this;
@@ -236,23 +292,23 @@ CaError Data::doLoad(DataTreeNode* node, QMap<QString, Data*>& references) {
 
 CaError Data::loadChildren(const DataTreeNode& node, QMap<QString, Data*>& references,
                            std::vector<DataPointer<Data>>& children) {
-    QMap<QString, int> ids;
+    QSet<QString> ids;
+    bool hasTwins = false;
     for (const auto& childNode : node.children()) {
-        if (!childNode->id().isEmpty() && ids[childNode->id()]++ > 0)
-            return dataError("Data::load", "\"", node.id(), "\" has two children \"",
-                             childNode->id(), "\".");
+        hasTwins = hasTwins || ids.contains(childNode->id());
+        if (!childNode->id().isEmpty())
+            ids.insert(childNode->id());
         DataPointer<Data> child(createInstance(childNode->className()));
-        if (!child) {
-            children.emplace_back(new PlaceholderData(*childNode));
-            continue;
-        }
-        const CaError error = child->doLoad(childNode.get(), references);
-        // A record that lacks a value has its default there; that is no reason to lose the rest.
-        if (error != CaError::nullError && error.id() != missingAttributeError &&
-            error.id() != malformedAttributeError)
+        if (!child)
+            child = DataPointer<Data>(new PlaceholderData(childNode->className()));
+        const CaError error = child->loadItem(*childNode, references);
+        if (error != CaError::nullError && !isFaultOfAttribute(error))
             return error;
         children.push_back(child);
     }
+    if (hasTwins)
+        VLR_LOG(Warning) << "The " << node.className() << " \"" << node.id()
+                         << "\" has several children with the same id. All are kept.";
     return CaError::nullError;
 }
 

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 class CaFactory;
@@ -46,9 +47,11 @@ public:
 
     Data();
     explicit Data(const QString& id);
-    /// A copy has the id and, in derived classes, the values. Children, binary parts, parent,
-    /// observers, key and place in the repository stay with the original.
+    /// A copy has the id, the values (in derived classes) and the attributes of other versions
+    /// of its class. Children, binary parts, parent, observers, key and place in the repository
+    /// stay with the original.
     Data(const Data& other);
+    /// Assigns the id and, in derived classes, the values.
     Data& operator=(const Data& other);
 
     void ref() noexcept;
@@ -60,6 +63,8 @@ public:
     virtual bool isA(const _vlr::StringMixer& id) const;
 
     const QString& id() const noexcept { return m_id; }
+    /// Does not look at the siblings. Where two children of one parent get the same id that way,
+    /// both are stored and loaded, and hasChildAndGet() finds the first.
     void setId(const QString& id);
 
     // --- the tree
@@ -71,10 +76,12 @@ public:
     DataPointer<Data> hasChildAndGet(const QString& id) const;
 
     /// Appends the child, taking a reference; a child of another parent moves here. With `notify`
-    /// the observers are told CHILD_ADDED. Refused, with the reason: a null child, the item
+    /// the observers are told CHILD_ADDED. A child from another tree brings its binary parts
+    /// along: those not read yet are read now. Refused, with the reason: a null child, the item
     /// itself or one of its ancestors, an id that another child has, a tree of more than
-    /// maximumDepth levels.
+    /// maximumDepth levels, a child from another tree one of whose parts cannot be read.
     CaError addChild(const DataPointer<Data>& child, bool notify);
+    /// The binary parts of the removed child can be read until the tree is stored without it.
     CaError removeChild(const QString& id);
     CaError removeChild(const Data* child);
 
@@ -97,10 +104,12 @@ public:
     /// Writes the item and its children into the node.
     CaError save(DataTreeNode& node) const;
     /// Reads the item and its children from the node, whose class must be the item's. After an
-    /// error the item is as it was. Children of classes nobody registered are kept as they are
-    /// and written back unchanged.
+    /// error the item is as it was. Children of classes nobody registered, and attributes that
+    /// the class does not know, are kept and written back unchanged. Two children with one id
+    /// are both kept, with a "WARNING" in the log.
     CaError load(DataTreeNode& node);
-    /// Writes the changed binary parts of the item and its descendants to their URIs.
+    /// Writes the changed binary parts of the item and its descendants to their URIs. What an
+    /// item adds or changes in its doBinSave() is stored as well.
     CaError saveBinaryParts();
     /// Remembers that the binary parts now are as the repository has them.
     void markBinaryPartsStored();
@@ -137,9 +146,13 @@ private:
         bool changed = false;
     };
 
+    CaError loadItem(DataTreeNode& node, QMap<QString, Data*>& references);
     CaError loadChildren(const DataTreeNode& node, QMap<QString, Data*>& references,
                          std::vector<DataPointer<Data>>& children);
     void eraseChild(std::size_t index);
+    const Data* root() const;
+    CaError takePartsAlong();
+    void leaveTree();
 
     std::atomic<int> m_references{0};
     QString m_id;
@@ -147,8 +160,10 @@ private:
     Data* m_parent = nullptr;
     std::vector<DataPointer<Data>> m_children;
     QMap<QString, BinaryPart> m_binaryParts;
+    std::vector<std::pair<QString, QString>> m_unreadAttributes;
     vlr::URI m_storageUri;
     int m_storageRevision = 0;
+    vlr::URI m_formerStorageUri; // Of the tree that the item was the last to be removed from.
 };
 
 /// The ids of the errors that a reader gives for an attribute that is not there, and for one

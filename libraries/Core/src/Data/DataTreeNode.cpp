@@ -34,9 +34,25 @@ void DataTreeNode::setAttribute(const QString& name, const QString& value) {
         m_attributes.emplace_back(name, value);
 }
 
+void DataTreeNode::appendAttribute(const QString& name, const QString& value) {
+    m_attributes.emplace_back(name, value);
+}
+
 QString DataTreeNode::attribute(const QString& name) const {
     const auto found = find(m_attributes, name);
     return found == m_attributes.end() ? QString() : found->second;
+}
+
+bool DataTreeNode::hasAttribute(const QString& name) const {
+    return find(m_attributes, name) != m_attributes.end();
+}
+
+std::vector<DataTreeNode::Attribute> DataTreeNode::unreadAttributes() const {
+    std::vector<Attribute> unread;
+    for (const Attribute& a : m_attributes)
+        if (!m_read.contains(a.first))
+            unread.push_back(a);
+    return unread;
 }
 
 DataTreeNode* DataTreeNode::addChild(const QString& className) {

@@ -2,6 +2,7 @@
 
 #include "vlrCoreExport.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -35,12 +36,23 @@ public:
 
     /// Sets or replaces the attribute.
     void setAttribute(const QString& name, const QString& value);
+    /// Appends the attribute, which the node must not have yet.
+    void appendAttribute(const QString& name, const QString& value);
     /// The value, empty where there is no such attribute.
     QString attribute(const QString& name) const;
+    bool hasAttribute(const QString& name) const;
     const std::vector<Attribute>& attributes() const { return m_attributes; }
+    void setAttributes(std::vector<Attribute> attributes) { m_attributes = std::move(attributes); }
+
+    /// Attributes somebody has read are known to him; the others belong to another version of the
+    /// item's class and are kept for it. Also a read-only node remembers what was read.
+    void markRead(const QString& name) const { m_read.insert(name); }
+    void forgetReads() const { m_read.clear(); }
+    std::vector<Attribute> unreadAttributes() const;
 
     const QStringList& binaryParts() const { return m_binaryParts; }
     void setBinaryParts(const QStringList& names) { m_binaryParts = names; }
+    void addBinaryPart(const QString& name) { m_binaryParts << name; }
 
     /// Appends a child; it stays owned by this node.
     DataTreeNode* addChild(const QString& className);
@@ -51,6 +63,7 @@ private:
     QString m_id;
     QString m_key;
     std::vector<Attribute> m_attributes;
+    mutable QSet<QString> m_read;
     QStringList m_binaryParts;
     std::vector<std::unique_ptr<DataTreeNode>> m_children;
 };

@@ -1,20 +1,19 @@
 #pragma once
 
 #include "Data/Data.h"
-#include "Data/DataTreeNode.h"
 
 /// Stands for a stored item of a class that nobody registered in this program, so that storing
-/// the tree again loses nothing.
+/// the tree again loses nothing: its attributes are all kept as unread, its children and binary
+/// parts are those of any item.
 class PlaceholderData : public Data {
 public:
-    explicit PlaceholderData(const DataTreeNode& node);
+    explicit PlaceholderData(const QString& className);
 
     _vlr::StringMixer getClassId() const override;
 
 protected:
     ~PlaceholderData() override;
-    CaError doSave(DataTreeNode* node, QMap<QString, QString>& references) const override;
 
 private:
-    DataTreeNode m_node;
+    _vlr::StringMixer m_className;
 };

@@ -12,6 +12,7 @@
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QCryptographicHash>
 #include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QUrl>
@@ -24,6 +25,7 @@ const char* const DataIOManager::changedElsewhereError = "DataIOManager::changed
 
 namespace {
 
+const vlr::TreeLimits configurationLimits;
 const vlr::TreeLimits patientLimits{qint64(64) << 20, 64, 1000000, 4096};
 
 void registerCoreData() {
@@ -36,10 +38,15 @@ void registerCoreData() {
 
 // --- configurations
 
-// Damaged files that could not be moved away; overwriting them would lose what they hold.
+// Files that must not be overwritten, since what they hold may be good or could not be saved from
+// it.
 QSet<QString>& untouchableFiles() {
     static QSet<QString> files;
     return files;
+}
+
+CaError unusable(const QString& path, const CaError& cause) {
+    return CaError("DataIOManager::damagedConfiguration", path.toStdString() + ": " + cause.text());
 }
 
 CaError keepDamagedFile(const QString& path, const CaError& cause) {
@@ -54,7 +61,31 @@ CaError keepDamagedFile(const QString& path, const CaError& cause) {
                          << ") and cannot be kept aside (" << error
                          << "). It will not be overwritten.";
     }
-    return CaError("DataIOManager::damagedConfiguration", path.toStdString() + ": " + cause.text());
+    return unusable(path, cause);
+}
+
+CaError leaveUnreadFile(const QString& path, const CaError& cause) {
+    untouchableFiles().insert(path);
+    VLR_LOG(Warning) << "The configuration " << path << " cannot be read at present (" << cause
+                     << "). It will not be overwritten.";
+    return unusable(path, cause);
+}
+
+// Makes sure that nothing is lost when the file is written, unless it holds the document already.
+CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWritten) {
+    QByteArray stored;
+    CaError error = vlr::readWhole(path, configurationLimits.bytes, stored);
+    isWritten = error == CaError::nullError && stored == document;
+    if (isWritten || error.id() == vlr::fileNotFoundError)
+        return CaError::nullError;
+    if (error.id() == vlr::passingReadError)
+        return leaveUnreadFile(path, error);
+    DataTreeNode root;
+    if (error == CaError::nullError)
+        error = vlr::readTree(stored, root, configurationLimits);
+    if (error != CaError::nullError)
+        (void)keepDamagedFile(path, error);
+    return untouchableFiles().contains(path) ? unusable(path, error) : CaError::nullError;
 }
 
 // --- patients
@@ -65,8 +96,9 @@ struct Repository {
 };
 
 Repository& openRepository() {
-    static Repository repository;
-    return repository;
+    // Never destroyed: when static objects are, the database driver may be gone already.
+    static auto* const repository = new Repository;
+    return *repository;
 }
 
 QString repositoryUrl() {
@@ -81,32 +113,72 @@ QString repositoryUrl() {
     return file.toString(QUrl::FullyEncoded);
 }
 
-void collectKeys(const DataTreeNode& node, QStringList& keys) {
-    if (!node.key().isEmpty())
-        keys << node.key();
-    for (const auto& child : node.children())
-        collectKeys(*child, keys);
+// The parts are kept under the keys of their items, which therefore must differ.
+CaError collectParts(const DataTreeNode& node, QSet<QString>& keys, vlr::StoredPatient& stored) {
+    if (!node.key().isEmpty() && keys.contains(node.key()))
+        return CaError("DataIOManager::storePatient",
+                       "\"" + node.id().toStdString() + "\" has the key of another item.");
+    keys.insert(node.key());
+    for (const QString& part : node.binaryParts())
+        stored.parts.insert({node.key(), part});
+    for (const auto& child : node.children()) {
+        const CaError error = collectParts(*child, keys, stored);
+        if (error != CaError::nullError)
+            return error;
+    }
+    return CaError::nullError;
 }
 
-vlr::StoredPatient storedForm(const Patient& patient, const DataTreeNode& node) {
+vlr::StoredPatient storedForm(const Patient& patient) {
     vlr::StoredPatient stored;
     stored.uid = patient.storageUri().patientUid();
     stored.patientId = patient.patientId();
     stored.name = patient.name();
     stored.sex = patient.sex();
     stored.birthDate = patient.birthDate().toString(Qt::ISODate);
-    stored.document = vlr::writeTree(node);
     stored.revision = patient.storageRevision();
-    collectKeys(node, stored.itemKeys);
     return stored;
+}
+
+// Writes the tree; what could not be read again is refused.
+CaError makeDocument(const Data& data, const vlr::TreeLimits& limits, DataTreeNode& root,
+                     QByteArray& document) {
+    const CaError error = data.save(root);
+    if (error != CaError::nullError)
+        return error;
+    document = vlr::writeTree(root);
+    DataTreeNode check;
+    return vlr::readTree(document, check, limits);
+}
+
+// To be called inside of the store's transaction. The parts come first: while they are written,
+// items may still make new ones, which the tree then has to name.
+CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
+    CaError error = patient.saveBinaryParts();
+    DataTreeNode root;
+    if (error == CaError::nullError)
+        error = makeDocument(patient, patientLimits, root, stored.document);
+    QSet<QString> keys;
+    if (error == CaError::nullError)
+        error = collectParts(root, keys, stored);
+    return error;
+}
+
+QString fileName(const QString& name) {
+    // File systems take 255 bytes, of which a damaged file needs some for its new name.
+    constexpr int most = 200;
+    QByteArray encoded = QUrl::toPercentEncoding(name);
+    if (encoded.size() > most)
+        encoded = encoded.left(most - 41) + '-' +
+                  QCryptographicHash::hash(encoded, QCryptographicHash::Sha1).toHex();
+    return QString::fromLatin1(encoded) + QStringLiteral(".xml");
 }
 
 } // namespace
 
 QString DataIOManager::configurationPath(const QString& name) {
     return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
-           QStringLiteral("/configurations/") + QString::fromLatin1(QUrl::toPercentEncoding(name)) +
-           QStringLiteral(".xml");
+           QStringLiteral("/configurations/") + fileName(name);
 }
 
 CaError DataIOManager::loadConfiguration(const QString& name,
@@ -115,17 +187,20 @@ CaError DataIOManager::loadConfiguration(const QString& name,
         return CaError("DataIOManager::loadConfiguration", "No name or no configuration given.");
     const QString path = configurationPath(name);
     QByteArray document;
-    CaError error = vlr::readWhole(path, vlr::TreeLimits().bytes, document);
+    CaError error = vlr::readWhole(path, configurationLimits.bytes, document);
     if (error.id() == vlr::fileNotFoundError)
         return error;
+    if (error.id() == vlr::passingReadError)
+        return leaveUnreadFile(path, error);
     createConfigurationFactory();
     DataTreeNode root;
     if (error == CaError::nullError)
-        error = vlr::readTree(document, root);
+        error = vlr::readTree(document, root, configurationLimits);
     if (error == CaError::nullError)
         error = configuration->load(root);
     if (error != CaError::nullError)
         return keepDamagedFile(path, error);
+    untouchableFiles().remove(path);
     return CaError::nullError;
 }
 
@@ -136,17 +211,15 @@ CaError DataIOManager::storeConfiguration(const QString& name,
     const QString path = configurationPath(name);
     if (untouchableFiles().contains(path))
         return CaError("DataIOManager::storeConfiguration",
-                       path.toStdString() + " is damaged and could not be kept aside.");
+                       path.toStdString() + " could neither be read nor kept aside.");
     DataTreeNode root;
-    const CaError error = configuration->save(root);
+    QByteArray document;
+    CaError error = makeDocument(*configuration, configurationLimits, root, document);
     if (error != CaError::nullError)
         return error;
-    const QByteArray document = vlr::writeTree(root);
-    QByteArray stored;
-    const CaError readError = vlr::readWhole(path, vlr::TreeLimits().bytes, stored);
-    if (readError == CaError::nullError && stored == document)
-        return CaError::nullError;
-    return vlr::writeDurably(path, document);
+    bool isWritten = false;
+    error = clearTheWay(path, document, isWritten);
+    return isWritten || error != CaError::nullError ? error : vlr::writeDurably(path, document);
 }
 
 vlr::PatientStore* DataIOManager::repository(CaError& error) {
@@ -195,7 +268,7 @@ CaError DataIOManager::loadPatient(const vlr::URI& uri, DataPointer<Patient>& pa
         return error;
     registerCoreData();
     vlr::StoredPatient stored;
-    error = store->load(uri.patientUid(), stored);
+    error = store->load(uri.patientUid(), patientLimits.bytes, stored);
     DataTreeNode root;
     if (error == CaError::nullError)
         error = vlr::readTree(stored.document, root, patientLimits);
@@ -214,6 +287,9 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
         return CaError("DataIOManager::storePatient", "No patient given.");
     if (patient->patientId().isEmpty())
         return CaError("DataIOManager::storePatient", "A patient without an id cannot be stored.");
+    if (patient->parent())
+        return CaError("DataIOManager::storePatient",
+                       "A patient that is a part of another item cannot be stored by itself.");
     CaError error;
     vlr::PatientStore* store = repository(error);
     if (!store)
@@ -221,15 +297,8 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
     if (!patient->storageUri().isValid())
         patient->setStorage(vlr::URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)),
                             0);
-    DataTreeNode root;
-    error = patient->save(root);
-    if (error != CaError::nullError)
-        return error;
-    vlr::StoredPatient stored = storedForm(*patient, root);
-    if (stored.document.size() > patientLimits.bytes)
-        return CaError("DataIOManager::storePatient",
-                       "The data of the patient are too large to be stored.");
-    error = store->store(stored, [&] { return patient->saveBinaryParts(); });
+    vlr::StoredPatient stored = storedForm(*patient);
+    error = store->store(stored, [&] { return storeContent(*patient, stored); });
     if (error != CaError::nullError)
         return error;
     patient->setStorage(patient->storageUri(), stored.revision);

@@ -1,5 +1,6 @@
 #include "IO/DurableFile.h"
 
+#include "IO/PrivateFile.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QDateTime>
@@ -7,14 +8,14 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
-#include <QtCore/QSaveFile>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <limits>
+#include <memory>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -22,6 +23,7 @@
 namespace vlr {
 
 const char* const fileNotFoundError = "File::notFound";
+const char* const passingReadError = "File::passingReadError";
 
 namespace {
 
@@ -44,27 +46,48 @@ bool isUsable(const QString& path) {
     return !path.isEmpty() && !path.contains(QChar(0));
 }
 
+QByteArray folderOf(const QByteArray& path) {
+    const int slash = path.lastIndexOf('/');
+    return slash <= 0 ? QByteArray("/") : path.left(slash);
+}
+
+// What the link says, read from the folder in which it really is; empty for what is no link.
+QByteArray followed(const QByteArray& path) {
+    char buffer[4096]; // the most that a link can hold
+    const ssize_t size = readlink(path.constData(), buffer, sizeof buffer);
+    if (size <= 0)
+        return {};
+    const QByteArray text(buffer, static_cast<int>(size));
+    const std::unique_ptr<char, decltype(&std::free)> folder(
+        realpath(folderOf(path).constData(), nullptr), &std::free);
+    if (text.startsWith('/'))
+        return text;
+    return folder ? QByteArray(folder.get()) + '/' + text : path;
+}
+
 // Where the bytes of the path are or would be: links are followed, also to a target that does
 // not exist yet, which QFileInfo::canonicalFilePath() does not do.
 QString linkTarget(const QString& path) {
-    QString target = QFileInfo(path).absoluteFilePath();
-    for (int links = 0; links < 40 && QFileInfo(target).isSymLink(); ++links)
-        target = QFileInfo(target).symLinkTarget();
-    return target;
+    QByteArray target = QFile::encodeName(QFileInfo(path).absoluteFilePath());
+    for (int links = 0; links < 40; ++links) {
+        const QByteArray next = followed(target);
+        if (next.isEmpty())
+            break;
+        target = next;
+    }
+    return QFile::decodeName(target);
 }
 
 // Makes the missing folders above the file. `changed` gets every folder that has a new entry when
 // the file is added.
 CaError makeFolder(const QFileInfo& file, const QString& path, QStringList& changed) {
-    const QString folder = file.path();
-    changed = QStringList(folder);
+    changed = QStringList(file.path());
     while (!QFileInfo::exists(changed.last()))
         changed << QFileInfo(changed.last()).path();
-    std::error_code error;
-    std::filesystem::create_directories(QFile::encodeName(folder).toStdString(), error);
-    if (error)
+    if (const int error = makePrivateFolder(file.path()))
         return fileError(writeFailed, "write", path,
-                         "the folder cannot be created: " + error.message(), error.value());
+                         "the folder cannot be created: " + std::generic_category().message(error),
+                         error);
     return CaError::nullError;
 }
 
@@ -88,14 +111,63 @@ void synchroniseFolder(const QString& folder) {
         VLR_LOG(Warning) << systemError(writeFailed, "synchronise", folder, error);
 }
 
-// QSaveFile::commit() takes no notice when its own last flush meets a full disk, and would
-// replace the good file by a cut one: everything has to be on the disk before.
-CaError fill(QSaveFile& file, const QByteArray& bytes, const QString& path) {
-    if (file.write(bytes) != bytes.size() || !file.flush())
-        return fileError(writeFailed, "write", path, file.errorString().toStdString());
-    if (const int error = synchronise(file.handle()))
-        return systemError(writeFailed, "write", path, error);
-    return CaError::nullError;
+int writeAll(int descriptor, const QByteArray& bytes) {
+    for (int written = 0; written < bytes.size();) {
+        const ssize_t count =
+            write(descriptor, bytes.constData() + written,
+                  static_cast<std::size_t>(bytes.size()) - static_cast<std::size_t>(written));
+        if (count < 0 && errno != EINTR)
+            return errno;
+        if (count > 0)
+            written += static_cast<int>(count);
+    }
+    return 0;
+}
+
+// Everything has to be on the disk before the temporary file takes the name of the good one, and
+// the rights are set before there is anything to read. The number of the error or 0.
+int fill(int descriptor, const QByteArray& bytes, mode_t mode) {
+    struct stat status = {};
+    int error = fstat(descriptor, &status) == 0 ? 0 : errno;
+    // Some file systems give every file the same rights and refuse to set them.
+    if (error == 0 && (status.st_mode & 0777U) != mode && fchmod(descriptor, mode) != 0)
+        error = errno;
+    if (error == 0)
+        error = writeAll(descriptor, bytes);
+    if (error == 0)
+        error = synchronise(descriptor);
+    if (close(descriptor) != 0 && error == 0)
+        error = errno;
+    return error;
+}
+
+// Replaces the file, by way of a temporary one beside it. The number of the error or 0.
+int replace(const QByteArray& target, const QByteArray& bytes) {
+    struct stat status = {};
+    const bool exists = stat(target.constData(), &status) == 0;
+    if (exists && faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) != 0)
+        return errno; // Who protects a file from writing means its content.
+    QByteArray temporary = folderOf(target) + "/.vlr-XXXXXX";
+    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        return errno;
+    int error = fill(descriptor, bytes, exists ? status.st_mode & 0777U : 0600U);
+    if (error == 0 && std::rename(temporary.constData(), target.constData()) != 0)
+        error = errno;
+    if (error != 0)
+        unlink(temporary.constData());
+    return error;
+}
+
+// A file that is there and that nobody is allowed to read stays so; all else may be a matter of
+// the moment: too many open files, a disk or network that does not answer.
+CaError readError(const QString& path, int number) {
+    const char* id = passingReadError;
+    if (number == ENOENT || number == ENOTDIR)
+        id = fileNotFoundError;
+    else if (number == EACCES || number == EPERM || number == ELOOP || number == ENAMETOOLONG)
+        id = readFailed;
+    return systemError(id, "read", path, number);
 }
 
 CaError readAll(int descriptor, qint64 limit, const QString& path, QByteArray& bytes) {
@@ -106,7 +178,7 @@ CaError readAll(int descriptor, qint64 limit, const QString& path, QByteArray& b
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            return systemError(readFailed, "read", path, errno);
+            return readError(path, errno);
         if (count > limit - content.size())
             return fileError(readFailed, "read", path,
                              "it is larger than " + std::to_string(limit) + " bytes");
@@ -146,19 +218,11 @@ CaError writeDurably(const QString& path, const QByteArray& bytes) {
         return fileError(writeFailed, "write", path, "it is not a regular file");
 
     QStringList changed;
-    CaError error = makeFolder(info, path, changed);
+    const CaError error = makeFolder(info, path, changed);
     if (!error.isNull())
         return error;
-    QSaveFile file(target);
-    if (!file.open(QIODevice::WriteOnly))
-        return fileError(writeFailed, "write", path, file.errorString().toStdString());
-    error = fill(file, bytes, path);
-    if (!error.isNull()) {
-        file.cancelWriting();
-        return error;
-    }
-    if (!file.commit())
-        return fileError(writeFailed, "write", path, file.errorString().toStdString());
+    if (const int number = replace(QFile::encodeName(target), bytes))
+        return systemError(writeFailed, "write", path, number);
     for (const QString& folder : qAsConst(changed))
         synchroniseFolder(folder);
     return CaError::nullError;
@@ -170,8 +234,7 @@ CaError readWhole(const QString& path, qint64 limit, QByteArray& bytes) {
     const QByteArray name = QFile::encodeName(path);
     struct stat status = {};
     if (stat(name.constData(), &status) != 0)
-        return systemError(errno == ENOENT || errno == ENOTDIR ? fileNotFoundError : readFailed,
-                           "read", path, errno);
+        return readError(path, errno);
     if (!S_ISREG(status.st_mode))
         return fileError(readFailed, "read", path, "it is not a regular file");
     limit = std::min<qint64>(limit, std::numeric_limits<int>::max() / 2);
@@ -182,7 +245,7 @@ CaError readWhole(const QString& path, qint64 limit, QByteArray& bytes) {
     // Not to wait should a pipe have taken the name just now.
     const int descriptor = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     if (descriptor < 0)
-        return systemError(readFailed, "read", path, errno);
+        return readError(path, errno);
     const CaError error = readAll(descriptor, limit, path, bytes);
     close(descriptor);
     return error;
@@ -205,12 +268,7 @@ CaError keepAside(const QString& path, QString& keptAs) {
 }
 
 void sweepTemporaryFiles(const QString& folder) {
-    // QSaveFile appends a dot and six random letters. People append such endings as well, above
-    // all "backup": a capital after a small letter, which nearly every random name has, is asked
-    // for, since to leave a file behind is better than to remove one of theirs.
-    static const QRegularExpression temporary(
-        QStringLiteral("\\A.+\\.(?:xml|ini)\\.(?=[A-Za-z]{6}\\z).*[a-z][A-Z]"),
-        QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression temporary(QStringLiteral("\\A\\.vlr-[A-Za-z0-9]{6}\\z"));
     const QDateTime newest = QDateTime::currentDateTimeUtc().addSecs(-3600);
     const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden);
     for (const QFileInfo& file : files)

@@ -12,7 +12,8 @@ namespace vlr {
 ///
 ///     const CaError error = writeDurably(path, document);
 ///
-/// The folder is created where it is missing. The bytes go to a temporary file beside the
+/// The folder is created where it is missing, for the user alone; a new file is for the user alone
+/// as well, an old one keeps its rights. The bytes go to a temporary file beside the
 /// target, are flushed and synchronised (a full disk shows up here), renamed over the target,
 /// and the folder is synchronised, so that a power failure leaves one version or the other.
 /// A symbolic link is followed: its target is replaced, not the link.
@@ -20,8 +21,9 @@ namespace vlr {
 VLR_CORE_EXPORT CaError writeDurably(const QString& path, const QByteArray& bytes);
 
 /// Reads a regular file of at most `limit` bytes. A missing file gives an error with the id
-/// "File::notFound"; a larger one, one that is not a regular file, or one that cannot be read
-/// gives another error that names the file and the cause. `bytes` is set on success only.
+/// fileNotFoundError; a larger one, one that is not a regular file, or one that may not be read
+/// gives another error that names the file and the cause. The id passingReadError means that the
+/// file itself may be in order and a later attempt succeed. `bytes` is set on success only.
 VLR_CORE_EXPORT CaError readWhole(const QString& path, qint64 limit, QByteArray& bytes);
 
 /// Renames a file that could not be understood to "<name>.damaged-<date and time>", with a
@@ -29,12 +31,12 @@ VLR_CORE_EXPORT CaError readWhole(const QString& path, qint64 limit, QByteArray&
 VLR_CORE_EXPORT CaError keepAside(const QString& path, QString& keptAs);
 
 /// Removes what interrupted writeDurably() calls left in the folder: regular files older than an
-/// hour named like "study.xml.qWeRtY" or "settings.ini.qWeRtY", that is with six letters of which
-/// a capital follows a small one. Names that people choose ("study.xml.backup") are left alone,
-/// and so is the rare temporary file that looks like one.
+/// hour named ".vlr-" and six letters or digits.
 VLR_CORE_EXPORT void sweepTemporaryFiles(const QString& folder);
 
-/// The id of the error readWhole() gives for a file that does not exist.
+/// The ids of the errors readWhole() gives for a file that does not exist, "File::notFound", and
+/// for one that could not be read this time, "File::passingReadError".
 extern VLR_CORE_EXPORT const char* const fileNotFoundError;
+extern VLR_CORE_EXPORT const char* const passingReadError;
 
 } // namespace vlr

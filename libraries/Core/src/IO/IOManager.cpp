@@ -30,6 +30,11 @@ CaError IOManager::read(const vlr::URI& uri, QByteArray& bytes) {
 }
 
 CaError IOManager::write(const vlr::URI& uri, const QByteArray& bytes) {
+    if (bytes.size() > limit)
+        return CaError("IOManager::tooLarge", "\"" + uri.toString().toStdString() +
+                                                  "\" would have " + std::to_string(bytes.size()) +
+                                                  " bytes, more than " + std::to_string(limit) +
+                                                  '.');
     if (uri.isFile())
         return vlr::writeDurably(uri.filePath(), bytes);
     if (!isPart(uri))

@@ -4,8 +4,9 @@
 #include "IO/MetaInformation.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QPair>
+#include <QtCore/QSet>
 #include <QtCore/QString>
-#include <QtCore/QStringList>
 
 #include <functional>
 #include <memory>
@@ -21,8 +22,9 @@ struct StoredPatient {
     int sex = 0;
     QString birthDate; ///< ISO 8601 or empty.
     QByteArray document;
-    int revision = 0;     ///< As it was loaded; 0 for a new patient. Raised by store().
-    QStringList itemKeys; ///< Items whose binary parts are kept; those of others are removed.
+    int revision = 0; ///< As it was loaded; 0 for a new patient. Raised by store().
+    /// Key of the item and name of every binary part that belongs to the patient.
+    QSet<QPair<QString, QString>> parts;
 };
 
 /// The interface of a patient repository; DataIOManager is its user. A second kind of
@@ -40,9 +42,13 @@ public:
 
     virtual CaError list(std::vector<MetaInformation>& patients) = 0;
     virtual CaError metaInformation(const QString& uid, MetaInformation& information) = 0;
-    virtual CaError load(const QString& uid, StoredPatient& patient) = 0;
+    /// A document of more than `limit` bytes is refused.
+    virtual CaError load(const QString& uid, qint64 limit, StoredPatient& patient) = 0;
     /// Stores the patient and whatever `storeParts` writes with writePart(), all or nothing.
+    /// `storeParts` may still change the document and the set of parts. Parts of the patient that
+    /// are not in the set are removed; one of the set that is not there is an error.
     virtual CaError store(StoredPatient& patient, const std::function<CaError()>& storeParts) = 0;
+    /// An unknown patient is an error.
     virtual CaError remove(const QString& uid) = 0;
     virtual CaError readPart(const QString& uid, const QString& itemKey, const QString& name,
                              qint64 limit, QByteArray& bytes) = 0;

@@ -3,9 +3,6 @@
 #include "IO/DataIOManager.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-#include <QtCore/QSet>
 #include <QtCore/QUuid>
 #include <QtCore/QVariant>
 #include <QtSql/QSqlError>
@@ -13,22 +10,6 @@
 namespace vlr {
 
 namespace {
-
-constexpr int schemaVersion = 1;
-
-// BYTEA is PostgreSQL's name for bytes; SQLite takes any name and stores bytes as bytes.
-const char* const tables[] = {
-    "CREATE TABLE IF NOT EXISTS repository (version INTEGER NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS patient ("
-    "uid TEXT PRIMARY KEY, patient_id TEXT NOT NULL UNIQUE, name TEXT NOT NULL, "
-    "sex INTEGER NOT NULL, birth_date TEXT NOT NULL, changed TEXT NOT NULL, "
-    "revision INTEGER NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS document ("
-    "uid TEXT PRIMARY KEY REFERENCES patient ON DELETE CASCADE, content BYTEA NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS binary_part ("
-    "uid TEXT NOT NULL REFERENCES patient ON DELETE CASCADE, item TEXT NOT NULL, "
-    "name TEXT NOT NULL, content BYTEA NOT NULL, PRIMARY KEY (uid, item, name))",
-};
 
 const QString listingColumns =
     QStringLiteral("SELECT uid, patient_id, name, sex, birth_date, changed FROM patient ");
@@ -66,74 +47,6 @@ CaError SqlPatientStore::failure(const QString& reason) const {
                                                "\": " + reason.trimmed().toStdString());
 }
 
-std::unique_ptr<PatientStore> SqlPatientStore::open(const QUrl& url, CaError& error) {
-    std::unique_ptr<SqlPatientStore> store(new SqlPatientStore(url));
-    error = store->openDatabase();
-    if (error == CaError::nullError)
-        error = store->makeTables();
-    if (error != CaError::nullError)
-        return nullptr;
-    return store;
-}
-
-CaError SqlPatientStore::openDatabase() {
-    const bool isSqlite = m_url.scheme() == QLatin1String("sqlite");
-    const QString driver = isSqlite ? QStringLiteral("QSQLITE") : QStringLiteral("QPSQL");
-    if (!QSqlDatabase::isDriverAvailable(driver))
-        return failure(QStringLiteral("the database driver %1 is not installed").arg(driver));
-    m_database = QSqlDatabase::addDatabase(driver, m_connection);
-    if (!isSqlite) {
-        m_database.setHostName(m_url.host());
-        m_database.setPort(m_url.port());
-        m_database.setUserName(m_url.userName());
-        m_database.setPassword(m_url.password());
-        m_database.setDatabaseName(m_url.path().mid(1));
-        return m_database.open() ? CaError::nullError : failure(m_database.lastError().text());
-    }
-
-    const QFileInfo file(m_url.path());
-    if (file.exists() && !file.isFile())
-        return failure(QStringLiteral("not a regular file"));
-    if (!QDir().mkpath(file.absolutePath()))
-        return failure(QStringLiteral("the folder cannot be created"));
-    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
-    m_database.setDatabaseName(m_url.path());
-    if (!m_database.open())
-        return failure(m_database.lastError().text());
-    for (const char* pragma :
-         {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA foreign_keys=ON"}) {
-        const CaError error = run(QString::fromLatin1(pragma));
-        if (error != CaError::nullError)
-            return error;
-    }
-    return CaError::nullError;
-}
-
-CaError SqlPatientStore::makeTables() {
-    QSqlQuery version(m_database);
-    // Asking first keeps the usual start free of a write.
-    if (m_database.tables().contains(QLatin1String("repository"))) {
-        const CaError error = query(QStringLiteral("SELECT version FROM repository"), {}, version);
-        if (error != CaError::nullError)
-            return error;
-        if (version.next() && version.value(0).toInt() == schemaVersion)
-            return CaError::nullError;
-        if (version.value(0).toInt() > schemaVersion)
-            return failure(QStringLiteral("it was made by a newer version of this program"));
-    }
-    return inTransaction([this] {
-        CaError error;
-        for (const char* sql : tables)
-            if (error == CaError::nullError)
-                error = run(QString::fromLatin1(sql));
-        if (error == CaError::nullError)
-            error = run(QStringLiteral("INSERT INTO repository SELECT %1 WHERE NOT EXISTS "
-                                       "(SELECT version FROM repository)")
-                            .arg(schemaVersion));
-        return error;
-    });
-}
-
 // A full disk shows itself at prepare(); exec() would then speak of a parameter count.
 CaError SqlPatientStore::query(const QString& sql, const QVariantList& values, QSqlQuery& query) {
     if (!m_database.isOpen())
@@ -149,14 +62,20 @@ CaError SqlPatientStore::query(const QString& sql, const QVariantList& values, Q
     return CaError::nullError;
 }
 
-CaError SqlPatientStore::run(const QString& sql, const QVariantList& values) {
+CaError SqlPatientStore::run(const QString& sql, const QVariantList& values, int* changedRows) {
     QSqlQuery statement(m_database);
-    return query(sql, values, statement);
+    const CaError error = query(sql, values, statement);
+    if (changedRows)
+        *changedRows = statement.numRowsAffected();
+    return error;
 }
 
 CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work) {
+    CaError error = checkWritable();
+    if (error != CaError::nullError)
+        return error;
     // What is read here decides what is written, so SQLite must take the write lock first.
-    CaError error =
+    error =
         run(m_database.driverName() == QLatin1String("QSQLITE") ? QStringLiteral("BEGIN IMMEDIATE")
                                                                 : QStringLiteral("BEGIN"));
     if (error != CaError::nullError)
@@ -194,12 +113,16 @@ CaError SqlPatientStore::metaInformation(const QString& uid, MetaInformation& in
     return CaError::nullError;
 }
 
-CaError SqlPatientStore::load(const QString& uid, StoredPatient& patient) {
+CaError SqlPatientStore::load(const QString& uid, qint64 limit, StoredPatient& patient) {
     QSqlQuery row(m_database);
-    const CaError error =
-        query(QStringLiteral("SELECT revision, content FROM patient JOIN document "
-                             "ON document.uid = patient.uid WHERE patient.uid = ?"),
-              {uid}, row);
+    const QString from = QStringLiteral(" FROM patient JOIN document "
+                                        "ON document.uid = patient.uid WHERE patient.uid = ?");
+    CaError error = query(QStringLiteral("SELECT length(content)") + from, {uid}, row);
+    if (error != CaError::nullError)
+        return error;
+    if (row.next() && row.value(0).toLongLong() > limit)
+        return failure(QStringLiteral("the patient has more than %1 bytes").arg(limit));
+    error = query(QStringLiteral("SELECT revision, content") + from, {uid}, row);
     if (error != CaError::nullError)
         return error;
     if (!row.next())
@@ -217,76 +140,105 @@ CaError SqlPatientStore::store(StoredPatient& patient, const std::function<CaErr
     return error;
 }
 
-CaError SqlPatientStore::checkRevision(const StoredPatient& patient) {
+CaError SqlPatientStore::checkId(const StoredPatient& patient) {
     QSqlQuery row(m_database);
-    CaError error = query(QStringLiteral("SELECT uid FROM patient WHERE patient_id = ? AND "
-                                         "uid <> ?"),
-                          {patient.patientId, patient.uid}, row);
-    if (error != CaError::nullError)
-        return error;
-    if (row.next())
+    const CaError error = query(QStringLiteral("SELECT uid FROM patient WHERE patient_id = ? AND "
+                                               "uid <> ?"),
+                                {patient.patientId, patient.uid}, row);
+    if (error == CaError::nullError && row.next())
         return CaError(DataIOManager::idTakenError, "Another patient already has the id \"" +
                                                         patient.patientId.toStdString() + "\".");
-    error = query(QStringLiteral("SELECT revision FROM patient WHERE uid = ?"), {patient.uid}, row);
-    if (error != CaError::nullError)
-        return error;
-    const bool stored = row.next();
-    if (stored ? row.value(0).toInt() == patient.revision : patient.revision == 0)
-        return CaError::nullError;
-    return CaError(DataIOManager::changedElsewhereError,
-                   "The patient \"" + patient.patientId.toStdString() + "\" was " +
-                       (stored ? "changed" : "removed") +
-                       " by another application since it was loaded.");
-}
-
-CaError SqlPatientStore::storeRows(StoredPatient& patient,
-                                   const std::function<CaError()>& storeParts) {
-    const auto now = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
-    const QVariantList columns{
-        text(patient.patientId), text(patient.name), patient.sex, text(patient.birthDate), now,
-        patient.revision + 1,    patient.uid};
-    const bool isNew = patient.revision == 0;
-
-    CaError error = checkRevision(patient);
-    if (error == CaError::nullError)
-        error = run(isNew ? QStringLiteral("INSERT INTO patient (patient_id, name, sex, "
-                                           "birth_date, changed, revision, uid) "
-                                           "VALUES (?, ?, ?, ?, ?, ?, ?)")
-                          : QStringLiteral("UPDATE patient SET patient_id = ?, name = ?, sex = ?, "
-                                           "birth_date = ?, changed = ?, revision = ? "
-                                           "WHERE uid = ?"),
-                    columns);
-    if (error == CaError::nullError)
-        error = run(isNew ? QStringLiteral("INSERT INTO document (content, uid) VALUES (?, ?)")
-                          : QStringLiteral("UPDATE document SET content = ? WHERE uid = ?"),
-                    {patient.document, patient.uid});
-    if (error == CaError::nullError)
-        error = storeParts();
-    if (error == CaError::nullError)
-        error = removeOrphanedParts(patient);
     return error;
 }
 
-CaError SqlPatientStore::removeOrphanedParts(const StoredPatient& patient) {
+CaError SqlPatientStore::storePatientRow(const StoredPatient& patient) {
+    const auto now = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    const bool isNew = patient.revision == 0;
+    QVariantList values{
+        text(patient.patientId), text(patient.name), patient.sex, text(patient.birthDate), now,
+        patient.revision + 1,    patient.uid};
+    if (!isNew)
+        values << patient.revision;
+    // One statement compares and writes: between two of them a server lets others in.
+    int rows = 0;
+    const CaError error =
+        run(isNew ? QStringLiteral("INSERT INTO patient (patient_id, name, sex, birth_date, "
+                                   "changed, revision, uid) VALUES (?, ?, ?, ?, ?, ?, ?) "
+                                   "ON CONFLICT (uid) DO NOTHING")
+                  : QStringLiteral("UPDATE patient SET patient_id = ?, name = ?, sex = ?, "
+                                   "birth_date = ?, changed = ?, revision = ? "
+                                   "WHERE uid = ? AND revision = ?"),
+            values, &rows);
+    if (error == CaError::nullError && rows != 1)
+        return CaError(DataIOManager::changedElsewhereError,
+                       "The patient \"" + patient.patientId.toStdString() +
+                           "\" was changed or removed by another application since it was "
+                           "loaded.");
+    return error;
+}
+
+CaError SqlPatientStore::storeDocument(const StoredPatient& patient) {
+    const bool isNew = patient.revision == 0;
+    int rows = 0;
+    const CaError error =
+        run(isNew ? QStringLiteral("INSERT INTO document (content, uid) VALUES (?, ?)")
+                  : QStringLiteral("UPDATE document SET content = ? WHERE uid = ?"),
+            {patient.document, patient.uid}, &rows);
+    if (error == CaError::nullError && rows != 1)
+        return failure(QStringLiteral("the data of the patient are missing"));
+    return error;
+}
+
+CaError SqlPatientStore::storeRows(const StoredPatient& patient,
+                                   const std::function<CaError()>& storeParts) {
+    CaError error = checkId(patient);
+    if (error == CaError::nullError)
+        error = storePatientRow(patient);
+    if (error == CaError::nullError)
+        error = storeParts();
+    if (error == CaError::nullError)
+        error = storeDocument(patient);
+    if (error == CaError::nullError)
+        error = settleParts(patient);
+    return error;
+}
+
+CaError SqlPatientStore::settleParts(const StoredPatient& patient) {
     QSqlQuery row(m_database);
-    CaError error = query(QStringLiteral("SELECT DISTINCT item FROM binary_part WHERE uid = ?"),
+    CaError error = query(QStringLiteral("SELECT item, name FROM binary_part WHERE uid = ?"),
                           {patient.uid}, row);
     if (error != CaError::nullError)
         return error;
-    const QSet<QString> kept(patient.itemKeys.begin(), patient.itemKeys.end());
-    QStringList orphans;
-    while (row.next())
-        if (!kept.contains(row.value(0).toString()))
-            orphans << row.value(0).toString();
-    for (const QString& item : orphans)
+    QSet<QPair<QString, QString>> missing = patient.parts;
+    QSet<QPair<QString, QString>> orphans;
+    while (row.next()) {
+        const auto part = qMakePair(row.value(0).toString(), row.value(1).toString());
+        if (!missing.remove(part))
+            orphans.insert(part);
+    }
+    if (row.lastError().isValid())
+        return failure(row.lastError().text());
+    if (!missing.isEmpty())
+        return failure(QStringLiteral("the bytes of the part \"%1\" are neither in memory nor in "
+                                      "the repository")
+                           .arg(missing.begin()->second));
+    for (const auto& part : orphans)
         if (error == CaError::nullError)
-            error = run(QStringLiteral("DELETE FROM binary_part WHERE uid = ? AND item = ?"),
-                        {patient.uid, item});
+            error = run(
+                QStringLiteral("DELETE FROM binary_part WHERE uid = ? AND item = ? AND name = ?"),
+                {patient.uid, part.first, part.second});
     return error;
 }
 
 CaError SqlPatientStore::remove(const QString& uid) {
-    return run(QStringLiteral("DELETE FROM patient WHERE uid = ?"), {uid});
+    return inTransaction([&] {
+        int rows = 0;
+        const CaError error =
+            run(QStringLiteral("DELETE FROM patient WHERE uid = ?"), {uid}, &rows);
+        if (error == CaError::nullError && rows != 1)
+            return failure(QStringLiteral("there is no such patient"));
+        return error;
+    });
 }
 
 CaError SqlPatientStore::readPart(const QString& uid, const QString& itemKey, const QString& name,
@@ -314,14 +266,14 @@ CaError SqlPatientStore::readPart(const QString& uid, const QString& itemKey, co
 
 CaError SqlPatientStore::writePart(const QString& uid, const QString& itemKey, const QString& name,
                                    const QByteArray& bytes) {
-    const QVariantList place{uid, itemKey, name};
-    const CaError error = run(
-        QStringLiteral("DELETE FROM binary_part WHERE uid = ? AND item = ? AND name = ?"), place);
+    const CaError error = checkWritable();
     if (error != CaError::nullError)
         return error;
-    return run(
-        QStringLiteral("INSERT INTO binary_part (uid, item, name, content) VALUES (?, ?, ?, ?)"),
-        place + QVariantList{bytes.isNull() ? QByteArray("") : bytes});
+    // One statement, so that the old bytes stay where there is no room for the new ones.
+    return run(QStringLiteral("INSERT INTO binary_part (uid, item, name, content) "
+                              "VALUES (?, ?, ?, ?) ON CONFLICT (uid, item, name) "
+                              "DO UPDATE SET content = excluded.content"),
+               {uid, itemKey, name, bytes.isNull() ? QByteArray("") : bytes});
 }
 
 } // namespace vlr

@@ -7,6 +7,10 @@
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace vlr {
 
 /// A repository in an SQL database: SQLite in a file, or PostgreSQL when several workstations
@@ -18,7 +22,7 @@ public:
 
     CaError list(std::vector<MetaInformation>& patients) override;
     CaError metaInformation(const QString& uid, MetaInformation& information) override;
-    CaError load(const QString& uid, StoredPatient& patient) override;
+    CaError load(const QString& uid, qint64 limit, StoredPatient& patient) override;
     CaError store(StoredPatient& patient, const std::function<CaError()>& storeParts) override;
     CaError remove(const QString& uid) override;
     CaError readPart(const QString& uid, const QString& itemKey, const QString& name, qint64 limit,
@@ -28,19 +32,32 @@ public:
 
 private:
     explicit SqlPatientStore(const QUrl& url);
-    CaError openDatabase();
+    CaError addDatabase(const QString& driver);
+    CaError openServer();
+    CaError openFile();
+    CaError openFileForWriting();
+    CaError openFileForReading(const CaError& reason);
+    CaError readVersion(int& version);
     CaError makeTables();
-    CaError storeRows(StoredPatient& patient, const std::function<CaError()>& storeParts);
-    CaError checkRevision(const StoredPatient& patient);
-    CaError removeOrphanedParts(const StoredPatient& patient);
+    CaError checkWritable() const;
+    CaError checkId(const StoredPatient& patient);
+    CaError storePatientRow(const StoredPatient& patient);
+    CaError storeDocument(const StoredPatient& patient);
+    CaError storeRows(const StoredPatient& patient, const std::function<CaError()>& storeParts);
+    CaError settleParts(const StoredPatient& patient);
     CaError query(const QString& sql, const QVariantList& values, QSqlQuery& query);
-    CaError run(const QString& sql, const QVariantList& values = {});
+    CaError run(const QString& sql, const QVariantList& values = {}, int* changedRows = nullptr);
     CaError inTransaction(const std::function<CaError()>& work);
     CaError failure(const QString& reason) const;
+
+    using FileIdentity = std::pair<quint64, quint64>; // Device and inode.
+    static std::optional<FileIdentity> identity(const QString& path);
 
     QUrl m_url;
     QString m_connection;
     QSqlDatabase m_database;
+    std::optional<FileIdentity> m_file; // Of the file that was opened; none for a server.
+    std::string m_whyReadOnly;
 };
 
 } // namespace vlr

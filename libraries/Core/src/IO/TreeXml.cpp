@@ -2,10 +2,14 @@
 
 #include "Stream/QtStream.h"
 
+#include <QtCore/QSet>
+#include <QtCore/QTextCodec>
 #include <QtCore/QXmlStreamReader>
 #include <QtCore/QXmlStreamWriter>
 
 #include <sstream>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace vlr {
@@ -106,12 +110,65 @@ void writeNode(QXmlStreamWriter& xml, const DataTreeNode& node) {
     xml.writeEndElement();
 }
 
+// --- what the XML parser must not see
+
+CaError malformed(const std::string& text) {
+    return CaError("TreeXml::malformed", text);
+}
+
+// Where the markup that starts here ends, and how many quoted values it has. Comments and the like
+// have none, since a quote in them opens nothing.
+int markupEnd(const QByteArray& document, int start, int& values) {
+    const std::pair<const char*, const char*> opaque[] = {
+        {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+    for (const auto& kind : opaque)
+        if (qstrncmp(document.constData() + start, kind.first, qstrlen(kind.first)) == 0)
+            return document.indexOf(kind.second, start + static_cast<int>(qstrlen(kind.first)));
+    int i = start;
+    for (; i >= 0 && i < document.size() && document[i] != '>'; ++i)
+        if (document[i] == '"' || document[i] == '\'') {
+            ++values;
+            i = document.indexOf(document[i], i + 1);
+            if (i < 0)
+                return i;
+        }
+    return i;
+}
+
+// The parser compares the attributes of an element with each other, which takes it hours where
+// there are enough of them; and it reads a document type before anybody can refuse it.
+CaError checkMarkup(const QByteArray& document) {
+    constexpr int mostValues = 16;
+    for (int i = document.indexOf('<'); i >= 0; i = document.indexOf('<', i)) {
+        if (qstrnicmp(document.constData() + i, "<!DOCTYPE", 9) == 0)
+            return malformed("a document type is not allowed");
+        int values = 0;
+        i = markupEnd(document, i, values);
+        if (values > mostValues)
+            return malformed("an element with more than " + std::to_string(mostValues) +
+                             " attributes");
+        if (i < 0)
+            break;
+    }
+    return CaError::nullError;
+}
+
+// Decoded here, so that no encoding which the document claims makes the parser see other
+// characters than checkMarkup() did.
+CaError decode(const QByteArray& document, QString& text) {
+    QTextCodec::ConverterState state;
+    text =
+        QTextCodec::codecForName("UTF-8")->toUnicode(document.constData(), document.size(), &state);
+    if (state.invalidChars > 0 || state.remainingChars > 0)
+        return malformed("it is not UTF-8 text");
+    return CaError::nullError;
+}
+
 // --- reading, without recursion: the depth is the document's word
 
 class Reader {
 public:
-    Reader(const QByteArray& document, const TreeLimits& limits)
-        : m_xml(document), m_limits(limits) {}
+    Reader(const QString& document, const TreeLimits& limits) : m_xml(document), m_limits(limits) {}
 
     CaError read(DataTreeNode& root) {
         while (!m_xml.atEnd() && m_problem.isEmpty()) {
@@ -140,10 +197,15 @@ public:
     }
 
 private:
+    struct OpenNode {
+        DataTreeNode* node;
+        QSet<QString> attributeNames;
+    };
+
     CaError error() const {
         std::ostringstream text;
         text << "line " << m_xml.lineNumber() << ": " << m_problem;
-        return CaError("TreeXml::malformed", text.str());
+        return malformed(text.str());
     }
 
     void startElement() {
@@ -197,36 +259,40 @@ private:
             m_problem = QStringLiteral("more than %1 items").arg(m_limits.nodes);
         if (!m_problem.isEmpty())
             return;
-        DataTreeNode* node = m_open.empty() ? &m_root : m_open.back()->addChild({});
+        DataTreeNode* node = m_open.empty() ? &m_root : m_open.back().node->addChild({});
         node->setClassName(text(className));
         node->setId(text(idName));
         node->setKey(text(keyName));
-        m_open.push_back(node);
+        m_open.push_back({node, {}});
     }
 
     void readAttribute() {
         m_inLeaf = true;
-        DataTreeNode* node = m_open.back();
-        if (static_cast<int>(node->attributes().size()) >= m_limits.attributesPerNode)
+        OpenNode& open = m_open.back();
+        const QString name = text(nameName);
+        if (open.attributeNames.size() >= m_limits.attributesPerNode)
             m_problem = QStringLiteral("an item with more than %1 attributes")
                             .arg(m_limits.attributesPerNode);
-        else
-            node->setAttribute(text(nameName), text(valueName));
+        else if (open.attributeNames.contains(name))
+            m_problem = QStringLiteral("an item with two attributes \"%1\"").arg(name);
+        open.attributeNames.insert(name);
+        open.node->appendAttribute(name, text(valueName));
     }
 
     void readPart() {
         m_inLeaf = true;
-        QStringList parts = m_open.back()->binaryParts();
-        if (parts.size() >= m_limits.attributesPerNode)
-            m_problem = QStringLiteral("an item with too many binary parts");
+        DataTreeNode* node = m_open.back().node;
+        if (node->binaryParts().size() >= m_limits.attributesPerNode)
+            m_problem = QStringLiteral("an item with more than %1 binary parts")
+                            .arg(m_limits.attributesPerNode);
         else
-            m_open.back()->setBinaryParts(parts << text(nameName));
+            node->addBinaryPart(text(nameName));
     }
 
     QXmlStreamReader m_xml;
     const TreeLimits m_limits;
     DataTreeNode m_root;
-    std::vector<DataTreeNode*> m_open;
+    std::vector<OpenNode> m_open;
     int m_nodes = 0;
     int m_depth = 0;
     bool m_inLeaf = false;
@@ -251,7 +317,11 @@ QByteArray writeTree(const DataTreeNode& root) {
 CaError readTree(const QByteArray& document, DataTreeNode& root, const TreeLimits& limits) {
     if (document.size() > limits.bytes)
         return CaError("TreeXml::tooLarge", "more than " + std::to_string(limits.bytes) + " bytes");
-    return Reader(document, limits).read(root);
+    QString text;
+    CaError error = checkMarkup(document);
+    if (error == CaError::nullError)
+        error = decode(document, text);
+    return error == CaError::nullError ? Reader(text, limits).read(root) : error;
 }
 
 } // namespace vlr

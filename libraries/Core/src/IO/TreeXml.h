@@ -25,8 +25,8 @@ struct TreeLimits {
 /// gives the same bytes.
 VLR_CORE_EXPORT QByteArray writeTree(const DataTreeNode& root);
 
-/// Reads such a document. The error says what is wrong and in which line; `root` is set on
-/// success only.
+/// Reads such a document, which must be UTF-8 without a document type. The error says what is
+/// wrong and, where the parser found it, in which line; `root` is set on success only.
 VLR_CORE_EXPORT CaError readTree(const QByteArray& document, DataTreeNode& root,
                                  const TreeLimits& limits = {});
 

@@ -51,6 +51,44 @@ QString megabytes(qint64 bytes) {
     return QString::number(static_cast<double>(bytes) / (1 << 20), 'f', 1) + QLatin1String(" MiB");
 }
 
+// What a PNG holds beside its pixels is decompressed whole as soon as its header is asked for.
+// The walk ends at the chunk of the given type and leaves the file where it was.
+struct PngChunks {
+    bool isWhole = false; ///< The last chunk was there, up to its end.
+    int compressed = 0;
+    qint64 compressedBytes = 0;
+};
+
+PngChunks walkPng(QIODevice& file, const char* lastType) {
+    constexpr int mostChunks = 1000000; // Nothing real comes near; a flood of empty ones does.
+    PngChunks found;
+    const qint64 start = file.pos();
+    qint64 position = 8;
+    for (int i = 0; i < mostChunks && !found.isWhole; ++i) {
+        const QByteArray header = file.seek(position) ? file.read(8) : QByteArray();
+        if (header.size() != 8)
+            break;
+        const qint64 size = qFromBigEndian<quint32>(header.constData());
+        position += 12 + size;
+        if (header.endsWith("zTXt") || header.endsWith("iTXt") || header.endsWith("iCCP")) {
+            ++found.compressed;
+            found.compressedBytes += size;
+        }
+        found.isWhole = header.endsWith(lastType) && position <= file.size();
+    }
+    file.seek(start);
+    return found;
+}
+
+CaError checkTexts(const PngChunks& chunks, const QString& path) {
+    constexpr int mostTexts = 16;
+    constexpr qint64 mostBytes = qint64(4) << 20;
+    if (chunks.compressed <= mostTexts && chunks.compressedBytes <= mostBytes)
+        return CaError::nullError;
+    return imageError("tooLarge", path,
+                      QStringLiteral("has more compressed texts or profiles than an image needs"));
+}
+
 // What the reader says of the page, on which it stands afterwards. The order of the questions is
 // not free: once Qt's TIFF reader has been asked for a size, it knows format and pages no more.
 CaError inspect(QImageReader& reader, const QString& path, int page, qint64 limit,
@@ -68,6 +106,11 @@ CaError inspect(QImageReader& reader, const QString& path, int page, qint64 limi
         return imageError(
             "noSuchPage", path,
             QStringLiteral("has %1 pages, but not a page %2").arg(found.pages).arg(page + 1));
+    if (found.format == "png") {
+        const CaError error = checkTexts(walkPng(*reader.device(), "IDAT"), path);
+        if (!error.isNull())
+            return error;
+    }
     found.size = reader.size();
     if (found.size.isEmpty())
         return imageError("damaged", path, QStringLiteral("has a damaged header"));
@@ -86,17 +129,6 @@ CaError inspect(QImageReader& reader, const QString& path, int page, qint64 limi
 
 // Qt takes a PNG whose last chunk is cut, and a JPEG cut anywhere behind its header: the lines
 // that are missing come out grey. Where the image ends is therefore looked up in the file.
-
-bool endsAsPng(QFile& file) {
-    qint64 position = 8;
-    QByteArray chunk;
-    do {
-        if (!file.seek(position) || (chunk = file.read(8)).size() != 8)
-            return false;
-        position += 12 + qint64(qFromBigEndian<quint32>(chunk.constData()));
-    } while (!chunk.endsWith("IEND"));
-    return position <= file.size();
-}
 
 bool endsAsJpeg(const QByteArray& bytes) {
     int position = 2; // behind the start marker
@@ -141,7 +173,11 @@ CaError checkEnd(const QString& path, const QByteArray& format) {
         error = readWhole(path, defaultImageLimit, bytes);
     if (!error.isNull())
         return error;
-    const bool isComplete = format == "png"    ? endsAsPng(file)
+    const PngChunks png = format == "png" ? walkPng(file, "IEND") : PngChunks();
+    error = checkTexts(png, path);
+    if (!error.isNull())
+        return error;
+    const bool isComplete = format == "png"    ? png.isWhole
                             : format == "bmp"  ? endsAsBmp(file)
                             : format == "jpeg" ? endsAsJpeg(bytes)
                                                : true; // libtiff notices

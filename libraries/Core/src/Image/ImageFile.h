@@ -21,7 +21,8 @@ constexpr qint64 defaultImageLimit = qint64(512) << 20;
 
 /// Reads the header of a PNG, JPEG, BMP or TIFF file; the content decides, not the name. The
 /// error names the file and the cause: missing, not a regular file, not an image of these kinds,
-/// damaged header, or larger than `limit` bytes once decoded (with both sizes).
+/// damaged header, larger than `limit` bytes once decoded (with both sizes), or a PNG with more
+/// compressed texts and profiles than an image has that was not made to exhaust the memory.
 VLR_CORE_EXPORT CaError readImageInfo(const QString& path, ImageInfo& info,
                                       qint64 limit = defaultImageLimit);
 

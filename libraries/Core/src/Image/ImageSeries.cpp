@@ -1,6 +1,7 @@
 #include "Image/ImageSeries.h"
 
 #include "IO/DurableFile.h"
+#include "Progress/CaProgressMonitor.h"
 
 #include <QtCore/QCollator>
 #include <QtCore/QDir>
@@ -9,6 +10,8 @@
 #include <algorithm>
 
 namespace vlr {
+
+const char* const ImageSeries::cancelledError = "ImageSeries::cancelled";
 
 namespace {
 
@@ -38,6 +41,38 @@ CaError tooManyImages() {
     return seriesError("ImageSeries::tooMany",
                        QStringLiteral("These are more than %1 images.").arg(imageLimit));
 }
+
+// Shows how far the reading of many files is. The monitor may be replaced while it runs.
+class Progress {
+public:
+    explicit Progress(int files) : m_isShown(files >= worthShowing) {
+        if (!m_isShown)
+            return;
+        CaProgressMonitor* const monitor = CaProgressMonitor::getInstance();
+        m_cancelled = CaConnection(*monitor, CaProgressMonitor::CANCELLED,
+                                   [this](auto&&...) { m_isCancelled = true; });
+        monitor->start("Reading images ", files, true, true, 1);
+    }
+    ~Progress() {
+        if (m_isShown)
+            CaProgressMonitor::getInstance()->end();
+    }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void tick() const {
+        if (m_isShown)
+            CaProgressMonitor::getInstance()->tick();
+    }
+    bool isCancelled() const { return m_isCancelled; }
+
+private:
+    static constexpr int worthShowing = 50;
+
+    const bool m_isShown;
+    bool m_isCancelled = false;
+    CaConnection m_cancelled;
+};
 
 // The files that the paths stand for, and the first error among them.
 CaError listFiles(const QStringList& paths, QStringList& files) {
@@ -70,7 +105,12 @@ CaError ImageSeries::open(const QStringList& paths, ImageSeries& series) {
         return tooManyImages();
 
     std::vector<Place> places;
+    Progress progress(files.size());
     for (const QString& file : qAsConst(files)) {
+        if (progress.isCancelled())
+            return seriesError(ImageSeries::cancelledError,
+                               QStringLiteral("Reading the images was cancelled."));
+        progress.tick();
         ImageInfo info;
         const CaError fileError = readImageInfo(file, info);
         if (places.size() + static_cast<std::size_t>(info.pages) > imageLimit)

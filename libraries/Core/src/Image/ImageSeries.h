@@ -22,7 +22,12 @@ public:
     /// Opens folders (their image files, not those of folders inside) and files. The error
     /// names a path that does not exist or a folder without images; the series then holds what
     /// could be opened from the other paths. More than 20,000 images are refused.
+    ///
+    /// The CaProgressMonitor shows how far the reading of many files is. When the user cancels
+    /// it, the series is empty and the error has the id cancelledError.
     static CaError open(const QStringList& paths, ImageSeries& series);
+
+    static const char* const cancelledError;
 
     int count() const; ///< Places in the series.
     bool isEmpty() const { return count() == 0; }

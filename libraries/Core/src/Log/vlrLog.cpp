@@ -1,7 +1,10 @@
 #include "Log/vlrLog.h"
 
+#include "IO/PrivateFile.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QThread>
 
@@ -15,6 +18,7 @@
 #include <cstring>
 #include <locale>
 #include <mutex>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -38,19 +42,40 @@ bool isUrgent(LogLevel level) {
     return level != LogLevel::Debug && level != LogLevel::Info && level != LogLevel::UserInfo;
 }
 
+// The length of the UTF-8 sequence at this place if terminals or viewers may take it for a control
+// character or line break, or write from right to left for it: U+0080 to U+009F, U+2028 to U+202E,
+// U+2066 to U+2069. Otherwise 0.
+std::size_t steeringSequence(const std::string& text, std::size_t at) {
+    const auto byte = [&](std::size_t offset) {
+        return at + offset < text.size() ? static_cast<unsigned char>(text[at + offset]) : 0U;
+    };
+    const auto isBetween = [](unsigned value, unsigned first, unsigned last) {
+        return value >= first && value <= last;
+    };
+    if (byte(0) == 0xc2 && isBetween(byte(1), 0x80, 0x9f))
+        return 2;
+    if (byte(0) == 0xe2 && ((byte(1) == 0x80 && isBetween(byte(2), 0xa8, 0xae)) ||
+                            (byte(1) == 0x81 && isBetween(byte(2), 0xa6, 0xa9))))
+        return 3;
+    return 0;
+}
+
 // Line breaks are indented and control characters spelt out, so that a text can neither pose as
 // a record of its own nor steer the terminal it is shown on.
 std::string printable(const std::string& text) {
     static const char* const digits = "0123456789abcdef";
     std::string result;
     result.reserve(text.size() + 16);
+    std::size_t escapedEnd = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto code = static_cast<unsigned char>(text[i]);
+        if (const std::size_t length = steeringSequence(text, i))
+            escapedEnd = i + length;
         if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')
             continue;
         if (text[i] == '\n')
             result += "\n    ";
-        else if ((code < 0x20 && text[i] != '\t') || code == 0x7f)
+        else if ((code < 0x20 && text[i] != '\t') || code == 0x7f || i < escapedEnd)
             result.append("\\x").append({digits[code >> 4U], digits[code & 0xfU]});
         else
             result += text[i];
@@ -110,8 +135,21 @@ private:
             m_failureTold = false;
         m_path = path;
         m_sink.reset();
-        m_sink = std::make_unique<spdlog::sinks::rotating_file_sink_st>(path, fileSize, olderFiles);
+        spdlog::file_event_handlers handlers;
+        handlers.before_open = &prepare;
+        m_sink = std::make_unique<spdlog::sinks::rotating_file_sink_st>(path, fileSize, olderFiles,
+                                                                        false, handlers);
         m_sink->set_pattern(recordPattern);
+    }
+
+    // spdlog would let everybody read the file, and wait at a pipe for somebody to do so.
+    static void prepare(const std::string& path) {
+        const QString file = QFile::decodeName(path.c_str());
+        int error = makePrivateFolder(QFileInfo(file).path());
+        if (error == 0)
+            error = makePrivateFile(file);
+        if (error != 0)
+            throw std::system_error(error, std::generic_category(), path);
     }
 
     template <class Action>

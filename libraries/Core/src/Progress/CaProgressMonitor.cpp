@@ -1,5 +1,7 @@
 #include "Progress/CaProgressMonitor.h"
 
+#include <QtCore/QCoreApplication>
+
 #include <memory>
 
 const char* const CaProgressMonitor::CANCELLED = "CaProgressMonitor::CANCELLED";
@@ -9,8 +11,13 @@ namespace {
 class SilentMonitor : public CaProgressMonitor {};
 
 std::unique_ptr<CaProgressMonitor>& instance() {
-    static std::unique_ptr<CaProgressMonitor> monitor;
-    return monitor;
+    // Never destroyed: a monitor may be a widget, which must not outlive the application object.
+    static auto* const monitor = new std::unique_ptr<CaProgressMonitor>;
+    return *monitor;
+}
+
+void deleteInstance() {
+    instance().reset();
 }
 
 } // namespace
@@ -22,8 +29,11 @@ CaProgressMonitor* CaProgressMonitor::getInstance() {
 }
 
 void CaProgressMonitor::setInstance(CaProgressMonitor* monitor) {
-    if (monitor != instance().get())
-        instance().reset(monitor);
+    if (monitor == instance().get())
+        return;
+    instance().reset(monitor);
+    if (monitor)
+        qAddPostRoutine(&deleteInstance);
 }
 
 CaProgressMonitor::CaProgressMonitor() = default;

@@ -19,7 +19,7 @@ public:
 
     static CaProgressMonitor* getInstance();
     /// Installs a monitor, taking ownership; the previous one is deleted. Null brings the silent
-    /// one back.
+    /// one back, and so does the end of the application object.
     static void setInstance(CaProgressMonitor* monitor);
 
     ~CaProgressMonitor() override;

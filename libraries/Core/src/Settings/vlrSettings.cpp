@@ -1,18 +1,11 @@
 #include "Settings/vlrSettings.h"
 
-#include "IO/DurableFile.h"
 #include "Log/vlrLog.h"
+#include "Settings/SettingsFile.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
-#include <QtCore/QHash>
 #include <QtCore/QLocale>
-#include <QtCore/QLockFile>
 #include <QtCore/QRegularExpression>
-#include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
-#include <QtCore/QTemporaryDir>
 
 #include <algorithm>
 #include <cmath>
@@ -22,10 +15,7 @@ namespace vlr {
 
 namespace {
 
-constexpr qint64 fileLimit = qint64(4) << 20;
-constexpr int lockTimeout = 2000; // milliseconds
-
-using Values = QHash<QString, QVariant>;
+using Values = SettingsValues;
 
 struct Table {
     bool isLoaded = false;
@@ -39,106 +29,6 @@ Table& table() {
     return *instance;
 }
 
-CaError settingsError(const char* id, const QString& text) {
-    return CaError(std::string("Settings::") + id, text.toStdString());
-}
-
-// QSettings would store any other key under another name or not at all.
-bool isKey(const QString& key) {
-    return !key.isEmpty() && !key.startsWith(QLatin1Char('/')) && !key.endsWith(QLatin1Char('/')) &&
-           !key.contains(QLatin1String("//"));
-}
-
-// QSettings hands the rest of a value that starts with "@Variant(" or "@DateTime(" to QDataStream,
-// which allocates and constructs whatever it is told to. Nothing here writes such values, and
-// they are to be found before QSettings sees them: also where quotes and escapes hide them.
-bool holdsSerialisedObject(const QByteArray& bytes) {
-    static const QRegularExpression escape(
-        QStringLiteral("\\\\x([0-9A-Fa-f]+)|\\\\([0-7]+)|\\\\.|\""),
-        QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression object(QStringLiteral("[=,]\\s*@(?:Variant|DateTime)\\("));
-    const QString text = QString::fromLatin1(bytes);
-    QString plain;
-    int end = 0;
-    auto matches = escape.globalMatch(text);
-    while (matches.hasNext()) {
-        const auto match = matches.next();
-        plain += text.midRef(end, match.capturedStart() - end);
-        end = match.capturedEnd();
-        const ushort code = match.capturedLength(1) > 0 ? match.captured(1).toUShort(nullptr, 16)
-                                                        : match.captured(2).toUShort(nullptr, 8);
-        if (code != 0)
-            plain += QChar(code);
-    }
-    plain += text.midRef(end);
-    return object.match(plain).hasMatch();
-}
-
-// Reads the file, which holds these bytes.
-CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
-    if (holdsSerialisedObject(bytes))
-        return settingsError("damaged", QStringLiteral("it holds a serialised object"));
-    QSettings ini(iniFile, QSettings::IniFormat);
-    ini.setIniCodec("UTF-8"); // for files written by hand; QSettings itself writes ASCII
-    Values read;
-    const QStringList keys = ini.allKeys();
-    for (const QString& key : keys)
-        if (isKey(key))
-            read.insert(key, ini.value(key));
-    if (ini.status() != QSettings::NoError)
-        return settingsError("damaged", QStringLiteral("it is not a settings file"));
-    values = read;
-    return CaError::nullError;
-}
-
-// The same by way of a copy. QSettings remembers files by name, size and time, so that a file
-// another process has just replaced might be taken for the known one.
-CaError parseCopy(const QString& copy, const QByteArray& bytes, Values& values) {
-    QFile file(copy);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        return settingsError(
-            "noScratch",
-            QStringLiteral("Could not write \"%1\": %2.").arg(copy, file.errorString()));
-    return parse(copy, bytes, values);
-}
-
-// The values as the bytes of a settings file. QSettings tells nothing of a disk that is full at
-// the last moment; reading the bytes again does, and shows what the format cannot keep, too.
-CaError format(const QDir& scratch, const Values& values, QByteArray& bytes) {
-    const QString path = scratch.filePath(QStringLiteral("written.ini"));
-    {
-        QSettings ini(path, QSettings::IniFormat);
-        for (auto value = values.cbegin(); value != values.cend(); ++value)
-            ini.setValue(value.key(), value.value());
-    }
-    Values check;
-    bytes.clear();
-    if (!values.isEmpty()) { // QSettings makes no file for nothing.
-        CaError error = readWhole(path, fileLimit, bytes);
-        if (error.isNull())
-            error = parseCopy(scratch.filePath(QStringLiteral("check.ini")), bytes, check);
-        if (!error.isNull())
-            return error;
-    }
-    if (check != values)
-        return settingsError("notStorable",
-                             QStringLiteral("The settings could not be put into a file."));
-    return CaError::nullError;
-}
-
-CaError setAside(const QString& path, const CaError& reason) {
-    QString keptAs;
-    const CaError error = keepAside(path, keptAs);
-    if (!error.isNull())
-        return settingsError("damaged",
-                             QStringLiteral("The settings in \"%1\" cannot be used (%2). %3")
-                                 .arg(path, QString::fromStdString(reason.text()),
-                                      QString::fromStdString(error.text())));
-    VLR_LOG(Warning) << "The settings in \"" << path << "\" cannot be used (" << reason.text()
-                     << "). The file is kept as \"" << keptAs << "\".";
-    return CaError::nullError;
-}
-
 Table& loaded() {
     Table& current = table();
     if (current.isLoaded)
@@ -146,58 +36,10 @@ Table& loaded() {
     current.isLoaded = true;
     current.path = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
                    QStringLiteral("/settings.ini");
-    QByteArray bytes;
-    CaError error = readWhole(current.path, fileLimit, bytes);
-    if (error.id() == fileNotFoundError)
-        return current;
-    if (error.isNull())
-        error = parse(current.path, bytes, current.values);
-    if (!error.isNull())
-        error = setAside(current.path, error);
+    const CaError error = readSettings(current.path, current.values);
     if (!error.isNull())
         VLR_LOG(Warning) << error;
     return current;
-}
-
-CaError lock(QLockFile& file, const QString& path) {
-    if (file.tryLock(lockTimeout))
-        return CaError::nullError;
-    const bool isTaken = file.error() == QLockFile::LockFailedError;
-    return settingsError("locked",
-                         QStringLiteral("Could not lock the settings \"%1\": %2.")
-                             .arg(path, isTaken ? QStringLiteral("another process is using them")
-                                                : QStringLiteral("the lock file beside them "
-                                                                 "cannot be written")));
-}
-
-// Applies one change to what the file holds now: an invalid value removes the key. To be called
-// with the lock held.
-CaError change(const QString& path, const QString& key, const QVariant& value, Values& values) {
-    const QTemporaryDir scratchFolder;
-    if (!scratchFolder.isValid())
-        return settingsError("noScratch", scratchFolder.errorString());
-    const QDir scratch(scratchFolder.path());
-    QByteArray bytes;
-    CaError error = readWhole(path, fileLimit, bytes);
-    const bool exists = error.id() != fileNotFoundError;
-    if (error.isNull()) {
-        error = parseCopy(scratch.filePath(QStringLiteral("before.ini")), bytes, values);
-        if (!error.isNull() && error.id() != "Settings::damaged")
-            return error;
-    }
-    if (exists && !error.isNull())
-        error = setAside(path, error);
-    if (exists && !error.isNull())
-        return error;
-
-    if (values.contains(key) == value.isValid() && values.value(key) == value)
-        return CaError::nullError;
-    if (value.isValid())
-        values.insert(key, value);
-    else
-        values.remove(key);
-    error = format(scratch, values, bytes);
-    return error.isNull() ? writeDurably(path, bytes) : error;
 }
 
 void complain(const QString& key, const QVariant& value, const QString& expected) {
@@ -264,6 +106,27 @@ std::optional<QSize> toSize(const QVariant& value) {
             return std::nullopt;
     }
     return size.isValid() ? std::optional<QSize>(size) : std::nullopt;
+}
+
+CaError badKey(const QString& key) {
+    return settingsError("badKey", QStringLiteral("\"%1\" is not a key of a setting.").arg(key));
+}
+
+// An invalid value removes the key. Answers whether that makes a difference.
+bool put(const QString& key, const QVariant& value, Values& values) {
+    if (values.contains(key) == value.isValid() && values.value(key) == value)
+        return false;
+    if (value.isValid())
+        values.insert(key, value);
+    else
+        values.remove(key);
+    return true;
+}
+
+// Where another process stored the same value there is nothing to quarrel about.
+bool isForestalled(const SettingsChange& change, const Values& values) {
+    const QVariant stored = values.value(change.key);
+    return stored != change.expected && stored != change.value;
 }
 
 template <class T>
@@ -368,6 +231,10 @@ bool Settings::contains(const QString& key) {
     return loaded().values.contains(key);
 }
 
+QVariant Settings::value(const QString& key) {
+    return loaded().values.value(key);
+}
+
 CaError Settings::remove(const QString& key) {
     return write(key, QVariant());
 }
@@ -381,22 +248,30 @@ void Settings::reload() {
 }
 
 CaError Settings::write(const QString& key, const QVariant& value) {
-    if (!isKey(key))
-        return settingsError("badKey",
-                             QStringLiteral("\"%1\" is not a key of a setting.").arg(key));
+    if (!isSettingsKey(key))
+        return badKey(key);
     Table& current = loaded();
-    const QString folder = QFileInfo(current.path).path();
-    if (!QDir().mkpath(folder))
-        return settingsError("noFolder",
-                             QStringLiteral("Could not create the folder \"%1\".").arg(folder));
-    QLockFile lockFile(current.path + QStringLiteral(".lock"));
-    CaError error = lock(lockFile, current.path);
-    Values values;
-    if (error.isNull())
-        error = change(current.path, key, value, values);
-    if (error.isNull())
-        current.values = values;
-    return error;
+    return changeSettings(
+        current.path, [&](Values& values) { return put(key, value, values); }, current.values);
+}
+
+CaError Settings::apply(const std::vector<SettingsChange>& changes, QStringList& conflicts) {
+    conflicts.clear();
+    for (const SettingsChange& change : changes)
+        if (!isSettingsKey(change.key))
+            return badKey(change.key);
+    const auto edit = [&](Values& values) {
+        for (const SettingsChange& change : changes)
+            if (isForestalled(change, values))
+                conflicts << change.key;
+        bool isDifferent = false;
+        for (const SettingsChange& change : changes)
+            if (conflicts.isEmpty() && put(change.key, change.value, values))
+                isDifferent = true;
+        return isDifferent;
+    };
+    Table& current = loaded();
+    return changeSettings(current.path, edit, current.values);
 }
 
 } // namespace vlr

@@ -9,8 +9,16 @@
 #include <QtCore/QVariant>
 
 #include <limits>
+#include <vector>
 
 namespace vlr {
+
+/// A change to a stored value; an invalid QVariant stands for a key that is absent.
+struct SettingsChange {
+    QString key;
+    QVariant expected; ///< what Settings::value() gave when the change was decided on
+    QVariant value;    ///< what shall be stored: a text or a QSize
+};
 
 /// The settings database: typed values under slash-separated keys, for example
 /// "Velora/Application/WindowShowMode".
@@ -28,8 +36,9 @@ namespace vlr {
 ///
 /// A value that is absent gives the default. So does a value that cannot be understood as the
 /// asked-for type ("nan", "inf" and text for numbers included) or lies outside the range, with
-/// one "WARNING" log line per key. A settings file that cannot be read is kept aside and logged,
-/// and every value is its default.
+/// one "WARNING" log line per key. A damaged settings file is kept aside and logged, and every
+/// value is its default; found while the program runs, it is replaced by the values as they were
+/// read before. A file that cannot be read at present is logged and left alone.
 class VLR_CORE_EXPORT Settings {
 public:
     static bool get(const QString& key, bool defaultValue); ///< true/false, 1/0, yes/no, on/off
@@ -56,6 +65,14 @@ public:
     static QStringList keys(); ///< All stored keys, sorted.
     static bool contains(const QString& key);
     static CaError remove(const QString& key); ///< Removing an absent key is no error.
+
+    static QVariant value(const QString& key); ///< As it is stored; invalid when absent.
+
+    /// Stores all of the changes in one write, or none of them. Where keys hold neither what was
+    /// expected nor what shall be stored, another process was faster: `conflicts` names them and
+    /// value() gives what they hold, and that is no error. Without changes it only brings the
+    /// values in memory up to date.
+    static CaError apply(const std::vector<SettingsChange>& changes, QStringList& conflicts);
 
     static QString filePath(); ///< The file in use.
     static void reload();      ///< Reads the file again, for example after the location changed.

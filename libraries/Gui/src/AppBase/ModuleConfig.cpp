@@ -55,6 +55,11 @@ CaError ModuleConfig::doLoad(DataTreeNode* node, QMap<QString, Data*>& reference
     CaError error = ConfigurationRecord<ModuleConfig>::doLoad(node, references);
     if (error != CaError::nullError)
         return error;
+    // All sizes are the record's own: those beyond the number are not kept for anybody.
+    for (const auto& a : node->attributes())
+        if (a.first.startsWith(QLatin1String("SizeW_")) ||
+            a.first.startsWith(QLatin1String("SizeH_")))
+            node->markRead(a.first);
     int count = 0;
     error = vlr::readAttribute(*node, countName, count);
     if (error != CaError::nullError)

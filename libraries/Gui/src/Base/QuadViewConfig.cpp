@@ -61,8 +61,10 @@ CaError QuadViewConfig::doLoad(DataTreeNode* node, QMap<QString, Data*>& referen
         int red = color.red();
         int green = color.green();
         int blue = color.blue();
-        if (readComponent(*node, "Red_", i, red) && readComponent(*node, "Green_", i, green) &&
-            readComponent(*node, "Blue_", i, blue))
+        const bool hasRed = readComponent(*node, "Red_", i, red);
+        const bool hasGreen = readComponent(*node, "Green_", i, green);
+        const bool hasBlue = readComponent(*node, "Blue_", i, blue);
+        if (hasRed && hasGreen && hasBlue)
             color = QColor(red, green, blue);
     }
     int holdDownTime = 0;

@@ -1,6 +1,5 @@
 #include "Math/Vector3d.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <locale>
@@ -25,14 +24,18 @@ std::optional<Vector3d> vector3dFromText(const std::string& text) {
     numbers = numbers.substr(first, last - first + 1);
     if (numbers.size() > 1 && numbers.front() == '(' && numbers.back() == ')')
         numbers = numbers.substr(1, numbers.size() - 2);
-    if (std::count(numbers.begin(), numbers.end(), ',') > 2)
-        return std::nullopt;
-    std::replace(numbers.begin(), numbers.end(), ',', ' ');
 
     std::istringstream stream(numbers);
     stream.imbue(std::locale::classic());
     Vector3d vector;
-    if (!(stream >> vector.x() >> vector.y() >> vector.z()) || !(stream >> std::ws).eof())
+    for (int i = 0; i < 3; ++i) {
+        // A blank, a comma, or both between two numbers.
+        if (i > 0 && (stream >> std::ws).peek() == ',')
+            stream.ignore();
+        if (!(stream >> vector[i]))
+            return std::nullopt;
+    }
+    if (!(stream >> std::ws).eof())
         return std::nullopt;
     if (!vector.allFinite())
         return std::nullopt;

@@ -15,7 +15,7 @@ namespace vlr {
 /// The vector as text that vector3dFromText() reads back exactly: "1 0.5 0".
 VLR_NUMERICS_EXPORT std::string toText(const Vector3d& vector);
 
-/// Reads three finite numbers separated by blanks or commas, optionally in parentheses:
+/// Reads three finite numbers separated by blanks or single commas, optionally in parentheses:
 /// "1 0 0", "1, 0, 0", "(1, 0, 0)". Anything else, also "nan" and "inf", gives no value.
 VLR_NUMERICS_EXPORT std::optional<Vector3d> vector3dFromText(const std::string& text);
 

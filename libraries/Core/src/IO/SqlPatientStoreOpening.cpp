@@ -1,0 +1,170 @@
+#include "IO/PrivateFile.h"
+#include "IO/SqlPatientStore.h"
+#include "Log/vlrLog.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtSql/QSqlError>
+
+#include <sys/stat.h>
+#include <system_error>
+
+namespace vlr {
+
+namespace {
+
+constexpr int schemaVersion = 1;
+
+// BYTEA is PostgreSQL's name for bytes; SQLite takes any name and stores bytes as bytes.
+const char* const tables[] = {
+    "CREATE TABLE IF NOT EXISTS repository (version INTEGER NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS patient ("
+    "uid TEXT PRIMARY KEY, patient_id TEXT NOT NULL UNIQUE, name TEXT NOT NULL, "
+    "sex INTEGER NOT NULL, birth_date TEXT NOT NULL, changed TEXT NOT NULL, "
+    "revision INTEGER NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS document ("
+    "uid TEXT PRIMARY KEY REFERENCES patient ON DELETE CASCADE, content BYTEA NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS binary_part ("
+    "uid TEXT NOT NULL REFERENCES patient ON DELETE CASCADE, item TEXT NOT NULL, "
+    "name TEXT NOT NULL, content BYTEA NOT NULL, PRIMARY KEY (uid, item, name))",
+};
+
+} // namespace
+
+std::unique_ptr<PatientStore> SqlPatientStore::open(const QUrl& url, CaError& error) {
+    std::unique_ptr<SqlPatientStore> store(new SqlPatientStore(url));
+    error = url.scheme() == QLatin1String("sqlite") ? store->openFile() : store->openServer();
+    if (error != CaError::nullError)
+        return nullptr;
+    return store;
+}
+
+CaError SqlPatientStore::addDatabase(const QString& driver) {
+    if (!QSqlDatabase::isDriverAvailable(driver))
+        return failure(QStringLiteral("the database driver %1 is not installed").arg(driver));
+    m_database = QSqlDatabase::addDatabase(driver, m_connection);
+    return CaError::nullError;
+}
+
+CaError SqlPatientStore::openServer() {
+    const CaError error = addDatabase(QStringLiteral("QPSQL"));
+    if (error != CaError::nullError)
+        return error;
+    m_database.setHostName(m_url.host());
+    m_database.setPort(m_url.port());
+    m_database.setUserName(m_url.userName());
+    m_database.setPassword(m_url.password());
+    m_database.setDatabaseName(m_url.path().mid(1));
+    return m_database.open() ? makeTables() : failure(m_database.lastError().text());
+}
+
+CaError SqlPatientStore::openFile() {
+    const QFileInfo file(m_url.path());
+    if (!m_url.path().startsWith(QLatin1Char('/')) || !m_url.authority().isEmpty() ||
+        m_url.hasQuery() || m_url.hasFragment())
+        return failure(QStringLiteral("an SQLite repository is named by an absolute path, as in "
+                                      "sqlite:/folder/patients.sqlite"));
+    if (file.exists() && !file.isFile())
+        return failure(QStringLiteral("not a regular file"));
+    if (makePrivateFolder(file.path()) != 0)
+        return failure(QStringLiteral("the folder cannot be created"));
+    CaError error = addDatabase(QStringLiteral("QSQLITE"));
+    if (error != CaError::nullError)
+        return error;
+    error = openFileForWriting();
+    if (error == CaError::nullError)
+        error = makeTables();
+    if (error != CaError::nullError && file.size() > 0)
+        error = openFileForReading(error);
+    m_file = identity(m_url.path());
+    return error;
+}
+
+CaError SqlPatientStore::openFileForWriting() {
+    // SQLite itself would let everybody read a new file; those beside it get the same rights.
+    if (const int number = makePrivateFile(m_url.path()))
+        return failure(QString::fromStdString(std::generic_category().message(number)));
+    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
+    m_database.setDatabaseName(m_url.path());
+    if (!m_database.open())
+        return failure(m_database.lastError().text());
+    for (const char* pragma :
+         {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA foreign_keys=ON"}) {
+        const CaError error = run(QString::fromLatin1(pragma));
+        if (error != CaError::nullError)
+            return error;
+    }
+    return CaError::nullError;
+}
+
+// On a disk that is full or read-only SQLite cannot make the files it needs for its locks.
+// Without them all is readable as long as nobody has left changes outside the database file.
+CaError SqlPatientStore::openFileForReading(const CaError& reason) {
+    m_database.close();
+    for (const char* changes : {"-wal", "-journal"})
+        if (QFileInfo(m_url.path() + QLatin1String(changes)).size() > 0)
+            return reason;
+    m_database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"));
+    m_database.setDatabaseName(QStringLiteral("file:") +
+                               QString::fromLatin1(QUrl::toPercentEncoding(m_url.path(), "/")) +
+                               QStringLiteral("?immutable=1"));
+    int version = 0;
+    if (!m_database.open() || readVersion(version) != CaError::nullError ||
+        version != schemaVersion)
+        return reason;
+    m_whyReadOnly = reason.text();
+    VLR_LOG(Warning) << "The patients can be read but not stored. " << reason;
+    return CaError::nullError;
+}
+
+std::optional<SqlPatientStore::FileIdentity> SqlPatientStore::identity(const QString& path) {
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    return FileIdentity(status.st_dev, status.st_ino);
+}
+
+// Whoever goes on writing to a file that was renamed or removed writes into nowhere.
+CaError SqlPatientStore::checkWritable() const {
+    if (!m_whyReadOnly.empty())
+        return failure(QStringLiteral("it could be opened for reading only: ") +
+                       QString::fromStdString(m_whyReadOnly));
+    if (m_file && m_file != identity(m_url.path()))
+        return failure(QStringLiteral("the file was renamed, replaced or removed while this "
+                                      "program had it open"));
+    return CaError::nullError;
+}
+
+CaError SqlPatientStore::readVersion(int& version) {
+    version = 0;
+    // Asking first keeps the usual start free of a write.
+    if (!m_database.tables().contains(QLatin1String("repository")))
+        return CaError::nullError;
+    QSqlQuery row(m_database);
+    const CaError error = query(QStringLiteral("SELECT version FROM repository"), {}, row);
+    if (error == CaError::nullError && row.next())
+        version = row.value(0).toInt();
+    return error;
+}
+
+CaError SqlPatientStore::makeTables() {
+    int version = 0;
+    const CaError readError = readVersion(version);
+    if (readError != CaError::nullError || version == schemaVersion)
+        return readError;
+    if (version > schemaVersion)
+        return failure(QStringLiteral("it was made by a newer version of this program"));
+    return inTransaction([this] {
+        CaError error;
+        for (const char* sql : tables)
+            if (error == CaError::nullError)
+                error = run(QString::fromLatin1(sql));
+        if (error == CaError::nullError)
+            error = run(QStringLiteral("INSERT INTO repository SELECT %1 WHERE NOT EXISTS "
+                                       "(SELECT version FROM repository)")
+                            .arg(schemaVersion));
+        return error;
+    });
+}
+
+} // namespace vlr

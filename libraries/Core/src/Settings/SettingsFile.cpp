@@ -1,0 +1,209 @@
+#include "Settings/SettingsFile.h"
+
+#include "IO/DurableFile.h"
+#include "IO/PrivateFile.h"
+#include "Log/vlrLog.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLockFile>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
+
+namespace vlr {
+
+namespace {
+
+constexpr qint64 fileLimit = qint64(4) << 20;
+constexpr int lockTimeout = 2000; // milliseconds
+const char* const noScratchError = "Settings::noScratch";
+
+using Values = SettingsValues;
+
+// QSettings keeps the low 16 bits of a number, however long it is.
+ushort characterCode(const QString& digits, uint base) {
+    uint code = 0;
+    for (const QChar digit : digits)
+        code = code * base + static_cast<uint>(QString(digit).toUShort(nullptr, 16));
+    return static_cast<ushort>(code & 0xffffU);
+}
+
+// QSettings hands the rest of a value that starts with "@Variant(" or "@DateTime(" to QDataStream,
+// which allocates and constructs whatever it is told to. Nothing here writes such values, and
+// they are to be found before QSettings sees them: also where quotes and escapes hide them.
+bool holdsSerialisedObject(const QByteArray& bytes) {
+    static const QRegularExpression escape(
+        QStringLiteral("\\\\x([0-9A-Fa-f]+)|\\\\([0-7]+)|\\\\(?:\r\n|\n\r|.)|\""),
+        QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression object(QStringLiteral("[=,]\\s*@(?:Variant|DateTime)\\("));
+    // The codec drops a byte order mark, also where a value begins with it.
+    const QString text = QString::fromLatin1(QByteArray(bytes).replace("\xEF\xBB\xBF", ""));
+    QString plain;
+    int end = 0;
+    auto matches = escape.globalMatch(text);
+    while (matches.hasNext()) {
+        const auto match = matches.next();
+        plain += text.midRef(end, match.capturedStart() - end);
+        end = match.capturedEnd();
+        const ushort code = match.capturedLength(1) > 0 ? characterCode(match.captured(1), 16)
+                                                        : characterCode(match.captured(2), 8);
+        if (code != 0)
+            plain += QChar(code);
+    }
+    plain += text.midRef(end);
+    return object.match(plain).hasMatch();
+}
+
+// Reads the file, which holds these bytes.
+CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
+    if (holdsSerialisedObject(bytes))
+        return settingsError("damaged", QStringLiteral("it holds a serialised object"));
+    QSettings ini(iniFile, QSettings::IniFormat);
+    ini.setIniCodec("UTF-8"); // for files written by hand; QSettings itself writes ASCII
+    Values read;
+    const QStringList keys = ini.allKeys();
+    for (const QString& key : keys)
+        if (isSettingsKey(key))
+            read.insert(key, ini.value(key));
+    if (ini.status() != QSettings::NoError)
+        return settingsError("damaged", QStringLiteral("it is not a settings file"));
+    values = read;
+    return CaError::nullError;
+}
+
+// The same by way of a copy. QSettings remembers files by name, size and time, so that a file
+// another process has just replaced might be taken for the known one.
+CaError parseCopy(const QString& copy, const QByteArray& bytes, Values& values) {
+    QFile file(copy);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+        return settingsError(
+            "noScratch",
+            QStringLiteral("Could not write \"%1\": %2.").arg(copy, file.errorString()));
+    return parse(copy, bytes, values);
+}
+
+// The values as the bytes of a settings file. QSettings tells nothing of a disk that is full at
+// the last moment; reading the bytes again does, and shows what the format cannot keep, too.
+CaError format(const QDir& scratch, const Values& values, QByteArray& bytes) {
+    const QString path = scratch.filePath(QStringLiteral("written.ini"));
+    {
+        QSettings ini(path, QSettings::IniFormat);
+        for (auto value = values.cbegin(); value != values.cend(); ++value)
+            ini.setValue(value.key(), value.value());
+    }
+    Values check;
+    bytes.clear();
+    if (!values.isEmpty()) { // QSettings makes no file for nothing.
+        CaError error = readWhole(path, fileLimit, bytes);
+        if (error.isNull())
+            error = parseCopy(scratch.filePath(QStringLiteral("check.ini")), bytes, check);
+        if (!error.isNull())
+            return error;
+    }
+    if (check != values)
+        return settingsError("notStorable",
+                             QStringLiteral("The settings could not be put into a file."));
+    return CaError::nullError;
+}
+
+CaError setAside(const QString& path, const CaError& reason) {
+    QString keptAs;
+    const CaError error = keepAside(path, keptAs);
+    if (!error.isNull())
+        return settingsError("damaged",
+                             QStringLiteral("The settings in \"%1\" cannot be used (%2). %3")
+                                 .arg(path, QString::fromStdString(reason.text()),
+                                      QString::fromStdString(error.text())));
+    VLR_LOG(Warning) << "The settings in \"" << path << "\" cannot be used (" << reason.text()
+                     << "). The file is kept as \"" << keptAs << "\".";
+    return CaError::nullError;
+}
+
+CaError lock(QLockFile& file, const QString& path) {
+    if (file.tryLock(lockTimeout))
+        return CaError::nullError;
+    const bool isTaken = file.error() == QLockFile::LockFailedError;
+    return settingsError("locked",
+                         QStringLiteral("Could not lock the settings \"%1\": %2.")
+                             .arg(path, isTaken ? QStringLiteral("another process is using them")
+                                                : QStringLiteral("the lock file beside them "
+                                                                 "cannot be written")));
+}
+
+// What the file holds now. `isGone` tells that it was bad and is out of the way.
+CaError readAgain(const QString& path, const QDir& scratch, Values& values, bool& isGone) {
+    QByteArray bytes;
+    CaError error = readWhole(path, fileLimit, bytes);
+    if (error.id() == fileNotFoundError) {
+        values.clear();
+        return CaError::nullError;
+    }
+    if (error.id() == passingReadError)
+        return error;
+    if (error.isNull()) {
+        error = parseCopy(scratch.filePath(QStringLiteral("before.ini")), bytes, values);
+        if (error.isNull() || error.id() == noScratchError)
+            return error;
+    }
+    isGone = true;
+    return setAside(path, error);
+}
+
+// To be called with the lock held.
+CaError change(const QString& path, const SettingsEdit& edit, Values& values) {
+    const QTemporaryDir scratchFolder;
+    if (!scratchFolder.isValid())
+        return settingsError("noScratch", scratchFolder.errorString());
+    const QDir scratch(scratchFolder.path());
+    bool isGone = false;
+    CaError error = readAgain(path, scratch, values, isGone);
+    if (!error.isNull())
+        return error;
+    if (!edit(values) && !isGone)
+        return CaError::nullError;
+    QByteArray bytes;
+    error = format(scratch, values, bytes);
+    return error.isNull() ? writeDurably(path, bytes) : error;
+}
+
+} // namespace
+
+CaError settingsError(const char* id, const QString& text) {
+    return CaError(std::string("Settings::") + id, text.toStdString());
+}
+
+bool isSettingsKey(const QString& key) {
+    return !key.isEmpty() && !key.startsWith(QLatin1Char('/')) && !key.endsWith(QLatin1Char('/')) &&
+           !key.contains(QLatin1String("//"));
+}
+
+CaError readSettings(const QString& path, SettingsValues& values) {
+    QByteArray bytes;
+    CaError error = readWhole(path, fileLimit, bytes);
+    if (error.id() == fileNotFoundError)
+        return CaError::nullError;
+    if (error.id() == passingReadError)
+        return error;
+    if (error.isNull())
+        error = parse(path, bytes, values);
+    return error.isNull() ? error : setAside(path, error);
+}
+
+CaError changeSettings(const QString& path, const SettingsEdit& edit, SettingsValues& values) {
+    const QString folder = QFileInfo(path).path();
+    if (makePrivateFolder(folder) != 0)
+        return settingsError("noFolder",
+                             QStringLiteral("Could not create the folder \"%1\".").arg(folder));
+    QLockFile lockFile(path + QStringLiteral(".lock"));
+    CaError error = lock(lockFile, path);
+    SettingsValues changed = values;
+    if (error.isNull())
+        error = change(path, edit, changed);
+    if (error.isNull())
+        values = changed;
+    return error;
+}
+
+} // namespace vlr

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QtCore/QFile>
+
+#include <gtest/gtest.h>
+
+/// Makes reading the file fail with an input error for as long as the object lives.
+class UnreadableFile {
+public:
+    explicit UnreadableFile(const QString& path)
+        : m_path(path), m_moved(path + QStringLiteral(".moved")) {
+        EXPECT_TRUE(QFile::rename(m_path, m_moved));
+        // A regular file of which the first bytes, the null page, can never be read.
+        EXPECT_TRUE(QFile::link(QStringLiteral("/proc/self/mem"), m_path));
+    }
+    ~UnreadableFile() {
+        EXPECT_TRUE(QFile::remove(m_path));
+        EXPECT_TRUE(QFile::rename(m_moved, m_path));
+    }
+    UnreadableFile(const UnreadableFile&) = delete;
+    UnreadableFile& operator=(const UnreadableFile&) = delete;
+
+private:
+    QString m_path;
+    QString m_moved;
+};
