@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "Common/Selector.h"
+
 #include <QtCore/QCommandLineParser>
 
 namespace {
@@ -25,6 +27,9 @@ void describe(QCommandLineParser& parser) {
         text("[image files or folders...]"));
     parser.addOption({{text("h"), text("help")}, text("Prints this text.")});
     parser.addOption({{text("v"), text("version")}, text("Prints the version.")});
+    parser.addOption({text("selector"),
+                      text("How modules are chosen: tabs, buttons, radio, stepper or none."),
+                      text("KIND")});
     parser.addOption({text("tour"),
                       text("Shows itself in a fresh environment and writes pictures to the folder "
                            "<DIR>. Your own data are not touched."),
@@ -55,6 +60,10 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     result.printFirstFrame = result.exitAfterFirstFrame || parser.isSet(text("print-first-frame"));
     if (parser.isSet(text("tour")) && result.tourFolder.isEmpty())
         result.error = text("The tour needs a folder.");
+    result.selector = parser.value(text("selector"));
+    if (parser.isSet(text("selector")) && !selectorKinds().contains(result.selector))
+        result.error = text("There is no selector \"%1\"; there are %2.")
+                           .arg(result.selector, selectorKinds().join(text(", ")));
     if (parser.isSet(text("tour-stage")))
         result.tourStage = parser.value(text("tour-stage")).toInt();
     return result;

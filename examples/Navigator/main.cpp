@@ -3,6 +3,7 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "CommandLine.h"
 #include "Common/AfterFirstPaint.h"
+#include "Common/Selector.h"
 #include "Images/ImagesModule.h"
 #include "Patients/PatientsModule.h"
 #include "Tour/Tour.h"
@@ -36,6 +37,10 @@ void addModules(AppBase& application, const QStringList& paths) {
         application.activateModule(images->name());
 }
 
+void addSelector(AppBase& application, const QString& kind) {
+    application.setModuleSelector(makeSelector(kind.isEmpty() ? configuredSelector() : kind));
+}
+
 // By this line it is measured how long a start takes.
 void announceFirstFrame(AppBase& application, bool andExit) {
     afterFirstPaint(application.getMainWindow(), [&application, andExit] {
@@ -50,6 +55,7 @@ int runApplication(int argc, char** argv, const CommandLine& commandLine) {
     AppBase application(argc, argv);
     prepareWindow(application);
     addModules(application, commandLine.paths);
+    addSelector(application, commandLine.selector);
     if (commandLine.printFirstFrame)
         announceFirstFrame(application, commandLine.exitAfterFirstFrame);
     tour.start(application);

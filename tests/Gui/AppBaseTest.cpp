@@ -4,6 +4,8 @@
 #include "AppBase/AppBaseImpl.h"
 #include "AppBase/AppBaseImplTest.h"
 #include "AppBase/QtModuleSelector.h"
+#include "AppBase/vlrSettingsEditorDialog.h"
+#include "Base/QtCaProgressMonitor.h"
 #include "Data/DataItem.h"
 #include "Data/ProcessData.h"
 #include "Gui/GuiTest.h"
@@ -20,6 +22,7 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QCheckBox>
+#include <QtWidgets/QProgressDialog>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSplashScreen>
 #include <QtWidgets/QSplitter>
@@ -535,6 +538,71 @@ TEST_F(AppBaseTest, ALaunchedSplashNeedsNoSettingAndClosesByItself) {
     EXPECT_FALSE(splash()->isVisible());
 }
 
+// --- what the user is told
+
+TEST_F(AppBaseTest, TheUserLevelsPopUpAsMessageBoxesWithoutPrefix) {
+    const struct {
+        vlr::LogLevel level;
+        const char* title;
+        QMessageBox::Icon icon;
+    } cases[] = {{vlr::LogLevel::UserInfo, "Information", QMessageBox::Information},
+                 {vlr::LogLevel::UserWarning, "Warning", QMessageBox::Warning},
+                 {vlr::LogLevel::UserError, "Error", QMessageBox::Critical}};
+    app();
+    for (const auto& c : cases) {
+        expectLog(c.level, "No camera.");
+        bool shown = false;
+        answerNextMessageBox([&](QMessageBox& box) {
+            shown = true;
+            EXPECT_EQ(box.windowTitle().toStdString(), c.title);
+            EXPECT_EQ(box.text(), QStringLiteral("No camera."));
+            EXPECT_EQ(box.icon(), c.icon);
+            box.accept();
+        });
+        vlr::Log::getInstance(c.level, "file", 1) << "No camera.";
+        EXPECT_TRUE(shown) << c.title;
+    }
+    endApp();
+    // Without the application the levels have their default output back.
+    EXPECT_EQ(vlr::Log::oStream(vlr::LogLevel::UserError), nullptr);
+}
+
+TEST_F(AppBaseTest, LongOperationsShowTheirProgressOverTheWindow) {
+    setting("ProgressBarFlushX", true);
+    AppBase& application = app();
+    EXPECT_TRUE(QtCaProgressMonitor::isFlushX());
+    EXPECT_FALSE(QtCaProgressMonitor::isSyncX());
+    CaProgressMonitor::getInstance()->start("Working ", 10, true, true, 1);
+    const auto* dialog = application.getMainWindow()->findChild<QProgressDialog*>();
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(dialog->maximum(), 10);
+    CaProgressMonitor::getInstance()->end();
+}
+
+TEST_F(AppBaseTest, TheSettingsEditorIsOpenedByTheWindowAndByTheSystemConfigurationRequest) {
+    AppBase& application = app();
+    const std::function<void()> ways[] = {
+        [&] { emit application.getMainWindow()->configFileEditorRequest(); },
+        [&] { application.requestSystemConfig(); }};
+    for (const auto& open : ways) {
+        int opened = 0;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, [&] {
+            if (auto* dialog =
+                    qobject_cast<vlr::SettingsEditorDialog*>(QApplication::activeModalWidget())) {
+                ++opened;
+                dialog->reject();
+            }
+        });
+        timer.start(1);
+        testing::internal::CaptureStdout();
+        open();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  "AppBaseImpl::showConfigFileEditorDialog\n");
+        EXPECT_EQ(opened, 1);
+    }
+}
+
 // --- modules
 
 TEST_F(AppBaseTest, ModulesAreRegisteredActivatedAndStored) {
@@ -642,6 +710,7 @@ TEST_F(AppBaseTest, ThePatientListComesWithReferencesAndStopsAtTheFirstError) {
     QSqlDatabase::removeDatabase(QStringLiteral("damage"));
     patients.clear();
     expectLog(vlr::LogLevel::UserError, "Can't load Patient. reason: ");
+    answerNextMessageBox([](QMessageBox& box) { box.accept(); });
     EXPECT_NE(AppBase::getPatientList(patients), CaError::nullError);
     ASSERT_EQ(patients.size(), 1U);
     patients[0]->unref();
@@ -649,6 +718,7 @@ TEST_F(AppBaseTest, ThePatientListComesWithReferencesAndStopsAtTheFirstError) {
     setting("PatientRepository", QStringLiteral("nowhere:"));
     patients.clear();
     expectLog(vlr::LogLevel::UserError, "Patient list is empty. Reason: ");
+    answerNextMessageBox([](QMessageBox& box) { box.accept(); });
     EXPECT_NE(AppBase::getPatientList(patients), CaError::nullError);
     EXPECT_TRUE(patients.empty());
 }

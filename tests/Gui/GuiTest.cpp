@@ -1,7 +1,5 @@
 #include "Gui/GuiTest.h"
 
-#include <QtCore/QTimer>
-
 namespace vlrTest {
 
 GuiTest::GuiTest() : m_application(m_argc, m_argv) {}
@@ -38,19 +36,6 @@ QWidget* RecordingModule::getMainWidget() {
     if (const auto hook = onMainWidget)
         hook();
     return widget;
-}
-
-void answerNextMessageBox(std::function<void(QMessageBox&)> answer) {
-    auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, answer] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        timer->deleteLater();
-        timer->stop();
-        answer(*box);
-    });
-    timer->start(1);
 }
 
 } // namespace vlrTest

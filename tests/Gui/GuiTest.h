@@ -4,12 +4,12 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "Data/Patient.h"
+#include "Support/MessageBoxes.h"
 #include "Support/TestEnvironment.h"
 
 #include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtWidgets/QApplication>
-#include <QtWidgets/QMessageBox>
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -62,8 +62,5 @@ private:
     void record(const char* what);
     QStringList* m_calls;
 };
-
-/// Runs `answer` on the next message box that opens, as a user would click on it.
-void answerNextMessageBox(std::function<void(QMessageBox&)> answer);
 
 } // namespace vlrTest

@@ -14,6 +14,7 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QTabBar>
 #include <QtWidgets/QToolButton>
+#include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
 using Selector = QtModuleSelector;
@@ -200,6 +201,23 @@ TEST_F(ModuleSelectorsTest, ButtonsAreEquallyWide) {
     const auto* wide = buttonNamed(selector, "a somewhat longer name_1");
     EXPECT_EQ(narrow->minimumWidth(), wide->minimumWidth());
     EXPECT_GE(narrow->minimumWidth(), wide->sizeHint().width());
+}
+
+TEST_F(ModuleSelectorsTest, ButtonsAddedToAShownSelectorAreSeen) {
+    QWidget area;
+    auto* layout = new QVBoxLayout(&area);
+    QtModuleSelector* selectors[] = {new QtModuleButtonSelector(Selector::Top),
+                                     new QtModuleRadioButtonSelector(Selector::Top)};
+    for (QtModuleSelector* selector : selectors)
+        layout->addWidget(selector);
+    show(area);
+    for (QtModuleSelector* selector : selectors) {
+        addModules(*selector, 2);
+        const auto* button = buttonNamed(*selector, "m1_1");
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return button->visibleRegion().boundingRect() == button->rect(); }, 5000))
+            << selector->metaObject()->className();
+    }
 }
 
 TEST_F(ModuleSelectorsTest, ButtonsWorkByKeyboardAndScrollIntoView) {

@@ -2,6 +2,7 @@
 #include "Images/ImagesView.h"
 #include "Images/ProblemList.h"
 #include "Navigator/NavigatorTest.h"
+#include "Support/MessageBoxes.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
@@ -107,7 +108,13 @@ TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {
     int warnings = 0;
     for (const QString& path : {empty, letters, letters + QStringLiteral("/none.png")}) {
         expectLog(vlr::LogLevel::UserWarning, path.toStdString());
+        bool isTold = false;
+        answerNextMessageBox([&](QMessageBox& box) {
+            isTold = box.text().contains(path);
+            box.accept();
+        });
         m_module->open({path});
+        EXPECT_TRUE(isTold);
         EXPECT_EQ(position(), "Slice 2 of 6");
         EXPECT_THAT(problems(), HasSubstr(path.toHtmlEscaped().toStdString()));
         EXPECT_EQ(logCount(vlr::LogLevel::UserWarning, ""), ++warnings);

@@ -159,6 +159,7 @@ QString ImagesModule::openPaths(const QStringList& paths, int slice) {
     const BusyCursor busy;
     vlr::ImageSeries series;
     const CaError error = vlr::ImageSeries::open(paths, series);
+    m_cancelled = error.id() == vlr::ImageSeries::cancelledError;
     if (series.errorCount() == series.count())
         return causeText(series, error);
     m_problems->showProblems(series);
@@ -181,6 +182,8 @@ void ImagesModule::open(const QStringList& paths) {
 // Once for what the user did, however many files it concerns.
 void ImagesModule::report(const QString& problem) {
     m_problems->addText(problem);
+    if (m_cancelled)
+        return; // The user knows.
     VLR_LOG(UserWarning) << tr("There is nothing to show. %1").arg(problem);
 }
 

@@ -40,6 +40,7 @@ private:
     DataPointer<ImagesOptions> m_options;
     ImagesView* m_view; ///< Owned by the base.
     QtElidedLabel* m_source = nullptr;
+    bool m_cancelled = false; ///< The user stopped the last opening.
     ProblemList* m_problems = nullptr;
     CaConnection m_patientChanges;
 };

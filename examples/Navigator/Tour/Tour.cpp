@@ -61,7 +61,7 @@ void Tour::start(AppBase& application) {
 void Tour::run(AppBase& application) {
     try {
         TourActions actions(application.getMainWindow(), m_folder);
-        runTourStage(m_stage, actions);
+        runTourStage(m_stage, actions, application);
     } catch (const std::exception& failure) {
         std::cerr << "Tour: " << failure.what() << std::endl;
         m_failed = true;

@@ -1,5 +1,6 @@
 #include "Tour/TourActions.h"
 
+#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 #include <QtGui/QPainter>
 #include <QtGui/QScreen>
@@ -59,31 +60,42 @@ void TourActions::turnWheel(QWidget* widget, int notches) const {
     QCoreApplication::sendEvent(widget, &event);
 }
 
-// The dialog has an event loop of its own, from which the driving is called.
 void TourActions::inDialog(const std::function<void()>& open,
                            const std::function<void(QWidget*)>& drive) {
+    inDialogs(open, {[&](QWidget* dialog) {
+                  drive(dialog);
+                  return true;
+              }});
+}
+
+// A dialog has an event loop of its own, from which the driving is called.
+void TourActions::inDialogs(const std::function<void()>& open,
+                            const std::vector<std::function<bool(QWidget*)>>& drives) {
     std::exception_ptr failure;
-    bool wasDriven = false;
+    std::size_t next = 0;
+    bool isBusy = false;
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
-        QWidget* const dialog = QApplication::activeModalWidget();
-        if (!dialog)
+        const QPointer<QWidget> dialog = QApplication::activeModalWidget();
+        if (isBusy || !dialog || failure || next == drives.size())
             return;
-        timer.stop();
-        wasDriven = true;
+        isBusy = true;
         try {
             expect(QTest::qWaitForWindowExposed(dialog, patience), "a dialog does not appear");
-            drive(dialog);
+            if (drives[next](dialog))
+                ++next;
         } catch (...) {
             failure = std::current_exception();
-            dialog->close();
+            if (dialog)
+                dialog->close();
         }
+        isBusy = false;
     });
     timer.start(pollInterval);
     open();
     if (failure)
         std::rethrow_exception(failure);
-    expect(wasDriven, "no dialog opened");
+    expect(next == drives.size(), "no dialog opened");
 }
 
 void TourActions::waitFor(const std::function<bool()>& condition, const std::string& what) const {

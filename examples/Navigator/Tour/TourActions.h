@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <vector>
 
 /// What the tour cannot go on after.
 struct TourFailure : std::runtime_error {
@@ -40,6 +41,10 @@ public:
 
     /// Does `open` and, once that shows a modal dialog, `drive`, which has to close it.
     void inDialog(const std::function<void()>& open, const std::function<void(QWidget*)>& drive);
+    /// The same for dialogs that follow one another. Each `drive` is called until it returns
+    /// true; a dialog that goes on by itself meanwhile is not ready before.
+    void inDialogs(const std::function<void()>& open,
+                   const std::vector<std::function<bool(QWidget*)>>& drives);
 
     void waitFor(const std::function<bool()>& condition, const std::string& what) const;
     void expect(bool condition, const std::string& what) const;

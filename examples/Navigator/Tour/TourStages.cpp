@@ -1,5 +1,9 @@
 #include "Tour/TourStages.h"
 
+#include "AppBase/AppBase.h"
+#include "AppBase/QtModuleSelector.h"
+#include "Common/Selector.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
@@ -10,6 +14,7 @@
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListWidget>
 #include <QtWidgets/QMessageBox>
+#include <QtWidgets/QProgressDialog>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QTableView>
 
@@ -142,6 +147,70 @@ void folderStations(TourActions& actions) {
     actions.picture("10-broken-image");
 }
 
+// --- what the user is told and shown meanwhile
+
+// A folder large enough that listing it takes its time.
+QString makeLargeFolder(const TourActions& actions) {
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                           QStringLiteral("/large folder");
+    actions.expect(QDir().mkpath(folder), "the large folder cannot be made");
+    const QString first = folder + QStringLiteral("/0.png");
+    QImage image(64, 64, QImage::Format_Grayscale8);
+    image.fill(100);
+    actions.expect(image.save(first), "the large folder cannot be made");
+    for (int i = 1; i < 15000; ++i)
+        QFile::link(first, QStringLiteral("%1/%2.png").arg(folder).arg(i));
+    return folder;
+}
+
+// Opens the folder and drives the dialog that this brings up.
+void openFolder(TourActions& actions, const QString& folder,
+                const std::function<bool(QWidget*)>& drive) {
+    const auto choose = [&](QWidget*) {
+        auto* const name = actions.find<QLineEdit>("fileNameEdit");
+        name->selectAll();
+        actions.type(name, folder);
+        actions.key(name, Qt::Key_Return);
+        return true;
+    };
+    actions.inDialogs([&] { actions.click("openFolder"); }, {choose, drive});
+}
+
+void progressStations(TourActions& actions) {
+    openFolder(actions, makeLargeFolder(actions), [&](QWidget* dialog) {
+        auto* const progress = qobject_cast<QProgressDialog*>(dialog);
+        if (!progress || progress->value() < progress->maximum() / 3)
+            return false;
+        actions.picture("16-progress");
+        actions.click(progress->findChild<QPushButton*>());
+        return true;
+    });
+    expectSlice(actions, 3, 4);
+}
+
+void messageStations(TourActions& actions) {
+    const QString folder = seriesFolder() + QStringLiteral("/empty");
+    actions.expect(QDir().mkpath(folder), "the folder cannot be made");
+    openFolder(actions, folder, [&](QWidget* dialog) {
+        auto* const box = qobject_cast<QMessageBox*>(dialog);
+        if (!box)
+            return false;
+        actions.picture("17-message");
+        actions.click(box->button(QMessageBox::Ok));
+        return true;
+    });
+    expectSlice(actions, 3, 4);
+}
+
+void selectorStations(TourActions& actions, AppBase& application) {
+    for (const QString& kind : selectorKinds()) {
+        application.setModuleSelector(makeSelector(kind));
+        if (kind != QLatin1String("none"))
+            actions.picture(("18-selector-" + kind.toStdString()).c_str());
+    }
+    application.setModuleSelector(makeSelector(selectorKinds().first()));
+}
+
 // --- further stations
 
 void smallWindowStations(TourActions& actions) {
@@ -183,9 +252,26 @@ void answerExitQuestion(TourActions& actions, const std::function<void()>& ask,
     });
 }
 
+void settingsStation(TourActions& actions, AppBase& application) {
+    actions.inDialog([&] { application.requestSystemConfig(); },
+                     [&](QWidget* dialog) {
+                         actions.picture("19-settings-editor");
+                         dialog->close();
+                     });
+}
+
+void furtherStations(TourActions& actions, AppBase& application) {
+    actions.click("nextStep");
+    progressStations(actions);
+    messageStations(actions);
+    selectorStations(actions, application);
+    settingsStation(actions, application);
+    actions.click("previousStep");
+}
+
 void exitStations(TourActions& actions) {
     answerExitQuestion(
-        actions, [&] { actions.click("Exit"); }, QMessageBox::No, "16-exit-question");
+        actions, [&] { actions.click("Exit"); }, QMessageBox::No, "20-exit-question");
     actions.expect(actions.window()->isVisible(), "the window went at \"No\"");
     answerExitQuestion(
         actions, [&] { actions.window()->close(); }, QMessageBox::Yes);
@@ -195,18 +281,18 @@ void secondStart(TourActions& actions) {
     actions.expectText<QLabel>("patientCount", QStringLiteral("Patients: 2"));
     actions.expectText<QLabel>("currentPatientName", QStringLiteral("No patient chosen"));
     actions.expect(actions.find("makeCurrent")->isEnabled(), "no patient is selected");
-    actions.picture("17-second-start");
+    actions.picture("21-second-start");
     makeCurrentByKey(actions, firstName);
     actions.click("nextStep");
     expectSlice(actions, 3, 4);
-    actions.picture("18-same-slice");
+    actions.picture("22-same-slice");
     answerExitQuestion(
         actions, [&] { actions.click("Exit"); }, QMessageBox::Yes);
 }
 
 } // namespace
 
-void runTourStage(int stage, TourActions& actions) {
+void runTourStage(int stage, TourActions& actions, AppBase& application) {
     if (stage == 2) {
         secondStart(actions);
         return;
@@ -216,5 +302,6 @@ void runTourStage(int stage, TourActions& actions) {
     folderStations(actions);
     smallWindowStations(actions);
     searchStations(actions);
+    furtherStations(actions, application);
     exitStations(actions);
 }

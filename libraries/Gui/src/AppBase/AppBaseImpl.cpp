@@ -7,6 +7,9 @@
 #include "AppBase/QtApplication.h"
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtModuleSelector.h"
+#include "AppBase/vlrSettingsEditorDialog.h"
+#include "Base/QtCaProgressMonitor.h"
+#include "Base/QtMessageBoxLogger.h"
 #include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
 #include "Log/vlrLog.h"
@@ -24,9 +27,6 @@
 namespace {
 
 constexpr int forcedSplashMilliseconds = 2500;
-
-bool progressBarFlushX = false;
-bool progressBarSyncX = false;
 
 QString key(const char* name) {
     return QStringLiteral("Velora/Application/") + QLatin1String(name);
@@ -90,6 +90,7 @@ AppBaseImpl::~AppBaseImpl() {
     delete m_moduleList.data();
     delete m_splashScreen;
     delete m_mainWindow.data();
+    m_messageBoxes = {};
     delete m_application;
 }
 
@@ -100,10 +101,23 @@ void AppBaseImpl::createApplication(int& argc, char** argv) {
     const QString name = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
     if (!name.isEmpty())
         QCoreApplication::setApplicationName(name);
+    setLogStreams();
     connect(m_application, &QtApplication::unixSignal, this, &AppBaseImpl::unixSignalHandler);
     connect(m_application, &QtApplication::terminationRequested, this,
             &AppBaseImpl::exitApplication);
     QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+// What the program has to say to its user pops up; the log file has it as well.
+void AppBaseImpl::setLogStreams() {
+    const vlr::LogLevel levels[] = {vlr::LogLevel::UserInfo, vlr::LogLevel::UserWarning,
+                                    vlr::LogLevel::UserError};
+    for (std::size_t kind = 0; kind < m_messageBoxes.size(); ++kind) {
+        m_messageBoxes[kind] =
+            std::make_unique<QtMessageBoxLogger>(static_cast<int>(kind), m_mainWindow);
+        vlr::Log::setOStream(levels[kind], m_messageBoxes[kind].get());
+        vlr::Log::setPrefix(levels[kind], 0);
+    }
 }
 
 void AppBaseImpl::loadConfiguration() {
@@ -132,17 +146,12 @@ void AppBaseImpl::createMainWindow() {
             m_mainWindow, &QtAppMainWindow::moduleActivated);
     showSplashScreenMessage(tr("Initializing..."));
     m_mainWindow->setSecondaryLayoutDirection(m_config->mainWindowConfig()->innerLayoutDirection());
-    progressBarFlushX = vlr::Settings::get(key("ProgressBarFlushX"), false);
-    progressBarSyncX = vlr::Settings::get(key("ProgressBarSyncX"), false);
+    QtCaProgressMonitor::setFlushX(vlr::Settings::get(key("ProgressBarFlushX"), false));
+    QtCaProgressMonitor::setSyncX(vlr::Settings::get(key("ProgressBarSyncX"), false));
+    QtCaProgressMonitor::attach(m_mainWindow);
+    connect(m_mainWindow, &QtAppMainWindow::configFileEditorRequest, this,
+            &AppBaseImpl::showConfigFileEditorDialog);
     connect(m_mainWindow, &QtAppMainWindow::exitApplication, this, &AppBaseImpl::exitApplication);
-}
-
-bool AppBaseImpl::isProgressBarFlushX() {
-    return progressBarFlushX;
-}
-
-bool AppBaseImpl::isProgressBarSyncX() {
-    return progressBarSyncX;
 }
 
 // --- splash screen
@@ -359,7 +368,9 @@ void AppBaseImpl::showConfigDialog() {
 
 void AppBaseImpl::showConfigFileEditorDialog() {
     std::cout << "AppBaseImpl::showConfigFileEditorDialog\n" << std::flush;
-    VLR_LOG(Warning) << "This version has no settings editor yet.";
+    const QPointer<vlr::SettingsEditorDialog> dialog = new vlr::SettingsEditorDialog(m_mainWindow);
+    dialog->exec();
+    delete dialog.data();
 }
 
 void AppBaseImpl::showScreenShotDialog() {

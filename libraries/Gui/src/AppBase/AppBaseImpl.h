@@ -9,6 +9,8 @@
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
+#include <array>
+#include <memory>
 #include <vector>
 
 class QIcon;
@@ -17,6 +19,7 @@ class QSplashScreen;
 class QtApplication;
 class QtAppMainWindow;
 class QtAppModule;
+class QtMessageBoxLogger;
 class QtModuleList;
 class QtModuleSelector;
 
@@ -54,10 +57,6 @@ public:
 
     static CaError getPatientList(std::vector<Patient*>& patients);
 
-    /// What the progress monitor asks: the settings "ProgressBarFlushX" and "ProgressBarSyncX".
-    static bool isProgressBarFlushX();
-    static bool isProgressBarSyncX();
-
 public slots:
     void unixSignalHandler(int signal);
     void showConfigDialog();
@@ -68,6 +67,7 @@ public slots:
 
 private:
     void createApplication(int& argc, char** argv);
+    void setLogStreams();
     void loadConfiguration();
     void createMainWindow();
     void storeConfiguration();
@@ -89,5 +89,6 @@ private:
     const QString m_configurationId;
     const QString m_configurationName;
     QtApplication* m_application = nullptr;
+    std::array<std::unique_ptr<QtMessageBoxLogger>, 3> m_messageBoxes;
     bool m_exitRequested = false;
 };

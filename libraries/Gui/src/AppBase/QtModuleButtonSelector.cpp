@@ -124,6 +124,7 @@ void QtModuleButtonSelector::addModule(QString name, int index) {
     button->setCheckable(true);
     button->adjustSize();
     m_moduleLayout->addWidget(button, 1);
+    button->show(); // The layout counts what is shown; the selector may be shown already.
     m_group->addButton(button);
     modifyButtonSizes();
 }

@@ -1,0 +1,56 @@
+#include "Common/Selector.h"
+
+#include "AppBase/QtModuleButtonSelector.h"
+#include "AppBase/QtModuleRadioButtonSelector.h"
+#include "AppBase/QtModuleStepper.h"
+#include "AppBase/QtModuleTabSelector.h"
+#include "Log/vlrLog.h"
+#include "Settings/vlrSettings.h"
+
+namespace {
+
+struct Kind {
+    const char* name;
+    QtModuleSelector* (*make)();
+};
+
+const Kind kinds[] = {
+    {"tabs",
+     []() -> QtModuleSelector* {
+         return new QtModuleTabSelector(QtModuleSelector::Top, true, true, true, true);
+     }},
+    {"buttons",
+     []() -> QtModuleSelector* {
+         return new QtModuleButtonSelector(QtModuleSelector::Top, true, true, true, true, true);
+     }},
+    {"radio",
+     []() -> QtModuleSelector* { return new QtModuleRadioButtonSelector(QtModuleSelector::Top); }},
+    {"stepper", []() -> QtModuleSelector* { return new QtModuleStepper(QtModuleSelector::Top); }},
+    {"none", []() -> QtModuleSelector* { return nullptr; }},
+};
+
+} // namespace
+
+QStringList selectorKinds() {
+    QStringList names;
+    for (const Kind& kind : kinds)
+        names << QString::fromLatin1(kind.name);
+    return names;
+}
+
+QString configuredSelector() {
+    const QString key = QStringLiteral("Velora/Application/Navigator/ModuleSelector");
+    const QString kind = vlr::Settings::get(key, "tabs");
+    if (selectorKinds().contains(kind))
+        return kind;
+    VLR_LOG(Warning) << "The setting " << key << " names the selector \"" << kind
+                     << "\", which does not exist.";
+    return selectorKinds().first();
+}
+
+QtModuleSelector* makeSelector(const QString& kind) {
+    for (const Kind& each : kinds)
+        if (kind == QLatin1String(each.name))
+            return each.make();
+    return nullptr;
+}

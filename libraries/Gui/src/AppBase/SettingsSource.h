@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Settings/vlrSettings.h"
+#include "vlrGuiExport.h"
+
+#include <QtCore/QHash>
+
+#include <vector>
+
+namespace vlr {
+
+/// Where the settings editor reads from and writes to.
+class VLR_GUI_EXPORT SettingsSource {
+public:
+    SettingsSource() = default;
+    SettingsSource(const SettingsSource&) = delete;
+    SettingsSource& operator=(const SettingsSource&) = delete;
+    virtual ~SettingsSource();
+
+    /// Everything that is stored now.
+    virtual QHash<QString, QVariant> read() = 0;
+
+    /// Stores all of the changes, or none: then the error says why, or `conflicts` names the
+    /// keys whose stored value is not the expected one.
+    virtual CaError apply(const std::vector<SettingsChange>& changes, QStringList& conflicts) = 0;
+};
+
+/// The settings database of the application.
+class VLR_GUI_EXPORT SettingsDatabase : public SettingsSource {
+public:
+    QHash<QString, QVariant> read() override;
+    CaError apply(const std::vector<SettingsChange>& changes, QStringList& conflicts) override;
+};
+
+} // namespace vlr

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "vlrGuiExport.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <limits>
+
+namespace vlr {
+
+/// What a setting may hold, as the settings editor sees it.
+struct SettingsType {
+    enum class Kind { Bool, Integer, Number, Size, Vector, Choice, Text, Other };
+
+    Kind kind = Kind::Text;
+    double minimum = std::numeric_limits<double>::lowest(); ///< also of a vector's components
+    double maximum = std::numeric_limits<double>::max();
+    QStringList choices = {};                  ///< of a Choice, in lower case
+    bool (*accepts)(const QString&) = nullptr; ///< of a Text that not everything is
+    QString expected = {};                     ///< what that is, in words
+};
+
+/// A whole number in the range; without one, whatever an int holds.
+VLR_GUI_EXPORT SettingsType integerType(int minimum = std::numeric_limits<int>::min(),
+                                        int maximum = std::numeric_limits<int>::max());
+
+/// The type that the stored value of a key shows that nobody knows: "true" and "false" are
+/// bools, "4" an integer, "0.5" a number; "007" stays the text it is.
+VLR_GUI_EXPORT SettingsType typeOf(const QVariant& stored);
+
+/// What a text means: the value as it is stored, or why it is refused.
+struct ParsedSetting {
+    QVariant value;  ///< invalid when refused
+    QString refusal; ///< a sentence for the user
+};
+VLR_GUI_EXPORT ParsedSetting parseSetting(const SettingsType& type, const QString& text);
+
+/// The stored value as one reads and edits it: "64 x 48" for a size. A value that is none of
+/// the type is shown as it stands.
+VLR_GUI_EXPORT QString settingText(const SettingsType& type, const QVariant& stored);
+
+/// The value as it stands in the file, whatever its type.
+VLR_GUI_EXPORT QString rawSettingText(const QVariant& stored);
+
+/// What the type takes, in words: "a whole number from 1 to 64".
+VLR_GUI_EXPORT QString describe(const SettingsType& type);
+
+/// What a new value of the type starts with.
+VLR_GUI_EXPORT QString initialText(const SettingsType& type);
+
+} // namespace vlr

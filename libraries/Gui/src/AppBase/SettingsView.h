@@ -1,0 +1,50 @@
+#pragma once
+
+#include "AppBase/SettingsDelegate.h"
+
+#include <QtCore/QSet>
+#include <QtWidgets/QTreeView>
+
+namespace vlr {
+
+/// The tree of the settings editor: narrows to what a search finds and sees to it that an open
+/// editor does not get lost.
+class VLR_GUI_EXPORT SettingsView : public QTreeView {
+    Q_OBJECT
+
+public:
+    explicit SettingsView(SettingsModel& model, QWidget* parent = nullptr);
+
+    QString currentKey() const; ///< Empty on a row that is only a group.
+    void setCurrentKey(const QString& key);
+
+    /// Shows the settings whose key or value contains the text, and their groups; all for an
+    /// empty text. Answers how many there are.
+    int setSearch(const QString& text);
+
+    void editCurrent();
+    bool finishEditing(); ///< False where the open editor holds what does not fit.
+    void cancelEditing();
+
+signals:
+    void currentKeyChanged();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
+
+private:
+    int narrow(const QModelIndex& parent, const QString& text);
+    void rememberExpanded(const QModelIndex& parent);
+    void restoreExpanded();
+    void selectFirstMatch(const QString& text);
+
+    SettingsModel& m_model;
+    SettingsDelegate* m_delegate;
+    QString m_search;
+    QSet<QString> m_expanded; // before the search
+};
+
+} // namespace vlr

@@ -1,0 +1,293 @@
+#include "AppBase/vlrSettingsEditorDialog.h"
+
+#include "AppBase/SettingsChangeList.h"
+#include "AppBase/SettingsConflictDialog.h"
+#include "AppBase/SettingsDetails.h"
+#include "AppBase/SettingsKeyDialog.h"
+#include "AppBase/SettingsModel.h"
+#include "AppBase/SettingsView.h"
+
+#include <QtGui/QAccessible>
+#include <QtGui/QKeyEvent>
+#include <QtGui/QScreen>
+#include <QtWidgets/QAction>
+#include <QtWidgets/QDialogButtonBox>
+#include <QtWidgets/QHeaderView>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QStyle>
+#include <QtWidgets/QVBoxLayout>
+
+namespace vlr {
+
+namespace {
+
+// Escape clears the text before it leaves the dialog; Enter and Down lead to what was found.
+class SearchLine : public QLineEdit {
+public:
+    explicit SearchLine(QWidget* results) : m_results(results) {}
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        const int key = event->key();
+        if (key == Qt::Key_Escape && !text().isEmpty())
+            clear();
+        else if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Down)
+            m_results->setFocus(Qt::OtherFocusReason);
+        else
+            QLineEdit::keyPressEvent(event);
+    }
+
+private:
+    QWidget* m_results;
+};
+
+} // namespace
+
+SettingsEditorDialog::SettingsEditorDialog(QWidget* parent)
+    : SettingsEditorDialog(std::make_unique<SettingsDatabase>(), parent) {}
+
+SettingsEditorDialog::SettingsEditorDialog(std::unique_ptr<SettingsSource> own, QWidget* parent)
+    : SettingsEditorDialog(*own, parent) {
+    m_ownSource = std::move(own);
+}
+
+SettingsEditorDialog::SettingsEditorDialog(SettingsSource& source, QWidget* parent)
+    : QDialog(parent, Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+      m_model(std::make_unique<SettingsModel>(source)), m_view(new SettingsView(*m_model)),
+      m_details(new SettingsDetails), m_changes(new SettingsChangeList), m_matches(new QLabel),
+      m_messageIcon(new QLabel), m_message(new QLabel) {
+    setModal(true);
+    setWindowTitle(tr("Settings Editor"));
+    build();
+    connect(m_model.get(), &SettingsModel::edited, this, &SettingsEditorDialog::updateAll);
+    connect(m_view, &SettingsView::currentKeyChanged, this, &SettingsEditorDialog::updateSelected);
+    connect(m_changes, &SettingsChangeList::chosen, m_view, &SettingsView::setCurrentKey);
+    m_view->setCurrentIndex(m_model->index(0, 0));
+    updateAll();
+}
+
+// The view looks at the model to its end.
+SettingsEditorDialog::~SettingsEditorDialog() {
+    delete m_view;
+}
+
+// --- construction
+
+void SettingsEditorDialog::build() {
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(createSearch());
+    layout->addWidget(m_view, 1);
+    layout->addLayout(createCommands());
+    layout->addWidget(m_details);
+    layout->addWidget(m_changes);
+    layout->addLayout(createMessage());
+    layout->addWidget(createButtons());
+    m_view->setAccessibleName(tr("Settings"));
+    const QSize wanted(fontMetrics().averageCharWidth() * 120, fontMetrics().lineSpacing() * 44);
+    resize(wanted.boundedTo(screen()->availableGeometry().size() * 9 / 10));
+    m_view->header()->resizeSection(SettingsModel::SettingColumn, width() * 3 / 5);
+    m_view->setMinimumHeight(m_view->header()->sizeHint().height() * 5);
+}
+
+QLayout* SettingsEditorDialog::createSearch() {
+    auto* line = new SearchLine(m_view);
+    line->setPlaceholderText(tr("Part of a key or value"));
+    line->setClearButtonEnabled(true);
+    auto* label = new QLabel(tr("&Search:"));
+    label->setBuddy(line);
+    auto* layout = new QHBoxLayout;
+    layout->addWidget(label);
+    layout->addWidget(line, 1);
+    layout->addWidget(m_matches);
+    m_matches->hide();
+    connect(line, &QLineEdit::textChanged, this, &SettingsEditorDialog::search);
+    return layout;
+}
+
+// A command in the context menu and, with a row, as a button in it.
+QAction* SettingsEditorDialog::createCommand(const QString& text, Command command,
+                                             QBoxLayout* row) {
+    auto* action = new QAction(text, this);
+    connect(action, &QAction::triggered, this, command);
+    m_view->addAction(action);
+    if (!row)
+        return action;
+    auto* button = new QPushButton(text);
+    button->setAutoDefault(false);
+    row->addWidget(button);
+    connect(button, &QPushButton::clicked, action, &QAction::trigger);
+    connect(action, &QAction::changed, button,
+            [action, button] { button->setEnabled(action->isEnabled()); });
+    return action;
+}
+
+QLayout* SettingsEditorDialog::createCommands() {
+    using Dialog = SettingsEditorDialog;
+    auto* row = new QHBoxLayout;
+    m_edit = createCommand(tr("&Edit Value"), &Dialog::editSetting);
+    m_edit->setShortcut(Qt::Key_F2);
+    createCommand(tr("A&dd..."), &Dialog::addSetting, row);
+    m_rename = createCommand(tr("Rena&me..."), &Dialog::renameSetting, row);
+    m_remove = createCommand(tr("De&lete"), &Dialog::removeSetting, row);
+    m_remove->setShortcut(Qt::Key_Delete);
+    m_revert = createCommand(tr("Re&vert"), &Dialog::revertSetting, row);
+    m_reset = createCommand(tr("Reset to De&fault"), &Dialog::removeSetting, row);
+    row->addStretch(1);
+    // Keys that are typed into an editor or the search line are not meant for the tree.
+    for (QAction* action : {m_edit, m_remove})
+        action->setShortcutContext(Qt::WidgetShortcut);
+    m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
+    return row;
+}
+
+QLayout* SettingsEditorDialog::createMessage() {
+    m_message->setTextFormat(Qt::PlainText);
+    m_message->setWordWrap(true);
+    m_message->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_message->hide();
+    m_messageIcon->hide();
+    auto* layout = new QHBoxLayout;
+    layout->addWidget(m_messageIcon);
+    layout->addWidget(m_message, 1);
+    return layout;
+}
+
+QWidget* SettingsEditorDialog::createButtons() {
+    auto* buttons = new QDialogButtonBox;
+    const auto add = [&](const QString& text, QDialogButtonBox::ButtonRole role) {
+        auto* button = buttons->addButton(text, role);
+        button->setAutoDefault(false);
+        return button;
+    };
+    add(tr("&OK"), QDialogButtonBox::AcceptRole)->setDefault(true);
+    auto* apply = add(tr("&Apply"), QDialogButtonBox::ApplyRole);
+    add(tr("&Cancel"), QDialogButtonBox::RejectRole);
+    connect(buttons, &QDialogButtonBox::accepted, this, &SettingsEditorDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &SettingsEditorDialog::reject);
+    connect(apply, &QPushButton::clicked, this, &SettingsEditorDialog::applyChanges);
+    return buttons;
+}
+
+// --- commands
+
+void SettingsEditorDialog::search(const QString& text) {
+    const int count = m_view->setSearch(text);
+    m_matches->setText(text.isEmpty() ? QString()
+                       : count == 0   ? tr("Nothing found")
+                                      : tr("%1 found").arg(count));
+    m_matches->setVisible(!text.isEmpty());
+}
+
+void SettingsEditorDialog::editSetting() {
+    m_view->editCurrent();
+}
+
+void SettingsEditorDialog::addSetting() {
+    if (!m_view->finishEditing())
+        return;
+    const QString path = m_view->currentIndex().data(SettingsModel::KeyRole).toString();
+    const QString group =
+        m_view->currentKey().isEmpty() ? path : path.left(path.lastIndexOf(QLatin1Char('/')));
+    const QString start = group.isEmpty() ? group : group + QLatin1Char('/');
+    SettingsKeyDialog dialog(m_model->edits(), SettingsKeyDialog::Purpose::Add, start, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    m_model->add(dialog.key(), dialog.type());
+    m_view->setCurrentKey(dialog.key());
+    m_view->setFocus();
+    m_view->editCurrent();
+}
+
+void SettingsEditorDialog::renameSetting() {
+    const QString key = m_view->currentKey();
+    if (!m_view->finishEditing())
+        return;
+    SettingsKeyDialog dialog(m_model->edits(), SettingsKeyDialog::Purpose::Rename, key, this);
+    if (dialog.exec() != QDialog::Accepted || dialog.key() == key)
+        return;
+    m_model->rename(key, dialog.key());
+    m_view->setCurrentKey(dialog.key());
+}
+
+void SettingsEditorDialog::removeSetting() {
+    m_view->cancelEditing();
+    m_model->remove(m_view->currentKey());
+}
+
+void SettingsEditorDialog::revertSetting() {
+    m_view->cancelEditing();
+    m_model->revert(m_view->currentKey());
+}
+
+// --- storing
+
+void SettingsEditorDialog::accept() {
+    if (store())
+        QDialog::accept();
+}
+
+void SettingsEditorDialog::applyChanges() {
+    if (!m_view->finishEditing())
+        return;
+    const bool hasChanges = !m_model->edits().changes().empty();
+    if (store())
+        tell(hasChanges ? tr("The changes are stored.") : tr("There is nothing to store."), false);
+}
+
+bool SettingsEditorDialog::store() {
+    if (!m_view->finishEditing())
+        return false;
+    for (;;) {
+        std::vector<SettingsConflict> conflicts;
+        const CaError error = m_model->apply(conflicts);
+        if (!error.isNull()) {
+            tell(tr("Nothing was stored. %1").arg(QString::fromStdString(error.text())), true);
+            return false;
+        }
+        if (conflicts.empty())
+            return true;
+        SettingsConflictDialog dialog(m_model->edits(), conflicts, this);
+        if (dialog.exec() != QDialog::Accepted) {
+            tell(tr("Nothing was stored. Another program changed some of the settings."), true);
+            return false;
+        }
+        m_model->resolve(dialog.conflicts());
+    }
+}
+
+// --- what is shown
+
+void SettingsEditorDialog::updateAll() {
+    m_changes->show(m_model->edits());
+    tell({}, false);
+    updateSelected();
+}
+
+void SettingsEditorDialog::updateSelected() {
+    const SettingsEdits& edits = m_model->edits();
+    const QString key = m_view->currentKey();
+    const bool hasValue = !key.isEmpty() && edits.value(key).isValid();
+    m_details->show(edits, key);
+    m_edit->setEnabled(!key.isEmpty() && !edits.isDeleted(key));
+    m_rename->setEnabled(hasValue);
+    m_remove->setEnabled(hasValue);
+    m_revert->setEnabled(edits.isChanged(key));
+    m_reset->setEnabled(hasValue && edits.known(key));
+}
+
+void SettingsEditorDialog::tell(const QString& text, bool isError) {
+    const auto icon = isError ? QStyle::SP_MessageBoxCritical : QStyle::SP_MessageBoxInformation;
+    const int size = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    m_messageIcon->setPixmap(style()->standardIcon(icon).pixmap(windowHandle(), {size, size}));
+    m_messageIcon->setVisible(!text.isEmpty());
+    m_message->setText(text);
+    m_message->setVisible(!text.isEmpty());
+    if (text.isEmpty())
+        return;
+    QAccessibleEvent alert(m_message, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
+} // namespace vlr

@@ -1,0 +1,398 @@
+#include "Base/QtCaProgressMonitor.h"
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtGui/QCloseEvent>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QProgressBar>
+#include <QtWidgets/QProgressDialog>
+#include <QtWidgets/QStyleOptionFrame>
+#include <QtWidgets/QStylePainter>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds eventInterval(10);
+constexpr int longestSingleLine = 80; // characters; longer texts are wrapped
+
+bool flushX = false;
+bool syncX = false;
+
+bool hasApplication() {
+    return qobject_cast<QApplication*>(QCoreApplication::instance()) &&
+           !QCoreApplication::closingDown();
+}
+
+// A bar with a value as cheap as an assignment: it is painted when events are processed, and its
+// format names the value, since otherwise every change has the style measure the groove to find
+// out whether a repaint is worth while.
+class Bar : public QProgressBar {
+public:
+    Bar() { setFormat(QStringLiteral("%p%%v")); }
+
+    QString text() const override {
+        const QString percentAndValue = QProgressBar::text();
+        return percentAndValue.left(percentAndValue.indexOf(QLatin1Char('%')) + 1);
+    }
+
+    void moveTo(int value) {
+        setUpdatesEnabled(false);
+        setValue(value);
+        setUpdatesEnabled(true);
+    }
+};
+
+QString counterText(int progress, int maximum) {
+    if (maximum <= 0)
+        return QString::number(progress);
+    const int places = static_cast<int>(std::ceil(std::log10(maximum)) + 1);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%*d of %*d", places, progress, places, maximum);
+    return QString::fromLatin1(text.data());
+}
+
+// The post routine of the application: dialogs need one, and whoever reports progress later gets
+// the silent monitor.
+void removeMonitor() {
+    if (dynamic_cast<QtCaProgressMonitor*>(CaProgressMonitor::getInstance()))
+        CaProgressMonitor::setInstance(nullptr);
+}
+
+} // namespace
+
+// QProgressDialog::setValue() processes events with the dialog on the stack, which a dialog that
+// is deleted by one of them does not survive; so it is called only where it shows or hides.
+class QtCaProgressMonitor::Dialog : public QProgressDialog {
+public:
+    Dialog(const QString& text, bool cancelable, int totalSteps, QWidget* parent)
+        : QProgressDialog(text, cancelable ? QtCaProgressMonitor::tr("Cancel") : QString(), 0,
+                          totalSteps, parent, cancelable ? Qt::Dialog : Qt::Popup),
+          m_cancelable(cancelable), m_label(new QLabel), m_bar(new Bar) {
+        setModal(true);
+        m_label->setTextFormat(Qt::PlainText);
+        m_label->setAlignment(Qt::Alignment(
+            style()->styleHint(QStyle::SH_ProgressDialog_TextLabelAlignment, nullptr, this)));
+        setLabel(m_label);
+        setBar(m_bar);
+        setRange(0, totalSteps);
+        if (!cancelable)
+            qApp->installEventFilter(this);
+    }
+
+    void moveTo(int value) {
+        if (std::exchange(m_atRest, false) && !wasCanceled()) {
+            setValue(value); // It is hidden and no events are processed here.
+            m_atRest = this->value() < minimum();
+            return;
+        }
+        m_bar->moveTo(value);
+        if (value == maximum() && value > 0) {
+            reset();
+            m_atRest = true;
+        }
+    }
+
+    // Of a size for this text, although it will be set only later.
+    void reserve(const QString& widest) {
+        const QString text = labelText();
+        setText(widest);
+        m_reserved = QProgressDialog::sizeHint();
+        setText(text);
+        fit();
+    }
+
+    QSize sizeHint() const override { return QProgressDialog::sizeHint().expandedTo(m_reserved); }
+
+    // The text alone; the size of the dialog follows with fit().
+    void setText(const QString& text) {
+        if (m_label->wordWrap() != (text.size() > longestSingleLine))
+            m_label->setWordWrap(!m_label->wordWrap());
+        m_label->setText(text);
+    }
+
+    void fit() { setLabelText(labelText()); }
+
+    void comeBack() {
+        if (m_wasShown && isHidden() && !m_atRest && !wasCanceled() &&
+            !QApplication::activeModalWidget() && !QApplication::activePopupWidget())
+            show();
+    }
+
+    void reject() override {
+        if (m_cancelable)
+            emit canceled();
+    }
+
+protected:
+    void showEvent(QShowEvent* event) override {
+        m_wasShown = true;
+        QProgressDialog::showEvent(event);
+    }
+
+    // A popup is asked to close by every press beside it.
+    void closeEvent(QCloseEvent* event) override {
+        if (m_cancelable)
+            QProgressDialog::closeEvent(event);
+        else
+            event->ignore();
+    }
+
+    // A popup gets all input. A message box below it could not be answered.
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Show && isVisible() && watched != this &&
+            watched->isWidgetType()) {
+            const auto* widget = static_cast<QWidget*>(watched);
+            if (widget->isWindow() && widget->isModal())
+                hide();
+        }
+        return QProgressDialog::eventFilter(watched, event);
+    }
+
+    // No window manager gives a popup a frame.
+    void paintEvent(QPaintEvent* event) override {
+        QProgressDialog::paintEvent(event);
+        if (m_cancelable)
+            return;
+        QStylePainter painter(this);
+        QStyleOptionFrame frame;
+        frame.initFrom(this);
+        frame.lineWidth = 1;
+        painter.drawPrimitive(QStyle::PE_FrameMenu, frame);
+    }
+
+private:
+    const bool m_cancelable;
+    QLabel* const m_label;
+    Bar* const m_bar;
+    QSize m_reserved;
+    bool m_atRest = true; ///< Not started yet, or hidden since the maximum was reached.
+    bool m_wasShown = false;
+};
+
+// For as long as it lives, foreign code may run with the dialog on the stack.
+class QtCaProgressMonitor::Nesting {
+public:
+    explicit Nesting(QtCaProgressMonitor* monitor) : m_monitor(monitor) { ++monitor->m_nesting; }
+    ~Nesting() {
+        if (m_monitor)
+            --m_monitor->m_nesting;
+    }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+
+    bool hasMonitor() const { return m_monitor; }
+
+private:
+    const QPointer<QtCaProgressMonitor> m_monitor;
+};
+
+void QtCaProgressMonitor::attach(QWidget* parent) {
+    CaProgressMonitor::setInstance(new QtCaProgressMonitor(parent));
+    qAddPostRoutine(&removeMonitor);
+}
+
+QtCaProgressMonitor::QtCaProgressMonitor(QWidget* parent) : m_parent(parent) {}
+
+QtCaProgressMonitor::~QtCaProgressMonitor() {
+    QtCaProgressMonitor::end();
+}
+
+bool QtCaProgressMonitor::isFlushX() noexcept {
+    return flushX;
+}
+
+void QtCaProgressMonitor::setFlushX(bool on) noexcept {
+    flushX = on;
+}
+
+bool QtCaProgressMonitor::isSyncX() noexcept {
+    return syncX;
+}
+
+void QtCaProgressMonitor::setSyncX(bool on) noexcept {
+    syncX = on;
+}
+
+// --- an operation
+
+void QtCaProgressMonitor::start() {
+    end();
+    if (!hasApplication())
+        return;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    m_waitCursor = true;
+}
+
+void QtCaProgressMonitor::start(const QString& text, int totalSteps, bool cancelable,
+                                bool showCounter, int progressStep) {
+    start(text.toStdString(), totalSteps, cancelable, showCounter, progressStep);
+}
+
+void QtCaProgressMonitor::start(const std::string& text, int totalSteps, bool cancelable,
+                                bool showCounter, int progressStep) {
+    end();
+    m_showCounter = showCounter;
+    m_started = true;
+    m_text = text;
+    m_progressStep = progressStep;
+    m_progress = 0;
+    m_nextEvents = {};
+    if (!hasApplication())
+        return;
+    m_dialog =
+        new Dialog(QString::fromStdString(text), cancelable, std::max(totalSteps, 0), m_parent);
+    connect(m_dialog, &QProgressDialog::canceled, this, [this] {
+        if (std::exchange(m_started, false))
+            cancel();
+    });
+    m_dialog->moveTo(0);
+    m_dialog->setMinimumDuration(m_minimumDuration);
+    m_dialog->raise();
+    setText(text);
+    if (flushX)
+        QAbstractEventDispatcher::instance()->flush();
+}
+
+void QtCaProgressMonitor::end() {
+    if (std::exchange(m_waitCursor, false) && qApp)
+        QApplication::restoreOverrideCursor();
+    m_started = false;
+    const QPointer<Dialog> dialog = std::exchange(m_dialog, QPointer<Dialog>());
+    if (!dialog)
+        return;
+    dialog->reset();
+    // Its button may be the one that calls us, further down the stack.
+    if (m_nesting > 0)
+        dialog->deleteLater();
+    else
+        delete dialog.data();
+}
+
+void QtCaProgressMonitor::tick() {
+    if (!isRunning())
+        return;
+    const Nesting nesting(this);
+    const int maximum = m_dialog->maximum();
+    const bool unbounded = maximum == 0;
+    if (unbounded || m_progress < maximum) {
+        const long long sum = static_cast<long long>(m_progress) + m_progressStep;
+        m_progress =
+            static_cast<int>(std::clamp<long long>(sum, 0, std::numeric_limits<int>::max()));
+        update();
+        m_dialog->moveTo(unbounded ? m_progress : std::min(m_progress, maximum));
+    }
+    if (nesting.hasMonitor())
+        processEvents(nesting, !unbounded && m_progress >= maximum);
+}
+
+void QtCaProgressMonitor::processEvents(const Nesting& nesting, bool always) {
+    using Clock = std::chrono::steady_clock;
+    if (!always && Clock::now() < m_nextEvents)
+        return;
+    if (m_dialog) {
+        m_dialog->fit();
+        m_dialog->comeBack();
+    }
+    QCoreApplication::processEvents();
+    if (nesting.hasMonitor())
+        m_nextEvents = Clock::now() + eventInterval;
+}
+
+void QtCaProgressMonitor::cancel() {
+    const Nesting nesting(this);
+    notify(CANCELLED);
+}
+
+// --- its parts
+
+bool QtCaProgressMonitor::isRunning() const {
+    return m_dialog && !m_dialog->wasCanceled();
+}
+
+void QtCaProgressMonitor::reset() {
+    if (!m_dialog)
+        return;
+    const Nesting nesting(this);
+    m_progress = 0;
+    m_dialog->moveTo(0);
+    update();
+}
+
+void QtCaProgressMonitor::setProgress(int progress) {
+    if (!isRunning())
+        return;
+    const Nesting nesting(this);
+    m_progress = progress;
+    m_dialog->moveTo(progress);
+}
+
+void QtCaProgressMonitor::setTotalSteps(int totalSteps) {
+    if (isRunning())
+        m_dialog->setMaximum(std::max(totalSteps, 0));
+}
+
+void QtCaProgressMonitor::setText(const QString& text) {
+    setText(text.toStdString());
+}
+
+void QtCaProgressMonitor::setText(const std::string& text) {
+    m_text = text;
+    updateText();
+    if (isRunning())
+        m_dialog->reserve(labelText(m_dialog->maximum()));
+}
+
+void QtCaProgressMonitor::setShowCounterFlag(bool counterVisible) {
+    m_showCounter = counterVisible;
+    update();
+}
+
+void QtCaProgressMonitor::setDialogCaption(const QString& caption) {
+    if (m_dialog)
+        m_dialog->setWindowTitle(caption);
+}
+
+void QtCaProgressMonitor::setMinimumDuration(int milliseconds) {
+    m_minimumDuration = std::max(milliseconds, 0);
+}
+
+int QtCaProgressMonitor::getProgress() const {
+    return m_dialog ? m_progress : 0;
+}
+
+int QtCaProgressMonitor::getTotalSteps() const {
+    return m_dialog ? m_dialog->maximum() : 0;
+}
+
+std::string QtCaProgressMonitor::getText() {
+    return m_text;
+}
+
+bool QtCaProgressMonitor::getShowCounterFlag() const {
+    return m_showCounter;
+}
+
+int QtCaProgressMonitor::getMinimumDuration() {
+    return m_minimumDuration;
+}
+
+void QtCaProgressMonitor::update() {
+    if (m_showCounter)
+        updateText();
+}
+
+void QtCaProgressMonitor::updateText() {
+    if (isRunning())
+        m_dialog->setText(labelText(m_progress));
+}
+
+QString QtCaProgressMonitor::labelText(int progress) const {
+    const QString text = QString::fromStdString(m_text);
+    return m_showCounter ? text + counterText(progress, m_dialog->maximum()) : text;
+}
