@@ -239,9 +239,14 @@ TEST_F(SettingsEditorTest, ChoosingTakesTheChoice) {
     EXPECT_EQ(model->edits().text(known("WindowShowMode")), text("fullscreen"));
 }
 
-TEST_F(SettingsEditorTest, AStoredChoiceNobodyKnowsIsNotLostByLooking) {
+TEST_F(SettingsEditorTest, AStoredValueThatDoesNotFitIsNotLostByLooking) {
     ASSERT_EQ(Settings::set(known("WindowShowMode"), "tiny"), CaError::nullError);
+    ASSERT_EQ(Settings::set(known("MaxPatientID"), "many"), CaError::nullError);
     open();
+    auto* line = edit<QLineEdit>(known("MaxPatientID"));
+    ASSERT_TRUE(line);
+    EXPECT_EQ(line->text(), text("many"));
+    pressEnter(line);
     auto* combo = edit<QComboBox>(known("WindowShowMode"));
     ASSERT_TRUE(combo);
     EXPECT_EQ(combo->currentText(), text("tiny"));
@@ -393,6 +398,10 @@ TEST_F(SettingsEditorTest, KeysTypedIntoALineAreNotMeantForTheTree) {
     ASSERT_TRUE(line);
     QTest::keyClick(line, Qt::Key_Delete);
     EXPECT_TRUE(line->text().isEmpty());
+    QTest::keyClick(line, Qt::Key_Escape);
+    auto* combo = edit<QComboBox>(known("WindowShowMode"));
+    ASSERT_TRUE(combo);
+    QTest::keyClick(combo, Qt::Key_Delete);
     EXPECT_TRUE(model->edits().changes().empty());
 }
 
@@ -471,7 +480,7 @@ TEST_F(SettingsEditorTest, EveryMnemonicIsUsedOnce) {
     };
     const auto buttons = dialog->findChildren<QAbstractButton*>();
     for (const QAbstractButton* candidate : buttons)
-        if (!candidate->text().isEmpty())
+        if (candidate->focusPolicy() != Qt::NoFocus)
             collect(candidate->text());
     const auto labels = dialog->findChildren<QLabel*>();
     for (const QLabel* label : labels)
@@ -481,10 +490,27 @@ TEST_F(SettingsEditorTest, EveryMnemonicIsUsedOnce) {
 }
 
 TEST_F(SettingsEditorTest, TheWindowFitsTheScreenWhateverTheTexts) {
-    const QString longText(5000, QLatin1Char('x'));
-    model->add(text("Velora/") + longText, SettingsType());
-    view->setCurrentKey(text("Velora/") + longText);
-    model->setData(view->currentIndex().siblingAtColumn(1), longText);
-    EXPECT_LE(dialog->minimumSizeHint().width(), 640);
-    EXPECT_LE(dialog->minimumSizeHint().height(), 600);
+    const QString title = text("Velora/Planning/Title");
+    const QString broad = text("Velora/") + QString(5000, QLatin1Char('x'));
+    ASSERT_EQ(Settings::set(title, text("word ").repeated(1000)), CaError::nullError);
+    ASSERT_EQ(Settings::set(broad, "1"), CaError::nullError);
+    open();
+    for (const QString& key : {title, broad}) {
+        view->setCurrentKey(key);
+        model->setData(view->currentIndex().siblingAtColumn(1), text("2"));
+        QCoreApplication::processEvents(); // for the layout
+        EXPECT_LE(dialog->minimumSizeHint().width(), 640);
+        EXPECT_LE(dialog->minimumSizeHint().height(), 600);
+    }
+}
+
+TEST_F(SettingsEditorTest, TabLeadsFromTopToBottom) {
+    dialog->findChild<QLineEdit*>()->setFocus();
+    int previous = -1;
+    for (QWidget* first = dialog->focusWidget(); previous < 0 || dialog->focusWidget() != first;) {
+        const QPoint place = dialog->focusWidget()->mapTo(dialog.get(), QPoint());
+        EXPECT_GE(place.y() + 5, previous);
+        previous = place.y();
+        QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
+    }
 }

@@ -121,9 +121,10 @@ QLayout* PatientsView::createSearchLine() {
     m_search = new QLineEdit(this);
     m_search->setObjectName(QStringLiteral("searchPatients"));
     m_search->setPlaceholderText(tr("Part of an id, a name or a date"));
-    // The line edit's own clear button loses the memory of an animation that runs at the exit.
-    QAction* const clear = m_search->addAction(
-        style()->standardIcon(QStyle::SP_LineEditClearButton), QLineEdit::TrailingPosition);
+    // The line edit's own clear button loses the memory of an animation that runs at the exit, and
+    // its icon makes Qt load every image format there is.
+    QAction* const clear =
+        m_search->addAction(vlr::icon(QStringLiteral("Clear")), QLineEdit::TrailingPosition);
     clear->setToolTip(tr("Clear the search"));
     clear->setVisible(false);
     connect(clear, &QAction::triggered, m_search, &QLineEdit::clear);

@@ -30,7 +30,7 @@ QProcessEnvironment ownEnvironment(const QString& home) {
     return environment;
 }
 
-// Returns the number of pictures, of which the child prints a line each; -1 after a failure.
+// Returns the number of pictures, whose names the child prints; -1 after a failure.
 int runStage(int stage, const QString& folder, const QProcessEnvironment& environment) {
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -42,7 +42,7 @@ int runStage(int stage, const QString& folder, const QProcessEnvironment& enviro
     const QByteArray output = child.readAllStandardOutput();
     std::cout << output.constData() << std::flush;
     const bool succeeded = child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
-    return succeeded ? output.count('\n') : -1;
+    return succeeded ? output.count(".png\n") : -1;
 }
 
 } // namespace

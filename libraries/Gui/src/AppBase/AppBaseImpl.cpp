@@ -179,7 +179,7 @@ void AppBaseImpl::finishSplashScreen() {
 
 bool AppBaseImpl::eventFilter(QObject* watched, QEvent* event) {
     // The event comes before the window is on the screen.
-    if (watched == m_mainWindow && event->type() == QEvent::Show)
+    if (event->type() == QEvent::Show && watched == m_mainWindow)
         QTimer::singleShot(0, this, &AppBaseImpl::finishSplashScreen);
     return QObject::eventFilter(watched, event);
 }

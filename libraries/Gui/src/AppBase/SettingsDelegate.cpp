@@ -1,9 +1,7 @@
 #include "AppBase/SettingsDelegate.h"
 
-#include <QtCore/QEvent>
 #include <QtCore/QTimer>
 #include <QtGui/QAccessible>
-#include <QtGui/QKeyEvent>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QSpinBox>
@@ -61,16 +59,6 @@ QLabel* createRefusal(QWidget* parent) {
     return label;
 }
 
-bool isCommit(const QEvent& event) {
-    if (event.type() == QEvent::FocusOut)
-        return true;
-    if (event.type() != QEvent::KeyPress)
-        return false;
-    const int key = static_cast<const QKeyEvent&>(event).key();
-    return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Tab ||
-           key == Qt::Key_Backtab;
-}
-
 } // namespace
 
 SettingsDelegate::SettingsDelegate(const SettingsModel& model, QObject* parent)
@@ -88,12 +76,14 @@ QWidget* SettingsDelegate::createEditor(QWidget* parent, const QStyleOptionViewI
                                         const QModelIndex& index) const {
     m_key = m_model.key(index);
     const SettingsType type = m_model.edits().type(m_key);
+    // A spin box would make a number of whatever else is stored.
+    const bool isNumber = parseSetting(type, m_model.edits().text(m_key)).value.isValid();
     if (type.kind == Kind::Bool || type.kind == Kind::Choice) {
         auto* combo = createCombo(type, parent);
         connect(combo, QOverload<int>::of(&QComboBox::activated), this,
                 &SettingsDelegate::finishChoice);
         m_editor = combo;
-    } else if (type.kind == Kind::Integer) {
+    } else if (type.kind == Kind::Integer && isNumber) {
         m_editor = createSpin(type, parent);
     } else {
         auto* line = new QLineEdit(parent);
@@ -136,22 +126,13 @@ void SettingsDelegate::destroyEditor(QWidget* editor, const QModelIndex& index) 
 
 void SettingsDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
                                     const QModelIndex& index) const {
-    if (!isRefused())
-        model->setData(index, textOf(editor));
+    model->setData(index, textOf(editor)); // which refuses what does not fit
 }
 
 void SettingsDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
                                             const QModelIndex&) const {
     editor->setGeometry(option.rect);
     placeRefusal();
-}
-
-bool SettingsDelegate::eventFilter(QObject* object, QEvent* event) {
-    if (object == m_editor && isCommit(*event) && isRefused()) {
-        showRefusal();
-        return event->type() == QEvent::KeyPress;
-    }
-    return QStyledItemDelegate::eventFilter(object, event);
 }
 
 // --- what does not fit

@@ -9,8 +9,8 @@
 namespace vlr {
 
 /// Edits the values of settings in place: a combo box for what can be chosen, a spin box for a
-/// whole number, a line for everything else. A text that does not fit is not taken: the editor
-/// stays open and the reason stands below it.
+/// whole number, a line for everything else. A text that does not fit is not taken; the view
+/// then keeps the editor open and has the reason shown below it.
 class VLR_GUI_EXPORT SettingsDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -31,9 +31,6 @@ public:
                               const QModelIndex& index) const override;
     void destroyEditor(QWidget* editor, const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
-
-protected:
-    bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
     void finishChoice();

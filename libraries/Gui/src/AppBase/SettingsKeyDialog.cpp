@@ -52,7 +52,9 @@ SettingsKeyDialog::SettingsKeyDialog(const SettingsEdits& edits, Purpose purpose
     form->addRow(QString(), m_refusal);
     if (isNew)
         form->addRow(tr("&Type:"), m_type);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    auto* buttons = new QDialogButtonBox;
+    buttons->addButton(tr("&OK"), QDialogButtonBox::AcceptRole);
+    buttons->addButton(tr("&Cancel"), QDialogButtonBox::RejectRole);
     form->addRow(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsKeyDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsKeyDialog::reject);

@@ -26,7 +26,16 @@ namespace {
 // Escape clears the text before it leaves the dialog; Enter and Down lead to what was found.
 class SearchLine : public QLineEdit {
 public:
-    explicit SearchLine(QWidget* results) : m_results(results) {}
+    // The ready-made clear button fades in and out; the animation is lost when the line goes first.
+    explicit SearchLine(QWidget* results) : m_results(results) {
+        auto* clearing = addAction(style()->standardIcon(QStyle::SP_LineEditClearButton),
+                                   QLineEdit::TrailingPosition);
+        clearing->setText(SettingsEditorDialog::tr("Clear the search"));
+        clearing->setVisible(false);
+        connect(clearing, &QAction::triggered, this, &QLineEdit::clear);
+        connect(this, &QLineEdit::textChanged, clearing,
+                [clearing](const QString& text) { clearing->setVisible(!text.isEmpty()); });
+    }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override {
@@ -94,7 +103,6 @@ void SettingsEditorDialog::build() {
 QLayout* SettingsEditorDialog::createSearch() {
     auto* line = new SearchLine(m_view);
     line->setPlaceholderText(tr("Part of a key or value"));
-    line->setClearButtonEnabled(true);
     auto* label = new QLabel(tr("&Search:"));
     label->setBuddy(line);
     auto* layout = new QHBoxLayout;
