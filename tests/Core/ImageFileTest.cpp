@@ -1,6 +1,7 @@
 #include "Image/ImageFile.h"
 #include "IO/DurableFile.h"
 #include "Image/ImageSeries.h"
+#include "Progress/CaProgressMonitor.h"
 #include "Support/TestEnvironment.h"
 
 #include <QtCore/QBuffer>
@@ -232,4 +233,48 @@ TEST(ImageSeries, RefusesTooManyImages) {
     EXPECT_TRUE(series.isEmpty());
     EXPECT_EQ(vlr::ImageSeries::open(paths.mid(1), series), CaError::nullError);
     EXPECT_EQ(series.count(), 19998);
+}
+
+namespace {
+
+// Cancels the operation at one of its ticks.
+class CancellingMonitor : public CaProgressMonitor {
+public:
+    explicit CancellingMonitor(int atTick) : m_atTick(atTick) {}
+    using CaProgressMonitor::start;
+    void start(const std::string&, int totalSteps, bool cancelable, bool, int) override {
+        EXPECT_TRUE(cancelable);
+        EXPECT_EQ(totalSteps, 60);
+    }
+    void tick() override {
+        if (++ticks == m_atTick)
+            notify(CANCELLED);
+    }
+    void end() override { ++ends; }
+    int ticks = 0;
+    int ends = 0;
+
+private:
+    const int m_atTick;
+};
+
+} // namespace
+
+TEST(ImageSeries, ReadingManyFilesCanBeCancelled) {
+    QImage image(2, 2, QImage::Format_Grayscale8);
+    image.fill(1);
+    for (int i = 0; i < 60; ++i)
+        ASSERT_TRUE(image.save(QStringLiteral("%1/%2.png").arg(vlrTest::testFolder()).arg(i)));
+    for (const int atTick : {1, 30, 1000}) {
+        auto* monitor = new CancellingMonitor(atTick);
+        CaProgressMonitor::setInstance(monitor);
+        vlr::ImageSeries series;
+        const CaError error = vlr::ImageSeries::open({vlrTest::testFolder()}, series);
+        const bool cancelled = atTick <= 60;
+        EXPECT_EQ(error.id(), cancelled ? vlr::ImageSeries::cancelledError : "");
+        EXPECT_EQ(series.count(), cancelled ? 0 : 60);
+        EXPECT_EQ(monitor->ticks, cancelled ? atTick : 60);
+        EXPECT_EQ(monitor->ends, 1);
+    }
+    CaProgressMonitor::setInstance(nullptr);
 }

@@ -187,8 +187,11 @@ TEST_F(ProgressMonitorTest, TheDialogComesAfterItsTimeAndGoesAtTheMaximum) {
     EXPECT_TRUE(dialog()->isVisible());
     EXPECT_EQ(dialog()->findChild<QProgressBar*>()->text(), QStringLiteral("0%"));
 
-    monitor()->setTotalSteps(monitor()->getProgress() + 1);
-    EXPECT_EQ(dialog()->findChild<QProgressBar*>()->text(), QStringLiteral("99%"));
+    // How many ticks it took depends on the machine.
+    const int progress = monitor()->getProgress();
+    monitor()->setTotalSteps(progress + 1);
+    EXPECT_EQ(dialog()->findChild<QProgressBar*>()->text(),
+              QStringLiteral("%1%").arg(qint64(progress) * 100 / (progress + 1)));
     monitor()->tick();
     EXPECT_FALSE(dialog()->isVisible());
     EXPECT_FALSE(dialog()->wasCanceled());
@@ -333,16 +336,17 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATick) {
             };
             HideWatcher watcher;
             first->installEventFilter(&watcher);
-            if (inside == "an event")
-                soon(act);
-            else if (inside == "hiding")
-                watcher.action = act;
-            else {
+            if (inside == "cancel") {
                 connection =
                     CaConnection(*monitor(), CaProgressMonitor::CANCELLED, [&](auto...) { act(); });
-                soon([&] { first->findChild<QPushButton*>()->click(); });
+                first->findChild<QPushButton*>()->click();
+            } else {
+                if (inside == "an event")
+                    soon(act);
+                else
+                    watcher.action = act;
+                monitor()->tick();
             }
-            monitor()->tick();
             EXPECT_TRUE(done);
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             EXPECT_EQ(monitor()->getTotalSteps(), c.goesOn ? 20 : 0);

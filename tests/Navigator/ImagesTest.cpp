@@ -94,7 +94,8 @@ TEST_F(ImagesTest, KeysStopAtBothEnds) {
         press(step.key);
         EXPECT_EQ(view()->slice() + 1, step.slice);
     }
-    EXPECT_EQ(QApplication::focusWidget(), find<QWidget>("sliceView"));
+    // Whether the window itself is the active one is the window manager's affair.
+    EXPECT_EQ(window()->focusWidget(), find<QWidget>("sliceView"));
 }
 
 TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {

@@ -1,6 +1,7 @@
 #include "Images/PhantomFiles.h"
 #include "Images/SheppLoganPhantom.h"
 #include "Navigator/NavigatorTest.h"
+#include "Progress/CaProgressMonitor.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -89,4 +90,15 @@ TEST(PhantomFiles, FullDiskLeavesNoHalfPhantom) {
     ASSERT_TRUE(QFile::remove(phantomFolder() + QStringLiteral("/slice_127.png")));
     ASSERT_EQ(providePhantom(), CaError::nullError);
     EXPECT_EQ(phantomFiles().size(), 128);
+}
+
+TEST(PhantomFiles, CancellingLeavesNoHalfPhantom) {
+    struct CancellingMonitor : CaProgressMonitor {
+        void tick() override { notify(CANCELLED); }
+    };
+    CaProgressMonitor::setInstance(new CancellingMonitor);
+    EXPECT_THAT(providePhantom().text(), testing::HasSubstr("cancelled"));
+    EXPECT_TRUE(foldersBesidePhantom().isEmpty());
+    CaProgressMonitor::setInstance(nullptr);
+    EXPECT_EQ(providePhantom(), CaError::nullError);
 }

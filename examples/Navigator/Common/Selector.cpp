@@ -21,7 +21,7 @@ const Kind kinds[] = {
      }},
     {"buttons",
      []() -> QtModuleSelector* {
-         return new QtModuleButtonSelector(QtModuleSelector::Top, true, true, true, true, true);
+         return new QtModuleButtonSelector(QtModuleSelector::Top, true, true, true, true);
      }},
     {"radio",
      []() -> QtModuleSelector* { return new QtModuleRadioButtonSelector(QtModuleSelector::Top); }},

@@ -1,8 +1,8 @@
 #include "Images/ImagesModule.h"
 
 #include "AppBase/AppBase.h"
-#include "Common/AfterFirstPaint.h"
 #include "Base/QtElidedLabel.h"
+#include "Common/AfterFirstPaint.h"
 #include "Images/ImagesView.h"
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
@@ -119,20 +119,38 @@ void ImagesModule::showPatient() {
 // --- opening
 
 void ImagesModule::openForTheFirstTime() {
-    const QString problem = m_paths.isEmpty() ? QString() : openPaths(absolute(m_paths), 0);
-    if (m_view->series().isEmpty() && !openAgain())
+    const Opening opening = m_paths.isEmpty() ? Opening() : openPaths(absolute(m_paths), 0);
+    if (opening.isCancelled)
+        m_view->showNote(tr("No images"));
+    else if (m_view->series().isEmpty() && !openAgain())
         openPhantom();
-    if (!problem.isEmpty())
-        report(problem);
+    report(opening);
+    takeFocus();
 }
 
+// The dialog that showed the progress took the keyboard.
+void ImagesModule::takeFocus() {
+    if (!isActive())
+        return;
+    m_view->activateWindow();
+    m_view->setFocus();
+}
+
+// True when nothing else is to be shown instead.
 bool ImagesModule::openAgain() {
     if (m_options->paths().isEmpty())
         return false;
-    const QString problem = openPaths(m_options->paths(), m_options->slice());
-    if (problem.isEmpty())
+    const Opening opening = openPaths(m_options->paths(), m_options->slice());
+    if (opening.problem.isEmpty())
         return true;
-    m_problems->addText(tr("The images shown last time are not there any more: %1").arg(problem));
+    if (opening.isCancelled) {
+        // Stopping it once is no reason to forget it.
+        report(opening);
+        m_view->showNote(tr("No images"));
+        return true;
+    }
+    m_problems->addText(
+        tr("The images shown last time are not there any more: %1").arg(opening.problem));
     m_options->setPaths({});
     m_options->setSlice(-1);
     return false;
@@ -154,14 +172,13 @@ void ImagesModule::openPhantom() {
     m_view->showSeries(series, slice >= 0 ? slice : series.count() / 2);
 }
 
-// Shows what the paths hold. Returns the reason when that is nothing.
-QString ImagesModule::openPaths(const QStringList& paths, int slice) {
+// Shows what the paths hold, or tells why that is nothing.
+ImagesModule::Opening ImagesModule::openPaths(const QStringList& paths, int slice) {
     const BusyCursor busy;
     vlr::ImageSeries series;
     const CaError error = vlr::ImageSeries::open(paths, series);
-    m_cancelled = error.id() == vlr::ImageSeries::cancelledError;
     if (series.errorCount() == series.count())
-        return causeText(series, error);
+        return {causeText(series, error), error.id() == vlr::ImageSeries::cancelledError};
     m_problems->showProblems(series);
     if (error != CaError::nullError)
         m_problems->addText(QString::fromStdString(error.text()));
@@ -174,17 +191,16 @@ QString ImagesModule::openPaths(const QStringList& paths, int slice) {
 }
 
 void ImagesModule::open(const QStringList& paths) {
-    const QString problem = openPaths(absolute(paths), 0);
-    if (!problem.isEmpty())
-        report(problem);
+    report(openPaths(absolute(paths), 0));
 }
 
 // Once for what the user did, however many files it concerns.
-void ImagesModule::report(const QString& problem) {
-    m_problems->addText(problem);
-    if (m_cancelled)
-        return; // The user knows.
-    VLR_LOG(UserWarning) << tr("There is nothing to show. %1").arg(problem);
+void ImagesModule::report(const Opening& opening) {
+    if (opening.problem.isEmpty())
+        return;
+    m_problems->addText(opening.problem);
+    if (!opening.isCancelled) // Who cancelled knows.
+        VLR_LOG(UserWarning) << tr("There is nothing to show. %1").arg(opening.problem);
 }
 
 // --- choosing

@@ -26,11 +26,18 @@ public:
 private:
     void loadOptions();
     void createContext();
+    /// Why nothing could be opened; an empty problem after a success.
+    struct Opening {
+        QString problem;
+        bool isCancelled = false;
+    };
+
     void openForTheFirstTime();
+    void takeFocus();
     bool openAgain();
     void openPhantom();
-    QString openPaths(const QStringList& paths, int slice);
-    void report(const QString& problem);
+    Opening openPaths(const QStringList& paths, int slice);
+    void report(const Opening& opening);
     void chooseImages();
     void chooseFolder();
     QString startFolder() const;
@@ -40,7 +47,6 @@ private:
     DataPointer<ImagesOptions> m_options;
     ImagesView* m_view; ///< Owned by the base.
     QtElidedLabel* m_source = nullptr;
-    bool m_cancelled = false; ///< The user stopped the last opening.
     ProblemList* m_problems = nullptr;
     CaConnection m_patientChanges;
 };

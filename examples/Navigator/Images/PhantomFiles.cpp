@@ -21,7 +21,7 @@ namespace {
 
 constexpr int phantomSize = 128;
 constexpr int writers = 8;
-constexpr int progressInterval = 50;
+constexpr int progressInterval = 20; // Milliseconds.
 
 QString sliceName(std::size_t slice) {
     return QStringLiteral("slice_%1.png").arg(slice, 3, 10, QLatin1Char('0'));
@@ -50,8 +50,11 @@ QByteArray encodedSlice(const std::vector<float>& volume, std::size_t slice) {
 // Every file waits until the disk has it. The disk serves many at once hardly slower than one,
 // whereas one after the other they would be what the first start spends its time on.
 CaError writeSlices(const QString& folder) {
+    std::atomic<bool> cancelled{false};
     CaProgressMonitor* const progress = CaProgressMonitor::getInstance();
-    progress->start("Making the example images ", phantomSize, false, true, 1);
+    const CaConnection connection(*progress, CaProgressMonitor::CANCELLED,
+                                  [&](auto&&...) { cancelled = true; });
+    progress->start("Making the example images ", phantomSize, true, true, 1);
     const std::vector<float> volume = sheppLoganVolume(phantomSize);
     std::vector<CaError> errors(phantomSize);
     std::atomic<int> written{0};
@@ -59,13 +62,24 @@ CaError writeSlices(const QString& folder) {
     pool.setMaxThreadCount(writers);
     for (std::size_t slice = 0; slice < phantomSize; ++slice)
         pool.start([&, slice] {
+            if (cancelled)
+                return;
             errors[slice] = vlr::writeDurably(folder + QLatin1Char('/') + sliceName(slice),
                                               encodedSlice(volume, slice));
             ++written;
         });
-    while (!pool.waitForDone(progressInterval))
-        progress->setProgress(written);
-    progress->end();
+    int shown = 0;
+    bool isDone = false;
+    while (!isDone) {
+        isDone = pool.waitForDone(progressInterval);
+        // A tick processes events, in which the monitor may be replaced.
+        for (; shown < written; ++shown)
+            CaProgressMonitor::getInstance()->tick();
+    }
+    CaProgressMonitor::getInstance()->end();
+    if (cancelled)
+        return CaError("Phantom::cancelled",
+                       QCoreApplication::translate("PhantomFiles", "cancelled").toStdString());
     const auto failed = std::find_if(errors.begin(), errors.end(),
                                      [](const CaError& error) { return !error.isNull(); });
     return failed == errors.end() ? CaError::nullError : *failed;

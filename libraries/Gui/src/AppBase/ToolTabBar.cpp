@@ -20,6 +20,11 @@ ToolTabBar::ToolTabBar(QWidget* parent) : QtTabBar(parent) {
     setFocusPolicy(Qt::StrongFocus);
 }
 
+void ToolTabBar::setModuleTabs(int count) {
+    m_moduleTabs = count;
+    mark(-1);
+}
+
 bool ToolTabBar::isVertical() const {
     return shape() == RoundedWest || shape() == RoundedEast || shape() == TriangularWest ||
            shape() == TriangularEast;
@@ -56,12 +61,13 @@ void ToolTabBar::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Home:
     case Qt::Key_End:
         mark(-1);
-        setCurrentIndex(event->key() == Qt::Key_Home ? 0 : m_moduleTabs - 1);
+        if (m_moduleTabs > 0)
+            setCurrentIndex(event->key() == Qt::Key_Home ? 0 : m_moduleTabs - 1);
         break;
     case Qt::Key_Space:
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        if (m_marked >= 0)
+        if (m_marked >= 0 && isTabEnabled(m_marked))
             emit toolTriggered(m_marked);
         break;
     default:
@@ -70,7 +76,7 @@ void ToolTabBar::keyPressEvent(QKeyEvent* event) {
 }
 
 void ToolTabBar::step(int direction) {
-    const int from = m_marked >= 0 ? m_marked : currentIndex();
+    const int from = m_marked >= 0 ? m_marked : m_moduleTabs > 0 ? currentIndex() : -1;
     for (int tab = from + direction; tab >= 0 && tab < count(); tab += direction) {
         if (!isTabEnabled(tab))
             continue;

@@ -10,7 +10,7 @@ class ToolTabBar : public QtTabBar {
 public:
     explicit ToolTabBar(QWidget* parent);
 
-    void setModuleTabs(int count) { m_moduleTabs = count; }
+    void setModuleTabs(int count); ///< The mark goes, since the tool tabs move.
     QSize minimumSizeHint() const override;
 
 signals:
