@@ -5,6 +5,8 @@
 #include <QtWidgets/QGridLayout>
 #include <QtWidgets/QLabel>
 
+#include <algorithm>
+
 namespace vlr {
 
 namespace {
@@ -44,7 +46,6 @@ SettingsDetails::SettingsDetails(QWidget* parent) : QFrame(parent) {
     m_status = addLabel(grid, tr("State:"), 3, 0, 3);
     grid->setColumnStretch(1, 2);
     grid->setColumnStretch(3, 3);
-    m_meaning->setMinimumHeight(fontMetrics().lineSpacing() * 2); // so that little jumps
 }
 
 void SettingsDetails::show(const SettingsEdits& edits, const QString& key) {
@@ -54,7 +55,7 @@ void SettingsDetails::show(const SettingsEdits& edits, const QString& key) {
     if (key.isEmpty()) {
         for (QLabel* label : {m_meaning, m_default, m_takes, m_status})
             setText(label, {});
-        return;
+        return claimHeight();
     }
     const QString nobodyKnows = tr("Not known to this program.");
     setText(m_meaning, known ? known->meaning : nobodyKnows);
@@ -63,6 +64,21 @@ void SettingsDetails::show(const SettingsEdits& edits, const QString& key) {
                                                       : known->defaultText);
     setText(m_takes, describe(edits.type(key)));
     setText(m_status, edits.status(key));
+    claimHeight();
+}
+
+// A window does not grow by itself for lines that are broken.
+void SettingsDetails::claimHeight() {
+    const int line = fontMetrics().lineSpacing();
+    for (QLabel* label : {m_key, m_meaning, m_default, m_takes, m_status}) {
+        const int least = label == m_meaning ? 2 * line : line; // so that little jumps
+        label->setMinimumHeight(std::max(least, label->heightForWidth(label->width())));
+    }
+}
+
+void SettingsDetails::resizeEvent(QResizeEvent* event) {
+    QFrame::resizeEvent(event);
+    claimHeight();
 }
 
 } // namespace vlr

@@ -20,7 +20,12 @@ public:
     void show(const SettingsEdits& edits, const QString& key); ///< An empty key clears it.
     using QFrame::show;
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
+    void claimHeight();
+
     QLabel* m_key;
     QLabel* m_meaning;
     QLabel* m_default;
