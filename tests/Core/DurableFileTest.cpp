@@ -146,7 +146,7 @@ TEST(DurableFile, RefusesToRead) {
         {inFolder("pipe"), "File::readFailed"},
         {testFolder(), "File::readFailed"},
         {QStringLiteral("/dev/null"), "File::readFailed"},
-        {QStringLiteral("/proc/self/maps"), "File::readFailed"},   // states a size of 0
+        {QStringLiteral("/proc/self/maps"), "File::readFailed"}, // states a size of 0
         {QString(), "File::readFailed"},
     };
     for (const auto& each : cases) {
