@@ -196,6 +196,16 @@ TEST_F(SettingsModelTest, OnlyWhatDiffersFromTheStoredIsAChange) {
         {[&] { edits.remove(added); }, ""},
         {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
         {[&] { edits.rename(added, number); }, ""},
+        // Both halves of a rename go together, whichever is taken back.
+        {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
+        {[&] { edits.revert(added); }, ""},
+        {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
+        {[&] { edits.rename(added, text("Site/Newer")); }, "Site/Newer:  -> 5; Site/Number: 5 -> "},
+        {[&] { edits.revert(number); }, ""},
+        // A renamed setting may be deleted all the same.
+        {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
+        {[&] { edits.remove(added); }, "Site/Number: 5 -> "},
+        {[&] { edits.revert(number); }, ""},
     };
     int step = 0;
     for (const auto& s : steps) {
@@ -248,6 +258,26 @@ TEST_F(SettingsModelTest, ConflictsAreResolvedKeyByKey) {
     EXPECT_EQ(source.stored.value(unit), text("cm"));
     EXPECT_EQ(source.stored.value(known("MaxPatientID")), text("1"));
     EXPECT_TRUE(edits.changes().empty());
+}
+
+TEST_F(SettingsModelTest, KeepingTheirsUndoesTheWholeRename) {
+    const QString number = text("Site/Number");
+    const QString added = text("Site/New");
+    for (const QString& changed : {number, added}) {
+        SettingsEdits edits(source);
+        edits.rename(number, added);
+        const QVariant before = source.stored.value(changed);
+        source.stored.insert(changed, text("8"));
+        std::vector<SettingsConflict> conflicts;
+        ASSERT_EQ(edits.apply(conflicts), CaError::nullError);
+        ASSERT_EQ(conflicts.size(), 1U);
+        edits.resolve(conflicts);
+        EXPECT_EQ(toText(edits.changes()), QString());
+        if (before.isValid())
+            source.stored.insert(changed, before);
+        else
+            source.stored.remove(changed);
+    }
 }
 
 TEST_F(SettingsModelTest, AFailedWriteKeepsEverything) {

@@ -167,18 +167,37 @@ void SettingsEdits::add(const QString& key, const SettingsType& type) {
 }
 
 void SettingsEdits::rename(const QString& key, const QString& newKey) {
+    const QString origin = m_renames.value(key, key);
     const QVariant moved = value(key);
     m_declared.insert(newKey, type(key));
     setPending(newKey, moved);
     remove(key);
+    if (newKey != origin && m_stored.contains(origin))
+        m_renames.insert(newKey, origin);
 }
 
 void SettingsEdits::remove(const QString& key) {
+    m_renames.remove(key);
     setPending(key, {});
 }
 
-void SettingsEdits::revert(const QString& key) {
+QString SettingsEdits::renamePartner(const QString& key) const {
+    return m_renames.contains(key) ? m_renames.value(key) : m_renames.key(key);
+}
+
+// Half a rename would lose the value, or have it twice.
+void SettingsEdits::drop(const QString& key) {
+    const QString partner = renamePartner(key);
+    m_renames.remove(key);
     m_pending.remove(key);
+    if (partner.isEmpty())
+        return;
+    m_renames.remove(partner);
+    m_pending.remove(partner);
+}
+
+void SettingsEdits::revert(const QString& key) {
+    drop(key);
     if (m_stored.contains(key))
         m_declared.remove(key);
 }
@@ -196,6 +215,7 @@ CaError SettingsEdits::apply(std::vector<SettingsConflict>& conflicts) {
         return error;
     if (conflictingKeys.isEmpty()) {
         m_pending.clear();
+        m_renames.clear();
         read();
         return CaError::nullError;
     }
@@ -216,7 +236,7 @@ void SettingsEdits::resolve(const std::vector<SettingsConflict>& conflicts) {
         if (conflict.takeMine)
             setPending(key, conflict.change.value);
         else
-            m_pending.remove(key);
+            drop(key);
     }
 }
 

@@ -57,8 +57,12 @@ public:
     /// Goes on from what the others stored, and drops the changes that are not to be taken.
     void resolve(const std::vector<SettingsConflict>& conflicts);
 
+    /// The other half of a rename that is pending; empty for any other key.
+    QString renamePartner(const QString& key) const;
+
 private:
     void read();
+    void drop(const QString& key);
     void setPending(const QString& key, const QVariant& value);
 
     SettingsSource& m_source;
@@ -66,6 +70,7 @@ private:
     QHash<QString, const KnownSetting*> m_knownByKey;
     QHash<QString, QVariant> m_stored;
     QMap<QString, QVariant> m_pending;
+    QMap<QString, QString> m_renames;        // new key to stored key
     QHash<QString, SettingsType> m_declared; // of keys that were added here
 };
 

@@ -146,8 +146,11 @@ void SettingsModel::remove(const QString& key) {
 }
 
 void SettingsModel::revert(const QString& key) {
+    const QString partner = m_edits.renamePartner(key);
     m_edits.revert(key);
     refresh(key);
+    if (!partner.isEmpty())
+        refresh(partner);
     emit edited();
 }
 
