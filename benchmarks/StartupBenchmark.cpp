@@ -8,8 +8,6 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
-#include <QtCore/QJsonDocument>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 
@@ -115,16 +113,11 @@ Result measure(int pairs, const QString& platform) {
     return {platform, Summary(ours), Summary(bare), Summary(ratios)};
 }
 
-void print(const char* name, const Summary& summary, int digits) {
-    std::printf("%-18s%8.*f   (%.*f to %.*f)\n", name, digits, summary.median, digits,
-                summary.lowerQuartile, digits, summary.upperQuartile);
-}
-
 void print(const Result& result) {
     std::printf("Process start to first frame, %d pairs of warm starts, platform %s\n",
                 static_cast<int>(result.ratio.samples.size()),
                 result.platform.toUtf8().constData());
-    std::printf("%-18s%8s   %s\n", "", "median", "(quartiles)");
+    printHead();
     print("Navigator, ms", result.navigator, 1);
     print("Bare window, ms", result.bareWindow, 1);
     print("Ratio of a pair", result.ratio, 2);
@@ -132,8 +125,8 @@ void print(const Result& result) {
                 result.ratio.median <= aim ? "reached" : "missed");
 }
 
-void writeJson(const QString& path, const Result& result) {
-    const QJsonObject object{
+QJsonObject toJson(const Result& result) {
+    return {
         {QStringLiteral("benchmark"), QStringLiteral("startup")},
         {QStringLiteral("platform"), result.platform},
         {QStringLiteral("pairs"), static_cast<int>(result.ratio.samples.size())},
@@ -142,11 +135,6 @@ void writeJson(const QString& path, const Result& result) {
         {QStringLiteral("ratio"), result.ratio.toJson()},
         {QStringLiteral("aim"), aim},
     };
-    const QByteArray text = QJsonDocument(object).toJson();
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
-        throw std::runtime_error(
-            QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
 }
 
 int run(const QCoreApplication& application) {
@@ -174,7 +162,7 @@ int run(const QCoreApplication& application) {
     const Result result = measure(count, parser.value(platform));
     print(result);
     if (parser.isSet(json))
-        writeJson(parser.value(json), result);
+        writeJson(parser.value(json), toJson(result));
     return 0;
 }
 

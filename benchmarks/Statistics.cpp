@@ -1,8 +1,12 @@
 #include "Statistics.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 
 #include <algorithm>
+#include <cstdio>
+#include <stdexcept>
 
 namespace {
 
@@ -33,4 +37,21 @@ QJsonObject Summary::toJson() const {
             {QStringLiteral("lowerQuartile"), lowerQuartile},
             {QStringLiteral("upperQuartile"), upperQuartile},
             {QStringLiteral("samples"), array}};
+}
+
+void printHead() {
+    std::printf("%-24s%8s   %s\n", "", "median", "(quartiles)");
+}
+
+void print(const char* name, const Summary& summary, int digits) {
+    std::printf("%-24s%8.*f   (%.*f to %.*f)\n", name, digits, summary.median, digits,
+                summary.lowerQuartile, digits, summary.upperQuartile);
+}
+
+void writeJson(const QString& path, const QJsonObject& object) {
+    const QByteArray text = QJsonDocument(object).toJson();
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
+        throw std::runtime_error(
+            QStringLiteral("%1: %2").arg(path, file.errorString()).toStdString());
 }

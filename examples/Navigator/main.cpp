@@ -1,5 +1,6 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/Icons.h"
+#include "AppBase/KnownSettings.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "CommandLine.h"
 #include "Common/AfterFirstPaint.h"
@@ -38,6 +39,9 @@ void addModules(AppBase& application, const QStringList& paths) {
 }
 
 void addSelector(AppBase& application, const QString& kind) {
+    vlr::addKnownSetting({selectorKey(), vlr::choiceType(selectorKinds()), selectorKinds().first(),
+                          QStringLiteral("How modules are chosen."),
+                          QStringLiteral("The default is used.")});
     application.setModuleSelector(makeSelector(kind.isEmpty() ? configuredSelector() : kind));
 }
 

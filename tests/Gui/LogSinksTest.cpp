@@ -132,6 +132,42 @@ TEST_F(LogSinksTest, MoreThanAnyoneReadsIsCounted) {
     EXPECT_TRUE(details.endsWith(QStringLiteral("x\n3 more messages are in the log file.")));
 }
 
+TEST_F(LogSinksTest, AfterTheFirstThatIsLeftOutAllAre) {
+    QtMessageBoxLogger information(0, nullptr), error(2, nullptr);
+    const std::string small = "small", large(600000, 'x');
+    const struct {
+        std::vector<std::string> written;
+        QString shown;
+        int dropped;
+    } cases[] = {
+        {{"first", large, large, small, large}, QStringLiteral("first\n"), 3},
+        {{large, small, large, small}, {}, 2},
+        {{large + large, large, small}, {}, 2},
+    };
+    for (const auto& c : cases) {
+        boxes.clear();
+        QString details;
+        whileOpen = [&] {
+            for (const std::string& text : c.written)
+                information << text << std::flush;
+            error << small << std::flush; // left out, but its gravity counts
+            whileOpen = [&] {
+                details = open->detailedText();
+                // The next box starts anew.
+                information << small << std::flush;
+            };
+        };
+        information << "a" << std::flush;
+        ASSERT_EQ(boxes.size(), 3U);
+        EXPECT_EQ(boxes[1].substr(0, 8), "Error, 3");
+        EXPECT_TRUE(details.startsWith(c.shown));
+        EXPECT_EQ(details.count(QStringLiteral("small")), c.written[1] == small ? 1 : 0);
+        EXPECT_TRUE(details.endsWith(
+            QStringLiteral("\n%1 more messages are in the log file.").arg(c.dropped + 1)));
+        EXPECT_EQ(boxes[2], "Information, 1: small");
+    }
+}
+
 TEST_F(LogSinksTest, ALongTextIsShownInPart) {
     const QString word(89, QLatin1Char('w'));
     const QString path(90, QLatin1Char('p'));
@@ -308,6 +344,47 @@ TEST_F(LogSinksTest, TheModelKeepsTheNewestLinesAndShowsALevelAndUp) {
     checkNewest(1, 3);
     model.append({{LogLevel::Info, QStringLiteral("<b>")}});
     EXPECT_EQ(model.index(0).data(Qt::ToolTipRole), QStringLiteral("<qt>&lt;b&gt;</qt>"));
+}
+
+TEST_F(LogSinksTest, AFullModelForgetsAFewRowsAtATimeAndTouchesNoOthers) {
+    LogModel model;
+    const int limit = model.limit();
+    std::vector<std::string> strays;
+    int rowsInserted = 0, rowsRemoved = 0, removals = 0;
+    QObject::connect(&model, &LogModel::rowsInserted, [&](auto, int first, int last) {
+        rowsInserted += last - first + 1;
+        if (last != model.rowCount() - 1)
+            strays.push_back("inserted at " + std::to_string(first));
+    });
+    QObject::connect(&model, &LogModel::rowsRemoved, [&](auto, int first, int last) {
+        ++removals;
+        rowsRemoved += last - first + 1;
+        if (first != 0 || last > limit / 10)
+            strays.push_back("removed up to " + std::to_string(last));
+    });
+    QObject::connect(&model, &LogModel::modelReset, [&] { strays.emplace_back("reset"); });
+    QObject::connect(&model, &LogModel::layoutChanged, [&] { strays.emplace_back("layout"); });
+    QObject::connect(&model, &LogModel::dataChanged, [&] { strays.emplace_back("data"); });
+    QObject::connect(&model, &LogModel::rowsMoved, [&] { strays.emplace_back("moved"); });
+
+    int next = 0;
+    const auto append = [&](int batch, int count) {
+        for (const int end = next + count; next < end; next += batch) {
+            model.append(modelLines(next, batch, vlr::LogLevel::Info));
+            EXPECT_LE(model.lineCount(), limit);
+        }
+        EXPECT_EQ(rowsInserted, next);
+        EXPECT_EQ(rowsInserted - rowsRemoved, model.rowCount());
+        EXPECT_EQ(model.index(model.rowCount() - 1).data(), line(next - 1));
+        EXPECT_EQ(model.index(0).data(), line(next - model.rowCount()));
+    };
+    append(1000, limit);
+    EXPECT_EQ(model.rowCount(), limit);
+    append(1, 50000);
+    append(50, 50000);
+    EXPECT_EQ(strays, std::vector<std::string>());
+    EXPECT_GT(model.rowCount(), limit * 9 / 10);
+    EXPECT_LT(removals, 100) << "rows go together, not with every line";
 }
 
 TEST_F(LogSinksTest, ALineHasTheLevelItStates) {

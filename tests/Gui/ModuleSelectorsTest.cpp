@@ -1,3 +1,4 @@
+#include "AppBase/Icons.h"
 #include "AppBase/QtModuleButtonSelector.h"
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtModuleRadioButtonSelector.h"
@@ -71,6 +72,45 @@ QAbstractButton* buttonNamed(const QWidget& parent, const char* name) {
 QTabBar* innerBar(const QWidget& selector) {
     return selector.findChild<QTabBar*>();
 }
+
+// Whether the user sees the whole of what stands for the module.
+bool showsModule(const QtModuleSelector& selector, const QString& name, int index) {
+    if (const auto* bar = innerBar(selector)) {
+        const QRect tab = bar->tabRect(index);
+        QRegion seen = bar->visibleRegion();
+        for (const auto* scrollButton : bar->findChildren<QToolButton*>())
+            if (scrollButton->isVisible())
+                seen -= scrollButton->geometry();
+        return tab.isValid() && (QRegion(tab) - seen).isEmpty();
+    }
+    if (const auto* label = selector.findChild<QLabel*>())
+        return label->accessibleName() == name && label->isVisible();
+    const auto* button =
+        selector.findChild<QAbstractButton*>(name + QLatin1Char('_') + QString::number(index));
+    return button && (QRegion(button->rect()) - button->visibleRegion()).isEmpty();
+}
+
+struct SelectorKind {
+    const char* name;
+    QtModuleSelector* (*make)(QtModuleSelector::Position);
+};
+
+const SelectorKind selectorKinds[] = {
+    {"tabs",
+     [](Selector::Position side) -> QtModuleSelector* {
+         return new QtModuleTabSelector(side, true, true, true, true);
+     }},
+    {"buttons",
+     [](Selector::Position side) -> QtModuleSelector* {
+         return new QtModuleButtonSelector(side, true, true, true, true, true);
+     }},
+    {"radios",
+     [](Selector::Position side) -> QtModuleSelector* {
+         return new QtModuleRadioButtonSelector(side);
+     }},
+    {"stepper",
+     [](Selector::Position side) -> QtModuleSelector* { return new QtModuleStepper(side); }},
+};
 
 void clickTab(QTabBar* bar, int tab) {
     QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(tab).center());
@@ -160,6 +200,52 @@ TEST_F(ModuleSelectorsTest, LongNamesAndManyModulesDoNotPushTheWindowWider) {
         check(new QtModuleButtonSelector(side, true, true, true, true, true), vertical);
         check(new QtModuleRadioButtonSelector(side), vertical);
         check(new QtModuleStepper(side), vertical);
+    }
+}
+
+TEST_F(ModuleSelectorsTest, ManyModulesInAShownWindowScrollAndTheCurrentOneIsSeen) {
+    const auto name = [](int i) {
+        return QString::number(i) + QString(i % 2 ? 300 : 2, QLatin1Char('W'));
+    };
+    for (const Selector::Position side :
+         {Selector::Left, Selector::Right, Selector::Top, Selector::Bottom})
+        for (const SelectorKind& kind : selectorKinds) {
+            SCOPED_TRACE(std::string(kind.name) + " at " + std::to_string(side));
+            QtAppMainWindow shown(nullptr, nullptr, Qt::Window);
+            auto* const selector = kind.make(side);
+            shown.setModuleSelector(selector);
+            show(shown, {900, 700});
+            for (int i = 0; i < 200; ++i)
+                selector->addModule(name(i), i);
+            QCoreApplication::processEvents();
+            for (const int current : {150, 151, 0, 199, 75}) {
+                selector->moduleActivated(name(current), current);
+                EXPECT_TRUE(QTest::qWaitFor(
+                    [&] { return showsModule(*selector, name(current), current); }, 1000))
+                    << current;
+            }
+            EXPECT_EQ(shown.size(), QSize(900, 700));
+            const QSize demanded = selector->minimumSizeHint();
+            EXPECT_LE(demanded.width(), selector->width());
+            EXPECT_LE(demanded.height(), selector->height());
+        }
+}
+
+TEST_F(ModuleSelectorsTest, OfALongNameTheBeginningIsShown) {
+    const auto picture = [](const SelectorKind& kind, const QString& name) {
+        const std::unique_ptr<QtModuleSelector> selector(kind.make(Selector::Top));
+        selector->addModule(name, 0);
+        selector->moduleActivated(name, 0);
+        show(*selector);
+        return selector->grab().toImage();
+    };
+    const QString filling(300, QLatin1Char('W'));
+    for (const SelectorKind& kind : selectorKinds) {
+        SCOPED_TRACE(kind.name);
+        EXPECT_NE(picture(kind, QLatin1Char('a') + filling),
+                  picture(kind, QLatin1Char('b') + filling));
+        EXPECT_EQ(picture(kind, filling + QLatin1Char('a')),
+                  picture(kind, filling + QLatin1Char('b')));
     }
 }
 
@@ -318,6 +404,26 @@ TEST_F(ModuleSelectorsTest, AToolTabRequestsAndIsNeverLeftSelected) {
     }
     for (const QSignalSpy& spy : answered)
         EXPECT_EQ(spy.size(), 0);
+}
+
+TEST_F(ModuleSelectorsTest, TheIconsOfToolTabsAreMovedDownAndGreyWhereDisabled) {
+    const char* const names[] = {"Screenshot", "Configure", "ConfigureFileEditor", "Exit"};
+    const QtModuleTabSelector selector(Selector::Top, true, true, true, true);
+    const QTabBar* bar = innerBar(selector);
+    const QSize size = bar->iconSize();
+    const auto picture = [&size](const QIcon& icon, QIcon::Mode mode) {
+        return icon.pixmap(size, mode).toImage().convertToFormat(QImage::Format_ARGB32);
+    };
+    for (int tab = 0; tab < 4; ++tab) {
+        SCOPED_TRACE(names[tab]);
+        const QIcon plain = vlr::icon(QString::fromLatin1(names[tab]));
+        const QIcon moved = bar->tabIcon(tab);
+        for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled}) {
+            const QImage expected = picture(plain, mode).copy(QRect(QPoint(0, -1), size));
+            EXPECT_EQ(picture(moved, mode), expected) << mode;
+        }
+        EXPECT_NE(picture(moved, QIcon::Normal), picture(moved, QIcon::Disabled));
+    }
 }
 
 TEST_F(ModuleSelectorsTest, ToolTabsAreConnectedToTheWindow) {

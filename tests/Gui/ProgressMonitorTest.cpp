@@ -1,5 +1,9 @@
 #include "Base/QtCaProgressMonitor.h"
+
+#include "AppBase/AppBase.h"
 #include "Gui/GuiTest.h"
+#include "IO/DataIOManager.h"
+#include "Settings/vlrSettings.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtTest/QTest>
@@ -38,6 +42,15 @@ public:
     }
 };
 
+class PaintCounter : public QObject {
+public:
+    int count = 0;
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
 class ProgressMonitorTest : public GuiTest {
 protected:
     ProgressMonitorTest() : window(new QWidget) {
@@ -69,7 +82,10 @@ struct OwnDispatcher {
 };
 class FlushTest : private OwnDispatcher, public ProgressMonitorTest {};
 
-class OutlivingMonitorTest : public testing::Test {};
+class OutlivingMonitorTest : public testing::Test {
+protected:
+    void TearDown() override { DataIOManager::closeRepository(); }
+};
 
 } // namespace
 
@@ -203,6 +219,41 @@ TEST_F(ProgressMonitorTest, TheDialogComesAfterItsTimeAndGoesAtTheMaximum) {
     EXPECT_TRUE(dialog()->isVisible());
 }
 
+TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogInTimeAndProcessesNoEvents) {
+    const auto setUntil = [](const std::function<bool()>& done) {
+        QElapsedTimer elapsed;
+        for (elapsed.start(); !done() && elapsed.elapsed() < 5000;)
+            monitor()->setProgress(monitor()->getProgress() % 1000 + 1);
+        return done();
+    };
+    for (const bool cancelable : {true, false}) {
+        monitor()->setMinimumDuration(1000000);
+        monitor()->start("Reading", 2000, cancelable, false, 1);
+        EXPECT_TRUE(setUntil([&] { return monitor()->getProgress() == 1000; }));
+        EXPECT_FALSE(dialog()->isVisible()) << "before its time";
+
+        monitor()->setMinimumDuration(20);
+        monitor()->start("Reading", 2000, cancelable, false, 1);
+        bool processed = false;
+        soon([&processed] { processed = true; });
+        EXPECT_TRUE(setUntil([&] { return dialog()->isVisible(); }));
+        PaintCounter paintings;
+        dialog()->findChild<QProgressBar*>()->installEventFilter(&paintings);
+        EXPECT_TRUE(setUntil([&] { return paintings.count > 1; }));
+        for (const int atTheEnd : {2000, 2001, -1}) {
+            monitor()->setProgress(2000);
+            monitor()->setProgress(atTheEnd);
+            EXPECT_FALSE(dialog()->isVisible()) << atTheEnd;
+            EXPECT_TRUE(setUntil([&] { return dialog()->isVisible(); })) << "more to do after all";
+            paintings.count = 0;
+            EXPECT_TRUE(setUntil([&] { return paintings.count > 1; }));
+        }
+        EXPECT_FALSE(processed);
+        monitor()->end();
+        QCoreApplication::processEvents();
+    }
+}
+
 TEST_F(ProgressMonitorTest, EventsAreProcessedNowAndThenAndAlwaysAtTheEnd) {
     int passes = 0;
     const auto tick = [&passes] {
@@ -299,7 +350,7 @@ TEST_F(ProgressMonitorTest, AMessageBoxCanBeAnsweredDuringWhatIsNotCancelable) {
     }));
 }
 
-TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATick) {
+TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickAndWhileTheDialogHides) {
     const struct {
         const char* name;
         std::function<void()> action;
@@ -315,7 +366,7 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATick) {
         {"closed", [this] { window->close(); }, false},
         {"destroyed", [this] { delete window.data(); }, false, true},
     };
-    for (const std::string inside : {"an event", "cancel", "hiding"})
+    for (const std::string inside : {"an event", "cancel", "hiding", "hiding without a tick"})
         for (const auto& c : cases) {
             SCOPED_TRACE(inside + ": " + c.name);
             if (c.dialogGone && inside != "an event")
@@ -345,7 +396,10 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATick) {
                     soon(act);
                 else
                     watcher.action = act;
-                monitor()->tick();
+                if (inside == "hiding without a tick")
+                    first->hide();
+                else
+                    monitor()->tick();
             }
             EXPECT_TRUE(done);
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -358,6 +412,58 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATick) {
             EXPECT_TRUE(first.isNull());
             EXPECT_EQ(QApplication::overrideCursor(), nullptr);
         }
+}
+
+TEST_F(ProgressMonitorTest, AStartWhileTheOneBeforeEndsLeavesOneOperation) {
+    const std::pair<const char*, std::function<void()>> reentries[] = {
+        {"nothing", [] {}},
+        {"start", [] { monitor()->start("Second", 20, true, false, 1); }},
+        {"start shown",
+         [] {
+             monitor()->start("Second", 20, true, false, 1);
+             monitor()->setProgress(1);
+         }},
+        {"start busy", [] { monitor()->start(); }},
+        {"end", [] { monitor()->end(); }},
+        {"replaced", [this] { QtCaProgressMonitor::attach(window); }},
+        {"removed", [] { CaProgressMonitor::setInstance(nullptr); }},
+    };
+    for (const bool busy : {false, true})
+        for (const auto& [name, reenter] : reentries) {
+            SCOPED_TRACE(std::string(name) + (busy ? ", busy" : ""));
+            QtCaProgressMonitor::attach(window);
+            const QPointer<QtCaProgressMonitor> asked = qtMonitor();
+            startShown(100, true);
+            HideWatcher watcher;
+            dialog()->installEventFilter(&watcher);
+            watcher.action = reenter;
+            if (busy)
+                asked->start();
+            else
+                asked->start(std::string("Third"), 30, true, false, 1);
+            EXPECT_FALSE(watcher.action);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            const int dialogs = asked && !busy ? 1 : 0;
+            EXPECT_EQ(window->findChildren<QProgressDialog*>().size(), dialogs);
+            EXPECT_EQ(monitor()->getTotalSteps(), 30 * dialogs);
+            EXPECT_EQ(QApplication::overrideCursor() != nullptr, asked && busy);
+            monitor()->end();
+            EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            EXPECT_EQ(dialog(), nullptr);
+        }
+}
+
+TEST_F(ProgressMonitorTest, AMonitorThatGoesEndsWhatStartsMeanwhile) {
+    startShown(100, true);
+    auto* const going = qtMonitor();
+    HideWatcher watcher;
+    dialog()->installEventFilter(&watcher);
+    watcher.action = [going] { going->start(std::string("Second"), 20, false, false, 1); };
+    CaProgressMonitor::setInstance(nullptr);
+    EXPECT_FALSE(watcher.action);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(dialog(), nullptr);
 }
 
 TEST_F(ProgressMonitorTest, TheBusyCursorIsBalanced) {
@@ -400,6 +506,26 @@ TEST_F(FlushTest, TheFlushFlagSendsWhatIsWaiting) {
         monitor()->start("", 5, true, false, 1);
         EXPECT_EQ(sent, flush);
         QCoreApplication::processEvents();
+    }
+}
+
+TEST_F(OutlivingMonitorTest, TheSettingsOfTheApplicationChooseHowProgressIsShown) {
+    char name[] = "test";
+    char* arguments[] = {name, nullptr};
+    int count = 1;
+    // As the application object will name it, so that it reads these settings.
+    QCoreApplication::setApplicationName(QStringLiteral("vlrGuiTests"));
+    const std::pair<bool, bool> cases[] = {{false, true}, {true, false}, {true, true}};
+    for (const auto& [flush, sync] : cases) {
+        const std::pair<const char*, bool> values[] = {{"ProgressBarFlushX", flush},
+                                                       {"ProgressBarSyncX", sync}};
+        for (const auto& [key, value] : values)
+            ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/") + QLatin1String(key),
+                                         value),
+                      CaError::nullError);
+        const AppBase application(count, arguments, nullptr, false, false);
+        EXPECT_EQ(QtCaProgressMonitor::isFlushX(), flush);
+        EXPECT_EQ(QtCaProgressMonitor::isSyncX(), sync);
     }
 }
 

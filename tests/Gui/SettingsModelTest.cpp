@@ -1,11 +1,13 @@
 #include "AppBase/SettingsModel.h"
 #include "Gui/GuiTest.h"
+#include "Settings/vlrSettings.h"
 
 #include <QtCore/QRect>
 #include <QtGui/QFont>
 #include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QSignalSpy>
 
+#include <algorithm>
 #include <gmock/gmock.h>
 
 using namespace vlr;
@@ -30,7 +32,10 @@ SettingsType ofKind(Kind kind) {
 // The settings of two processes: what is written to `stored` directly, the other one did.
 class MemorySource : public SettingsSource {
 public:
-    QHash<QString, QVariant> read() override { return stored; }
+    CaError read(QHash<QString, QVariant>& values) override {
+        values = stored;
+        return CaError::nullError;
+    }
     CaError apply(const std::vector<SettingsChange>& changes, QStringList& conflicts) override {
         if (!error.isNull())
             return error;
@@ -102,8 +107,8 @@ TEST(SettingsValue, TextsAreTakenOrRefused) {
     SettingsType colour = ofKind(Kind::Vector);
     colour.minimum = 0;
     colour.maximum = 255;
-    SettingsType choice = ofKind(Kind::Choice);
-    choice.choices = QStringList{text("left"), text("right")};
+    const SettingsType choice = choiceType({text("left"), text("right")});
+    const SettingsType anyCase = choiceType({text("left"), text("right")}, true);
     const struct {
         SettingsType type;
         const char* typed;
@@ -129,8 +134,12 @@ TEST(SettingsValue, TextsAreTakenOrRefused) {
         {colour, "1 2", nullptr},
         {colour, "0 0 256", nullptr},
         {colour, "-1 0 0", nullptr},
-        {choice, "LEFT", "left"},
-        {choice, "up", nullptr},
+        {choice, "left", "left"},
+        {choice, "LEFT", nullptr},
+        {choice, " left", nullptr},
+        {anyCase, "LEFT", "left"},
+        {anyCase, "left ", nullptr},
+        {anyCase, "up", nullptr},
         {ofKind(Kind::Text), " as typed ", " as typed "},
         {ofKind(Kind::Other), "x", nullptr},
     };
@@ -139,6 +148,27 @@ TEST(SettingsValue, TextsAreTakenOrRefused) {
         EXPECT_EQ(parsed.value.isValid(), c.shown != nullptr) << c.typed;
         EXPECT_EQ(parsed.refusal.isEmpty(), c.shown != nullptr) << c.typed;
         EXPECT_EQ(settingText(c.type, parsed.value), text(c.shown)) << c.typed;
+    }
+}
+
+// What the editor says of a stored text is what a program that asks for the value gets.
+TEST_F(SettingsModelTest, TheEditorAndTheReadersAgree) {
+    const QString key = text("Site/Value");
+    vlrTest::expectLog(LogLevel::Warning, "Site/Value");
+    for (const char* stored :
+         {"",           "1",       "0",      "TRUE", " yes ", "off",      "2",   "maybe",
+          "4.5",        "+7",      "1e3",    "nan",  "1,5",   "8 x 8",    "8x8", "8 8",
+          "8 \u00d7 8", " 8 x 8 ", "-8 x 8", "8",    "1 0 0", "(1, 0, 0)"}) {
+        ASSERT_EQ(Settings::set(key, stored), CaError::nullError);
+        const auto read = [&](Kind kind) { return !isReadAsDefault(ofKind(kind), text(stored)); };
+        const Vector3d vector(7, 7, 7);
+        const bool isBool = Settings::get(key, true) == Settings::get(key, false);
+        EXPECT_EQ(read(Kind::Bool), isBool) << stored;
+        EXPECT_EQ(!isReadAsDefault(integerType(), text(stored)), Settings::get(key, -99) != -99)
+            << stored;
+        EXPECT_EQ(read(Kind::Number), Settings::get(key, -99.0) != -99.0) << stored;
+        EXPECT_EQ(read(Kind::Size), Settings::get(key, QSize(9, 9)) != QSize(9, 9)) << stored;
+        EXPECT_EQ(read(Kind::Vector), Settings::get(key, vector) != vector) << stored;
     }
 }
 
@@ -359,10 +389,71 @@ TEST_F(SettingsModelTest, RowsSayWhatTheyAreInFontAndWords) {
     EXPECT_FALSE(font(id).bold());
 }
 
-TEST_F(SettingsModelTest, AStoredValueThatDoesNotFitIsShownAndToldOf) {
-    source.stored.insert(known("MaxPatientID"), text("many"));
-    const SettingsModel model(source);
-    EXPECT_EQ(textOf(model, known("MaxPatientID"), 1, Qt::DisplayRole), text("many"));
-    EXPECT_THAT(model.edits().status(known("MaxPatientID")).toStdString(),
-                testing::HasSubstr("does not fit"));
+TEST_F(SettingsModelTest, TheStateOfAStoredValueIsWhatItsReaderMakesOfIt) {
+    const struct {
+        const char* name;
+        QVariant stored;
+        const char* status;
+    } cases[] = {
+        {"MaxPatientID", text("many"), "The stored value does not fit, so the default is used."},
+        {"MaxPatientID", text("1000000"), "Stored, equal to the default."},
+        {"ExitWithoutRequest", text("TRUE"), "Stored, differs from the default."},
+        {"ShowSplashScreenMessageLocationHorizontal", text("left"),
+         "Stored, equal to the default."},
+        {"ShowSplashScreenMessageLocationHorizontal", text("Left"),
+         "The stored \"Left\" is an unknown choice. The messages are on the right."},
+        {"ShowSplashScreenMessageLocationVertical", text("bottom "),
+         "The stored \"bottom \" is an unknown choice. The messages are at the top."},
+        {"WindowShowMode", text("Normal"), "Stored, equal to the default."},
+        {"WindowShowMode", text(" maximized "),
+         "The stored \" maximized \" is an unknown choice. "
+         "The main window does not appear at start-up."},
+        {"WindowShowMode", QSize(1, 2), "The stored value does not fit, so the default is used."},
+        {"ShowSplashScreenMessageColor", text("#12"),
+         "The stored value does not fit. The messages are black."},
+        {"QtQuadView/ButtonColor", text("0 0 300"), "The stored value does not fit."},
+        {"QtQuadView/ButtonColor", text("red"),
+         "The stored value does not fit, so the default is used."},
+        {"QtQuadView/InitialSize", text("8 \u00d7 8"), "Stored, differs from the default."},
+        {"ScreenshotLocation", QSize(1, 2),
+         "The stored value does not fit, so the default is used."},
+    };
+    for (const auto& c : cases) {
+        source.stored = {{known(c.name), c.stored}};
+        const SettingsModel model(source);
+        EXPECT_EQ(model.edits().status(known(c.name)).toStdString(), c.status) << c.name;
+        EXPECT_EQ(textOf(model, known(c.name), 1, Qt::DisplayRole).trimmed().toLower(),
+                  rawSettingText(c.stored).trimmed().toLower().replace(text("\u00d7"), text("x")));
+    }
+}
+
+TEST_F(SettingsModelTest, AWordInOtherLettersCanBePutRight) {
+    const QString side = known("ShowSplashScreenMessageLocationHorizontal");
+    source.stored = {{side, text("Left")}};
+    SettingsEdits edits(source);
+    edits.set(side, text("left"));
+    EXPECT_EQ(toText(edits.changes()), side + text(": Left -> left"));
+}
+
+TEST_F(SettingsModelTest, ApplicationsAddSettingsOfTheirOwn) {
+    const QString kind = text("Site/Kind");
+    source.stored.insert(kind, text("Round"));
+    addKnownSetting({kind, SettingsType(), text("old"), text("Replaced.")});
+    addKnownSetting({kind, choiceType({text("square"), text("round")}), text("square"),
+                     text("The kind of site."), text("It has corners.")});
+    addKnownSetting({known("MaxPatientID"), integerType(0, 9), text("9"), text("Few of them.")});
+    SettingsEdits edits(source);
+    ASSERT_TRUE(edits.known(kind));
+    EXPECT_EQ(edits.known(kind)->meaning, text("The kind of site."));
+    EXPECT_EQ(edits.status(kind),
+              text("The stored \"Round\" is an unknown choice. It has corners."));
+    EXPECT_FALSE(edits.set(kind, text("flat")).isEmpty());
+    edits.remove(kind);
+    EXPECT_EQ(edits.text(kind), text("square"));
+    EXPECT_EQ(edits.known(known("MaxPatientID"))->defaultText, text("9"));
+    const std::vector<KnownSetting> all = knownSettings();
+    for (const QString& key : {kind, known("MaxPatientID")})
+        EXPECT_EQ(std::count_if(all.begin(), all.end(),
+                                [&](const KnownSetting& each) { return each.key == key; }),
+                  1);
 }

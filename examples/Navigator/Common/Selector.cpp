@@ -38,12 +38,15 @@ QStringList selectorKinds() {
     return names;
 }
 
+QString selectorKey() {
+    return QStringLiteral("Velora/Application/Navigator/ModuleSelector");
+}
+
 QString configuredSelector() {
-    const QString key = QStringLiteral("Velora/Application/Navigator/ModuleSelector");
-    const QString kind = vlr::Settings::get(key, "tabs");
+    const QString kind = vlr::Settings::get(selectorKey(), selectorKinds().first());
     if (selectorKinds().contains(kind))
         return kind;
-    VLR_LOG(Warning) << "The setting " << key << " names the selector \"" << kind
+    VLR_LOG(Warning) << "The setting " << selectorKey() << " names the selector \"" << kind
                      << "\", which does not exist.";
     return selectorKinds().first();
 }

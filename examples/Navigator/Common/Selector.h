@@ -8,8 +8,10 @@ class QtModuleSelector;
 /// The kinds of module selector the user may choose from.
 QStringList selectorKinds();
 
-/// The kind in the setting "Velora/Application/Navigator/ModuleSelector", "tabs" by default and
-/// for a kind that does not exist.
+/// The setting "Velora/Application/Navigator/ModuleSelector".
+QString selectorKey();
+
+/// The kind in the setting, the first of the kinds by default and for one that does not exist.
 QString configuredSelector();
 
 /// A new selector of the kind; null for "none".

@@ -18,6 +18,7 @@ namespace {
 
 constexpr qint64 fileLimit = qint64(4) << 20;
 constexpr int lockTimeout = 2000; // milliseconds
+const char* const damagedError = "Settings::damaged";
 const char* const noScratchError = "Settings::noScratch";
 
 using Values = SettingsValues;
@@ -108,16 +109,19 @@ CaError format(const QDir& scratch, const Values& values, QByteArray& bytes) {
     return CaError::nullError;
 }
 
+QString damageText(const QString& path, const CaError& reason) {
+    return QStringLiteral("The settings in \"%1\" cannot be used (%2).")
+        .arg(path, QString::fromStdString(reason.text()));
+}
+
 CaError setAside(const QString& path, const CaError& reason) {
+    const QString damage = damageText(path, reason);
     QString keptAs;
     const CaError error = keepAside(path, keptAs);
     if (!error.isNull())
         return settingsError("damaged",
-                             QStringLiteral("The settings in \"%1\" cannot be used (%2). %3")
-                                 .arg(path, QString::fromStdString(reason.text()),
-                                      QString::fromStdString(error.text())));
-    VLR_LOG(Warning) << "The settings in \"" << path << "\" cannot be used (" << reason.text()
-                     << "). The file is kept as \"" << keptAs << "\".";
+                             damage + QLatin1Char(' ') + QString::fromStdString(error.text()));
+    VLR_LOG(Warning) << damage << " The file is kept as \"" << keptAs << "\".";
     return CaError::nullError;
 }
 
@@ -132,8 +136,8 @@ CaError lock(QLockFile& file, const QString& path) {
                                                                  "cannot be written")));
 }
 
-// What the file holds now. `isGone` tells that it was bad and is out of the way.
-CaError readAgain(const QString& path, const QDir& scratch, Values& values, bool& isGone) {
+// What the file holds now; damagedError for a file that will never be of use.
+CaError readNow(const QString& path, const QDir& scratch, Values& values) {
     QByteArray bytes;
     CaError error = readWhole(path, fileLimit, bytes);
     if (error.id() == fileNotFoundError) {
@@ -147,8 +151,7 @@ CaError readAgain(const QString& path, const QDir& scratch, Values& values, bool
         if (error.isNull() || error.id() == noScratchError)
             return error;
     }
-    isGone = true;
-    return setAside(path, error);
+    return settingsError("damaged", QString::fromStdString(error.text()));
 }
 
 // To be called with the lock held.
@@ -157,11 +160,13 @@ CaError change(const QString& path, const SettingsEdit& edit, Values& values) {
     if (!scratchFolder.isValid())
         return settingsError("noScratch", scratchFolder.errorString());
     const QDir scratch(scratchFolder.path());
-    bool isGone = false;
-    CaError error = readAgain(path, scratch, values, isGone);
+    CaError error = readNow(path, scratch, values);
+    const bool isDamaged = error.id() == damagedError;
+    if (isDamaged)
+        error = setAside(path, error);
     if (!error.isNull())
         return error;
-    if (!edit(values) && !isGone)
+    if (!edit(values) && !isDamaged)
         return CaError::nullError;
     QByteArray bytes;
     error = format(scratch, values, bytes);
@@ -189,6 +194,14 @@ CaError readSettings(const QString& path, SettingsValues& values) {
     if (error.isNull())
         error = parse(path, bytes, values);
     return error.isNull() ? error : setAside(path, error);
+}
+
+CaError lookIntoSettings(const QString& path, SettingsValues& values) {
+    const QTemporaryDir scratch;
+    if (!scratch.isValid())
+        return settingsError("noScratch", scratch.errorString());
+    const CaError error = readNow(path, QDir(scratch.path()), values);
+    return error.id() == damagedError ? settingsError("damaged", damageText(path, error)) : error;
 }
 
 CaError changeSettings(const QString& path, const SettingsEdit& edit, SettingsValues& values) {

@@ -23,6 +23,10 @@ bool isSettingsKey(const QString& key);
 /// "WARNING", and then counts as missing; one that cannot be read at present stays.
 CaError readSettings(const QString& path, SettingsValues& values);
 
+/// Reads the file and leaves everything as it is, also where the file is damaged. It may be called
+/// while other processes write. `values` are set on success only.
+CaError lookIntoSettings(const QString& path, SettingsValues& values);
+
 /// Edits the values; answers whether that made a difference.
 using SettingsEdit = std::function<bool(SettingsValues&)>;
 

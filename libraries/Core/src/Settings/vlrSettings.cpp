@@ -29,13 +29,19 @@ Table& table() {
     return *instance;
 }
 
+// The one that was read stays in use when the location changes.
+QString pathInUse() {
+    return table().isLoaded ? table().path
+                            : QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
+                                  QStringLiteral("/settings.ini");
+}
+
 Table& loaded() {
     Table& current = table();
     if (current.isLoaded)
         return current;
+    current.path = pathInUse();
     current.isLoaded = true;
-    current.path = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
-                   QStringLiteral("/settings.ini");
     const CaError error = readSettings(current.path, current.values);
     if (!error.isNull())
         VLR_LOG(Warning) << error;
@@ -94,7 +100,8 @@ std::optional<bool> toBool(const QVariant& value) {
 }
 
 std::optional<QSize> toSize(const QVariant& value) {
-    static const QRegularExpression pattern(QStringLiteral("\\A(\\d+)(?:\\s+|\\s*x\\s*)(\\d+)\\z"));
+    static const QRegularExpression pattern(
+        QStringLiteral("\\A(\\d+)(?:\\s+|\\s*[x\u00d7]\\s*)(\\d+)\\z"));
     QSize size;
     if (value.type() == QVariant::Size) {
         size = value.toSize();
@@ -240,11 +247,27 @@ CaError Settings::remove(const QString& key) {
 }
 
 QString Settings::filePath() {
-    return loaded().path;
+    return pathInUse();
 }
 
 void Settings::reload() {
     table() = Table();
+}
+
+// A file that is damaged when one first looks does not count as read: whoever asks for a value
+// first sees to the damage.
+CaError Settings::look(QHash<QString, QVariant>& values) {
+    Table& current = table();
+    const QString path = pathInUse();
+    Values found;
+    const CaError error = lookIntoSettings(path, found);
+    if (error.isNull()) {
+        current.path = path;
+        current.isLoaded = true;
+        current.values = found;
+    }
+    values = current.values;
+    return error;
 }
 
 CaError Settings::write(const QString& key, const QVariant& value) {

@@ -3,6 +3,7 @@
 #include "Error/CaError.h"
 #include "Math/Vector3d.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QSize>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -51,7 +52,7 @@ public:
     static QString get(const QString& key, const QString& defaultValue);
     static QString get(const QString& key, const char* defaultValue); ///< UTF-8
     static QSize get(const QString& key,
-                     const QSize& defaultValue); ///< "@Size(w h)", "w h", "w x h"
+                     const QSize& defaultValue); ///< "@Size(w h)", "w h", "w x h", "w × h"
     static Vector3d get(const QString& key, const Vector3d& defaultValue);
 
     static CaError set(const QString& key, bool value);
@@ -73,6 +74,11 @@ public:
     /// value() gives what they hold, and that is no error. Without changes it only brings the
     /// values in memory up to date.
     static CaError apply(const std::vector<SettingsChange>& changes, QStringList& conflicts);
+
+    /// Brings the values in memory up to date with the file and gives all of them. Nothing is
+    /// written or waited for: a damaged file stays as it is, the error says so, and the values are
+    /// those that were in memory.
+    static CaError look(QHash<QString, QVariant>& values);
 
     static QString filePath(); ///< The file in use.
     static void reload();      ///< Reads the file again, for example after the location changed.

@@ -5,6 +5,8 @@
 #include <QtGui/QColor>
 #include <QtGui/QKeySequence>
 
+#include <algorithm>
+
 namespace vlr {
 
 namespace {
@@ -37,12 +39,6 @@ SettingsType only(bool (*accepts)(const QString&), const QString& expected) {
     return type;
 }
 
-SettingsType choice(const QStringList& choices) {
-    SettingsType type = ofKind(Kind::Choice);
-    type.choices = choices;
-    return type;
-}
-
 SettingsType color() {
     SettingsType type = ofKind(Kind::Vector);
     type.minimum = 0;
@@ -58,18 +54,19 @@ std::vector<KnownSetting> namesAndMeanings() {
     const SettingsType shortcut = only(&isShortcut, tr("a key sequence such as F2 or Ctrl+P"));
     const SettingsType colorName =
         only(&QColor::isValidColor, tr("a colour name such as #ff8000 or white"));
-    const SettingsType horizontal = choice({name("left"), name("right")});
-    const SettingsType vertical = choice({name("bottom"), name("top")});
-    const SettingsType showMode =
-        choice({name("minimized"), name("normal"), name("maximized"), name("fullscreen")});
+    const SettingsType horizontal = choiceType({name("left"), name("right")});
+    const SettingsType vertical = choiceType({name("bottom"), name("top")});
+    const SettingsType showMode = choiceType(
+        {name("minimized"), name("normal"), name("maximized"), name("fullscreen")}, true);
     const QString no = name("false");
     // clang-format off
     return {
         {name("WindowShowMode"), showMode, name("normal"),
-         tr("How the main window appears at start-up.")},
+         tr("How the main window appears at start-up."),
+         tr("The main window does not appear at start-up.")},
         {name("ExitWithoutRequest"), flag, no, tr("Leave without asking.")},
         {name("ScreenshotShortcut"), shortcut, name("F2"),
-         tr("Key sequence that asks for a screenshot.")},
+         tr("Key sequence that asks for a screenshot."), tr("No key asks for a screenshot.")},
         {name("ScreenshotLocation"), text, QDir::homePath() + name("/Desktop/"),
          tr("Folder that screenshots are stored in.")},
         {name("DisplayLogo"), flag, no, tr("Show the logo above the context area.")},
@@ -80,11 +77,11 @@ std::vector<KnownSetting> namesAndMeanings() {
          tr("How long the splash screen stays, in milliseconds. "
             "0: until the main window appears.")},
         {name("ShowSplashScreenMessageLocationHorizontal"), horizontal, name("left"),
-         tr("Where the splash screen shows its messages.")},
+         tr("Where the splash screen shows its messages."), tr("The messages are on the right.")},
         {name("ShowSplashScreenMessageLocationVertical"), vertical, name("bottom"),
-         tr("Where the splash screen shows its messages.")},
+         tr("Where the splash screen shows its messages."), tr("The messages are at the top.")},
         {name("ShowSplashScreenMessageColor"), colorName, name("#000000"),
-         tr("Colour of the splash screen's messages.")},
+         tr("Colour of the splash screen's messages."), tr("The messages are black.")},
         {name("ProgressBarFlushX"), flag, no,
          tr("Flush what was painted when a progress dialog opens.")},
         {name("ProgressBarSyncX"), flag, no,
@@ -112,13 +109,33 @@ std::vector<KnownSetting> namesAndMeanings() {
     // clang-format on
 }
 
+std::vector<KnownSetting>& added() {
+    static std::vector<KnownSetting> settings;
+    return settings;
+}
+
+void put(const KnownSetting& setting, std::vector<KnownSetting>& settings) {
+    const auto former = std::find_if(settings.begin(), settings.end(),
+                                     [&](const auto& each) { return each.key == setting.key; });
+    if (former == settings.end())
+        settings.push_back(setting);
+    else
+        *former = setting;
+}
+
 } // namespace
 
 std::vector<KnownSetting> knownSettings() {
     std::vector<KnownSetting> settings = namesAndMeanings();
     for (KnownSetting& setting : settings)
         setting.key.prepend(QLatin1String("Velora/Application/"));
+    for (const KnownSetting& setting : added())
+        put(setting, settings);
     return settings;
+}
+
+void addKnownSetting(const KnownSetting& setting) {
+    put(setting, added());
 }
 
 } // namespace vlr

@@ -87,6 +87,8 @@ void QtMyTabBar::currentChangedSL(int index) {
         selectLastModuleTab();
         emit toolButtonClickedSGN(index - m_moduleTabs);
     } else {
+        // First: who is told may ask for currentIndex(), choose another tab or add one, which
+        // all go by what is remembered.
         m_lastModuleTab = index;
         emit currentChangedSGN(index);
     }

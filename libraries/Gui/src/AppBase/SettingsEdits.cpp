@@ -23,13 +23,25 @@ SettingsEdits::SettingsEdits(SettingsSource& source) : m_source(source), m_known
 
 void SettingsEdits::read() {
     m_stored.clear();
-    const QHash<QString, QVariant> read = m_source.read();
+    QHash<QString, QVariant> read;
+    m_readError = m_source.read(read);
     for (auto stored = read.cbegin(); stored != read.cend(); ++stored)
         if (stored.value().isValid())
             m_stored.insert(stored.key(), stored.value());
 }
 
 // --- queries
+
+QString SettingsEdits::readProblem() const {
+    if (m_readError.isNull())
+        return {};
+    const QString reason = QString::fromStdString(m_readError.text());
+    return m_readError.id() == "Settings::damaged"
+               ? Words::tr("%1 Shown is what this program knows. Storing changes puts that in the "
+                           "place of the file, which is kept under another name.")
+                     .arg(reason)
+               : Words::tr("%1 Shown is what this program knows.").arg(reason);
+}
 
 QStringList SettingsEdits::keys() const {
     QSet<QString> all;
@@ -101,10 +113,22 @@ QString SettingsEdits::status(const QString& key) const {
         return Words::tr("Stored.");
     if (isDefault(key))
         return Words::tr("The default; nothing is stored.");
-    if (!parseSetting(setting->type, text(key)).value.isValid())
-        return Words::tr("The stored value does not fit, so the default is used.");
+    if (!fits(setting->type, value(key)))
+        return statusOfMisfit(*setting);
     return text(key) == setting->defaultText ? Words::tr("Stored, equal to the default.")
                                              : Words::tr("Stored, differs from the default.");
+}
+
+// What becomes of a value that does not fit is not always the default.
+QString SettingsEdits::statusOfMisfit(const KnownSetting& setting) const {
+    const QVariant stored = value(setting.key);
+    if (isReadAsDefault(setting.type, stored))
+        return Words::tr("The stored value does not fit, so the default is used.");
+    const QString problem =
+        setting.type.kind == SettingsType::Kind::Choice
+            ? Words::tr("The stored \"%1\" is an unknown choice.").arg(rawSettingText(stored))
+            : Words::tr("The stored value does not fit.");
+    return setting.otherwise.isEmpty() ? problem : problem + QLatin1Char(' ') + setting.otherwise;
 }
 
 QString SettingsEdits::describe(const QString& key, const QVariant& value) const {
@@ -219,7 +243,8 @@ CaError SettingsEdits::apply(std::vector<SettingsConflict>& conflicts) {
         read();
         return CaError::nullError;
     }
-    const QHash<QString, QVariant> theirs = m_source.read();
+    QHash<QString, QVariant> theirs;
+    m_readError = m_source.read(theirs);
     for (const SettingsChange& change : all)
         if (conflictingKeys.contains(change.key))
             conflicts.push_back({change, theirs.value(change.key), false});

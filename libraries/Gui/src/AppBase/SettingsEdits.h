@@ -27,6 +27,9 @@ class VLR_GUI_EXPORT SettingsEdits {
 public:
     explicit SettingsEdits(SettingsSource& source); ///< which has to outlive it
 
+    /// Why what is stored could not be read and is the last known instead, or nothing.
+    QString readProblem() const;
+
     QStringList keys() const; ///< All that are listed, in no order.
     bool isListed(const QString& key) const;
     const KnownSetting* known(const QString& key) const; ///< Null for a key nobody knows.
@@ -62,10 +65,12 @@ public:
 
 private:
     void read();
+    QString statusOfMisfit(const KnownSetting& setting) const;
     void drop(const QString& key);
     void setPending(const QString& key, const QVariant& value);
 
     SettingsSource& m_source;
+    CaError m_readError;
     std::vector<KnownSetting> m_known;
     QHash<QString, const KnownSetting*> m_knownByKey;
     QHash<QString, QVariant> m_stored;

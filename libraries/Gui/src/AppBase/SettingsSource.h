@@ -17,8 +17,9 @@ public:
     SettingsSource& operator=(const SettingsSource&) = delete;
     virtual ~SettingsSource();
 
-    /// Everything that is stored now.
-    virtual QHash<QString, QVariant> read() = 0;
+    /// Everything that is stored now, which reading changes in no way. With an error the values
+    /// are the ones last known.
+    virtual CaError read(QHash<QString, QVariant>& values) = 0;
 
     /// Stores all of the changes, or none: then the error says why, or `conflicts` names the
     /// keys whose stored value is not the expected one.
@@ -28,7 +29,7 @@ public:
 /// The settings database of the application.
 class VLR_GUI_EXPORT SettingsDatabase : public SettingsSource {
 public:
-    QHash<QString, QVariant> read() override;
+    CaError read(QHash<QString, QVariant>& values) override;
     CaError apply(const std::vector<SettingsChange>& changes, QStringList& conflicts) override;
 };
 

@@ -27,10 +27,10 @@ QString number(double value) {
     return QString::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-// What vlr::Settings gives as a text, though it is none: values with commas, and bytes.
-bool isText(const QVariant& stored) {
-    return stored.type() == QVariant::StringList || stored.type() == QVariant::ByteArray ||
-           !stored.isValid();
+// What vlr::Settings gives as a text, though some of it is none: values with commas, and bytes.
+bool isReadAsText(const QVariant& stored) {
+    return stored.type() == QVariant::String || stored.type() == QVariant::StringList ||
+           stored.type() == QVariant::ByteArray;
 }
 
 QString withRange(const QString& what, const SettingsType& type) {
@@ -91,7 +91,8 @@ QVariant toVector(const SettingsType& type, const QString& text) {
 }
 
 QVariant toChoice(const SettingsType& type, const QString& text) {
-    return type.choices.contains(text.toLower()) ? QVariant(text.toLower()) : QVariant();
+    const QString word = type.ignoresCase ? text.toLower() : text;
+    return type.choices.contains(word) ? QVariant(word) : QVariant();
 }
 
 QVariant convert(const SettingsType& type, const QString& text) {
@@ -108,7 +109,7 @@ QVariant convert(const SettingsType& type, const QString& text) {
     case Kind::Vector:
         return toVector(type, trimmed);
     case Kind::Choice:
-        return toChoice(type, trimmed);
+        return toChoice(type, text);
     case Kind::Text:
         return !type.accepts || type.accepts(text) ? QVariant(text) : QVariant();
     case Kind::Other:
@@ -127,6 +128,14 @@ SettingsType integerType(int minimum, int maximum) {
     return type;
 }
 
+SettingsType choiceType(const QStringList& choices, bool ignoresCase) {
+    SettingsType type;
+    type.kind = Kind::Choice;
+    type.choices = choices;
+    type.ignoresCase = ignoresCase;
+    return type;
+}
+
 SettingsType typeOf(const QVariant& stored) {
     static const QRegularExpression digits(
         QStringLiteral("\\A-?(0|[1-9]\\d*)(\\.\\d+)?([eE][+-]?\\d+)?\\z"));
@@ -138,7 +147,7 @@ SettingsType typeOf(const QVariant& stored) {
     if (stored.type() == QVariant::Size)
         return kind(Kind::Size);
     if (stored.type() != QVariant::String)
-        return kind(isText(stored) ? Kind::Text : Kind::Other);
+        return kind(isReadAsText(stored) || !stored.isValid() ? Kind::Text : Kind::Other);
     const QString text = stored.toString();
     if (text == QLatin1String("true") || text == QLatin1String("false"))
         return kind(Kind::Bool);
@@ -156,8 +165,30 @@ ParsedSetting parseSetting(const SettingsType& type, const QString& text) {
         return {value, {}};
     if (text.trimmed().isEmpty())
         return {{}, Words::tr("A value is missing. Expected: %1.").arg(describe(type))};
-    return {{},
-            Words::tr("\"%1\" does not fit. Expected: %2.").arg(text.trimmed(), describe(type))};
+    return {{}, Words::tr("\"%1\" does not fit. Expected: %2.").arg(text, describe(type))};
+}
+
+bool fits(const SettingsType& type, const QVariant& stored) {
+    const bool isSize = type.kind == Kind::Size && stored.type() == QVariant::Size;
+    return (isSize || isReadAsText(stored)) && convert(type, rawSettingText(stored)).isValid();
+}
+
+bool isReadAsDefault(const SettingsType& type, const QVariant& stored) {
+    switch (type.kind) {
+    case Kind::Bool:
+    case Kind::Integer:
+    case Kind::Number:
+    case Kind::Size:
+        return !fits(type, stored);
+    case Kind::Vector:
+        return !isReadAsText(stored) ||
+               !vector3dFromText(rawSettingText(stored).trimmed().toStdString());
+    case Kind::Text:
+    case Kind::Choice:
+    case Kind::Other:
+        break;
+    }
+    return !isReadAsText(stored);
 }
 
 QString rawSettingText(const QVariant& stored) {

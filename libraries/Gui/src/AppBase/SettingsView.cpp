@@ -17,6 +17,7 @@ SettingsView::SettingsView(SettingsModel& model, QWidget* parent)
     header()->setStretchLastSection(true);
     expandToDepth(1);
     connect(this, &QTreeView::doubleClicked, this, &SettingsView::editCurrent);
+    connect(&m_model, &SettingsModel::edited, this, &SettingsView::narrowAgain);
 }
 
 QString SettingsView::currentKey() const {
@@ -27,8 +28,8 @@ void SettingsView::setCurrentKey(const QString& key) {
     const QModelIndex index = m_model.indexOf(key);
     if (!index.isValid())
         return;
-    for (QModelIndex row = index; row.isValid(); row = row.parent())
-        setRowHidden(row.row(), row.parent(), false); // whatever is searched for
+    m_askedFor.insert(key);
+    reveal(index);
     setCurrentIndex(index);
     scrollTo(index);
 }
@@ -61,36 +62,65 @@ void SettingsView::resizeEvent(QResizeEvent* event) {
 
 // --- search
 
-int SettingsView::setSearch(const QString& text) {
+void SettingsView::setSearch(const QString& text) {
     const bool begins = m_search.isEmpty() && !text.isEmpty();
     const bool ends = !m_search.isEmpty() && text.isEmpty();
     m_search = text;
+    m_askedFor.clear();
     if (begins)
         rememberExpanded({});
-    const int count = narrow({}, text);
+    const int count = narrow({});
     if (ends)
         restoreExpanded();
-    if (isIndexHidden(currentIndex()) || !m_model.matches(currentIndex(), text))
-        selectFirstMatch(text);
+    if (edited().isValid()) {
+        reveal(edited());
+        setCurrentIndex(edited());
+    } else if (isIndexHidden(currentIndex()) || !m_model.matches(currentIndex(), text)) {
+        selectFirstMatch();
+    }
     if (currentIndex().isValid())
         scrollTo(currentIndex());
-    return count;
+    emit found(count);
 }
 
-int SettingsView::narrow(const QModelIndex& parent, const QString& text) {
-    const QString edited = m_delegate->editedKey();
+// Answers how many settings below the row are found.
+int SettingsView::narrow(const QModelIndex& parent) {
     int count = 0;
     for (int row = 0; row < m_model.rowCount(parent); ++row) {
         const QModelIndex index = m_model.index(row, 0, parent);
-        const int below = narrow(index, text);
-        const bool isMatch = m_model.matches(index, text);
-        const bool isEdited = !edited.isEmpty() && m_model.key(index) == edited;
-        setRowHidden(row, parent, below == 0 && !isMatch && !isEdited);
-        if (below > 0 && !text.isEmpty())
+        const int below = narrow(index);
+        const bool isMatch = m_model.matches(index, m_search);
+        setRowHidden(row, parent, below == 0 && !isMatch);
+        if (below > 0 && !m_search.isEmpty())
             expand(index);
         count += below + (isMatch ? 1 : 0);
     }
     return count;
+}
+
+// New rows are visible at first, and a new value may be one that is searched for.
+void SettingsView::narrowAgain() {
+    if (m_search.isEmpty())
+        return;
+    const int count = narrow({});
+    for (const QString& key : qAsConst(m_askedFor))
+        reveal(m_model.indexOf(key));
+    reveal(currentIndex());
+    reveal(edited());
+    emit found(count);
+}
+
+void SettingsView::reveal(const QModelIndex& index) {
+    for (QModelIndex row = index; row.isValid(); row = row.parent()) {
+        setRowHidden(row.row(), row.parent(), false);
+        if (row != index)
+            expand(row);
+    }
+}
+
+// An open editor whose row is hidden, or folded away, could neither be mended nor given up.
+QModelIndex SettingsView::edited() const {
+    return m_model.indexOf(m_delegate->editedKey());
 }
 
 void SettingsView::rememberExpanded(const QModelIndex& parent) {
@@ -108,11 +138,11 @@ void SettingsView::restoreExpanded() {
         expand(m_model.indexOf(path));
 }
 
-void SettingsView::selectFirstMatch(const QString& text) {
-    if (text.isEmpty())
+void SettingsView::selectFirstMatch() {
+    if (m_search.isEmpty())
         return;
     for (QModelIndex row = m_model.index(0, 0); row.isValid(); row = indexBelow(row))
-        if (m_model.matches(row, text))
+        if (m_model.matches(row, m_search))
             return setCurrentIndex(row);
     setCurrentIndex({});
 }

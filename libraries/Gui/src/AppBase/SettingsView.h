@@ -19,8 +19,8 @@ public:
     void setCurrentKey(const QString& key);
 
     /// Shows the settings whose key or value contains the text, and their groups; all for an
-    /// empty text. Answers how many there are.
-    int setSearch(const QString& text);
+    /// empty text. What is being edited, and what setCurrentKey() asked for since, stays in sight.
+    void setSearch(const QString& text);
 
     void editCurrent();
     bool finishEditing(); ///< False where the open editor holds what does not fit.
@@ -28,6 +28,7 @@ public:
 
 signals:
     void currentKeyChanged();
+    void found(int count); ///< After setSearch(), and when the settings changed.
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -36,14 +37,18 @@ protected:
     void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
-    int narrow(const QModelIndex& parent, const QString& text);
+    int narrow(const QModelIndex& parent);
+    void narrowAgain();
+    void reveal(const QModelIndex& index);
+    QModelIndex edited() const;
     void rememberExpanded(const QModelIndex& parent);
     void restoreExpanded();
-    void selectFirstMatch(const QString& text);
+    void selectFirstMatch();
 
     SettingsModel& m_model;
     SettingsDelegate* m_delegate;
     QString m_search;
+    QSet<QString> m_askedFor; // whatever is searched for
     QSet<QString> m_expanded; // before the search
 };
 

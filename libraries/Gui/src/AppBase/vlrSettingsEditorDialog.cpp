@@ -7,6 +7,7 @@
 #include "AppBase/SettingsModel.h"
 #include "AppBase/SettingsView.h"
 
+#include <QtCore/QPointer>
 #include <QtGui/QAccessible>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QScreen>
@@ -15,9 +16,12 @@
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMenu>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QStyle>
 #include <QtWidgets/QVBoxLayout>
+
+#include <utility>
 
 namespace vlr {
 
@@ -52,6 +56,26 @@ private:
     QWidget* m_results;
 };
 
+// A dialog over the editor, which is its parent and may be deleted while the dialog runs: the
+// dialog goes first, and what was going to happen with its answer must not happen any more.
+template <class Dialog>
+class Nested {
+public:
+    template <class... Arguments>
+    explicit Nested(Arguments&&... arguments)
+        : m_dialog(new Dialog(std::forward<Arguments>(arguments)...)) {}
+    ~Nested() { delete m_dialog; }
+    Nested(const Nested&) = delete;
+    Nested& operator=(const Nested&) = delete;
+
+    bool run() { return m_dialog->exec() == QDialog::Accepted && isAlive(); }
+    bool isAlive() const { return !m_dialog.isNull(); } // and with it the editor
+    const Dialog* operator->() const { return m_dialog; }
+
+private:
+    QPointer<Dialog> m_dialog;
+};
+
 } // namespace
 
 SettingsEditorDialog::SettingsEditorDialog(QWidget* parent)
@@ -65,8 +89,9 @@ SettingsEditorDialog::SettingsEditorDialog(std::unique_ptr<SettingsSource> own, 
 SettingsEditorDialog::SettingsEditorDialog(SettingsSource& source, QWidget* parent)
     : QDialog(parent, Qt::WindowTitleHint | Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       m_model(std::make_unique<SettingsModel>(source)), m_view(new SettingsView(*m_model)),
-      m_details(new SettingsDetails), m_changes(new SettingsChangeList), m_matches(new QLabel),
-      m_messageIcon(new QLabel), m_message(new QLabel) {
+      m_details(new SettingsDetails), m_changes(new SettingsChangeList),
+      m_search(new SearchLine(m_view)), m_matches(new QLabel), m_messageIcon(new QLabel),
+      m_message(new QLabel) {
     setModal(true);
     setWindowTitle(tr("Settings Editor"));
     build();
@@ -101,16 +126,16 @@ void SettingsEditorDialog::build() {
 }
 
 QLayout* SettingsEditorDialog::createSearch() {
-    auto* line = new SearchLine(m_view);
-    line->setPlaceholderText(tr("Part of a key or value"));
+    m_search->setPlaceholderText(tr("Part of a key or value"));
     auto* label = new QLabel(tr("&Search:"));
-    label->setBuddy(line);
+    label->setBuddy(m_search);
     auto* layout = new QHBoxLayout;
     layout->addWidget(label);
-    layout->addWidget(line, 1);
+    layout->addWidget(m_search, 1);
     layout->addWidget(m_matches);
     m_matches->hide();
-    connect(line, &QLineEdit::textChanged, this, &SettingsEditorDialog::search);
+    connect(m_search, &QLineEdit::textChanged, m_view, &SettingsView::setSearch);
+    connect(m_view, &SettingsView::found, this, &SettingsEditorDialog::showFound);
     return layout;
 }
 
@@ -146,7 +171,8 @@ QLayout* SettingsEditorDialog::createCommands() {
     // Keys that are typed into an editor or the search line are not meant for the tree.
     for (QAction* action : {m_edit, m_remove})
         action->setShortcutContext(Qt::WidgetShortcut);
-    m_view->setContextMenuPolicy(Qt::ActionsContextMenu);
+    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_view, &QWidget::customContextMenuRequested, this, &Dialog::showMenu);
     return row;
 }
 
@@ -180,12 +206,17 @@ QWidget* SettingsEditorDialog::createButtons() {
 
 // --- commands
 
-void SettingsEditorDialog::search(const QString& text) {
-    const int count = m_view->setSearch(text);
-    m_matches->setText(text.isEmpty() ? QString()
-                       : count == 0   ? tr("Nothing found")
-                                      : tr("%1 found").arg(count));
-    m_matches->setVisible(!text.isEmpty());
+void SettingsEditorDialog::showFound(int count) {
+    m_matches->setText(count == 0 ? tr("Nothing found") : tr("%1 found").arg(count));
+    m_matches->setVisible(!m_search->text().isEmpty());
+}
+
+// The ready-made menu of actions does not survive it when the dialog is deleted under it.
+void SettingsEditorDialog::showMenu(const QPoint& place) {
+    auto* menu = new QMenu(m_view);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addActions(m_view->actions());
+    menu->popup(m_view->viewport()->mapToGlobal(place));
 }
 
 void SettingsEditorDialog::editSetting() {
@@ -199,11 +230,12 @@ void SettingsEditorDialog::addSetting() {
     const QString group =
         m_view->currentKey().isEmpty() ? path : path.left(path.lastIndexOf(QLatin1Char('/')));
     const QString start = group.isEmpty() ? group : group + QLatin1Char('/');
-    SettingsKeyDialog dialog(m_model->edits(), SettingsKeyDialog::Purpose::Add, start, this);
-    if (dialog.exec() != QDialog::Accepted)
+    Nested<SettingsKeyDialog> dialog(m_model->edits(), SettingsKeyDialog::Purpose::Add, start,
+                                     this);
+    if (!dialog.run())
         return;
-    m_model->add(dialog.key(), dialog.type());
-    m_view->setCurrentKey(dialog.key());
+    m_model->add(dialog->key(), dialog->type());
+    m_view->setCurrentKey(dialog->key());
     m_view->setFocus();
     m_view->editCurrent();
 }
@@ -212,11 +244,12 @@ void SettingsEditorDialog::renameSetting() {
     const QString key = m_view->currentKey();
     if (!m_view->finishEditing())
         return;
-    SettingsKeyDialog dialog(m_model->edits(), SettingsKeyDialog::Purpose::Rename, key, this);
-    if (dialog.exec() != QDialog::Accepted || dialog.key() == key)
+    Nested<SettingsKeyDialog> dialog(m_model->edits(), SettingsKeyDialog::Purpose::Rename, key,
+                                     this);
+    if (!dialog.run() || dialog->key() == key)
         return;
-    m_model->rename(key, dialog.key());
-    m_view->setCurrentKey(dialog.key());
+    m_model->rename(key, dialog->key());
+    m_view->setCurrentKey(dialog->key());
 }
 
 void SettingsEditorDialog::removeSetting() {
@@ -256,12 +289,13 @@ bool SettingsEditorDialog::store() {
         }
         if (conflicts.empty())
             return true;
-        SettingsConflictDialog dialog(m_model->edits(), conflicts, this);
-        if (dialog.exec() != QDialog::Accepted) {
-            tell(tr("Nothing was stored. Another program changed some of the settings."), true);
+        Nested<SettingsConflictDialog> dialog(m_model->edits(), conflicts, this);
+        if (!dialog.run()) {
+            if (dialog.isAlive())
+                tell(tr("Nothing was stored. Another program changed some of the settings."), true);
             return false;
         }
-        m_model->resolve(dialog.conflicts());
+        m_model->resolve(dialog->conflicts());
     }
 }
 
@@ -269,7 +303,7 @@ bool SettingsEditorDialog::store() {
 
 void SettingsEditorDialog::updateAll() {
     m_changes->show(m_model->edits());
-    tell({}, false);
+    tell(m_model->edits().readProblem(), true);
     updateSelected();
 }
 

@@ -9,6 +9,7 @@
 class QAction;
 class QBoxLayout;
 class QLabel;
+class QLineEdit;
 
 namespace vlr {
 
@@ -26,6 +27,10 @@ class SettingsView;
 /// Changes are collected, shown, and stored all at once by OK or Apply; Cancel, Escape and the
 /// close button leave the settings file untouched. A setting that another process changed
 /// meanwhile is stored only where the user chooses so. What cannot be stored stays in the dialog.
+/// A settings file that turns out to be damaged is told of, and replaced by OK and Apply alone.
+///
+/// An application has its own settings listed with type, default and meaning by
+/// addKnownSetting(), see KnownSettings.h.
 class VLR_GUI_EXPORT SettingsEditorDialog : public QDialog {
     Q_OBJECT
 
@@ -48,7 +53,8 @@ private:
     QLayout* createMessage();
     QWidget* createButtons();
 
-    void search(const QString& text);
+    void showFound(int count);
+    void showMenu(const QPoint& place);
     void editSetting();
     void addSetting();
     void renameSetting();
@@ -66,6 +72,7 @@ private:
     SettingsView* m_view;
     SettingsDetails* m_details;
     SettingsChangeList* m_changes;
+    QLineEdit* m_search;
     QLabel* m_matches;
     QLabel* m_messageIcon;
     QLabel* m_message;

@@ -1,6 +1,7 @@
 #include "Base/QtCaProgressMonitor.h"
 
 #include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QElapsedTimer>
 #include <QtGui/QCloseEvent>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
@@ -17,6 +18,8 @@
 #include <utility>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds eventInterval(10);
 constexpr int longestSingleLine = 80; // characters; longer texts are wrapped
@@ -62,6 +65,8 @@ QString counterText(int progress, int maximum) {
 void removeMonitor() {
     if (dynamic_cast<QtCaProgressMonitor*>(CaProgressMonitor::getInstance()))
         CaProgressMonitor::setInstance(nullptr);
+    // No event loop will come to what end() left to it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 } // namespace
@@ -81,14 +86,18 @@ public:
         setLabel(m_label);
         setBar(m_bar);
         setRange(0, totalSteps);
+        m_sinceStart.start();
         if (!cancelable)
             qApp->installEventFilter(this);
     }
 
     void moveTo(int value) {
-        if (std::exchange(m_atRest, false) && !wasCanceled()) {
-            setValue(value); // It is hidden and no events are processed here.
-            m_atRest = this->value() < minimum();
+        if (m_atRest) {
+            const bool goesOn = maximum() == 0 || (value >= 0 && value < maximum());
+            if (goesOn && !wasCanceled()) {
+                m_atRest = false;
+                setValue(value); // It is hidden and no events are processed here.
+            }
             return;
         }
         m_bar->moveTo(value);
@@ -124,17 +133,42 @@ public:
             show();
     }
 
+    /// What the event loop would do, for callers that do not process events.
+    void bringUpToDate() {
+        if (!m_atRest && m_sinceStart.elapsed() >= minimumDuration())
+            forceShow();
+        comeBack();
+        // Else Qt waits for an event to tell it so before it paints anything.
+        if (isVisible())
+            setAttribute(Qt::WA_Mapped);
+        repaint();
+    }
+
+    /// Deletes it, but not below a handler of one of its events, of which nobody tells us. One
+    /// that never appeared has none.
+    void retire(bool later) {
+        later = later || m_wasShown;
+        if (qApp)
+            qApp->removeEventFilter(this);
+        reset();
+        if (later)
+            deleteLater();
+        else
+            delete this;
+    }
+
+    // Here and not with the event, which others may handle before.
+    void setVisible(bool visible) override {
+        m_wasShown = m_wasShown || visible;
+        QProgressDialog::setVisible(visible);
+    }
+
     void reject() override {
         if (m_cancelable)
             emit canceled();
     }
 
 protected:
-    void showEvent(QShowEvent* event) override {
-        m_wasShown = true;
-        QProgressDialog::showEvent(event);
-    }
-
     // A popup is asked to close by every press beside it.
     void closeEvent(QCloseEvent* event) override {
         if (m_cancelable)
@@ -170,6 +204,7 @@ private:
     const bool m_cancelable;
     QLabel* const m_label;
     Bar* const m_bar;
+    QElapsedTimer m_sinceStart;
     QSize m_reserved;
     bool m_atRest = true; ///< Not started yet, or hidden since the maximum was reached.
     bool m_wasShown = false;
@@ -200,7 +235,8 @@ void QtCaProgressMonitor::attach(QWidget* parent) {
 QtCaProgressMonitor::QtCaProgressMonitor(QWidget* parent) : m_parent(parent) {}
 
 QtCaProgressMonitor::~QtCaProgressMonitor() {
-    QtCaProgressMonitor::end();
+    while (m_dialog || m_waitCursor)
+        QtCaProgressMonitor::end();
 }
 
 bool QtCaProgressMonitor::isFlushX() noexcept {
@@ -222,8 +258,7 @@ void QtCaProgressMonitor::setSyncX(bool on) noexcept {
 // --- an operation
 
 void QtCaProgressMonitor::start() {
-    end();
-    if (!hasApplication())
+    if (!endAll() || !hasApplication())
         return;
     QApplication::setOverrideCursor(Qt::WaitCursor);
     m_waitCursor = true;
@@ -236,13 +271,15 @@ void QtCaProgressMonitor::start(const QString& text, int totalSteps, bool cancel
 
 void QtCaProgressMonitor::start(const std::string& text, int totalSteps, bool cancelable,
                                 bool showCounter, int progressStep) {
-    end();
+    if (!endAll())
+        return;
     m_showCounter = showCounter;
     m_started = true;
     m_text = text;
     m_progressStep = progressStep;
     m_progress = 0;
     m_nextEvents = {};
+    m_nextPainting = {};
     if (!hasApplication())
         return;
     m_dialog =
@@ -263,15 +300,18 @@ void QtCaProgressMonitor::end() {
     if (std::exchange(m_waitCursor, false) && qApp)
         QApplication::restoreOverrideCursor();
     m_started = false;
-    const QPointer<Dialog> dialog = std::exchange(m_dialog, QPointer<Dialog>());
-    if (!dialog)
-        return;
-    dialog->reset();
-    // Its button may be the one that calls us, further down the stack.
-    if (m_nesting > 0)
-        dialog->deleteLater();
-    else
-        delete dialog.data();
+    // Hiding it runs foreign code, after which this monitor may be gone.
+    if (Dialog* const dialog = std::exchange(m_dialog, QPointer<Dialog>()))
+        dialog->retire(m_nesting > 0);
+}
+
+// While an operation ends, its dialog's hiding may start another one or replace this monitor.
+bool QtCaProgressMonitor::endAll() {
+    const QPointer<QtCaProgressMonitor> self(this);
+    do
+        end();
+    while (self && (m_dialog || m_waitCursor));
+    return self;
 }
 
 void QtCaProgressMonitor::tick() {
@@ -292,7 +332,6 @@ void QtCaProgressMonitor::tick() {
 }
 
 void QtCaProgressMonitor::processEvents(const Nesting& nesting, bool always) {
-    using Clock = std::chrono::steady_clock;
     if (!always && Clock::now() < m_nextEvents)
         return;
     if (m_dialog) {
@@ -301,7 +340,16 @@ void QtCaProgressMonitor::processEvents(const Nesting& nesting, bool always) {
     }
     QCoreApplication::processEvents();
     if (nesting.hasMonitor())
-        m_nextEvents = Clock::now() + eventInterval;
+        m_nextEvents = m_nextPainting = Clock::now() + eventInterval;
+}
+
+// Whoever only sets the progress lets no event loop show the dialog and paint it.
+void QtCaProgressMonitor::bringUpToDate(const Nesting& nesting) {
+    if (!isRunning() || Clock::now() < m_nextPainting)
+        return;
+    m_dialog->bringUpToDate();
+    if (nesting.hasMonitor())
+        m_nextPainting = Clock::now() + eventInterval;
 }
 
 void QtCaProgressMonitor::cancel() {
@@ -330,6 +378,8 @@ void QtCaProgressMonitor::setProgress(int progress) {
     const Nesting nesting(this);
     m_progress = progress;
     m_dialog->moveTo(progress);
+    if (nesting.hasMonitor())
+        bringUpToDate(nesting);
 }
 
 void QtCaProgressMonitor::setTotalSteps(int totalSteps) {

@@ -80,7 +80,8 @@ public slots:
                int progressStep);
     void reset() override;
     /// Sets the progress as it is, without processing events; the bar ignores a value outside
-    /// its range.
+    /// its range. A dialog whose time has come is shown and painted nevertheless, but cannot be
+    /// operated.
     void setProgress(int progress) override;
     void setTotalSteps(int totalSteps) override; ///< 0 or less: unknown.
     void setText(const QString& text);
@@ -99,8 +100,10 @@ private:
     class Dialog;
     class Nesting;
     bool isRunning() const;
+    bool endAll(); ///< False if this monitor did not survive it.
     QString labelText(int progress) const;
     void processEvents(const Nesting& nesting, bool always);
+    void bringUpToDate(const Nesting& nesting);
 
     bool m_showCounter = false;
     bool m_started = false; ///< An operation runs that nobody has cancelled.
@@ -114,4 +117,5 @@ private:
 
     int m_nesting = 0; ///< How many calls of ours are on the stack that run foreign code.
     std::chrono::steady_clock::time_point m_nextEvents;
+    std::chrono::steady_clock::time_point m_nextPainting; ///< Of setProgress().
 };

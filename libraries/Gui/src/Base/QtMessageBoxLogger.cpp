@@ -42,7 +42,10 @@ public:
     }
 
     void add(Message message) {
-        if (m_characters + message.text.size() > mostCharacters && !m_waiting.isEmpty()) {
+        const bool full =
+            m_characters + message.text.size() > mostCharacters && !m_waiting.isEmpty();
+        // A later one that fits would be read as if nothing were missing before it.
+        if (full || m_dropped > 0) {
             m_waiting.last().kind = std::max(m_waiting.last().kind, message.kind);
             ++m_dropped;
         } else {
