@@ -4,6 +4,7 @@
 #include "AppBase/QtAppMainWindowHelpers.h"
 #include "AppBase/QtMainWinSplitter.h"
 #include "AppBase/QtModuleSelector.h"
+#include "AppBase/vlrControlList.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -310,7 +311,16 @@ void QtAppMainWindow::raiseContextWidget(int index) {
         m_contextStack->setCurrentWidget(widget);
 }
 
+void QtAppMainWindow::occupyWindow(vlr::ControlList* list) {
+    QWidget* const window = list ? list->getWindow() : nullptr;
+    if (window && window == m_currentModuleWidget)
+        return; // Taken out and put back, it would lose the keyboard.
+    removeCurrentModuleWidget();
+    setNewCurrentModuleWidget(window);
+}
+
 void QtAppMainWindow::occupyWindow(QtAppModuleProxy*, QWidget* widget) {
+    vlr::ControlList::instance()->hideAll();
     removeCurrentModuleWidget();
     setNewCurrentModuleWidget(widget);
 }

@@ -17,6 +17,9 @@ class QtAppModuleProxy;
 class QtMainWinSplitter;
 class QtModuleSelector;
 class QVBoxLayout;
+namespace vlr {
+class ControlList;
+}
 
 /// The single top-level window of an application: the control area with the modules' context
 /// widgets and the request buttons, and the viewer area with the active module's main widget, on
@@ -43,6 +46,8 @@ public:
     /// Makes the widget the one in the viewer area; null leaves the area empty. The widget is
     /// parented to the viewer area while it is shown there, and to nothing afterwards.
     void occupyWindow(QtAppModuleProxy* proxy, QWidget* widget);
+    /// Shows the control list's window (four-view layout or full-size widget) in the viewer area.
+    void occupyWindow(vlr::ControlList* list);
 
     /// Places the selector at the side that it reports, owns it, and deletes the previous one at
     /// once. A selector with an unknown position is kept but not shown.

@@ -1,6 +1,8 @@
 #include "AppBase/QtAppModuleImpl.h"
 
 #include "AppBase/ApplicationServices.h"
+#include "AppBase/vlrControlList.h"
+#include "Base/QtQuadView.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 
@@ -31,6 +33,17 @@ QtAppModuleImpl::~QtAppModuleImpl() = default;
 
 void QtAppModuleImpl::setViewLocked(bool locked) {
     m_viewLocked = locked;
+    lockView(locked);
+}
+
+void QtAppModuleImpl::lockView(bool on) {
+    QtQuadView* const viewer = m_active ? vlr::ControlList::instance()->getViewer() : nullptr;
+    if (!viewer)
+        return;
+    if (on)
+        viewer->lockAspectRatio();
+    else
+        viewer->unlockAspectRatio();
 }
 
 QString QtAppModuleImpl::configName() const {
@@ -85,6 +98,7 @@ DataPointer<ModuleConfig> QtAppModuleImpl::generalOptions() {
 
 void QtAppModuleImpl::preActivate() {
     m_active = true;
+    lockView(m_viewLocked);
     setBusyCursor();
 }
 
@@ -97,6 +111,7 @@ void QtAppModuleImpl::preDeactivate() {
 }
 
 void QtAppModuleImpl::postDeactivate() {
+    lockView(false);
     m_active = false;
     resetCursor();
 }

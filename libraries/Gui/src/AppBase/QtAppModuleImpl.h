@@ -43,6 +43,7 @@ private:
     void loadConfiguration();
     void storeConfiguration() const;
     QString configName() const;
+    void lockView(bool on); ///< Only while the module is active; the stored flag stays.
     void preActivate();
     void postActivate();
     void preDeactivate();

@@ -1,0 +1,96 @@
+#include "Base/LayoutPictures.h"
+
+#include "Base/QtQVSplitterFrame.h"
+
+#include <QtGui/QPainter>
+#include <QtGui/QPainterPath>
+#include <QtGui/QTransform>
+
+#include <initializer_list>
+
+namespace {
+
+const QColor ink(46, 74, 112);
+const QColor paper(255, 255, 255);
+
+constexpr int buttonSide = 24;
+constexpr int handleSide = 40;
+
+QPixmap blank(int side, qreal devicePixelRatio) {
+    QPixmap pixmap(QSize(side, side) * devicePixelRatio);
+    pixmap.setDevicePixelRatio(devicePixelRatio);
+    pixmap.fill(Qt::transparent);
+    return pixmap;
+}
+
+// An arrow head whose tip is at the origin and which points to the right.
+QPainterPath arrowHead(qreal size) {
+    QPainterPath path;
+    path.lineTo(-size, -size);
+    path.lineTo(-size, size);
+    path.closeSubpath();
+    return path;
+}
+
+// The views side by side; the turned picture shows them one above the other.
+void drawViews(QPainter& painter, bool fillLeft, bool fillRight) {
+    const QRectF left(-9, -7, 9, 14);
+    const QRectF right(0, -7, 9, 14);
+    painter.setPen(QPen(ink, 1.5));
+    painter.setBrush(fillLeft ? ink : paper);
+    painter.drawRect(left);
+    painter.setBrush(fillRight ? ink : paper);
+    painter.drawRect(right);
+    painter.setPen(Qt::NoPen);
+    if (fillLeft && fillRight) {
+        painter.fillRect(QRectF(-1, -7.5, 2, 15), paper);
+        return;
+    }
+    painter.setBrush(paper);
+    const QPainterPath arrow = arrowHead(4);
+    painter.drawPath(fillLeft ? arrow.translated(-2, 0)
+                              : QTransform::fromScale(-1, 1).map(arrow).translated(2, 0));
+}
+
+} // namespace
+
+namespace vlr {
+
+QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRatio) {
+    QPixmap pixmap = blank(buttonSide, devicePixelRatio);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(buttonSide / 2.0, buttonSide / 2.0);
+    using P = ExpandPicture;
+    if (picture == P::Upper || picture == P::BothRows || picture == P::Lower)
+        painter.rotate(90);
+    drawViews(painter, picture != P::Right && picture != P::Lower,
+              picture != P::Left && picture != P::Upper);
+    return pixmap;
+}
+
+QPixmap touchHandlePixmap(int orientation, qreal devicePixelRatio) {
+    QPixmap pixmap = blank(handleSide, devicePixelRatio);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(handleSide / 2.0, handleSide / 2.0);
+    painter.setPen(QPen(ink, 2));
+    painter.setBrush(paper);
+    painter.drawEllipse(QPointF(), handleSide / 2.0 - 1.5, handleSide / 2.0 - 1.5);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ink);
+    painter.drawEllipse(QPointF(), 3.0, 3.0);
+    for (const int angle : {0, 90, 180, 270}) {
+        const bool isAlongX = angle % 180 == 0;
+        if ((orientation == QtQVSplitterFrame::Vertical && !isAlongX) ||
+            (orientation == QtQVSplitterFrame::Horizontal && isAlongX))
+            continue;
+        painter.save();
+        painter.rotate(angle);
+        painter.drawPath(arrowHead(6).translated(15, 0));
+        painter.restore();
+    }
+    return pixmap;
+}
+
+} // namespace vlr

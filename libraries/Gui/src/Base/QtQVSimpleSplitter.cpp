@@ -1,0 +1,217 @@
+#include "Base/QtQVSimpleSplitter.h"
+
+#include "Base/LayoutPictures.h"
+#include "Base/QtDraggerButton.h"
+#include "Base/QtQVSplitterFrame.h"
+
+#include <QtGui/QIcon>
+#include <QtWidgets/QBoxLayout>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+constexpr int firstHalf = 0;
+constexpr int centre = 1;
+constexpr int secondHalf = 2;
+constexpr int insetDivisor = 20;
+constexpr QSize buttonSize(32, 32);
+constexpr QSize buttonIconSize(24, 24);
+
+} // namespace
+
+QtQVSimpleSplitter::QtQVSimpleSplitter(QWidget* parent, int orientation, int position)
+    : QObject(parent), m_line(new QtQVSplitterFrame(parent, orientation)),
+      m_position(std::max(firstHalf, std::min(secondHalf, position))) {
+    connect(m_line, &QtQVSplitterFrame::mmove, this, &QtQVSimpleSplitter::mouseMove);
+    connect(m_line, &QtQVSplitterFrame::mOnWidget, this, &QtQVSimpleSplitter::mouseOverWidget);
+    connect(m_line, &QtQVSplitterFrame::dragFinished, this, &QtQVSimpleSplitter::dragFinished);
+    connect(m_line, &QtQVSplitterFrame::lockedPressed, this, &QtQVSimpleSplitter::lockedPressed);
+    m_box = new QFrame(parent);
+    QBoxLayout* const layout = orientation == QtQVSplitterFrame::Vertical
+                                   ? static_cast<QBoxLayout*>(new QVBoxLayout(m_box))
+                                   : new QHBoxLayout(m_box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(2);
+    setPosition(QPoint(0, 0), QPoint(100, 100));
+    updateShape();
+}
+
+QtQVSimpleSplitter::~QtQVSimpleSplitter() = default;
+
+QWidget* QtQVSimpleSplitter::area() const {
+    return m_line->parentWidget();
+}
+
+int QtQVSimpleSplitter::getOrientation() const {
+    return m_line->getOrientation();
+}
+
+QPushButton* QtQVSimpleSplitter::createButton(const QPixmap* pixmap) {
+    auto* button = new QPushButton(m_box);
+    m_box->layout()->addWidget(button);
+    if (pixmap) {
+        button->setIcon(QIcon(*pixmap));
+        button->setIconSize(buttonIconSize);
+    }
+    button->setFixedSize(buttonSize);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setVisible(true);
+    m_line->setFrameStyle(
+        (getOrientation() != QtQVSplitterFrame::Horizontal ? QFrame::VLine : QFrame::HLine) |
+        QFrame::Raised);
+    m_boxHint = m_box->sizeHint();
+    m_boxRect.setSize(m_boxHint);
+    updateShape();
+    return button;
+}
+
+void QtQVSimpleSplitter::setPosition(const QPoint& topLeft, const QPoint& bottomRight) {
+    if (m_rect.topLeft() == topLeft && m_rect.bottomRight() == bottomRight)
+        return;
+    m_rect = QRect(topLeft, bottomRight);
+    placeBox();
+    keepBoxInside();
+    m_buttonsDoNotFit = getOrientation() != QtQVSplitterFrame::Horizontal
+                            ? m_boxHint.height() > bottomRight.y() - topLeft.y() + 1
+                            : m_boxHint.width() > bottomRight.x() - topLeft.x() + 1;
+    updateShape();
+}
+
+void QtQVSimpleSplitter::placeBox() {
+    const QPoint from = m_rect.topLeft();
+    const QPoint to = m_rect.bottomRight();
+    const int width = std::abs(to.x() - from.x());
+    const int height = std::abs(to.y() - from.y());
+    m_boxRect.moveCenter(from + QPoint(width / 2, height / 2));
+    const bool isHorizontal = getOrientation() == QtQVSplitterFrame::Horizontal;
+    const int inset = (isHorizontal ? width : height) / insetDivisor;
+    if (m_position == firstHalf) {
+        if (isHorizontal)
+            m_boxRect.moveLeft(from.x() + inset);
+        else
+            m_boxRect.moveTop(from.y() + inset);
+    } else if (m_position == secondHalf) {
+        if (isHorizontal)
+            m_boxRect.moveRight(to.x() - inset);
+        else
+            m_boxRect.moveBottom(to.y() - inset);
+    }
+}
+
+// Across the bar, at the near edge and then at the far one.
+void QtQVSimpleSplitter::keepBoxInside() {
+    QPoint middle = m_boxRect.center();
+    if (getOrientation() != QtQVSplitterFrame::Horizontal) {
+        if (m_boxRect.left() < 0)
+            middle.rx() -= m_boxRect.left();
+        if (m_boxRect.left() > area()->width())
+            middle.setX(2 * middle.x() - m_boxRect.right());
+    } else {
+        if (m_boxRect.top() < 0)
+            middle.ry() -= m_boxRect.top();
+        if (m_boxRect.top() > area()->height())
+            middle.setY(2 * middle.y() - m_boxRect.bottom());
+    }
+    m_boxRect.moveCenter(middle);
+}
+
+void QtQVSimpleSplitter::updateShape() {
+    m_line->setGeometry(m_rect);
+    if (m_handle && m_handle->isVisible())
+        setTouchScreenButtonPosition(m_rect.center().x(), m_rect.center().y());
+    updateButtonVisibility();
+}
+
+void QtQVSimpleSplitter::updateButtonVisibility() {
+    const bool isVisible = hasButtons() && !m_line->isHidden() && !m_buttonsDoNotFit &&
+                           !m_buttonsHidden && !m_line->isLocked();
+    // While it is hidden nobody sees where it is.
+    if (isVisible)
+        m_box->setGeometry(m_boxRect);
+    m_box->setVisible(isVisible);
+}
+
+void QtQVSimpleSplitter::showButtons(bool on) {
+    m_buttonsHidden = !on;
+    updateButtonVisibility();
+}
+
+void QtQVSimpleSplitter::show() {
+    m_line->show();
+    updateButtonVisibility();
+    if (m_handle && !m_line->isLocked())
+        showHandle();
+}
+
+void QtQVSimpleSplitter::hide() {
+    m_line->hide();
+    m_box->hide();
+    if (m_handle)
+        m_handle->hide();
+}
+
+void QtQVSimpleSplitter::setLocked(bool locked) {
+    m_line->setLocked(locked);
+    if (locked)
+        m_box->hide();
+    if (m_handle)
+        m_handle->hide();
+}
+
+// --- touch-screen mode
+
+void QtQVSimpleSplitter::enableTouchScreenMode(bool on) {
+    if (m_position != centre)
+        return;
+    if (!on) {
+        delete m_handle;
+        m_handle = nullptr;
+        return;
+    }
+    if (!m_handle)
+        createHandle();
+    if (m_line->isHidden() || m_line->isLocked())
+        m_handle->hide();
+    else
+        showHandle();
+}
+
+void QtQVSimpleSplitter::createHandle() {
+    m_handle = new QtDraggerButton(area(), getOrientation());
+    m_handle->setAccessibleName(tr("Drag to divide the views"));
+    connect(m_handle, &QPushButton::pressed, this, &QtQVSimpleSplitter::onTouchScreenButtonPressed);
+    connect(m_handle, &QPushButton::released, this,
+            &QtQVSimpleSplitter::onTouchScreenButtonReleased);
+    connect(m_handle, &QtDraggerButton::mouseMoved, this, &QtQVSimpleSplitter::mouseMove);
+    const QPixmap picture = vlr::touchHandlePixmap(getOrientation(), m_handle->devicePixelRatioF());
+    if (picture.isNull()) {
+        m_handle->setText(tr("Touch"));
+        return;
+    }
+    m_handle->setIcon(QIcon(picture));
+    m_handle->setIconSize(picture.size() / picture.devicePixelRatio());
+    m_handle->resize(m_handle->sizeHint());
+}
+
+void QtQVSimpleSplitter::showHandle() {
+    m_handle->raise();
+    m_handle->show();
+    setTouchScreenButtonPosition(m_rect.center().x(), m_rect.center().y());
+}
+
+void QtQVSimpleSplitter::setTouchScreenButtonPosition(const int& x, const int& y) {
+    if (m_handle->isHidden())
+        return;
+    m_handle->move(x - m_handle->width() / 2, y - m_handle->height() / 2);
+}
+
+void QtQVSimpleSplitter::onTouchScreenButtonPressed() {
+    emit mouseOverWidget(true);
+}
+
+void QtQVSimpleSplitter::onTouchScreenButtonReleased() {
+    emit mouseOverWidget(false);
+    emit dragFinished();
+}

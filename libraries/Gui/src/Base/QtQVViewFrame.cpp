@@ -1,0 +1,124 @@
+#include "Base/QtQVViewFrame.h"
+
+#include "Log/vlrLog.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtGui/QMouseEvent>
+#include <QtWidgets/QHBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+constexpr const char* logSource = "QtQVViewFrame";
+constexpr int removedLine = 118;
+constexpr int deletingLine = 124;
+
+Vector3d colorSetting(const char* name, const Vector3d& defaultValue) {
+    const QString key =
+        QStringLiteral("Velora/Application/QtQuadView/") + QString::fromLatin1(name);
+    return vlr::Settings::get(key, defaultValue);
+}
+
+int component(double value) {
+    return static_cast<int>(std::max(0.0, std::min(255.0, value)));
+}
+
+QColor toColor(const Vector3d& value) {
+    return {component(value.x()), component(value.y()), component(value.z())};
+}
+
+} // namespace
+
+QtQVViewFrame::QtQVViewFrame(QWidget* parent) : QFrame(parent) {
+    readColors();
+    m_layout = new QHBoxLayout(this);
+    m_layout->setContentsMargins(0, 0, 0, 0);
+    m_layout->setSpacing(0);
+}
+
+QtQVViewFrame::~QtQVViewFrame() = default;
+
+// The default button colour marks that no colours were configured.
+void QtQVViewFrame::readColors() {
+    const Vector3d unset(1, 0, 0);
+    const Vector3d button = colorSetting("ButtonColor", unset);
+    if (button == unset)
+        return;
+    const QColor background = toColor(colorSetting("BackgroundColor", Vector3d(0, 0, 0)));
+    const QColor selected = toColor(colorSetting("SelectedColor", Vector3d(1, 0, 0)));
+    m_normalPalette = QPalette(toColor(button), background);
+    m_selectedPalette = QPalette(selected.darker(200), selected.lighter(150));
+}
+
+QWidget* QtQVViewFrame::contentWidget() const {
+    return qobject_cast<QWidget*>(m_child.data());
+}
+
+void QtQVViewFrame::setFocus(bool on) {
+    m_hasFocus = on;
+    QWidget* const content = contentWidget();
+    setPalette(on ? m_selectedPalette : QPalette());
+    if (content)
+        content->setPalette(on ? m_normalPalette : QPalette());
+}
+
+void QtQVViewFrame::childEvent(QChildEvent* event) {
+    if (event->added()) {
+        m_child = event->child();
+        m_child->installEventFilter(this);
+        QWidget* const content = contentWidget();
+        if (m_hasFocus && content) {
+            content->setPalette(m_normalPalette);
+            content->update();
+        }
+    } else if (event->removed()) {
+        if (m_child)
+            m_child->removeEventFilter(this);
+        m_child = nullptr;
+    }
+    QFrame::childEvent(event);
+}
+
+bool QtQVViewFrame::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_child && event->type() == QEvent::MouseButtonPress) {
+        const QPointer<QtQVViewFrame> guard(this);
+        m_handsPressOn = true;
+        emit getFocus(this);
+        if (!guard)
+            return true; // The content went with this frame; nobody is left to be pressed.
+        m_handsPressOn = false;
+    }
+    return QFrame::eventFilter(watched, event);
+}
+
+void QtQVViewFrame::widgetActivatedSL() {
+    emit getFocus(this);
+}
+
+void QtQVViewFrame::removeWidget() {
+    vlr::Log::getInstance("CaERROR", logSource, removedLine) << "Child REMOVED\n";
+    if (m_child)
+        m_child->removeEventFilter(this);
+    if (QWidget* const content = contentWidget()) {
+        vlr::Log::getInstance("CaERROR", logSource, deletingLine) << "Child REMOVED: deleting...\n";
+        content->disconnect(this);
+        discard(content);
+    }
+    m_child = nullptr;
+}
+
+void QtQVViewFrame::discard(QWidget* content) {
+    const QPointer<QWidget> guard(content);
+    content->close();
+    if (!guard)
+        return; // It deletes itself on closing.
+    m_layout->removeWidget(content);
+    if (m_handsPressOn) {
+        content->hide();
+        content->setParent(nullptr);
+        content->deleteLater();
+    } else {
+        delete content;
+    }
+}
