@@ -7,18 +7,12 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QSlider>
 
-namespace {
-
-constexpr int page = 10;
-
-} // namespace
-
 ImagesView::ImagesView(QWidget* parent)
     : QWidget(parent), m_view(new SliceView(this)), m_slider(new QSlider(Qt::Horizontal, this)),
       m_position(new QLabel(this)) {
     m_slider->setObjectName(QStringLiteral("slice"));
     m_slider->setAccessibleName(tr("Slice"));
-    m_slider->setPageStep(page);
+    m_slider->setPageStep(movedSlice(SliceMove::PageForward, 0, 1));
     m_slider->setEnabled(false);
     // Keys and wheel do the same everywhere in this view.
     m_slider->setFocusPolicy(Qt::NoFocus);
@@ -64,20 +58,7 @@ void ImagesView::showSeries(const vlr::ImageSeries& series, int slice) {
 }
 
 void ImagesView::move(SliceMove move) {
-    switch (move) {
-    case SliceMove::First:
-        return m_slider->setValue(m_slider->minimum());
-    case SliceMove::PageBack:
-        return m_slider->setValue(slice() - page);
-    case SliceMove::Back:
-        return m_slider->setValue(slice() - 1);
-    case SliceMove::Forward:
-        return m_slider->setValue(slice() + 1);
-    case SliceMove::PageForward:
-        return m_slider->setValue(slice() + page);
-    case SliceMove::Last:
-        return m_slider->setValue(m_slider->maximum());
-    }
+    m_slider->setValue(movedSlice(move, slice(), series().count()));
 }
 
 void ImagesView::showSlice() {

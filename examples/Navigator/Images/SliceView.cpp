@@ -1,25 +1,12 @@
 #include "Images/SliceView.h"
 
-#include "AppBase/Icons.h"
-#include "Common/MessageLine.h"
+#include "Images/CornerText.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
 #include <QtGui/QWheelEvent>
 
-#include <algorithm>
-#include <map>
-
-namespace {
-
-constexpr int margin = 10;
-constexpr int iconSize = 48;
-constexpr int messageWidth = 440;
-constexpr int wheelNotch = 120;
-const QColor textColor(235, 235, 235);
-const QColor textBackground(0, 0, 0, 150);
-
-} // namespace
+#include <cstdlib>
 
 SliceView::SliceView(QWidget* parent) : QWidget(parent) {
     setFocusPolicy(Qt::StrongFocus);
@@ -60,26 +47,16 @@ void SliceView::setPatientText(const QStringList& text) {
 // --- input
 
 void SliceView::keyPressEvent(QKeyEvent* event) {
-    static const std::map<int, SliceMove> moves{
-        {Qt::Key_Home, SliceMove::First},      {Qt::Key_End, SliceMove::Last},
-        {Qt::Key_PageUp, SliceMove::PageBack}, {Qt::Key_PageDown, SliceMove::PageForward},
-        {Qt::Key_Up, SliceMove::Back},         {Qt::Key_Left, SliceMove::Back},
-        {Qt::Key_Down, SliceMove::Forward},    {Qt::Key_Right, SliceMove::Forward},
-    };
-    const auto move = moves.find(event->key());
-    if (move == moves.end())
-        QWidget::keyPressEvent(event);
+    if (const auto move = sliceMoveOf(event->key()))
+        emit moveRequested(*move);
     else
-        emit moveRequested(move->second);
+        QWidget::keyPressEvent(event);
 }
 
 void SliceView::wheelEvent(QWheelEvent* event) {
-    // Touch pads send many small turns.
-    m_wheelAngle += event->angleDelta().y();
-    for (; m_wheelAngle >= wheelNotch; m_wheelAngle -= wheelNotch)
-        emit moveRequested(SliceMove::Back);
-    for (; m_wheelAngle <= -wheelNotch; m_wheelAngle += wheelNotch)
-        emit moveRequested(SliceMove::Forward);
+    const int notches = m_wheel.turn(*event);
+    for (int i = 0; i < std::abs(notches); ++i)
+        emit moveRequested(notches > 0 ? SliceMove::Forward : SliceMove::Back);
     event->accept();
 }
 
@@ -96,12 +73,14 @@ void SliceView::focusOutEvent(QFocusEvent*) {
 void SliceView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), Qt::black);
-    if (m_image.isNull())
-        paintMessage(painter);
-    else
+    if (!m_image.isNull())
         paintImage(painter);
-    paintCorner(painter, m_sliceText, Qt::AlignLeft);
-    paintCorner(painter, m_patientText, Qt::AlignRight);
+    else if (m_isProblem)
+        paintProblem(painter, rect(), m_title, m_reason);
+    else
+        paintNote(painter, rect(), m_title, m_reason);
+    paintCornerText(painter, rect(), m_sliceText, Qt::AlignLeft);
+    paintCornerText(painter, rect(), m_patientText, Qt::AlignRight);
     if (hasFocus()) {
         painter.setPen(palette().color(QPalette::Highlight));
         painter.drawRect(rect().adjusted(0, 0, -1, -1));
@@ -124,47 +103,4 @@ void SliceView::paintImage(QPainter& painter) {
         m_scaled.setDevicePixelRatio(devicePixelRatioF());
     }
     painter.drawPixmap(target.topLeft(), m_scaled);
-}
-
-void SliceView::paintMessage(QPainter& painter) {
-    const int width = std::max(1, std::min(messageWidth, rect().width() - 2 * margin));
-    const int flags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap;
-    QRect area(0, 0, width, height());
-    area.moveLeft((rect().width() - width) / 2);
-    area.setTop(height() / 2 - iconSize - margin);
-    painter.setPen(textColor);
-    if (m_isProblem) {
-        const QPixmap icon = vlr::icon(QStringLiteral("Warning")).pixmap(iconSize, iconSize);
-        painter.drawPixmap((this->width() - iconSize) / 2, area.top(), icon);
-        area.setTop(area.top() + iconSize + margin);
-    }
-    const QFont plain = painter.font();
-    QFont bold = plain;
-    bold.setBold(true);
-    painter.setFont(bold);
-    QRect titleRect;
-    painter.drawText(area, flags, breakable(m_title), &titleRect);
-    painter.setFont(plain);
-    area.setTop(titleRect.bottom() + margin);
-    painter.drawText(area, flags, breakable(m_reason));
-}
-
-// At the top on the side that `side` says; one half of the width at most.
-void SliceView::paintCorner(QPainter& painter, const QStringList& lines, Qt::Alignment side) {
-    const QFontMetrics metrics = painter.fontMetrics();
-    const int widest = width() / 2 - 2 * margin;
-    QStringList shown;
-    int textWidth = 0;
-    for (const QString& line : lines) {
-        shown << metrics.elidedText(line.simplified(), Qt::ElideMiddle, widest);
-        textWidth = std::max(textWidth, metrics.horizontalAdvance(shown.last()));
-    }
-    if (textWidth == 0)
-        return;
-    QRect box(margin, margin, textWidth, metrics.lineSpacing() * shown.size());
-    if (side == Qt::AlignRight)
-        box.moveRight(width() - 1 - margin);
-    painter.fillRect(box.adjusted(-4, -2, 4, 2), textBackground);
-    painter.setPen(textColor);
-    painter.drawText(box, static_cast<int>(side | Qt::AlignTop), shown.join(QLatin1Char('\n')));
 }

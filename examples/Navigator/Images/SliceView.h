@@ -1,12 +1,11 @@
 #pragma once
 
+#include "Images/SliceMove.h"
+
 #include <QtCore/QStringList>
 #include <QtGui/QImage>
 #include <QtGui/QPixmap>
 #include <QtWidgets/QWidget>
-
-/// Where the user wants to go in a series.
-enum class SliceMove { First, PageBack, Back, Forward, PageForward, Last };
 
 /// Paints one slice as large as it fits, with text in the corners. In the place of a slice that
 /// cannot be shown stands the reason.
@@ -37,8 +36,6 @@ protected:
 private:
     QRect imageRect() const;
     void paintImage(QPainter& painter);
-    void paintMessage(QPainter& painter);
-    void paintCorner(QPainter& painter, const QStringList& lines, Qt::Alignment side);
 
     QImage m_image;
     QPixmap m_scaled; ///< Null until the image was painted at the present size.
@@ -47,5 +44,5 @@ private:
     bool m_isProblem = false;
     QStringList m_sliceText;
     QStringList m_patientText;
-    int m_wheelAngle = 0;
+    WheelNotches m_wheel;
 };

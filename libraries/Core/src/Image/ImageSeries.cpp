@@ -116,7 +116,7 @@ CaError ImageSeries::open(const QStringList& paths, ImageSeries& series) {
         if (places.size() + static_cast<std::size_t>(info.pages) > imageLimit)
             return tooManyImages();
         for (int page = 0; page < info.pages; ++page)
-            places.push_back({file, page, fileError});
+            places.push_back({file, page, info, fileError});
     }
     series.m_places = std::move(places);
     return error;
@@ -138,6 +138,11 @@ QString ImageSeries::path(int index) const {
 int ImageSeries::page(int index) const {
     const Place* const found = place(index);
     return found ? found->page : 0;
+}
+
+ImageInfo ImageSeries::info(int index) const {
+    const Place* const found = place(index);
+    return found ? found->info : ImageInfo();
 }
 
 CaError ImageSeries::error(int index) const {

@@ -33,6 +33,9 @@ public:
     bool isEmpty() const { return count() == 0; }
     QString path(int index) const;  ///< The file; empty for an index out of range.
     int page(int index) const;      ///< The page in the file, from 0.
+    /// What the header of the file says of its first page, and thus mostly of all; an empty size
+    /// where there is no image.
+    ImageInfo info(int index) const;
     CaError error(int index) const; ///< Why this place has no image, or the null error.
     int errorCount() const;         ///< Places without image.
     /// Decodes the image at the index. An index out of range is an error.
@@ -42,6 +45,7 @@ private:
     struct Place {
         QString path;
         int page = 0;
+        ImageInfo info;
         CaError error;
     };
     const Place* place(int index) const; ///< Null for an index out of range.

@@ -1,0 +1,77 @@
+#include "Images/CornerText.h"
+
+#include "AppBase/Icons.h"
+#include "Common/MessageLine.h"
+
+#include <QtGui/QPainter>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int margin = 10;
+constexpr int iconSize = 48;
+constexpr int messageWidth = 440;
+const QColor textColor(235, 235, 235);
+const QColor textBackground(0, 0, 0, 150);
+
+void paintMessage(QPainter& painter, const QRect& area, const QString& title,
+                  const QString& reason) {
+    const int flags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap;
+    painter.setPen(textColor);
+    const QFont plain = painter.font();
+    QFont bold = plain;
+    bold.setBold(true);
+    painter.setFont(bold);
+    QRect titleRect;
+    painter.drawText(area, flags, breakable(title), &titleRect);
+    painter.setFont(plain);
+    QRect rest = area;
+    rest.setTop(titleRect.bottom() + margin);
+    painter.drawText(rest, flags, breakable(reason));
+}
+
+// Where the message begins: a little above the middle.
+QRect messageArea(const QRect& area) {
+    const int width = std::max(1, std::min(messageWidth, area.width() - 2 * margin));
+    QRect result(0, 0, width, area.height());
+    result.moveCenter(area.center());
+    result.setTop(area.center().y() - iconSize - margin);
+    return result;
+}
+
+} // namespace
+
+void paintNote(QPainter& painter, const QRect& area, const QString& title, const QString& reason) {
+    paintMessage(painter, messageArea(area), title, reason);
+}
+
+void paintProblem(QPainter& painter, const QRect& area, const QString& title,
+                  const QString& reason) {
+    const QPixmap icon = vlr::icon(QStringLiteral("Warning")).pixmap(iconSize, iconSize);
+    QRect place = messageArea(area);
+    painter.drawPixmap(place.center().x() - iconSize / 2, place.top(), icon);
+    place.setTop(place.top() + iconSize + margin);
+    paintMessage(painter, place, title, reason);
+}
+
+void paintCornerText(QPainter& painter, const QRect& area, const QStringList& lines,
+                     Qt::Alignment side) {
+    const QFontMetrics metrics = painter.fontMetrics();
+    const int widest = area.width() / 2 - 2 * margin;
+    QStringList shown;
+    int textWidth = 0;
+    for (const QString& line : lines) {
+        shown << metrics.elidedText(line.simplified(), Qt::ElideMiddle, widest);
+        textWidth = std::max(textWidth, metrics.horizontalAdvance(shown.last()));
+    }
+    if (textWidth == 0)
+        return;
+    QRect box(area.left() + margin, area.top() + margin, textWidth,
+              metrics.lineSpacing() * shown.size());
+    if (side == Qt::AlignRight)
+        box.moveRight(area.right() - margin);
+    painter.fillRect(box.adjusted(-4, -2, 4, 2), textBackground);
+    painter.setPen(textColor);
+    painter.drawText(box, static_cast<int>(side | Qt::AlignTop), shown.join(QLatin1Char('\n')));
+}

@@ -1,0 +1,141 @@
+#include "Images/PlaneView.h"
+
+#include "Images/CornerText.h"
+#include "Images/CrossHair.h"
+
+#include <QtGui/QKeyEvent>
+#include <QtGui/QPainter>
+#include <QtGui/QWheelEvent>
+
+#include <algorithm>
+
+PlaneView::PlaneView(Plane plane, CrossHair* crossHair, QWidget* parent)
+    : PaneView(planeName(plane), planeColor(plane), parent), m_plane(plane),
+      m_crossHair(crossHair) {
+    connect(crossHair, &CrossHair::positionChanged, this, &PlaneView::follow);
+}
+
+void PlaneView::setVolume(const Volume& volume) {
+    m_volume = volume;
+    m_pixmap = QPixmap();
+    follow();
+}
+
+void PlaneView::follow() {
+    if (m_volume.isEmpty() || !m_crossHair) {
+        setPositionText({});
+        return;
+    }
+    const int slice = m_crossHair->slice(m_plane);
+    setPositionText(tr("slice %1 / %2").arg(slice + 1).arg(m_volume.count(m_plane)));
+    const bool isGap = m_plane == Plane::Axial && m_volume.problem(slice) != CaError::nullError;
+    setAccessibleDescription(isGap ? QString::fromStdString(m_volume.problem(slice).text())
+                                   : QString());
+}
+
+// --- places
+
+QRect PlaneView::pictureRect() const {
+    const PlaneAxes axes = axesOf(m_plane);
+    const auto length = [&](std::size_t axis) {
+        return m_volume.size()[axis] * m_volume.spacing()[axis];
+    };
+    const QRect area = pictureArea();
+    const double scale =
+        std::min(area.width() / length(axes.right), area.height() / length(axes.vertical));
+    const QSize size = (QSizeF(length(axes.right), length(axes.vertical)) * scale).toSize();
+    QRect result(QPoint(), size.expandedTo({1, 1}));
+    result.moveCenter(area.center());
+    return result;
+}
+
+QPoint PlaneView::pointOf(const Voxel& voxel) const {
+    const PlaneAxes axes = axesOf(m_plane);
+    const QRect picture = pictureRect();
+    const double right = (voxel[axes.right] + 0.5) / m_volume.size()[axes.right];
+    const double vertical = (voxel[axes.vertical] + 0.5) / m_volume.size()[axes.vertical];
+    const double down = axes.isUpward ? 1 - vertical : vertical;
+    return {picture.left() + static_cast<int>(right * picture.width()),
+            picture.top() + static_cast<int>(down * picture.height())};
+}
+
+Voxel PlaneView::voxelAt(const QPoint& point) const {
+    const PlaneAxes axes = axesOf(m_plane);
+    const QRect picture = pictureRect();
+    const auto index = [&](int pixel, int length, std::size_t axis) {
+        const int inside = std::clamp(pixel, 0, length - 1);
+        return static_cast<int>((inside + 0.5) * m_volume.size()[axis] / length);
+    };
+    Voxel voxel = m_crossHair ? m_crossHair->position() : Voxel{};
+    voxel[axes.right] = index(point.x() - picture.left(), picture.width(), axes.right);
+    const int down = index(point.y() - picture.top(), picture.height(), axes.vertical);
+    voxel[axes.vertical] = axes.isUpward ? m_volume.size()[axes.vertical] - 1 - down : down;
+    return voxel;
+}
+
+// --- input
+
+void PlaneView::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && !m_volume.isEmpty() && m_crossHair)
+        m_crossHair->setPosition(voxelAt(event->pos()));
+}
+
+void PlaneView::mouseMoveEvent(QMouseEvent* event) {
+    if (event->buttons() & Qt::LeftButton && !m_volume.isEmpty() && m_crossHair)
+        m_crossHair->setPosition(voxelAt(event->pos()));
+}
+
+void PlaneView::wheelEvent(QWheelEvent* event) {
+    if (m_crossHair)
+        m_crossHair->setSlice(m_plane, m_crossHair->slice(m_plane) + m_wheel.turn(*event));
+    event->accept();
+}
+
+void PlaneView::keyPressEvent(QKeyEvent* event) {
+    const auto move = sliceMoveOf(event->key());
+    if (!move || !m_crossHair)
+        return QWidget::keyPressEvent(event);
+    const int from = m_crossHair->slice(m_plane);
+    m_crossHair->setSlice(m_plane, movedSlice(*move, from, m_volume.count(m_plane)));
+}
+
+// --- painting
+
+void PlaneView::paintPicture(QPainter& painter) {
+    if (m_volume.isEmpty() || !m_crossHair)
+        return;
+    const int slice = m_crossHair->slice(m_plane);
+    const QRect picture = pictureRect();
+    const QSize pixels = picture.size() * devicePixelRatioF();
+    if (m_pixmap.size() != pixels || m_pixmapSlice != slice) {
+        m_pixmap = QPixmap::fromImage(
+            m_volume.slice(m_plane, slice)
+                .scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        m_pixmap.setDevicePixelRatio(devicePixelRatioF());
+        m_pixmapSlice = slice;
+    }
+    painter.drawPixmap(picture.topLeft(), m_pixmap);
+    if (!accessibleDescription().isEmpty())
+        paintProblem(painter, pictureArea(), tr("This slice cannot be read"),
+                     accessibleDescription());
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        if (axis != axesOf(m_plane).normal)
+            paintLine(painter, axis);
+}
+
+// Where the plane across the axis cuts this one. Around the cross-hair the picture stays free.
+void PlaneView::paintLine(QPainter& painter, std::size_t axis) const {
+    constexpr int gap = 8;
+    const QPoint point = pointOf(m_crossHair->position());
+    const QRect picture = pictureRect();
+    for (const Plane plane : allPlanes)
+        if (axesOf(plane).normal == axis)
+            painter.setPen(planeColor(plane));
+    if (axis == axesOf(m_plane).right) {
+        painter.drawLine(point.x(), picture.top(), point.x(), point.y() - gap);
+        painter.drawLine(point.x(), point.y() + gap, point.x(), picture.bottom());
+    } else {
+        painter.drawLine(picture.left(), point.y(), point.x() - gap, point.y());
+        painter.drawLine(point.x() + gap, point.y(), picture.right(), point.y());
+    }
+}
