@@ -5,6 +5,8 @@
 #include "CommandLine.h"
 #include "Common/AfterFirstPaint.h"
 #include "Common/Selector.h"
+#include "Images/CompareModule.h"
+#include "Images/EnlargeModule.h"
 #include "Images/ImagesModule.h"
 #include "Patients/PatientsModule.h"
 #include "Tour/Tour.h"
@@ -29,11 +31,17 @@ void prepareWindow(AppBase& application) {
 
 void addModules(AppBase& application, const QStringList& paths) {
     auto* const patients = new PatientsModule;
-    auto* const images = new ImagesModule(paths);
+    const auto panes = std::make_shared<VolumePanes>();
+    auto* const images = new ImagesModule(panes, paths);
+    auto* const compare = new CompareModule(panes);
+    auto* const enlarge = new EnlargeModule(panes);
     patients->setSteps(false, true);
-    images->setSteps(true, false);
-    application.addModule(patients);
-    application.addModule(images);
+    images->setSteps(true, true);
+    compare->setSteps(true, true);
+    enlarge->setSteps(true, false);
+    for (QtAppModule* module :
+         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge})
+        application.addModule(module);
     if (!paths.isEmpty())
         application.activateModule(images->name());
 }

@@ -1,6 +1,8 @@
 #include "Images/ImagesModule.h"
 
 #include "AppBase/AppBase.h"
+#include "AppBase/QtAppMainWindow.h"
+#include "AppBase/vlrControlList.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/AfterFirstPaint.h"
 #include "Images/ImagesView.h"
@@ -50,18 +52,13 @@ QString sourceText(const QStringList& paths) {
 
 } // namespace
 
-ImagesModule::ImagesModule(const QStringList& paths)
-    : WorkflowModule(QStringLiteral("Images")), m_paths(paths), m_view(new ImagesView) {
-    setMainWidget(m_view);
+ImagesModule::ImagesModule(std::shared_ptr<VolumePanes> panesToUse, const QStringList& paths)
+    : VolumeModule(QStringLiteral("Images"), std::move(panesToUse)), m_paths(paths) {
     loadOptions();
     createContext();
-    m_view->showNote(tr("Loading images..."));
-    if (AppBase* application = AppBase::instance())
-        m_patientChanges = CaConnection(*application, AppBase::CURRENT_PATIENT_CHANGED,
-                                        [this](auto&&...) { showPatient(); });
-    showPatient();
+    panes().showNote(tr("Loading images..."));
     // Listing a large folder, or making the example images, takes a moment.
-    afterFirstPaint(m_view, [this] { openForTheFirstTime(); });
+    afterFirstPaint(panes().imagesView(), [this] { openForTheFirstTime(); });
 }
 
 void ImagesModule::loadOptions() {
@@ -96,44 +93,36 @@ void ImagesModule::createContext() {
 
     connect(images, &QPushButton::clicked, this, &ImagesModule::chooseImages);
     connect(folder, &QPushButton::clicked, this, &ImagesModule::chooseFolder);
-    connect(m_problems, &ProblemList::sliceChosen, m_view, &ImagesView::setSlice);
-    connect(m_view, &ImagesView::sliceChanged, this,
+    const ImagesView* const view = panes().imagesView();
+    connect(m_problems, &ProblemList::sliceChosen, &panes(), &VolumePanes::setSlice);
+    connect(view, &ImagesView::sliceChanged, this,
             [this](int slice) { m_options->setSlice(slice); });
-    connect(m_view, &ImagesView::sliceFailed, this, [this](int slice, const CaError& error) {
-        m_problems->addProblem(m_view->series(), slice, error);
+    connect(view, &ImagesView::sliceFailed, this, [this](int slice, const CaError& error) {
+        m_problems->addProblem(panes().series(), slice, error);
     });
+    connect(panes().crossHair(), &CrossHair::positionChanged, this,
+            [this] { m_options->setSlice(panes().crossHair()->slice(Plane::Axial)); });
 }
 
-void ImagesModule::activate() {
-    m_view->setFocus();
-}
-
-void ImagesModule::deactivate() {}
-
-void ImagesModule::showPatient() {
-    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    m_view->setPatientText(patient ? QStringList{patient->name(), patient->patientId()}
-                                   : QStringList());
+PaneControl* ImagesModule::arrange() {
+    const auto controls = panes().volumeControls();
+    for (unsigned pane = 0; pane < controls.size(); ++pane)
+        vlr::ControlList::instance()->occupyResource(vlr::ControlList::ResourcePosition(pane),
+                                                     controls[pane], controls[pane]->view(), 0.5F,
+                                                     0.5F);
+    return controls.front();
 }
 
 // --- opening
 
 void ImagesModule::openForTheFirstTime() {
-    const Opening opening = m_paths.isEmpty() ? Opening() : openPaths(absolute(m_paths), 0);
+    const Opening opening = m_paths.isEmpty() ? Opening() : openPaths(absolute(m_paths), -1);
     if (opening.isCancelled)
-        m_view->showNote(tr("No images"));
-    else if (m_view->series().isEmpty() && !openAgain())
+        panes().showNote(tr("No images"));
+    else if (panes().series().isEmpty() && !openAgain())
         openPhantom();
     report(opening);
     takeFocus();
-}
-
-// The dialog that showed the progress took the keyboard.
-void ImagesModule::takeFocus() {
-    if (!isActive())
-        return;
-    m_view->activateWindow();
-    m_view->setFocus();
 }
 
 // True when nothing else is to be shown instead.
@@ -146,7 +135,7 @@ bool ImagesModule::openAgain() {
     if (opening.isCancelled) {
         // Stopping it once is no reason to forget it.
         report(opening);
-        m_view->showNote(tr("No images"));
+        panes().showNote(tr("No images"));
         return true;
     }
     m_problems->addText(
@@ -164,12 +153,16 @@ void ImagesModule::openPhantom() {
         error = vlr::ImageSeries::open({phantomFolder()}, series);
     if (error != CaError::nullError) {
         m_problems->addText(QString::fromStdString(error.text()));
-        m_view->showNote(tr("No images"));
+        panes().showNote(tr("No images"));
         return;
     }
     m_source->setFullText(tr("Example: Shepp-Logan head phantom"));
-    const int slice = m_options->slice();
-    m_view->showSeries(series, slice >= 0 ? slice : series.count() / 2);
+    Volume volume;
+    error = Volume::load(series, volume);
+    if (error.id() == Volume::cancelledError)
+        panes().showNote(tr("No images"));
+    else
+        showSeries(series, volume, error, m_options->slice());
 }
 
 // Shows what the paths hold, or tells why that is nothing.
@@ -179,19 +172,39 @@ ImagesModule::Opening ImagesModule::openPaths(const QStringList& paths, int slic
     const CaError error = vlr::ImageSeries::open(paths, series);
     if (series.errorCount() == series.count())
         return {causeText(series, error), error.id() == vlr::ImageSeries::cancelledError};
+    Volume volume;
+    const CaError volumeError = Volume::load(series, volume);
+    if (volumeError.id() == Volume::cancelledError)
+        return {QString::fromStdString(volumeError.text()), true};
     m_problems->showProblems(series);
+    for (int z = 0; z < volume.count(Plane::Axial); ++z)
+        if (volume.problem(z) != CaError::nullError)
+            m_problems->addProblem(series, z, volume.problem(z));
     if (error != CaError::nullError)
         m_problems->addText(QString::fromStdString(error.text()));
     if (!m_options->setPaths(paths))
         m_problems->addText(tr("These are too many files to be opened again at the next start. "
                                "Open their folder instead."));
     m_source->setFullText(sourceText(paths));
-    m_view->showSeries(series, slice);
+    showSeries(series, volume, volumeError, slice);
     return {};
 }
 
+// The series is no volume where there is an error.
+void ImagesModule::showSeries(const vlr::ImageSeries& series, const Volume& volume,
+                              const CaError& error, int slice) {
+    if (error != CaError::nullError) {
+        panes().showSeries(series, slice,
+                           tr("These images are shown one by one, as they are not a volume. %1")
+                               .arg(QString::fromStdString(error.text())));
+        return;
+    }
+    panes().showVolume(series, volume, slice);
+    m_options->setSlice(panes().crossHair()->slice(Plane::Axial));
+}
+
 void ImagesModule::open(const QStringList& paths) {
-    report(openPaths(absolute(paths), 0));
+    report(openPaths(absolute(paths), -1));
 }
 
 // Once for what the user did, however many files it concerns.
@@ -214,17 +227,17 @@ QString ImagesModule::startFolder() const {
 void ImagesModule::chooseImages() {
     const QString filter =
         tr("Images (%1);;All files (*)").arg(vlr::imageNameFilters().join(QLatin1Char(' ')));
-    const QStringList files =
-        QFileDialog::getOpenFileNames(m_view->window(), tr("Open images"), startFolder(), filter);
+    const QStringList files = QFileDialog::getOpenFileNames(
+        AppBase::instance()->getMainWindow(), tr("Open images"), startFolder(), filter);
     if (!files.isEmpty())
         open(files);
-    m_view->setFocus();
+    takeFocus();
 }
 
 void ImagesModule::chooseFolder() {
-    const QString folder =
-        QFileDialog::getExistingDirectory(m_view->window(), tr("Open folder"), startFolder());
+    const QString folder = QFileDialog::getExistingDirectory(AppBase::instance()->getMainWindow(),
+                                                             tr("Open folder"), startFolder());
     if (!folder.isEmpty())
         open({folder});
-    m_view->setFocus();
+    takeFocus();
 }

@@ -1,5 +1,7 @@
 #include "Images/ImagesView.h"
 
+#include "Common/MessageLine.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
 #include <QtCore/QFileInfo>
@@ -8,8 +10,8 @@
 #include <QtWidgets/QSlider>
 
 ImagesView::ImagesView(QWidget* parent)
-    : QWidget(parent), m_view(new SliceView(this)), m_slider(new QSlider(Qt::Horizontal, this)),
-      m_position(new QLabel(this)) {
+    : QWidget(parent), m_reason(new MessageLine(this)), m_view(new SliceView(this)),
+      m_slider(new QSlider(Qt::Horizontal, this)), m_position(new QLabel(this)) {
     m_slider->setObjectName(QStringLiteral("slice"));
     m_slider->setAccessibleName(tr("Slice"));
     m_slider->setPageStep(movedSlice(SliceMove::PageForward, 0, 1));
@@ -19,6 +21,8 @@ ImagesView::ImagesView(QWidget* parent)
     m_slider->installEventFilter(this);
     m_view->setObjectName(QStringLiteral("sliceView"));
     m_position->setObjectName(QStringLiteral("slicePosition"));
+    m_reason->setObjectName(QStringLiteral("volumeReason"));
+    m_reason->setContentsMargins(9, 6, 9, 6);
     setFocusProxy(m_view);
 
     auto* row = new QHBoxLayout;
@@ -29,6 +33,7 @@ ImagesView::ImagesView(QWidget* parent)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
+    column->addWidget(m_reason);
     column->addWidget(m_view, 1);
     column->addLayout(row);
     connect(m_view, &SliceView::moveRequested, this, &ImagesView::move);
@@ -55,6 +60,20 @@ void ImagesView::showSeries(const vlr::ImageSeries& series, int slice) {
     const QString widest = tr("Slice %1 of %1").arg(series.count());
     m_position->setMinimumWidth(m_position->fontMetrics().horizontalAdvance(widest));
     showSlice();
+}
+
+void ImagesView::showNote(const QString& text) {
+    m_cache.setSeries({});
+    const QSignalBlocker blocker(m_slider);
+    m_slider->setRange(0, 0);
+    m_slider->setEnabled(false);
+    m_position->clear();
+    m_reason->clear();
+    m_view->showNote(text);
+}
+
+void ImagesView::setReason(const QString& text) {
+    m_reason->showMessage(QStringLiteral("Information"), text);
 }
 
 void ImagesView::move(SliceMove move) {

@@ -3,6 +3,7 @@
 #include "Images/SliceCache.h"
 #include "Images/SliceView.h"
 
+class MessageLine;
 class QLabel;
 class QSlider;
 
@@ -14,7 +15,9 @@ public:
     explicit ImagesView(QWidget* parent = nullptr);
 
     void showSeries(const vlr::ImageSeries& series, int slice);
-    void showNote(const QString& text) { m_view->showNote(text); } ///< While there is no series.
+    void showNote(const QString& text); ///< While there is no series.
+    /// Above the images: why they are not shown in another way. None for an empty text.
+    void setReason(const QString& text);
     void setPatientText(const QStringList& text) { m_view->setPatientText(text); }
     const vlr::ImageSeries& series() const { return m_cache.series(); }
     int slice() const; ///< The slice shown, from 0.
@@ -34,6 +37,7 @@ private:
     QString title() const;
 
     SliceCache m_cache;
+    MessageLine* m_reason;
     SliceView* m_view;
     QSlider* m_slider;
     QLabel* m_position;

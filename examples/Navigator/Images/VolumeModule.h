@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Common/WorkflowModule.h"
+#include "Images/VolumePanes.h"
+
+#include <QtCore/QSize>
+
+#include <optional>
+
+/// The base of the modules that show the volume. What a module derived from it has to say is which
+/// control stands where; without a volume all of them show the images, or the note, instead.
+class VolumeModule : public WorkflowModule {
+    Q_OBJECT
+
+public:
+    VolumeModule(const QString& name, std::shared_ptr<VolumePanes> panes);
+
+    void activate() override;
+    void deactivate() override;
+
+protected:
+    VolumePanes& panes() const { return *m_panes; }
+    /// Puts the controls of the volume into their places, which are empty. Returns the one that is
+    /// to be the current one.
+    virtual PaneControl* arrange() = 0;
+    void arrangeAgain(); ///< While the module is active; the keyboard stays where it is.
+    void takeFocus();    ///< While the module is active: the current pane gets the keyboard.
+
+private:
+    void clear();
+
+    using Extents = std::array<QSize, 4>;
+
+    std::shared_ptr<VolumePanes> m_panes;
+    QPointer<PaneControl> m_current;
+    bool m_isVolumeShown = false;
+    std::optional<Extents> m_extents; ///< As the user left them.
+};

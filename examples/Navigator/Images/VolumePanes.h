@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Images/CrossHair.h"
+#include "Images/PaneControl.h"
+#include "Images/Volume.h"
+#include "Observer/CaSubject.h"
+
+#include <memory>
+#include <vector>
+
+class ImagesView;
+
+/// The images that are open and all views of them, as controls that modules put into panes. A
+/// series that is no volume is shown image by image in the one view imagesControl().
+///
+///     auto panes = std::make_shared<VolumePanes>();
+///     application.addModule(new ImagesModule(panes, paths));
+///     application.addModule(new CompareModule(panes));
+class VolumePanes : public QObject {
+    Q_OBJECT
+
+public:
+    VolumePanes();
+    ~VolumePanes() override;
+
+    const vlr::ImageSeries& series() const { return m_series; }
+    const Volume& volume() const { return m_volume; }
+    bool hasVolume() const { return !m_volume.isEmpty(); }
+    CrossHair* crossHair() { return &m_crossHair; }
+
+    /// The axial slice from which the user starts; below 0 the middle one.
+    void showVolume(const vlr::ImageSeries& series, const Volume& volume, int slice);
+    /// `reason` says why these images are not shown as a volume.
+    void showSeries(const vlr::ImageSeries& series, int slice, const QString& reason);
+    void showNote(const QString& text); ///< While there are no images.
+    void setSlice(int slice);           ///< Of the volume or of the series.
+
+    PaneControl* planeControl(Plane plane) const;
+    PaneControl* overviewControl() const { return m_overview.get(); }
+    PaneControl* imagesControl() const { return m_images.get(); }
+    ImagesView* imagesView() const { return m_imagesView; }
+    std::vector<PaneControl*> volumeControls() const; ///< The three planes and the overview.
+
+signals:
+    /// Other images, or no volume any more: what stands in the panes is to be arranged anew.
+    void imagesChanged();
+
+private:
+    void makeControls();
+    void setVolume(const Volume& volume);
+    void markCurrent(const QString& label);
+    void showPatient();
+
+    vlr::ImageSeries m_series;
+    Volume m_volume;
+    CrossHair m_crossHair;
+    ImagesView* m_imagesView;
+    std::array<std::unique_ptr<PaneControl>, allPlanes.size()> m_planes;
+    std::unique_ptr<PaneControl> m_overview;
+    std::unique_ptr<PaneControl> m_images;
+    CaConnection m_patientChanges;
+};
