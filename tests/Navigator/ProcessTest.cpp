@@ -100,7 +100,7 @@ int runTourStage(const char* stage) {
 } // namespace
 
 TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
-    EXPECT_EQ(runTourStage("1"), 23);
+    EXPECT_EQ(runTourStage("1"), 26);
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
         database.setDatabaseName(qEnvironmentVariable("XDG_DATA_HOME") +
@@ -115,7 +115,7 @@ TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
         EXPECT_EQ(query.value(2).toString(), QLatin1String("1968-03-05"));
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-    EXPECT_EQ(runTourStage("2"), 25);
+    EXPECT_EQ(runTourStage("2"), 28);
 
     auto files = configurationFiles();
     EXPECT_THAT(files[QStringLiteral("ImagesModuleConfiguration.xml")].toStdString(),

@@ -20,12 +20,15 @@ void VolumeModule::deactivate() {
 }
 
 void VolumeModule::clear() {
+    if (!m_isShown)
+        return;
     vlr::ControlList* const list = vlr::ControlList::instance();
     if (m_isVolumeShown) {
         Extents extents;
         list->viewerDimensions(extents[0], extents[1], extents[2], extents[3]);
         m_extents = extents;
     }
+    m_isShown = false;
     m_isVolumeShown = false;
     list->hideAll();
 }
@@ -35,6 +38,7 @@ void VolumeModule::arrangeAgain() {
         return;
     clear();
     vlr::ControlList* const list = vlr::ControlList::instance();
+    m_isShown = true;
     m_isVolumeShown = m_panes->hasVolume();
     if (m_isVolumeShown) {
         m_current = arrange();

@@ -33,6 +33,7 @@ private:
 
     std::shared_ptr<VolumePanes> m_panes;
     QPointer<PaneControl> m_current;
+    bool m_isShown = false; ///< Something of it stands in the viewer area.
     bool m_isVolumeShown = false;
     std::optional<Extents> m_extents; ///< As the user left them.
 };

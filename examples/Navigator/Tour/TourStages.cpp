@@ -31,17 +31,22 @@ QString seriesFolder() {
            QStringLiteral("/tour series");
 }
 
+QString unequalFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+           QStringLiteral("/unequal images");
+}
+
 // Four images, the third of which was cut off on its way here.
-void makeSeries(const TourActions& actions) {
-    actions.expect(QDir().mkpath(seriesFolder()), "the series cannot be made");
+void makeSeries(const TourActions& actions, const QString& folder, const QSize& lastSize) {
+    actions.expect(QDir().mkpath(folder), "the series cannot be made");
     for (int i = 1; i <= 4; ++i) {
-        QImage image(320, 240, QImage::Format_Grayscale8);
+        QImage image(i == 4 ? lastSize : QSize(320, 240), QImage::Format_Grayscale8);
         image.fill(i * 20);
         QPainter painter(&image);
         painter.setBrush(Qt::gray);
         painter.drawEllipse(QPoint(160, 120), 20 + 15 * i, 30 + 15 * i);
         painter.end();
-        const QString path = QStringLiteral("%1/series_%2.png").arg(seriesFolder()).arg(i);
+        const QString path = QStringLiteral("%1/series_%2.png").arg(folder).arg(i);
         actions.expect(image.save(path), "the series cannot be made");
         if (i == 3)
             QFile::resize(path, 100);
@@ -114,34 +119,70 @@ void expectSlice(TourActions& actions, int slice, int count) {
                                QStringLiteral("Slice %1 of %2").arg(slice).arg(count));
 }
 
+void expectVolumeSlice(TourActions& actions, const char* view, int slice, int count) {
+    const QString text = QStringLiteral("slice %1 / %2").arg(slice).arg(count);
+    actions.waitFor(
+        [&] {
+            const auto* const shown =
+                actions.window()->findChild<QWidget*>(QString::fromLatin1(view));
+            return shown && shown->isVisible() && shown->accessibleName().endsWith(text);
+        },
+        std::string(view) + " with " + text.toStdString());
+}
+
 void phantomStations(TourActions& actions) {
     actions.click("nextStep");
-    expectSlice(actions, 65, 128);
+    expectVolumeSlice(actions, "axialView", 65, 128);
     actions.picture("07-example-images");
-    QWidget* const view = actions.find("sliceView");
+    QWidget* const view = actions.find("axialView");
     for (const auto key : {Qt::Key_Home, Qt::Key_PageDown, Qt::Key_PageDown, Qt::Key_Down})
         actions.key(view, key);
-    expectSlice(actions, 22, 128);
-    actions.turnWheel(view, 20);
-    expectSlice(actions, 42, 128);
+    expectVolumeSlice(actions, "axialView", 22, 128);
+    actions.turnWheel(view, 26);
+    expectVolumeSlice(actions, "axialView", 48, 128);
+    actions.turnWheel(actions.find("coronalView"), 20);
+    expectVolumeSlice(actions, "coronalView", 85, 128);
+    actions.click("sagittalView");
     actions.picture("08-slice-by-wheel");
 }
 
-void folderStations(TourActions& actions) {
-    makeSeries(actions);
+void comparisonStations(TourActions& actions) {
+    actions.click("nextStep");
+    actions.expect(actions.find("coronalView")->isVisible(), "there is nothing to compare with");
+    actions.picture("08a-two-planes-compared");
+    actions.click("nextStep");
+    actions.key(actions.find("enlargeCoronal"), Qt::Key_Space);
+    actions.expect(actions.find("coronalView")->isVisible(), "the plane is not enlarged");
+    actions.picture("08b-one-plane-enlarged");
+    actions.click("previousStep");
+    actions.click("previousStep");
+}
+
+void openFolderByName(TourActions& actions, const QString& folder, const char* pictureName) {
     actions.inDialog([&] { actions.click("openFolder"); },
                      [&](QWidget*) {
                          auto* const name = actions.find<QLineEdit>("fileNameEdit");
                          name->selectAll();
-                         actions.type(name, seriesFolder());
-                         actions.picture("09-open-folder");
+                         actions.type(name, folder);
+                         if (pictureName)
+                             actions.picture(pictureName);
                          actions.key(name, Qt::Key_Return);
                      });
+}
+
+void folderStations(TourActions& actions) {
+    makeSeries(actions, unequalFolder(), {240, 320});
+    openFolderByName(actions, unequalFolder(), "09-open-folder");
     expectSlice(actions, 1, 4);
-    QWidget* const view = actions.find("sliceView");
-    actions.key(view, Qt::Key_Right);
-    actions.key(view, Qt::Key_Right);
-    expectSlice(actions, 3, 4);
+    actions.expect(actions.find("volumeReason")->isVisible(), "nobody says why it is no volume");
+    actions.picture("09a-not-a-volume");
+
+    makeSeries(actions, seriesFolder(), {320, 240});
+    openFolderByName(actions, seriesFolder(), nullptr);
+    QWidget* const view = actions.find("axialView");
+    for (const auto key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_Right})
+        actions.key(view, key);
+    expectVolumeSlice(actions, "axialView", 3, 4);
     actions.expect(actions.find<QListWidget>("problems")->count() == 1,
                    "the broken file is not reported");
     actions.picture("10-broken-image");
@@ -185,7 +226,7 @@ void progressStations(TourActions& actions) {
         actions.click(progress->findChild<QPushButton*>());
         return true;
     });
-    expectSlice(actions, 3, 4);
+    expectVolumeSlice(actions, "axialView", 3, 4);
 }
 
 void messageStations(TourActions& actions) {
@@ -199,7 +240,7 @@ void messageStations(TourActions& actions) {
         actions.click(box->button(QMessageBox::Ok));
         return true;
     });
-    expectSlice(actions, 3, 4);
+    expectVolumeSlice(actions, "axialView", 3, 4);
 }
 
 void selectorStations(TourActions& actions, AppBase& application) {
@@ -225,7 +266,7 @@ void smallWindowStations(TourActions& actions) {
     actions.waitFor([&] { return actions.window()->size() == QSize(800, 600); }, "a small window");
     actions.picture("13-small-window");
     actions.click("nextStep");
-    expectSlice(actions, 3, 4);
+    expectVolumeSlice(actions, "axialView", 3, 4);
     actions.picture("14-images-in-a-small-window");
     actions.click("previousStep");
     actions.window()->resize(size);
@@ -284,7 +325,7 @@ void secondStart(TourActions& actions) {
     actions.picture("21-second-start");
     makeCurrentByKey(actions, firstName);
     actions.click("nextStep");
-    expectSlice(actions, 3, 4);
+    expectVolumeSlice(actions, "axialView", 3, 4);
     actions.picture("22-same-slice");
     answerExitQuestion(
         actions, [&] { actions.click("Exit"); }, QMessageBox::Yes);
@@ -299,6 +340,7 @@ void runTourStage(int stage, TourActions& actions, AppBase& application) {
     }
     patientStations(actions);
     phantomStations(actions);
+    comparisonStations(actions);
     folderStations(actions);
     smallWindowStations(actions);
     searchStations(actions);
