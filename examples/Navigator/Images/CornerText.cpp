@@ -55,10 +55,17 @@ void paintProblem(QPainter& painter, const QRect& area, const QString& title,
     paintMessage(painter, place, title, reason);
 }
 
+int widestLine(const QRect& area) {
+    return area.width() - 2 * margin;
+}
+
+int widestOfTwoLines(const QRect& area) {
+    return area.width() / 2 - 2 * margin;
+}
+
 void paintCornerText(QPainter& painter, const QRect& area, const QStringList& lines,
-                     Qt::Alignment side) {
+                     Qt::Alignment corner, int widest) {
     const QFontMetrics metrics = painter.fontMetrics();
-    const int widest = area.width() / 2 - 2 * margin;
     QStringList shown;
     int textWidth = 0;
     for (const QString& line : lines) {
@@ -69,9 +76,12 @@ void paintCornerText(QPainter& painter, const QRect& area, const QStringList& li
         return;
     QRect box(area.left() + margin, area.top() + margin, textWidth,
               metrics.lineSpacing() * shown.size());
-    if (side == Qt::AlignRight)
+    if (corner & Qt::AlignRight)
         box.moveRight(area.right() - margin);
+    if (corner & Qt::AlignBottom)
+        box.moveBottom(area.bottom() - margin);
     painter.fillRect(box.adjusted(-4, -2, 4, 2), textBackground);
     painter.setPen(textColor);
-    painter.drawText(box, static_cast<int>(side | Qt::AlignTop), shown.join(QLatin1Char('\n')));
+    painter.drawText(box, static_cast<int>((corner & Qt::AlignHorizontal_Mask) | Qt::AlignTop),
+                     shown.join(QLatin1Char('\n')));
 }

@@ -5,10 +5,14 @@
 
 class QPainter;
 
-/// Paints the lines on a dark ground into an upper corner of the area, the one on the side that
-/// `side` says; over one half of its width at most.
+/// Paints the lines on a dark ground into the corner of the area that the alignment says. Lines
+/// that are wider than `widest` pixels are shortened.
 void paintCornerText(QPainter& painter, const QRect& area, const QStringList& lines,
-                     Qt::Alignment side);
+                     Qt::Alignment corner, int widest);
+
+/// The width of a line that has the area for itself, or shares it with another.
+int widestLine(const QRect& area);
+int widestOfTwoLines(const QRect& area);
 
 /// Paints the warning sign with a title and the reason below it into the middle of the area.
 void paintProblem(QPainter& painter, const QRect& area, const QString& title,

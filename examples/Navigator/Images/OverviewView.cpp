@@ -34,16 +34,8 @@ void OverviewView::setVolume(const Volume& volume) {
 }
 
 void OverviewView::follow() {
-    if (m_volume.isEmpty() || !m_crossHair) {
-        setPositionText({});
-        return;
-    }
-    const Voxel voxel = m_crossHair->position();
-    setPositionText(tr("x %1  y %2  z %3  grey value %4")
-                        .arg(voxel[0] + 1)
-                        .arg(voxel[1] + 1)
-                        .arg(voxel[2] + 1)
-                        .arg(m_volume.grey(voxel)));
+    setAccessibleDescription(facts().join(QStringLiteral(", ")));
+    update();
 }
 
 // --- input
@@ -216,13 +208,26 @@ void OverviewView::paintBox(QPainter& painter, bool isFront) const {
     }
 }
 
-void OverviewView::paintFacts(QPainter& painter) const {
+QStringList OverviewView::facts() const {
+    if (m_volume.isEmpty() || !m_crossHair)
+        return {};
     const Voxel size = m_volume.size();
-    paintCornerText(painter, pictureArea(),
-                    {tr("%1 x %2 x %3 voxels").arg(size[0]).arg(size[1]).arg(size[2]),
-                     tr("%1 bit, grey values %2 to %3")
-                         .arg(m_volume.bitsPerVoxel())
-                         .arg(m_volume.darkest())
-                         .arg(m_volume.brightest())},
-                    Qt::AlignLeft);
+    const Voxel voxel = m_crossHair->position();
+    return {tr("x %1, y %2, z %3").arg(voxel[0] + 1).arg(voxel[1] + 1).arg(voxel[2] + 1),
+            tr("grey value %1").arg(m_volume.grey(voxel)),
+            tr("%1 x %2 x %3 voxels").arg(size[0]).arg(size[1]).arg(size[2]),
+            tr("%1 bit, grey values %2 to %3")
+                .arg(m_volume.bitsPerVoxel())
+                .arg(m_volume.darkest())
+                .arg(m_volume.brightest())};
+}
+
+// Half a number is worse than none: what is too wide for a small pane is left out.
+void OverviewView::paintFacts(QPainter& painter) const {
+    const int widest = widestLine(pictureArea());
+    QStringList fitting;
+    for (const QString& fact : facts())
+        if (painter.fontMetrics().horizontalAdvance(fact) <= widest)
+            fitting << fact;
+    paintCornerText(painter, pictureArea(), fitting, Qt::AlignLeft | Qt::AlignBottom, widest);
 }

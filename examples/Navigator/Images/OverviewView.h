@@ -46,6 +46,7 @@ private:
     void paintPlanes(QPainter& painter);
     void paintPiece(QPainter& painter, Plane plane, const Point& from, const Point& to);
     void paintBox(QPainter& painter, bool isFront) const;
+    QStringList facts() const;
     void paintFacts(QPainter& painter) const;
 
     QPointer<CrossHair> m_crossHair;

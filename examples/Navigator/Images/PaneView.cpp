@@ -61,7 +61,8 @@ void PaneView::paintEvent(QPaintEvent*) {
     painter.save();
     paintPicture(painter);
     painter.restore();
-    paintCornerText(painter, pictureArea(), m_patientText, Qt::AlignRight);
+    paintCornerText(painter, pictureArea(), m_patientText, Qt::AlignRight,
+                    widestLine(pictureArea()));
     painter.setClipping(false);
     paintTitle(painter);
     if (!hasFocus())

@@ -116,8 +116,8 @@ void PlaneView::paintPicture(QPainter& painter) {
     }
     painter.drawPixmap(picture.topLeft(), m_pixmap);
     if (!accessibleDescription().isEmpty())
-        paintProblem(painter, pictureArea(), tr("This slice cannot be read"),
-                     accessibleDescription());
+        return paintProblem(painter, pictureArea(), tr("This slice cannot be read"),
+                            accessibleDescription());
     for (std::size_t axis = 0; axis < 3; ++axis)
         if (axis != axesOf(m_plane).normal)
             paintLine(painter, axis);

@@ -79,8 +79,9 @@ void SliceView::paintEvent(QPaintEvent*) {
         paintProblem(painter, rect(), m_title, m_reason);
     else
         paintNote(painter, rect(), m_title, m_reason);
-    paintCornerText(painter, rect(), m_sliceText, Qt::AlignLeft);
-    paintCornerText(painter, rect(), m_patientText, Qt::AlignRight);
+    const int widest = widestOfTwoLines(rect());
+    paintCornerText(painter, rect(), m_sliceText, Qt::AlignLeft, widest);
+    paintCornerText(painter, rect(), m_patientText, Qt::AlignRight, widest);
     if (hasFocus()) {
         painter.setPen(palette().color(QPalette::Highlight));
         painter.drawRect(rect().adjusted(0, 0, -1, -1));

@@ -37,6 +37,14 @@ CaError differentSize(const vlr::ImageSeries& series, int index, const QSize& si
                                                .arg(first.height()));
 }
 
+// There is room for the file's name only where the problem is shown.
+CaError withShortName(const CaError& error, const QString& path) {
+    QString text = QString::fromStdString(error.text());
+    return error == CaError::nullError
+               ? error
+               : refusal(error.id().c_str(), text.replace(path, QFileInfo(path).fileName()));
+}
+
 // What the headers say of all slices together.
 struct Plan {
     QSize size;
@@ -133,7 +141,7 @@ CaError Volume::load(const vlr::ImageSeries& series, Volume& volume, qint64 limi
         if (error != CaError::nullError)
             loaded.m_slices.emplace_back();
         isAnyThere |= error == CaError::nullError;
-        loaded.m_problems.push_back(error);
+        loaded.m_problems.push_back(withShortName(error, series.path(z)));
     }
     if (!isAnyThere)
         return loaded.m_problems.front();
