@@ -7,6 +7,7 @@
 #include "Images/PhantomFiles.h"
 #include "Images/PlaneView.h"
 #include "Navigator/NavigatorTest.h"
+#include "Progress/CaProgressMonitor.h"
 
 #include <QtCore/QDir>
 #include <QtGui/QWheelEvent>
@@ -269,4 +270,26 @@ TEST_F(PanesTest, WhatIsNoVolumeTakesThePlaceOfThePanes) {
     m_images->open({phantomFolder()});
     EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "", ""));
     EXPECT_FALSE(m_panes->imagesView()->isVisible());
+}
+
+TEST_F(PanesTest, CancellingKeepsWhatIsShown) {
+    struct CancellingMonitor : CaProgressMonitor {
+        void tick() override { notify(CANCELLED); }
+    };
+    showModules();
+    QTest::keyClick(view(Plane::Axial), Qt::Key_Down);
+    const QString folder = testFolder() + QStringLiteral("/small");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    for (int i = 1; i <= 3; ++i)
+        ASSERT_TRUE(QImage(10, 20, QImage::Format_RGB32)
+                        .save(QStringLiteral("%1/%2.png").arg(folder).arg(i)));
+    CaProgressMonitor::setInstance(new CancellingMonitor);
+    m_images->open({folder});
+    EXPECT_EQ(m_panes->series().count(), 128);
+    EXPECT_EQ(position(), (Voxel{64, 64, 65}));
+    EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "Sagittal", "Overview"));
+    CaProgressMonitor::setInstance(nullptr);
+    m_images->open({folder});
+    EXPECT_EQ(m_panes->volume().size(), (Voxel{10, 20, 3}));
+    EXPECT_EQ(position(), (Voxel{5, 10, 1}));
 }

@@ -24,8 +24,8 @@ QComboBox* CompareModule::addChoice(const QString& label, const char* name, Plan
     auto* const title = new QLabel(label);
     auto* const choice = new QComboBox;
     choice->setObjectName(QString::fromLatin1(name));
-    for (const PaneControl* control : panes().volumeControls())
-        choice->addItem(const_cast<PaneControl*>(control)->title());
+    for (PaneControl* control : panes().volumeControls())
+        choice->addItem(control->title());
     choice->setCurrentIndex(static_cast<int>(plane));
     title->setBuddy(choice);
     contents()->addSpacing(6);
