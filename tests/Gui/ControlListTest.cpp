@@ -148,7 +148,7 @@ TEST_F(ControlListTest, RefusesPlacementsInOrderWithTheirMessages) {
     const Case cases[] = {
         {nullptr, 4, 2, 2, "Undefined position", 341},
         {nullptr, 3, 2, 2, "Undefined control", 346},
-        {&unknown, 0, 1.0000001F + 1e-6F, 0.5F, "Width and/or height parameter are wrong", 352},
+        {&unknown, 0, 1.0000001F, 0.5F, "Width and/or height parameter are wrong", 352},
         {&good, 0, 0.5F, -0.0001F, "Width and/or height parameter are wrong", 352},
         {&good, 0, std::nanf(""), 0.5F, "Width and/or height parameter are wrong", 352},
         {&unknown, 0, 0, 1, "Cannot find controlItem", 359},
@@ -262,6 +262,26 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     delete other;
 }
 
+TEST_F(ControlListTest, OneThatIsPutIntoThePlaceMeanwhileIsReleasedToo) {
+    TestControl first("first");
+    TestControl second("second");
+    TestControl third("third");
+    for (TestControl* control : {&first, &second, &third})
+        list()->addControl(control);
+    ASSERT_TRUE(place(0, first));
+    first.onRelease = [&] { (void)place(0, third); };
+    ASSERT_TRUE(place(0, second));
+    EXPECT_EQ(third.releases, 1);
+    EXPECT_EQ(third.widget->parent(), nullptr);
+    EXPECT_EQ(pane(0)->contentWidget(), second.widget.data());
+
+    ASSERT_TRUE(list()->occupyResource(&first, first.widget));
+    first.onRelease = [&] { (void)list()->occupyResource(&third, third.widget); };
+    ASSERT_TRUE(list()->occupyResource(&second, second.widget));
+    EXPECT_EQ(third.releases, 2);
+    EXPECT_EQ(third.widget->parent(), nullptr);
+}
+
 TEST_F(ControlListTest, ShowsAndHidesInTheWindow) {
     TestControl control("control");
     TestControl waiting("waiting", false);
@@ -317,16 +337,20 @@ TEST_F(ControlListTest, AControlThatBecomesInvalidLosesItsPanes) {
     EXPECT_EQ(pane(1)->contentWidget(), nullptr);
 }
 
-TEST_F(ControlListTest, AnEarlierWindowMayTakeStackAndLayoutWithIt) {
+TEST_F(ControlListTest, OutlivesAWindowAndIsMadeAnewWhenDestroyed) {
     TestControl control("control");
     list()->addControl(&control);
     ASSERT_TRUE(place(0, control));
+    const QPointer<QWidget> stack = list()->getWindow();
     {
         QtAppMainWindow other(nullptr, nullptr, Qt::Window);
         services.window = &other;
         ASSERT_TRUE(list()->showControl(QStringLiteral("control")));
         services.window = &window;
     }
+    EXPECT_EQ(list()->getWindow(), stack);
+    EXPECT_EQ(control.widget->parent(), pane(0));
+    delete stack.data();
     EXPECT_FALSE(control.widget);
     control.widget = new QLabel;
     ASSERT_TRUE(place(0, control));
@@ -395,7 +419,6 @@ TEST_F(ControlListTest, SurvivesControlsThatAreDestroyedAtAnyMoment) {
             delete control.data();
         }
         pane(static_cast<int>(number(4U)))->widgetActivatedSL();
-        ASSERT_LE(list()->getNumberOfControls(), 6);
     }
     for (const QPointer<TestControl>& control : controls)
         delete control.data();

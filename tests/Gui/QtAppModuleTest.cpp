@@ -1,6 +1,8 @@
 #include "AppBase/QtAppModuleImpl.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/VerifiedConnection.h"
+#include "AppBase/vlrControlList.h"
+#include "Base/QtQuadView.h"
 #include "Exception/vlrWatchdogException.h"
 #include "Gui/GuiTest.h"
 #include "IO/DataIOManager.h"
@@ -193,11 +195,34 @@ TEST_F(QtAppModuleTest, DeactivatingFromWithinDeactivateDoesNotRecurse) {
     EXPECT_FALSE(module->isActive());
 }
 
-TEST_F(QtAppModuleTest, TheViewLockIsTheConstructorsUntilItIsSet) {
-    RecordingModule module(QStringLiteral("A"), nullptr, true);
-    EXPECT_TRUE(module.isViewLocked());
-    module.setViewLocked(false);
-    EXPECT_FALSE(module.isViewLocked());
+TEST_F(QtAppModuleTest, TheViewIsLockedWhileAModuleThatWantsItIsActive) {
+    const auto isLocked = [] {
+        return vlr::ControlList::instance()->getViewer()->isAspectRatioLocked();
+    };
+    auto* const module = new RecordingModule(QStringLiteral("A"), nullptr, true);
+    QtAppModuleProxy proxy(module, window.get());
+    EXPECT_TRUE(module->isViewLocked());
+    EXPECT_FALSE(isLocked());
+    bool duringActivate = false;
+    bool duringDeactivate = false;
+    module->onActivate = [&] { duringActivate = isLocked(); };
+    module->onDeactivate = [&] { duringDeactivate = isLocked(); };
+    proxy.activate();
+    EXPECT_TRUE(duringActivate);
+    module->setViewLocked(false);
+    EXPECT_FALSE(isLocked());
+    module->setViewLocked(true);
+    EXPECT_TRUE(isLocked());
+    proxy.deactivate();
+    EXPECT_TRUE(duringDeactivate);
+    EXPECT_FALSE(isLocked());
+    module->setViewLocked(true);
+    EXPECT_FALSE(isLocked()) << "only stored while inactive";
+
+    vlr::ControlList::instance()->getViewer()->lockAspectRatio();
+    QtAppModuleProxy other(new RecordingModule(QStringLiteral("B")), window.get());
+    other.activate();
+    EXPECT_FALSE(isLocked());
 }
 
 TEST_F(QtAppModuleTest, OwnOptionsAndGeneralOptionsAreStoredUnderTheName) {

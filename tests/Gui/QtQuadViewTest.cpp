@@ -343,6 +343,8 @@ TEST_F(QtQuadViewTest, ALockedLayoutIsFrozenForTheHandAndSaysSo) {
     QToolTip::hideText();
     view.actions().value(0)->trigger();
     EXPECT_EQ(layout(), quarters);
+    EXPECT_TRUE(QToolTip::text().contains(QLatin1String("locked"))) << "the keyboard is told";
+    QToolTip::hideText();
     view.setVViewDimension(20);
     EXPECT_NE(layout(), quarters) << "the program may";
 
@@ -455,6 +457,29 @@ TEST_F(QtQuadViewTest, TheKeyboardMaximisesEqualisesAndUndoes) {
     EXPECT_EQ(layout(), alone);
 }
 
+TEST_F(QtQuadViewTest, APressOnAnyWidgetInAViewMakesItCurrent) {
+    QLabel* const first = fill(0);
+    fill(0);
+    QTest::mouseClick(first, Qt::LeftButton);
+    EXPECT_EQ(view.getCurrentView(), 0);
+    first->setParent(&host);
+    first->show();
+    view.setFocus(-1);
+    QTest::mouseClick(first, Qt::LeftButton);
+    EXPECT_EQ(view.getCurrentView(), -1) << "it is somewhere else now";
+}
+
+TEST_F(QtQuadViewTest, ForgetsWhatWasBeforeSomebodyElsesLayout) {
+    view.setVViewDimension(20);
+    view.toggleMaximized();
+    const QString before = layout();
+    view.forgetLayouts();
+    view.undoLayout();
+    EXPECT_EQ(layout(), before);
+    view.toggleMaximized();
+    EXPECT_EQ(layout(), quarters);
+}
+
 // Every view may be hidden by a windmill preset of nothing but ends.
 TEST_F(QtQuadViewTest, MaximisesAlsoWhereNoViewIsSeen) {
     view.setViewerDimensions({1000, 0}, {0, 1000}, {0, 1000}, {1000, 0});
@@ -468,8 +493,10 @@ class CountingPane : public QWidget {
 public:
     using QWidget::QWidget;
     int paints = 0;
+    int resizes = 0;
 
 protected:
+    void resizeEvent(QResizeEvent*) override { ++resizes; }
     void paintEvent(QPaintEvent*) override { ++paints; }
 };
 
@@ -489,11 +516,15 @@ TEST_F(QtQuadViewTest, AFloodOfMovesIsPaintedOnce) {
     };
     ASSERT_TRUE(QTest::qWaitFor(allPainted));
     for (CountingPane* pane : panes)
-        pane->paints = 0;
+        pane->paints = pane->resizes = 0;
     for (int i = 0; i < 1000; ++i)
         emit splitter(QuadViewGeometry::Center)
             ->mouseMove(view.mapToGlobal({100 + i % 300, 100 + i % 250}));
     ASSERT_TRUE(QTest::qWaitFor(allPainted));
-    for (const CountingPane* pane : panes)
+    // Until nothing more is waiting.
+    QCoreApplication::processEvents();
+    for (const CountingPane* pane : panes) {
         EXPECT_LE(pane->paints, 4);
+        EXPECT_EQ(pane->resizes, 1);
+    }
 }

@@ -160,9 +160,11 @@ TEST_F(PanesTest, MovingOnePaneMovesTheOthers) {
     QTest::mousePress(view(Plane::Sagittal), Qt::LeftButton, {},
                       view(Plane::Sagittal)->pointOf({0, 30, 100}));
     EXPECT_EQ(position(), (Voxel{20, 30, 100}));
-    QTest::mouseMove(view(Plane::Sagittal), view(Plane::Sagittal)->pointOf({0, 31, 10}));
+    QMouseEvent drag(QEvent::MouseMove, view(Plane::Sagittal)->pointOf({0, 31, 10}), Qt::NoButton,
+                     Qt::LeftButton, {});
+    QCoreApplication::sendEvent(view(Plane::Sagittal), &drag);
     QTest::mouseRelease(view(Plane::Sagittal), Qt::LeftButton);
-    EXPECT_EQ(position()[0], 20);
+    EXPECT_EQ(position(), (Voxel{20, 31, 10}));
 
     const Voxel before = position();
     turnWheel(view(Plane::Coronal), -120 * 3);

@@ -64,12 +64,13 @@ public:
     }
     std::string output() const { return m_output.toStdString(); }
     std::string errors() const { return m_errors.toStdString(); }
-    /// The log records of the level on standard error.
+    /// The log records of the level on standard error that say something; the column of layout
+    /// buttons writes an empty line whenever it grows.
     QStringList records(const char* level) const {
         return QString::fromUtf8(m_errors)
             .split(QLatin1Char('\n'))
             .filter(QRegularExpression(
-                QStringLiteral("^[-0-9]+ [:.0-9]+ %1 ").arg(QString::fromLatin1(level))));
+                QStringLiteral("^[-0-9]+ [:.0-9]+ %1 \\S+ +\\S").arg(QString::fromLatin1(level))));
     }
 
 protected:

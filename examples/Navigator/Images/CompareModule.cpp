@@ -15,6 +15,7 @@ CompareModule::CompareModule(std::shared_ptr<VolumePanes> panes)
       m_right(addChoice(tr("&Right:"), "rightPlane", Plane::Coronal)),
       m_previousLeft(m_left->currentIndex()), m_previousRight(m_right->currentIndex()) {
     contents()->addStretch(1);
+    addLockBox();
     const auto changed = QOverload<int>::of(&QComboBox::currentIndexChanged);
     connect(m_left, changed, this, [this] { keepApart(m_left, m_right, m_previousLeft); });
     connect(m_right, changed, this, [this] { keepApart(m_right, m_left, m_previousRight); });
@@ -36,13 +37,14 @@ QComboBox* CompareModule::addChoice(const QString& label, const char* name, Plan
 
 // A view stands in one place only: where both would show the same, they change places.
 void CompareModule::keepApart(const QComboBox* chosen, QComboBox* other, int& previous) {
-    if (chosen->currentIndex() == other->currentIndex()) {
+    const bool isSwap = chosen->currentIndex() == other->currentIndex();
+    if (isSwap) {
         const QSignalBlocker blocker(other);
         other->setCurrentIndex(previous);
     }
     m_previousLeft = m_left->currentIndex();
     m_previousRight = m_right->currentIndex();
-    arrangeAgain();
+    arrangeAgain(isSwap ? Places::GivenUp : Places::Kept);
 }
 
 PaneControl* CompareModule::arrange() {

@@ -23,7 +23,7 @@ EnlargeModule::EnlargeModule(std::shared_ptr<VolumePanes> panesToUse)
     contents()->addStretch(1);
     connect(m_choice, &QButtonGroup::idToggled, this, [this](int, bool isChecked) {
         if (isChecked)
-            arrangeAgain();
+            arrangeAgain(Places::Kept);
     });
 }
 

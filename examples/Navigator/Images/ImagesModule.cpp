@@ -90,6 +90,7 @@ void ImagesModule::createContext() {
     contents()->addSpacing(6);
     contents()->addWidget(problemsTitle);
     contents()->addWidget(m_problems, 1);
+    addLockBox();
 
     connect(images, &QPushButton::clicked, this, &ImagesModule::chooseImages);
     connect(folder, &QPushButton::clicked, this, &ImagesModule::chooseFolder);

@@ -20,14 +20,20 @@ public:
 
 protected:
     VolumePanes& panes() const { return *m_panes; }
-    /// Puts the controls of the volume into their places, which are empty. Returns the one that is
-    /// to be the current one.
+    /// Puts the controls of the volume into their places, taking panes from those that are there.
+    /// Returns the one that is to be the current one.
     virtual PaneControl* arrange() = 0;
-    void arrangeAgain(); ///< While the module is active; the keyboard stays where it is.
-    void takeFocus();    ///< While the module is active: the current pane gets the keyboard.
+    /// While the module is active; the keyboard stays where it is. Controls that are to change
+    /// places among themselves give theirs up first.
+    enum class Places { GivenUp, Kept };
+    void arrangeAgain(Places places = Places::GivenUp);
+    void addLockBox(); ///< A check box that locks the layout while the module is active.
+    void takeFocus();  ///< While the module is active: the current pane gets the keyboard.
 
 private:
     void clear();
+    void rememberExtents();
+    PaneControl* firstSeen(PaneControl* arranged) const;
 
     using Extents = std::array<QSize, 4>;
 

@@ -7,6 +7,8 @@
 #include "AppBase/QtApplication.h"
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtModuleSelector.h"
+#include "AppBase/QtScreenShotData.h"
+#include "AppBase/QtScreenShotDialog.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
@@ -123,6 +125,7 @@ void AppBaseImpl::setLogStreams() {
 void AppBaseImpl::loadConfiguration() {
     createMainWindowConfigFactory();
     createQuadViewConfigFactory();
+    createQtScreenShotDataFactory();
     const DataPointer<Configuration> container(new Configuration);
     if (m_useConfiguration) {
         vlr::sweepTemporaryFiles(QFileInfo(vlr::Settings::filePath()).path());
@@ -151,6 +154,8 @@ void AppBaseImpl::createMainWindow() {
     QtCaProgressMonitor::attach(m_mainWindow);
     connect(m_mainWindow, &QtAppMainWindow::configFileEditorRequest, this,
             &AppBaseImpl::showConfigFileEditorDialog);
+    connect(m_mainWindow, &QtAppMainWindow::screenShotRequest, this,
+            &AppBaseImpl::showScreenShotDialog);
     connect(m_mainWindow, &QtAppMainWindow::exitApplication, this, &AppBaseImpl::exitApplication);
 }
 
@@ -374,7 +379,10 @@ void AppBaseImpl::showConfigFileEditorDialog() {
 }
 
 void AppBaseImpl::showScreenShotDialog() {
-    VLR_LOG(Warning) << "This version has no screenshot dialog yet.";
+    const DataPointer<Patient> patient = currentPatient();
+    const QPointer<QtScreenShotDialog> dialog = new QtScreenShotDialog(patient.get(), nullptr);
+    dialog->grab(m_mainWindow);
+    delete dialog.data();
 }
 
 // --- current items

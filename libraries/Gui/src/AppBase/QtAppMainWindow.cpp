@@ -2,9 +2,11 @@
 
 #include "AppBase/Icons.h"
 #include "AppBase/QtAppMainWindowHelpers.h"
+#include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtMainWinSplitter.h"
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/vlrControlList.h"
+#include "Base/QtQuadView.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -64,6 +66,9 @@ QtAppMainWindow::QtAppMainWindow(const DataPointer<MainWindowConfig>& config, QW
 QtAppMainWindow::~QtAppMainWindow() {
     if (m_config)
         m_config->detach(this);
+    // The control list lives longer than this window, and so do the widgets in its panes.
+    if (m_currentModuleWidget && m_currentModuleWidget == vlr::ControlList::instance()->getWindow())
+        removeCurrentModuleWidget();
     // The module list and the proxies hang on the window and use it when they go, so they go
     // while it is whole.
     QList<QPointer<QObject>> guests;
@@ -101,6 +106,10 @@ void QtAppMainWindow::createCentralArea() {
     m_splitter->setStretchFactor(controlPane, 0);
     m_splitter->setStretchFactor(viewerPane, 1);
     m_splitter->setCollapsible(viewerPane, false);
+    connect(m_splitter, &QtMainWinSplitter::openCloseClicked, this,
+            &QtAppMainWindow::toggleContextAreaVisible);
+    connect(this, &QtAppMainWindow::moduleActivated, m_splitter,
+            &QtMainWinSplitter::moduleActivated);
 }
 
 void QtAppMainWindow::createControlArea() {
@@ -268,11 +277,21 @@ void QtAppMainWindow::setMaxWindowSize(QRect rect) {
 }
 
 void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
+    m_touchScreenMode = onOrOff;
     m_buttons->setTouchScreenMode(onOrOff);
+    if (m_moduleSelector)
+        m_moduleSelector->setTouchScreenMode(onOrOff);
+    setViewerTouchScreenMode();
+    m_splitter->setTouchScreenMode(onOrOff);
     const QList<int> sizes = m_splitter->sizes();
     if (isUsable(m_rememberedSizes))
         m_splitter->setSizes(m_rememberedSizes);
     m_rememberedSizes = sizes;
+}
+
+void QtAppMainWindow::setViewerTouchScreenMode() {
+    if (QtQuadView* const viewer = vlr::ControlList::instance()->getViewer())
+        viewer->enableTouchscreenMode(m_touchScreenMode);
 }
 
 void QtAppMainWindow::toggleContextAreaVisible() {
@@ -313,6 +332,7 @@ void QtAppMainWindow::raiseContextWidget(int index) {
 
 void QtAppMainWindow::occupyWindow(vlr::ControlList* list) {
     QWidget* const window = list ? list->getWindow() : nullptr;
+    setViewerTouchScreenMode();
     if (window && window == m_currentModuleWidget)
         return; // Taken out and put back, it would lose the keyboard.
     removeCurrentModuleWidget();
@@ -353,6 +373,7 @@ void QtAppMainWindow::setModuleSelector(QtModuleSelector* selector) {
     static constexpr Place places[] = {{1, 0}, {1, 2}, {0, 1}, {2, 1}};
     const int position = selector->getPosition();
     selector->setParent(m_centralWidget);
+    selector->setTouchScreenMode(m_touchScreenMode);
     selector->hide();
     if (position < 0 || position > 3)
         return;

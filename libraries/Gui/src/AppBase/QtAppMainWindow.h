@@ -102,6 +102,7 @@ private:
     void updateButtons();
     void askExit();
     void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
+    void setViewerTouchScreenMode();
     void removeCurrentModuleWidget();
     void setNewCurrentModuleWidget(QWidget* widget);
 
@@ -111,6 +112,7 @@ private:
     QWidget* m_innerWidget = nullptr;
     QWidget* m_viewerWidget = nullptr;
     QVBoxLayout* m_viewerLayout = nullptr;
+    bool m_touchScreenMode = false;
     QPointer<QWidget> m_currentModuleWidget;
     QWidget* m_controlArea = nullptr;
     QBoxLayout* m_contextLayout = nullptr;

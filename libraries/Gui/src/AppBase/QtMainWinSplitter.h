@@ -8,18 +8,25 @@
 class QtAppModuleProxy;
 
 /// The splitter between the control area (pane 0) and the viewer area (pane 1) of the main
-/// window.
+/// window. In touch-screen mode its handle is a column with an open/close button and the layout
+/// presets of the active module.
 class VLR_GUI_EXPORT QtMainWinSplitter : public QSplitter {
     Q_OBJECT
 
 public:
-    /// The configuration may be null.
+    /// The configuration gives the presets' colours and the hold-down time; it may be null.
     QtMainWinSplitter(const DataPointer<QuadViewConfig>& config, QWidget* parent);
     ~QtMainWinSplitter() override;
 
 signals:
     void openCloseClicked();
     void moduleActivated(const QtAppModuleProxy* proxy);
+
+public slots:
+    void setTouchScreenMode(bool on);
+
+protected:
+    QSplitterHandle* createHandle() override;
 
 private:
     DataPointer<QuadViewConfig> m_config;

@@ -5,6 +5,7 @@
 #include "AppBase/Icons.h"
 #include "AppBase/ModuleRequests.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "AppBase/TouchTargets.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QBoxLayout>
@@ -12,6 +13,7 @@
 #include <QtWidgets/QFocusFrame>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QScrollBar>
+#include <QtWidgets/QScroller>
 
 #include <algorithm>
 
@@ -122,6 +124,7 @@ void QtModuleButtonSelector::addModule(QString name, int index) {
     QAbstractButton* button = createButton(name, m_scrollArea->widget());
     button->setObjectName(name + QLatin1Char('_') + QString::number(index));
     button->setCheckable(true);
+    vlr::sizeForFinger(button, isTouchScreenMode());
     button->adjustSize();
     m_moduleLayout->addWidget(button, 1);
     button->show(); // The layout counts what is shown; the selector may be shown already.
@@ -130,7 +133,7 @@ void QtModuleButtonSelector::addModule(QString name, int index) {
 }
 
 void QtModuleButtonSelector::modifyButtonSizes() {
-    int widest = 0;
+    int widest = isTouchScreenMode() ? vlr::fingerSize : 0;
     for (const QAbstractButton* button : m_group->buttons())
         widest = std::max(widest, std::min(button->width(), widestModuleButton));
     for (QAbstractButton* button : m_group->buttons())
@@ -152,6 +155,17 @@ void QtModuleButtonSelector::updateExtent() {
         m_scrollArea->setFixedWidth(content.width() + extra);
     else
         m_scrollArea->setFixedHeight(content.height() + extra);
+}
+
+void QtModuleButtonSelector::setTouchScreenMode(bool on) {
+    if (on == isTouchScreenMode())
+        return;
+    QtModuleSelector::setTouchScreenMode(on);
+    if (on)
+        QScroller::grabGesture(m_scrollArea->viewport(), QScroller::TouchGesture);
+    else
+        QScroller::ungrabGesture(m_scrollArea->viewport());
+    modifyButtonSizes();
 }
 
 void QtModuleButtonSelector::showEvent(QShowEvent* event) {

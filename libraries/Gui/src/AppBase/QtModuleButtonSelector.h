@@ -30,6 +30,7 @@ public slots:
     void moduleDeactivated(QString name, int index) override;
     void moduleDisabled(QString name, int index) override;
     void moduleEnabled(QString name, int index) override;
+    void setTouchScreenMode(bool on) override;
 
 signals:
     void screenShotRequestSGN();

@@ -1,5 +1,9 @@
 #include "AppBase/QtModuleSelector.h"
 
+#include "AppBase/TouchTargets.h"
+
+#include <QtWidgets/QAbstractButton>
+
 QtModuleSelector::QtModuleSelector(QtModuleSelector::Position position) : m_position(position) {}
 
 QtModuleSelector::~QtModuleSelector() = default;
@@ -13,3 +17,9 @@ void QtModuleSelector::moduleActivated(QString, int) {}
 void QtModuleSelector::moduleDeactivated(QString, int) {}
 void QtModuleSelector::moduleDisabled(QString, int) {}
 void QtModuleSelector::moduleEnabled(QString, int) {}
+
+void QtModuleSelector::setTouchScreenMode(bool on) {
+    m_touchScreenMode = on;
+    for (QAbstractButton* button : findChildren<QAbstractButton*>())
+        vlr::sizeForFinger(button, on);
+}

@@ -38,6 +38,14 @@ public slots:
     virtual void moduleDisabled(QString name, int index);
     virtual void moduleEnabled(QString name, int index);
 
+    /// Makes everything that can be pressed large enough for a finger (35 pixels), or as it was.
+    /// The main window tells it.
+    virtual void setTouchScreenMode(bool on);
+
+protected:
+    bool isTouchScreenMode() const { return m_touchScreenMode; }
+
 private:
+    bool m_touchScreenMode = false;
     const Position m_position;
 };

@@ -64,6 +64,13 @@ QtModuleTabSelector::QtModuleTabSelector(QtModuleSelector::Position position, bo
 
 QtModuleTabSelector::~QtModuleTabSelector() = default;
 
+void QtModuleTabSelector::setTouchScreenMode(bool on) {
+    if (on == isTouchScreenMode())
+        return;
+    QtModuleSelector::setTouchScreenMode(on);
+    m_bar->setTouchScreenMode(on);
+}
+
 void QtModuleTabSelector::updateToolTabs() {
     for (int i = 0; i < moduleRequestCount; ++i)
         m_bar->setToolButtonEnabled(m_toolIds[static_cast<std::size_t>(i)],

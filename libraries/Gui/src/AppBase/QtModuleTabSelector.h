@@ -27,6 +27,7 @@ public:
 public slots:
     void addModule(QString name, int index) override;
     void moduleActivated(QString name, int index) override;
+    void setTouchScreenMode(bool on) override;
 
 signals:
     void screenShotRequestSGN();

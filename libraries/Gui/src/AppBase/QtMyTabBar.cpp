@@ -66,6 +66,10 @@ void QtMyTabBar::setIconSize(const QSize& size) {
     m_bar->setIconSize(size);
 }
 
+void QtMyTabBar::setTouchScreenMode(bool on) {
+    m_bar->setTouchScreenMode(on);
+}
+
 void QtMyTabBar::setShape(QTabBar::Shape shape) {
     m_bar->setShape(shape);
     const bool vertical = shape == QTabBar::RoundedWest || shape == QTabBar::RoundedEast ||

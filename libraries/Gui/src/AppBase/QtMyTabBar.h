@@ -36,6 +36,7 @@ public:
     void setCurrentIndex(int index); ///< Emits currentChangedSGN() when it is another one.
     void setIconSize(const QSize& size);
     void setShape(QTabBar::Shape shape);
+    void setTouchScreenMode(bool on); ///< Tabs and scroll buttons large enough for a finger.
 
 signals:
     void toolButtonClickedSGN(int index);

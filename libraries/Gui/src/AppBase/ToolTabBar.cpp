@@ -1,14 +1,26 @@
 #include "AppBase/ToolTabBar.h"
 
+#include "AppBase/TouchTargets.h"
+
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
-#include <QtWidgets/QStyle>
+#include <QtWidgets/QProxyStyle>
 #include <QtWidgets/QStyleOptionFocusRect>
 
 namespace {
 
 // About twenty-four characters; longer names are shortened.
 constexpr int widestTab = 220;
+
+/// The scroll buttons of a bar that does not fit are the style's to size.
+class FingerStyle : public QProxyStyle {
+public:
+    int pixelMetric(PixelMetric metric, const QStyleOption* option,
+                    const QWidget* widget) const override {
+        const int own = QProxyStyle::pixelMetric(metric, option, widget);
+        return metric == PM_TabBarScrollButtonWidth ? qMax(own, vlr::fingerSize) : own;
+    }
+};
 
 } // namespace
 
@@ -18,6 +30,16 @@ ToolTabBar::ToolTabBar(QWidget* parent) : QtTabBar(parent) {
     setExpanding(false);
     setDrawBase(true);
     setFocusPolicy(Qt::StrongFocus);
+}
+
+void ToolTabBar::setTouchScreenMode(bool on) {
+    m_touchScreenMode = on;
+    if (on && !m_fingerStyle) {
+        m_fingerStyle = new FingerStyle;
+        m_fingerStyle->setParent(this);
+    }
+    setStyle(on ? m_fingerStyle : nullptr);
+    updateGeometry();
 }
 
 void ToolTabBar::setModuleTabs(int count) {
@@ -31,7 +53,8 @@ bool ToolTabBar::isVertical() const {
 }
 
 QSize ToolTabBar::tabSizeHint(int index) const {
-    const QSize size = QtTabBar::tabSizeHint(index);
+    const int least = m_touchScreenMode ? vlr::fingerSize : 0;
+    const QSize size = QtTabBar::tabSizeHint(index).expandedTo({least, least});
     return isVertical() ? QSize(size.width(), qMin(size.height(), widestTab))
                         : QSize(qMin(size.width(), widestTab), size.height());
 }

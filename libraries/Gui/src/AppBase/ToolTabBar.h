@@ -10,6 +10,7 @@ class ToolTabBar : public QtTabBar {
 public:
     explicit ToolTabBar(QWidget* parent);
 
+    void setTouchScreenMode(bool on);
     void setModuleTabs(int count); ///< The mark goes, since the tool tabs move.
     QSize minimumSizeHint() const override;
 
@@ -29,6 +30,8 @@ private:
     void step(int direction);
     void mark(int tab);
 
+    bool m_touchScreenMode = false;
+    QStyle* m_fingerStyle = nullptr;
     int m_moduleTabs = 0;
     int m_marked = -1; ///< The tool tab the keyboard is on.
 };

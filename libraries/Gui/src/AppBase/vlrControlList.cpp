@@ -21,6 +21,7 @@ constexpr const char* logSource = "libraries/Gui/src/AppBase/vlrControlList";
 constexpr int fullSizePage = 0;
 constexpr int viewerPage = 1;
 constexpr float percent = 100.0F;
+constexpr int mostDisplaced = 16;
 
 LogStream log(const char* level, int line) {
     return Log::getInstance(level, logSource, line);
@@ -47,6 +48,9 @@ const std::string ControlList::m_invalidName;
 ControlList* ControlList::instance() {
     if (!m_instance)
         m_instance = new ControlList;
+    // A control may be removed after the application's end, when there are no widgets any more.
+    if (!QCoreApplication::instance())
+        return m_instance;
     if (!m_widgetStack)
         createStack();
     if (!m_viewer)
@@ -301,9 +305,12 @@ bool ControlList::occupyResource(const ResourcePosition& position, Control* cont
 
     const QPointer<Control> guard(control);
     const QPointer<QWidget> widgetGuard(widget);
-    Control* const holder = m_controlerAssignment[position].second;
-    if (holder && holder != control)
+    Control* holder = m_controlerAssignment[position].second;
+    // One that is displaced may put another into its place.
+    for (int tries = 0; holder && holder != control && tries < mostDisplaced; ++tries) {
         displace(holder);
+        holder = m_controlerAssignment[position].second;
+    }
     if (!guard || !widgetGuard || !m_viewer || !item(control))
         return false; // Gone with the control that was here.
     m_controlerAssignment[position].second = control;
@@ -369,7 +376,9 @@ bool ControlList::occupyResource(Control* control, QWidget* widget) {
     }
     const QPointer<Control> guard(control);
     const QPointer<QWidget> widgetGuard(widget);
-    clearFullScreen(nullptr, true);
+
+    for (int tries = 0; m_currentFullScrenControl.first && tries < mostDisplaced; ++tries)
+        clearFullScreen(nullptr, true);
     if (!guard || !widgetGuard || !m_fullSizeWidget)
         return false;
     // Also one that is not in the list must not be called after its end.
@@ -408,6 +417,7 @@ bool ControlList::showControl(QString name) {
         activateScreen(fullSizePage);
     if (m_viewer) {
         m_viewer->setViewDimension(widthPercent, heightPercent);
+        m_viewer->forgetLayouts();
         focusPanesOf(control);
         m_viewer->update();
     }
@@ -478,6 +488,7 @@ void ControlList::setViewerDimensions(const QSize& r0, const QSize& r1, const QS
         }
     }
     m_viewer->setViewerDimensions(r0, r1, r2, r3);
+    m_viewer->forgetLayouts();
 }
 
 void ControlList::viewerDimensions(QSize& r0, QSize& r1, QSize& r2, QSize& r3) {

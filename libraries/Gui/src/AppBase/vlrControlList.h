@@ -29,8 +29,8 @@ namespace vlr {
 /// call removeControl() before one is destroyed. Requests that cannot be met are logged at
 /// "ERROR" and answered with false. GUI thread only.
 ///
-/// Stack and layout live until the window they were put into goes; the next instance() then makes
-/// new ones. Keep no pointer to getViewer() or getWindow() over that.
+/// The main window gives the stack back when it goes. Where stack or layout were destroyed all the
+/// same, the next instance() makes new ones; keep no pointer to getViewer() or getWindow().
 class VLR_GUI_EXPORT ControlList : public QObject {
     Q_OBJECT
 
@@ -66,8 +66,8 @@ public:
     void freeResource(int index);
     void freeResourcesOf(const Control* control);
 
-    /// Makes the main window show this list, with the control's layout. False where the control
-    /// is unknown or not valid.
+    /// Makes the main window show this list, with the control's layout; undo begins there. False
+    /// where the control is unknown or not valid.
     bool showControl(QString name);
     bool hideControl(QString name);
     void hideAll();

@@ -12,6 +12,7 @@ public:
     /// source is always a change of its own.
     void remember(const QuadViewGeometry::Extents& before, int source);
     void endChange() { m_lastSource = -1; }
+    void clear() { *this = {}; }
     /// Takes the newest out; what equals the present layout is passed over.
     std::optional<QuadViewGeometry::Extents> takeBefore(const QuadViewGeometry::Extents& present);
 

@@ -1,6 +1,7 @@
 #include "Base/LayoutPictures.h"
 
 #include "Base/QtQVSplitterFrame.h"
+#include "Base/QuadViewGeometry.h"
 
 #include <QtGui/QPainter>
 #include <QtGui/QPainterPath>
@@ -16,8 +17,8 @@ const QColor paper(255, 255, 255);
 constexpr int buttonSide = 24;
 constexpr int handleSide = 40;
 
-QPixmap blank(int side, qreal devicePixelRatio) {
-    QPixmap pixmap(QSize(side, side) * devicePixelRatio);
+QPixmap blank(const QSize& size, qreal devicePixelRatio) {
+    QPixmap pixmap(size * devicePixelRatio);
     pixmap.setDevicePixelRatio(devicePixelRatio);
     pixmap.fill(Qt::transparent);
     return pixmap;
@@ -56,8 +57,15 @@ void drawViews(QPainter& painter, bool fillLeft, bool fillRight) {
 
 namespace vlr {
 
+QIcon iconOf(const std::function<QPixmap(qreal devicePixelRatio)>& draw) {
+    QIcon icon;
+    for (const qreal ratio : {1.0, 2.0, 3.0})
+        icon.addPixmap(draw(ratio));
+    return icon;
+}
+
 QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRatio) {
-    QPixmap pixmap = blank(buttonSide, devicePixelRatio);
+    QPixmap pixmap = blank({buttonSide, buttonSide}, devicePixelRatio);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(buttonSide / 2.0, buttonSide / 2.0);
@@ -69,8 +77,28 @@ QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRatio) {
     return pixmap;
 }
 
+QPixmap layoutPixmap(const std::array<QSize, 4>& extents, const std::array<QColor, 4>& colors,
+                     const QSize& size, qreal devicePixelRatio) {
+    QPixmap pixmap = blank(size, devicePixelRatio);
+    QPainter painter(&pixmap);
+    QuadViewGeometry layout;
+    if (!layout.setExtents(extents)) {
+        QPen pen(ink, 2, Qt::DashLine);
+        painter.setPen(pen);
+        painter.drawRect(QRectF(QPointF(1, 1), QSizeF(size) - QSizeF(2, 2)));
+        return pixmap;
+    }
+    painter.fillRect(QRect(QPoint(), size), ink);
+    constexpr int halfGap = 1;
+    const QuadViewGeometry::Rects views = layout.viewRects(size, halfGap);
+    for (std::size_t i = 0; i < views.size(); ++i)
+        if (views[i].isValid())
+            painter.fillRect(views[i], colors[i]);
+    return pixmap;
+}
+
 QPixmap touchHandlePixmap(int orientation, qreal devicePixelRatio) {
-    QPixmap pixmap = blank(handleSide, devicePixelRatio);
+    QPixmap pixmap = blank({handleSide, handleSide}, devicePixelRatio);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(handleSide / 2.0, handleSide / 2.0);

@@ -71,12 +71,24 @@ void QtQVSimpleSplitter::setPosition(const QPoint& topLeft, const QPoint& bottom
     if (m_rect.topLeft() == topLeft && m_rect.bottomRight() == bottomRight)
         return;
     m_rect = QRect(topLeft, bottomRight);
+    place();
+}
+
+void QtQVSimpleSplitter::place() {
     placeBox();
     keepBoxInside();
     m_buttonsDoNotFit = getOrientation() != QtQVSplitterFrame::Horizontal
-                            ? m_boxHint.height() > bottomRight.y() - topLeft.y() + 1
-                            : m_boxHint.width() > bottomRight.x() - topLeft.x() + 1;
+                            ? m_boxHint.height() > m_rect.height()
+                            : m_boxHint.width() > m_rect.width();
     updateShape();
+}
+
+void QtQVSimpleSplitter::setButtonSide(int side) {
+    for (QPushButton* button : m_box->findChildren<QPushButton*>())
+        button->setFixedSize(side, side);
+    m_boxHint = m_box->sizeHint();
+    m_boxRect.setSize(m_boxHint);
+    place();
 }
 
 void QtQVSimpleSplitter::placeBox() {
@@ -185,13 +197,14 @@ void QtQVSimpleSplitter::createHandle() {
     connect(m_handle, &QPushButton::released, this,
             &QtQVSimpleSplitter::onTouchScreenButtonReleased);
     connect(m_handle, &QtDraggerButton::mouseMoved, this, &QtQVSimpleSplitter::mouseMove);
-    const QPixmap picture = vlr::touchHandlePixmap(getOrientation(), m_handle->devicePixelRatioF());
+    const QPixmap picture = vlr::touchHandlePixmap(getOrientation(), 1);
     if (picture.isNull()) {
         m_handle->setText(tr("Touch"));
         return;
     }
-    m_handle->setIcon(QIcon(picture));
-    m_handle->setIconSize(picture.size() / picture.devicePixelRatio());
+    m_handle->setIcon(vlr::iconOf(
+        [this](qreal ratio) { return vlr::touchHandlePixmap(getOrientation(), ratio); }));
+    m_handle->setIconSize(picture.size());
     m_handle->resize(m_handle->sizeHint());
 }
 

@@ -46,6 +46,8 @@ public:
     void setLocked(bool locked);
     /// Whether the buttons may be seen. They are where the line is visible and has room for them.
     void showButtons(bool on);
+    /// Side of the expand buttons in pixels; 32 when they are made.
+    void setButtonSide(int side);
 
 signals:
     void mouseMove(QPoint position); ///< Dragged to this place, in global coordinates.
@@ -63,6 +65,7 @@ private slots:
 private:
     QWidget* area() const;
     bool hasButtons() const { return !m_boxHint.isEmpty(); }
+    void place();
     void placeBox();
     void keepBoxInside();
     void updateButtonVisibility();

@@ -3,6 +3,7 @@
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
+#include <QtCore/QThread>
 #include <QtGui/QMouseEvent>
 #include <QtWidgets/QHBoxLayout>
 
@@ -75,13 +76,14 @@ void QtQVViewFrame::childEvent(QChildEvent* event) {
     } else if (event->removed()) {
         if (m_child)
             m_child->removeEventFilter(this);
+        event->child()->removeEventFilter(this);
         m_child = nullptr;
     }
     QFrame::childEvent(event);
 }
 
 bool QtQVViewFrame::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_child && event->type() == QEvent::MouseButtonPress) {
+    if (watched->parent() == this && event->type() == QEvent::MouseButtonPress) {
         const QPointer<QtQVViewFrame> guard(this);
         m_handsPressOn = true;
         emit getFocus(this);
@@ -114,7 +116,8 @@ void QtQVViewFrame::discard(QWidget* content) {
     if (!guard)
         return; // It deletes itself on closing.
     m_layout->removeWidget(content);
-    if (m_handsPressOn) {
+    // Somebody further up may still be handling an event of the content.
+    if (m_handsPressOn || QThread::currentThread()->loopLevel() > 0) {
         content->hide();
         content->setParent(nullptr);
         content->deleteLater();

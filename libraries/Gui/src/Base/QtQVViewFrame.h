@@ -28,8 +28,8 @@ public:
     QObject* getCurrentChild() const { return m_child; }
     QWidget* contentWidget() const; ///< The current child where it is a widget, else null.
 
-    /// Closes and deletes the content. Where the press that leads to this is still being handed
-    /// to the content, it is deleted once that is over.
+    /// Closes and deletes the content: taken out at once, and deleted by the event loop where one
+    /// runs, since the content itself may be what leads to this.
     void removeWidget();
 
     /// Gives the frame the look of the current view, or takes it away.

@@ -23,6 +23,8 @@ using Geometry = QuadViewGeometry;
 
 constexpr const char* logSource = "QtQuadView";
 constexpr int hundred = 100;
+constexpr int mouseButtonSide = 32;
+constexpr int touchButtonSide = 36; // 9 mm at 96 dots per inch
 
 QString key(const char* name) {
     return QStringLiteral("Velora/Application/QtQuadView/") + QString::fromLatin1(name);
@@ -137,8 +139,10 @@ void QtQuadView::createSplitters() {
         auto* const splitter = new QtQVSimpleSplitter(this, row.orientation, row.position);
         m_splitters[i] = splitter;
         for (const SplitterRow::Button& button : row.buttons) {
-            const QPixmap picture = vlr::expandPixmap(button.picture, devicePixelRatioF());
+            const QPixmap picture = vlr::expandPixmap(button.picture, 1);
             QPushButton* const widget = splitter->createButton(&picture);
+            widget->setIcon(vlr::iconOf(
+                [&button](qreal ratio) { return vlr::expandPixmap(button.picture, ratio); }));
             widget->setToolTip(tr(button.text));
             widget->setAccessibleName(tr(button.text));
             connect(widget, &QPushButton::clicked, this, button.slot);
@@ -290,6 +294,11 @@ void QtQuadView::equalize() {
 void QtQuadView::undoLayout() {
     if (const auto before = m_history.takeBefore(m_geometry.extents()))
         changeTo(*before);
+}
+
+void QtQuadView::forgetLayouts() {
+    m_history.clear();
+    m_beforeMaximized.reset();
 }
 
 void QtQuadView::setViewerDimensions(const QSize& resource0, const QSize& resource1,
@@ -522,4 +531,6 @@ void QtQuadView::enableTouchscreenMode(bool onOrOff) {
     for (const Geometry::Splitter splitter :
          {Geometry::HCenter, Geometry::VCenter, Geometry::Center})
         m_splitters[splitter]->enableTouchScreenMode(onOrOff);
+    for (QtQVSimpleSplitter* splitter : m_splitters)
+        splitter->setButtonSide(onOrOff ? touchButtonSide : mouseButtonSide);
 }

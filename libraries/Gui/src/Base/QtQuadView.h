@@ -66,7 +66,8 @@ public slots:
     void setVViewDimension(int index, int percent); ///< Width of one view.
     void setHViewDimension(int percent);            ///< Height of the upper views.
     void setHViewDimension(int index, int percent); ///< Height of one view.
-    /// Gives the three centre pieces handles for the finger, or takes them away.
+    /// Gives the three centre pieces handles for the finger, or takes them away, and makes the
+    /// expand buttons large enough for it.
     void enableTouchscreenMode(bool onOrOff);
     /// Per-mille, without snapping. Where a row or a column does not add up to 1000, all views
     /// become a quarter.
@@ -77,6 +78,8 @@ public slots:
     void toggleMaximized();
     void equalize();   ///< All views a quarter.
     void undoLayout(); ///< The layout before the last change; a whole drag is one change.
+    /// There is nothing to undo or to restore from here on: somebody else's layout begins.
+    void forgetLayouts();
 
 protected:
     /// Gives a frame its style; called at construction and by every reset of the layout.

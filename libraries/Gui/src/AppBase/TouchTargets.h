@@ -1,0 +1,14 @@
+#pragma once
+
+class QAbstractButton;
+
+namespace vlr {
+
+/// What a finger must hit is at least this wide and high: 9 mm at 96 dots per inch, in pixels.
+constexpr int fingerSize = 35;
+
+/// Makes a button large enough for a finger, or gives it back its own size. Only the height of a
+/// button with a text is set; whoever lays such buttons out sees to their width.
+void sizeForFinger(QAbstractButton* button, bool on);
+
+} // namespace vlr
