@@ -3,6 +3,7 @@
 #include "AppBase/AppBase.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/AfterFirstPaint.h"
+#include "Images/ImagesOptionsWidget.h"
 #include "Images/ImagesView.h"
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
@@ -66,6 +67,9 @@ ImagesModule::ImagesModule(const QStringList& paths)
 
 void ImagesModule::loadOptions() {
     createImagesOptionsFactory();
+    createImagesOptionsWidgetFactory();
+    linkDataToWidget(ImagesOptions::className, "ImagesOptionsWidget", "",
+                     DataFactory::configurationRecord, "");
     m_options = dataCast<ImagesOptions>(DataPointer<Data>(configuration()));
     if (m_options)
         return;
@@ -138,7 +142,7 @@ void ImagesModule::takeFocus() {
 
 // True when nothing else is to be shown instead.
 bool ImagesModule::openAgain() {
-    if (m_options->paths().isEmpty())
+    if (m_options->paths().isEmpty() || !m_options->opensLastImages())
         return false;
     const Opening opening = openPaths(m_options->paths(), m_options->slice());
     if (opening.problem.isEmpty())

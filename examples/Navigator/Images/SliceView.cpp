@@ -1,7 +1,7 @@
 #include "Images/SliceView.h"
 
 #include "AppBase/Icons.h"
-#include "Common/MessageLine.h"
+#include "Base/QtMessageLine.h"
 
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
@@ -143,10 +143,10 @@ void SliceView::paintMessage(QPainter& painter) {
     bold.setBold(true);
     painter.setFont(bold);
     QRect titleRect;
-    painter.drawText(area, flags, breakable(m_title), &titleRect);
+    painter.drawText(area, flags, vlr::breakable(m_title), &titleRect);
     painter.setFont(plain);
     area.setTop(titleRect.bottom() + margin);
-    painter.drawText(area, flags, breakable(m_reason));
+    painter.drawText(area, flags, vlr::breakable(m_reason));
 }
 
 // At the top on the side that `side` says; one half of the width at most.

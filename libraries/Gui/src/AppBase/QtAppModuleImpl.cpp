@@ -1,6 +1,7 @@
 #include "AppBase/QtAppModuleImpl.h"
 
 #include "AppBase/ApplicationServices.h"
+#include "AppBase/QtModuleConfigWidget.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 
@@ -25,6 +26,9 @@ QtAppModuleImpl::QtAppModuleImpl(QString name, bool viewLocked)
     : m_viewLocked(viewLocked), m_name(name) {
     setObjectName(m_name);
     createModuleConfigFactory();
+    createQtModuleConfigWidgetFactory();
+    linkDataToWidget(ModuleConfig::className, "QtModuleConfigWidget", "Module General Options",
+                     DataFactory::configurationRecord, "");
 }
 
 QtAppModuleImpl::~QtAppModuleImpl() = default;
