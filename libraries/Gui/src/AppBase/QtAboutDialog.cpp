@@ -26,6 +26,7 @@ QtAboutDialog::QtAboutDialog(QWidget* parent) : QDialog(parent) {
     label->setMinimumWidth(leastWidth);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
+    buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("ok"));
     connect(buttons, &QDialogButtonBox::accepted, this, &QtAboutDialog::accept);
     auto* column = new QVBoxLayout(this);
     column->addWidget(label);

@@ -8,10 +8,14 @@
 #include "DataUtils/QtDataConfigurationWidget.h"
 
 #include <QtCore/QPointer>
+#include <QtGui/QScreen>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QTabBar>
 #include <QtWidgets/QTabWidget>
 #include <QtWidgets/QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -32,11 +36,15 @@ QtConfigDialog::QtConfigDialog(DataPointer<AppBaseConfig> config, QtModuleList* 
         addTab(config.get(), tr("Application Configuration"));
     if (moduleList)
         addModuleTabs(*moduleList);
+    showAllTitles();
 }
 
 QtConfigDialog::~QtConfigDialog() = default;
 
 void QtConfigDialog::createButtons() {
+    m_about->setObjectName(QStringLiteral("about"));
+    m_cancel->setObjectName(QStringLiteral("cancel"));
+    m_ok->setObjectName(QStringLiteral("ok"));
     m_about->setShortcut(tr("Alt+A"));
     m_about->setToolTip(tr("Version and build of this program (Alt+A)"));
     m_ok->setDefault(true);
@@ -74,6 +82,15 @@ void QtConfigDialog::addTab(Data* record, const QString& title) {
         connect(m_ok, SIGNAL(clicked()), widget, SLOT(ok()));
     if (hasSlot(widget, "cancel()"))
         connect(m_cancel, SIGNAL(clicked()), widget, SLOT(cancel()));
+}
+
+// As far as the screen has room for them.
+void QtConfigDialog::showAllTitles() {
+    const QMargins margins = layout()->contentsMargins();
+    const int wanted = m_tabs->tabBar()->sizeHint().width() + margins.left() + margins.right();
+    const int available = screen()->availableGeometry().width() * 3 / 4;
+    const QSize hint = sizeHint();
+    resize(std::max(hint.width(), std::min(wanted, available)), hint.height());
 }
 
 // What is written to one record may take widgets of others away.

@@ -34,6 +34,7 @@ private:
     void createButtons();
     void addModuleTabs(const QtModuleList& moduleList);
     void addTab(Data* record, const QString& title);
+    void showAllTitles();
     template <class Call>
     void forEachTab(Call call) const;
 

@@ -46,6 +46,7 @@ void QtDecoratedDataConfigurationWidget::createButtons() {
     auto* row = new QHBoxLayout;
     if (m_widget->canSaveAsDefault()) {
         auto* defaults = new QPushButton(tr("Save as default"), this);
+        defaults->setObjectName(QStringLiteral("saveAsDefault"));
         defaults->setShortcut(tr("Alt+D"));
         defaults->setToolTip(tr("Start new items with these values (Alt+D)"));
         row->addWidget(defaults);
@@ -54,6 +55,8 @@ void QtDecoratedDataConfigurationWidget::createButtons() {
     row->addStretch(1);
     auto* ok = new QPushButton(tr("OK"), this);
     auto* cancel = new QPushButton(tr("Cancel"), this);
+    ok->setObjectName(QStringLiteral("ok"));
+    cancel->setObjectName(QStringLiteral("cancel"));
     ok->setDefault(true);
     row->addWidget(ok);
     row->addWidget(cancel);
