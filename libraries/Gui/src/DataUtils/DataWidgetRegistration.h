@@ -21,7 +21,7 @@ public:
 /// It declares the class QtProbeWidgetDataFactoryRegistration, whose construction registers the
 /// widget, and `int createQtProbeWidgetFactory()`, which makes one such registration at its first
 /// call and always returns 1. Which data the widget edits is said by linkDataToWidget(). The
-/// registration lives as long as the process.
+/// registration lives as long as the process, also when another one took its name.
 #define VLR_REGISTER_DATA_WIDGET(Widget, EXPORT)                                                   \
     class EXPORT Widget##DataFactoryRegistration : public DataWidgetRegistration<Widget> {         \
     public:                                                                                        \
@@ -29,7 +29,7 @@ public:
         std::string name() const override { return #Widget; }                                      \
     };                                                                                             \
     EXPORT [[gnu::used]] inline int create##Widget##Factory() {                                    \
-        static const auto* const registration = new Widget##DataFactoryRegistration;               \
+        [[gnu::used]] static const auto* const registration = new Widget##DataFactoryRegistration; \
         Q_UNUSED(registration)                                                                     \
         return 1;                                                                                  \
     }
