@@ -2,6 +2,7 @@
 
 include(CMakePackageConfigHelpers)
 
+option(VLR_VERSION_INFORMATION "Compile the version, the revision and the time of the build in" ON)
 option(VLR_SANITIZE "Build with the address, undefined-behaviour and leak sanitizers" OFF)
 
 set(CMAKE_CXX_STANDARD 17)
@@ -70,6 +71,35 @@ function(vlr_add_library name)
         FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vlr/${name})
     list(TRANSFORM arg_HEADERS REPLACE "^src/" "${name}/") # as it is installed
     set_property(GLOBAL APPEND PROPERTY VLR_PUBLIC_HEADERS ${arg_HEADERS})
+endfunction()
+
+# vlr_add_version_information(<target> <template>): compiles into the target what its build knows
+# of itself. The revision is looked up at every build, but only a new one, or a change of the
+# libraries' sources, compiles that one file again.
+function(vlr_add_version_information target template)
+    set(revisionFile "${PROJECT_BINARY_DIR}/revision.txt")
+    set(output "${CMAKE_CURRENT_BINARY_DIR}/VersionInformation.cpp")
+    add_custom_target(${target}Revision
+        COMMAND ${CMAKE_COMMAND} -D "source=${PROJECT_SOURCE_DIR}" -D "file=${revisionFile}"
+            -P "${PROJECT_SOURCE_DIR}/cmake/vlrRevision.cmake"
+        BYPRODUCTS "${revisionFile}"
+        COMMENT "" VERBATIM)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS
+        "${PROJECT_SOURCE_DIR}/libraries/*.h" "${PROJECT_SOURCE_DIR}/libraries/*.cpp")
+    add_custom_command(OUTPUT "${output}"
+        COMMAND ${CMAKE_COMMAND}
+            -D "enabled=${VLR_VERSION_INFORMATION}" -D "version=${PROJECT_VERSION}"
+            -D "buildKey=${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}, ${CMAKE_BUILD_TYPE}"
+            -D "revisionFile=${revisionFile}" -D "output=${output}"
+            -D "template=${CMAKE_CURRENT_SOURCE_DIR}/${template}"
+            -P "${PROJECT_SOURCE_DIR}/cmake/vlrVersionInformation.cmake"
+        DEPENDS "${template}" "${revisionFile}" ${sources}
+            "${PROJECT_SOURCE_DIR}/cmake/vlrVersionInformation.cmake"
+        COMMENT "Writing the version information of ${target}" VERBATIM)
+    add_dependencies(${target} ${target}Revision)
+    target_sources(${target} PRIVATE "${output}")
+    target_include_directories(${target} PRIVATE src)
+    set_property(SOURCE "${output}" PROPERTY SKIP_AUTOGEN ON)
 endfunction()
 
 # The files that find_package(vlr) reads.

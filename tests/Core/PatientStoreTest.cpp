@@ -13,6 +13,7 @@
 #include <QtCore/QUrl>
 
 #include <gtest/gtest.h>
+#include <set>
 
 namespace {
 
@@ -94,6 +95,11 @@ TEST_F(PatientStoreTest, TheListingKnowsThePatientsById) {
     std::vector<vlr::URI> uris;
     ASSERT_EQ(DataIOManager::patientList(uris), CaError::nullError);
     ASSERT_EQ(uris.size(), 3U);
+    std::vector<QString> ids{QStringLiteral("of the last time")};
+    ASSERT_EQ(DataIOManager::patientIds(ids), CaError::nullError);
+    EXPECT_EQ(std::set<QString>(ids.begin(), ids.end()),
+              (std::set<QString>{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));
+    EXPECT_EQ(ids.size(), 3U);
     MetaInformation information;
     ASSERT_EQ(DataIOManager::loadPatientMetaInfo(uris[1], information), CaError::nullError);
     EXPECT_EQ(information.value(QStringLiteral("id")), QStringLiteral("2"));

@@ -3,6 +3,7 @@
 #include "AppBase/AppBaseConfig.h"
 #include "AppBase/AppBaseImpl.h"
 #include "AppBase/AppBaseImplTest.h"
+#include "AppBase/QtConfigDialog.h"
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
@@ -26,6 +27,7 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSplashScreen>
 #include <QtWidgets/QSplitter>
+#include <QtWidgets/QTabWidget>
 
 #include <csignal>
 
@@ -577,6 +579,22 @@ TEST_F(AppBaseTest, LongOperationsShowTheirProgressOverTheWindow) {
     ASSERT_TRUE(dialog);
     EXPECT_EQ(dialog->maximum(), 10);
     CaProgressMonitor::getInstance()->end();
+}
+
+TEST_F(AppBaseTest, TheConfigurationDialogIsOpenedByTheWindow) {
+    for (const bool useConfiguration : {true, false}) {
+        AppBase& application = app(useConfiguration);
+        application.addModule(new RecordingModule(QStringLiteral("Plan")));
+        int tabs = -1;
+        inNextDialog<QtConfigDialog>([&](QtConfigDialog& dialog) {
+            tabs = dialog.findChild<QTabWidget*>()->count();
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        });
+        EXPECT_TRUE(application.getMainWindow()->isRequestAnswered(SIGNAL(configRequest())));
+        emit application.getMainWindow()->configRequest();
+        EXPECT_EQ(tabs, 2);
+        endApp();
+    }
 }
 
 TEST_F(AppBaseTest, TheSettingsEditorIsOpenedByTheWindowAndByTheSystemConfigurationRequest) {

@@ -7,6 +7,8 @@
 #include "Data/Patient.h"
 #include "Data/ProcessData.h"
 #include "Data/Study.h"
+#include "DataUtils/PatientConfiguration.h"
+#include "DataUtils/StudyConfiguration.h"
 #include "IO/TreeXml.h"
 
 #include <gtest/gtest.h>
@@ -37,6 +39,8 @@ void registerRecords() {
     createMainWindowConfigFactory();
     createQuadViewConfigFactory();
     createModuleConfigFactory();
+    createPatientConfigurationFactory();
+    createStudyConfigurationFactory();
     createPatientFactory();
     createStudyFactory();
     createDataItemFactory();

@@ -1,17 +1,22 @@
+#include "AppBase/QtConfigDialog.h"
+#include "Base/QtMessageLine.h"
 #include "Common/CurrentPatientBanner.h"
-#include "Common/MessageLine.h"
+#include "Data/Study.h"
+#include "DataUtils/QtDataConfigurationDialog.h"
 #include "IO/DataIOManager.h"
 #include "Navigator/NavigatorTest.h"
-#include "Patients/NewPatientDialog.h"
-#include "Patients/PatientId.h"
 #include "Patients/PatientTableModel.h"
 #include "Patients/PatientsModule.h"
 #include "Patients/PatientsView.h"
+#include "Patients/StudyList.h"
 #include "Settings/vlrSettings.h"
+#include "Support/MessageBoxes.h"
 
+#include <QtWidgets/QCheckBox>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QTabWidget>
 #include <QtWidgets/QTableView>
 
 #include <gmock/gmock.h>
@@ -37,30 +42,20 @@ protected:
         show(new PatientsModule);
         ASSERT_TRUE(QTest::qWaitFor([&] { return count() == text(expectedCount); }, patience));
     }
+    // Opens a form with the button and drives it.
+    void inForm(const char* button, const std::function<void(QDialog&)>& drive) {
+        inNextDialog<QtDataConfigurationDialog>([&](QDialog& form) { drive(form); });
+        QTest::mouseClick(find<QPushButton>(button), Qt::LeftButton);
+    }
+    static void press(const QDialog& dialog, const char* button) {
+        QTest::mouseClick(dialog.findChild<QPushButton*>(text(button)), Qt::LeftButton);
+    }
     static QString shown(const QWidget& parent, const char* name) {
         return parent.findChild<QLabel*>(text(name))->accessibleName();
     }
 };
 
 } // namespace
-
-TEST(PatientId, IsTheFirstFreeNumber) {
-    const struct {
-        std::vector<const char*> taken;
-        int maximum;
-        const char* expected;
-    } cases[] = {
-        {{}, 1000000, "0000001"},     {{"0000001", "0000002", "0000004"}, 1000000, "0000003"},
-        {{"1", "002"}, 1000, "0003"}, {{"x17", "", "-1", "99999999999"}, 1000, "0001"},
-        {{"1", "2"}, 3, ""},          {{}, 0, ""},
-    };
-    for (const auto& each : cases) {
-        std::vector<MetaInformation> patients;
-        for (const char* id : each.taken)
-            patients.push_back(patientWithId(id));
-        EXPECT_EQ(firstFreePatientId(patients, each.maximum), text(each.expected));
-    }
-}
 
 TEST(PatientTableModel, MarksTheCurrentPatientOnly) {
     MetaInformation first = patientWithId("1");
@@ -88,61 +83,136 @@ TEST(PatientTableModel, SortsDatesAsDates) {
     EXPECT_EQ(model.data(born, PatientTableModel::SortRole), QDate(1968, 3, 5));
 }
 
-// --- the form
+// --- the forms
 
-TEST_F(PatientsTest, TakenIdIsSaidAndAFreeOneOffered) {
-    NewPatientDialog dialog(window());
-    dialog.show();
-    auto* id = dialog.findChild<QLineEdit*>(text("patientId"));
-    auto* name = dialog.findChild<QLineEdit*>(text("patientName"));
-    EXPECT_EQ(id->text(), text("0000001"));
-    storePatient("0000001"); // by somebody else, meanwhile
-    name->setText(text(" Doe, Jane "));
-    dialog.accept();
-    EXPECT_TRUE(dialog.isVisible());
-    EXPECT_THAT(dialog.findChild<MessageLine*>(text("idMessage"))->text().toStdString(),
-                testing::HasSubstr("0000001 in the meantime"));
-    EXPECT_EQ(name->text(), text(" Doe, Jane "));
-
-    QTest::mouseClick(dialog.findChild<QPushButton*>(text("useFreeId")), Qt::LeftButton);
-    dialog.accept();
-    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+TEST_F(PatientsTest, ANewPatientIsStoredAndSelected) {
+    showList("Patients: 0");
+    inForm("newPatient", [](QDialog& form) {
+        EXPECT_EQ(form.windowTitle(), text("New patient"));
+        EXPECT_EQ(form.parentWidget(), AppBase::instance()->getMainWindow());
+        form.findChild<QLineEdit*>(text("patientName"))->setText(text(" Doe, Jane "));
+        press(form, "ok");
+    });
+    EXPECT_EQ(count(), text("Patients: 1"));
+    const auto* view = window()->findChild<PatientsView*>();
     DataPointer<Patient> stored;
-    ASSERT_EQ(DataIOManager::loadPatient(dialog.patient()->storageUri(), stored),
-              CaError::nullError);
-    EXPECT_EQ(stored->patientId(), text("0000002"));
-    EXPECT_EQ(stored->name(), text("Doe, Jane"));
-    const auto study = dataCast<Study>(stored->child(0));
-    ASSERT_TRUE(study);
-    EXPECT_TRUE(study->date().isValid() && study->time().isValid());
+    ASSERT_EQ(DataIOManager::loadPatient(view->selectedPatient(), stored), CaError::nullError);
+    EXPECT_EQ(stored->patientId(), text("0000000"));
+    EXPECT_EQ(stored->name(), text(" Doe, Jane "));
 }
 
-TEST_F(PatientsTest, MessagesStandBesideTheirFields) {
+TEST_F(PatientsTest, MessagesStandBesideTheirFieldsAndNothingIsLost) {
     const struct {
         const char *id, *name, *message;
         bool isDiskFull;
     } cases[] = {
         {"  ", "Doe", "idMessage", false},
+        {"1", "Doe", "idMessage", false},
         {"7", "  ", "nameMessage", false},
-        {"7", "Doe", "message", true},
+        {"7", "Doe", "storeError", true},
     };
     storePatient("1");
-    for (const auto& each : cases) {
-        NewPatientDialog dialog(window());
-        dialog.show();
-        dialog.findChild<QLineEdit*>(text("patientId"))->setText(text(each.id));
-        dialog.findChild<QLineEdit*>(text("patientName"))->setText(text(each.name));
-        {
-            std::unique_ptr<FullDisk> fullDisk;
-            if (each.isDiskFull)
-                fullDisk = std::make_unique<FullDisk>();
-            dialog.accept();
-        }
-        EXPECT_TRUE(dialog.isVisible());
-        for (const auto* message : dialog.findChildren<MessageLine*>())
-            EXPECT_EQ(message->isVisible(), message->objectName() == text(each.message))
-                << message->objectName().toStdString() << ": " << message->text().toStdString();
-        EXPECT_EQ(dialog.findChild<QLineEdit*>(text("patientName"))->text(), text(each.name));
+    showList("Patients: 1");
+    for (const auto& each : cases)
+        inForm("newPatient", [&](QDialog& form) {
+            form.findChild<QLineEdit*>(text("patientId"))->setText(text(each.id));
+            form.findChild<QLineEdit*>(text("patientName"))->setText(text(each.name));
+            {
+                std::unique_ptr<FullDisk> fullDisk;
+                if (each.isDiskFull)
+                    fullDisk = std::make_unique<FullDisk>();
+                press(form, "ok");
+            }
+            EXPECT_TRUE(form.isVisible());
+            for (const auto* message : form.findChildren<QtMessageLine*>())
+                EXPECT_EQ(message->isVisible(), message->objectName() == text(each.message))
+                    << message->objectName().toStdString() << ": " << message->text().toStdString();
+            EXPECT_EQ(form.findChild<QLineEdit*>(text("patientName"))->text(), text(each.name));
+            form.close();
+        });
+    EXPECT_EQ(count(), text("Patients: 1"));
+}
+
+TEST_F(PatientsTest, TheCurrentPatientIsEditedInPlace) {
+    storePatient("1", "Adams");
+    showList("Patients: 1");
+    window()->findChild<PatientsView*>()->selectId(text("1"));
+    QTest::mouseClick(find<QPushButton>("makeCurrent"), Qt::LeftButton);
+    const DataPointer<Patient> current = AppBase::getCurrentPatient();
+    ASSERT_TRUE(current);
+    const auto rename = [&](const char* button) {
+        inForm("editPatient", [&](QDialog& form) {
+            form.findChild<QLineEdit*>(text("patientName"))->setText(text("Adams-Brown"));
+            press(form, button);
+        });
+    };
+    rename("cancel");
+    EXPECT_EQ(current->name(), text("Adams"));
+    rename("ok");
+    EXPECT_EQ(current->name(), text("Adams-Brown"));
+    EXPECT_EQ(shown(*window(), "currentPatientName"), text("Adams-Brown"));
+    // What is stored at the end does not meet a newer one.
+    EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);
+}
+
+TEST_F(PatientsTest, StudiesOfTheCurrentPatientAreEnteredAndEdited) {
+    const DataPointer<Patient> patient = storePatient("1", "Adams");
+    showList("Patients: 1");
+    EXPECT_FALSE(find<QPushButton>("newStudy")->isEnabled());
+    AppBase::setCurrentPatient(patient);
+    EXPECT_FALSE(find<QPushButton>("editStudy")->isEnabled());
+    const auto enter = [&](const char* button, const char* institution, bool isDiskFull) {
+        inForm(button, [&](QDialog& form) {
+            form.findChild<QLineEdit*>(text("studyInstitution"))->setText(text(institution));
+            {
+                std::unique_ptr<FullDisk> fullDisk;
+                if (isDiskFull)
+                    fullDisk = std::make_unique<FullDisk>();
+                press(form, "ok");
+            }
+            EXPECT_EQ(form.isVisible(), isDiskFull);
+            form.hide();
+        });
+    };
+    enter("newStudy", "St. Luke", true);
+    EXPECT_EQ(patient->childCount(), 0);
+    EXPECT_FALSE(AppBase::getCurrentStudy());
+    enter("newStudy", "St. Luke", false);
+    const DataPointer<Study> study = AppBase::getCurrentStudy();
+    ASSERT_TRUE(study);
+    EXPECT_EQ(study->parent(), patient.get());
+    enter("editStudy", "St. Mary", true);
+    EXPECT_EQ(study->institution(), text("St. Luke"));
+    enter("editStudy", "St. Mary", false);
+    const auto* list = find<StudyList>("studies");
+    ASSERT_EQ(list->count(), 1);
+    EXPECT_THAT(list->item(0)->text().toStdString(), testing::HasSubstr("St. Mary"));
+
+    enter("newStudy", "St. Paul", false);
+    EXPECT_NE(AppBase::getCurrentStudy(), study);
+    find<StudyList>("studies")->setCurrentRow(0);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return AppBase::getCurrentStudy() == study; }, patience));
+    DataPointer<Patient> stored;
+    ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), stored), CaError::nullError);
+    EXPECT_EQ(stored->childCount(), 2);
+}
+
+TEST_F(PatientsTest, TheOptionDecidesWhetherTheLastPatientIsSelected) {
+    storePatient("1", "Adams");
+    for (const bool selects : {true, false}) {
+        showList("Patients: 1");
+        window()->findChild<PatientsView*>()->selectId(text("1"));
+        QTest::mouseClick(find<QPushButton>("makeCurrent"), Qt::LeftButton);
+        inNextDialog<QtConfigDialog>([&](QtConfigDialog& dialog) {
+            EXPECT_EQ(dialog.findChild<QTabWidget*>()->tabText(2), text("Patients Configuration"));
+            dialog.findChild<QCheckBox*>(text("selectsLastPatient"))->setChecked(selects);
+            press(dialog, "ok");
+        });
+        emit window()->configRequest();
+        restart();
+        showList("Patients: 1");
+        EXPECT_EQ(window()->findChild<PatientsView*>()->selectedPatient().isValid(), selects);
+        restart();
     }
 }
 

@@ -101,7 +101,7 @@ int runTourStage(const char* stage) {
 } // namespace
 
 TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
-    EXPECT_EQ(runTourStage("1"), 26);
+    EXPECT_EQ(runTourStage("1"), 33);
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
         database.setDatabaseName(qEnvironmentVariable("XDG_DATA_HOME") +
@@ -109,20 +109,20 @@ TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
         ASSERT_TRUE(database.open());
         QSqlQuery query(database);
         ASSERT_TRUE(query.exec(QStringLiteral(
-            "SELECT name, sex, birth_date FROM patient WHERE patient_id = '0000001'")));
+            "SELECT name, sex, birth_date FROM patient WHERE patient_id = '0000000'")));
         ASSERT_TRUE(query.next());
         EXPECT_EQ(query.value(0).toString(), QLatin1String("Vermeer, Johanna"));
         EXPECT_EQ(query.value(1).toInt(), 1);
         EXPECT_EQ(query.value(2).toString(), QLatin1String("1968-03-05"));
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-    EXPECT_EQ(runTourStage("2"), 28);
+    EXPECT_EQ(runTourStage("2"), 35);
 
     auto files = configurationFiles();
     EXPECT_THAT(files[QStringLiteral("ImagesModuleConfiguration.xml")].toStdString(),
                 HasSubstr("tour series"));
     EXPECT_THAT(files[QStringLiteral("PatientsModuleConfiguration.xml")].toStdString(),
-                HasSubstr("0000001"));
+                HasSubstr("0000000"));
     NavigatorProcess again({runOption});
     EXPECT_EQ(again.end(), 0);
     EXPECT_EQ(configurationFiles(), files) << "A run that changes nothing";

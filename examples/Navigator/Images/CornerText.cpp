@@ -1,7 +1,7 @@
 #include "Images/CornerText.h"
 
 #include "AppBase/Icons.h"
-#include "Common/MessageLine.h"
+#include "Base/QtMessageLine.h"
 
 #include <QtGui/QPainter>
 
@@ -24,11 +24,11 @@ void paintMessage(QPainter& painter, const QRect& area, const QString& title,
     bold.setBold(true);
     painter.setFont(bold);
     QRect titleRect;
-    painter.drawText(area, flags, breakable(title), &titleRect);
+    painter.drawText(area, flags, vlr::breakable(title), &titleRect);
     painter.setFont(plain);
     QRect rest = area;
     rest.setTop(titleRect.bottom() + margin);
-    painter.drawText(rest, flags, breakable(reason));
+    painter.drawText(rest, flags, vlr::breakable(reason));
 }
 
 // Where the message begins: a little above the middle.

@@ -5,6 +5,7 @@
 #include "AppBase/vlrControlList.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/AfterFirstPaint.h"
+#include "Images/ImagesOptionsWidget.h"
 #include "Images/ImagesView.h"
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
@@ -63,6 +64,9 @@ ImagesModule::ImagesModule(std::shared_ptr<VolumePanes> panesToUse, const QStrin
 
 void ImagesModule::loadOptions() {
     createImagesOptionsFactory();
+    createImagesOptionsWidgetFactory();
+    linkDataToWidget(ImagesOptions::className, "ImagesOptionsWidget", "",
+                     DataFactory::configurationRecord, "");
     m_options = dataCast<ImagesOptions>(DataPointer<Data>(configuration()));
     if (m_options)
         return;
@@ -128,7 +132,7 @@ void ImagesModule::openForTheFirstTime() {
 
 // True when nothing else is to be shown instead.
 bool ImagesModule::openAgain() {
-    if (m_options->paths().isEmpty())
+    if (m_options->paths().isEmpty() || !m_options->opensLastImages())
         return false;
     const Opening opening = openPaths(m_options->paths(), m_options->slice());
     if (opening.problem.isEmpty())

@@ -15,6 +15,8 @@ public:
     bool setPaths(const QStringList& paths);
     int slice() const { return m_slice; } ///< From 0; -1 when none was shown yet.
     void setSlice(int slice) { m_slice = slice; }
+    bool opensLastImages() const { return m_opensLastImages; } ///< At the start.
+    void setOpensLastImages(bool opens) { m_opensLastImages = opens; }
 
 protected:
     ~ImagesOptions() override = default;
@@ -24,10 +26,12 @@ protected:
 private:
     friend struct RecordAccess;
     static constexpr auto attributes() {
-        return std::make_tuple(attribute("m_slice", &ImagesOptions::m_slice, -1, 1000000));
+        return std::make_tuple(attribute("m_slice", &ImagesOptions::m_slice, -1, 1000000),
+                               attribute("m_opensLastImages", &ImagesOptions::m_opensLastImages));
     }
 
     int m_slice = -1;
+    bool m_opensLastImages = true;
     QStringList m_paths;
 };
 

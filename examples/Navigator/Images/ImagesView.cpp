@@ -1,6 +1,6 @@
 #include "Images/ImagesView.h"
 
-#include "Common/MessageLine.h"
+#include "Base/QtMessageLine.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
@@ -10,7 +10,7 @@
 #include <QtWidgets/QSlider>
 
 ImagesView::ImagesView(QWidget* parent)
-    : QWidget(parent), m_reason(new MessageLine(this)), m_view(new SliceView(this)),
+    : QWidget(parent), m_reason(new QtMessageLine(this)), m_view(new SliceView(this)),
       m_slider(new QSlider(Qt::Horizontal, this)), m_position(new QLabel(this)) {
     m_slider->setObjectName(QStringLiteral("slice"));
     m_slider->setAccessibleName(tr("Slice"));

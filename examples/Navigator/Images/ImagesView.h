@@ -3,7 +3,7 @@
 #include "Images/SliceCache.h"
 #include "Images/SliceView.h"
 
-class MessageLine;
+class QtMessageLine;
 class QLabel;
 class QSlider;
 
@@ -37,7 +37,7 @@ private:
     QString title() const;
 
     SliceCache m_cache;
-    MessageLine* m_reason;
+    QtMessageLine* m_reason;
     SliceView* m_view;
     QSlider* m_slider;
     QLabel* m_position;

@@ -2,7 +2,7 @@
 
 #include "AppBase/Icons.h"
 #include "Base/QtElidedLabel.h"
-#include "Common/MessageLine.h"
+#include "Base/QtMessageLine.h"
 
 #include <QtCore/QFileInfo>
 
@@ -57,7 +57,8 @@ void ProblemList::addText(const QString& text) {
 }
 
 QListWidgetItem* ProblemList::addEntry(const QString& text, const QString& toolTip) {
-    auto* item = new QListWidgetItem(vlr::icon(QStringLiteral("Warning")), breakable(text), this);
+    auto* item =
+        new QListWidgetItem(vlr::icon(QStringLiteral("Warning")), vlr::breakable(text), this);
     item->setToolTip(plainToolTip(toolTip));
     return item;
 }

@@ -3,16 +3,62 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "Common/AfterFirstPaint.h"
+#include "Data/Study.h"
+#include "DataUtils/DataFactory.h"
+#include "DataUtils/QtPatientConfigurationWidget.h"
+#include "DataUtils/QtStudyConfigurationWidget.h"
 #include "IO/DataIOManager.h"
-#include "Patients/NewPatientDialog.h"
+#include "Patients/PatientsOptionsWidget.h"
 #include "Patients/PatientsView.h"
+#include "Patients/StudyList.h"
 
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
+
+namespace {
+
+constexpr int patientData = 1;
+
+void linkForms() {
+    createQtPatientConfigurationWidgetFactory();
+    createQtStudyConfigurationWidgetFactory();
+    createPatientsOptionsWidgetFactory();
+    linkDataToWidget(Patient::className, "QtPatientConfigurationWidget", "", patientData, "");
+    linkDataToWidget(Study::className, "QtStudyConfigurationWidget", "", patientData, "");
+    linkDataToWidget(PatientsOptions::className, "PatientsOptionsWidget", "",
+                     DataFactory::configurationRecord, "");
+}
+
+// A patient nobody can find again by name or id is not stored.
+CaError storeNamed(const DataPointer<Patient>& patient) {
+    using Form = QtPatientConfigurationWidget;
+    if (patient->patientId().trimmed().isEmpty())
+        return CaError(Form::idError,
+                       PatientsModule::tr("Enter the id of the patient.").toStdString());
+    if (patient->name().trimmed().isEmpty())
+        return CaError(Form::nameError,
+                       PatientsModule::tr("Enter the name of the patient.").toStdString());
+    return DataIOManager::storePatient(patient);
+}
+
+// A patient without the study when it could not be stored with it.
+CaError storeWithStudy(const DataPointer<Patient>& patient, const DataPointer<Study>& study) {
+    CaError error = patient->addChild(study, true);
+    if (error != CaError::nullError)
+        return error;
+    error = DataIOManager::storePatient(patient);
+    if (error != CaError::nullError)
+        (void)patient->removeChild(study.get());
+    return error;
+}
+
+} // namespace
 
 PatientsModule::PatientsModule()
     : WorkflowModule(QStringLiteral("Patients")), m_view(new PatientsView) {
     setMainWidget(m_view);
+    linkForms();
     loadOptions();
     createContext();
     if (AppBase* application = AppBase::instance())
@@ -34,21 +80,51 @@ void PatientsModule::loadOptions() {
 void PatientsModule::createContext() {
     QPushButton* const create =
         addButton("Add", tr("&New patient..."), tr("Enter a patient and store it"));
+    m_editPatient = addButton("Edit", tr("&Edit patient..."),
+                              tr("Change the data of the patient that is selected in the list"));
     m_makeCurrent = addButton("Patient", tr("&Make current"),
                               tr("Work on the patient that is selected in the list"));
     QPushButton* const reload = addButton("Refresh", tr("&Reload list"),
                                           tr("Show what other workstations stored meanwhile"));
     create->setObjectName(QStringLiteral("newPatient"));
+    m_editPatient->setObjectName(QStringLiteral("editPatient"));
     m_makeCurrent->setObjectName(QStringLiteral("makeCurrent"));
+    m_editPatient->setEnabled(false);
     m_makeCurrent->setEnabled(false);
-    contents()->addStretch(1);
+    createStudies();
 
     connect(create, &QPushButton::clicked, this, &PatientsModule::newPatient);
+    connect(m_editPatient, &QPushButton::clicked, this, &PatientsModule::editPatient);
     connect(m_makeCurrent, &QPushButton::clicked, this, &PatientsModule::makeCurrent);
     connect(reload, &QPushButton::clicked, m_view, &PatientsView::load);
     connect(m_view, &PatientsView::makeCurrentRequested, this, &PatientsModule::makeCurrent);
-    connect(m_view, &PatientsView::selectionChanged, this,
-            [this] { m_makeCurrent->setEnabled(m_view->selectedPatient().isValid()); });
+    connect(m_view, &PatientsView::selectionChanged, this, [this] {
+        const bool isSelected = m_view->selectedPatient().isValid();
+        m_editPatient->setEnabled(isSelected);
+        m_makeCurrent->setEnabled(isSelected);
+    });
+}
+
+void PatientsModule::createStudies() {
+    m_studies = new StudyList;
+    m_studies->setObjectName(QStringLiteral("studies"));
+    auto* title = new QLabel(tr("S&tudies of the current patient:"));
+    title->setBuddy(m_studies);
+    title->setWordWrap(true);
+    contents()->addSpacing(6);
+    contents()->addWidget(title);
+    contents()->addWidget(m_studies, 1);
+    m_newStudy = addButton("Add", tr("New st&udy..."), tr("Add a study to the current patient"));
+    m_editStudy = addButton("Edit", tr("Edit stud&y..."), tr("Change the data of the study"));
+    m_newStudy->setObjectName(QStringLiteral("newStudy"));
+    m_editStudy->setObjectName(QStringLiteral("editStudy"));
+    m_newStudy->setEnabled(false);
+    m_editStudy->setEnabled(false);
+    connect(m_newStudy, &QPushButton::clicked, this, &PatientsModule::newStudy);
+    connect(m_editStudy, &QPushButton::clicked, this, &PatientsModule::editStudy);
+    if (AppBase* application = AppBase::instance())
+        connect(application, &AppBase::currentStudyChanged, this,
+                [this] { m_editStudy->setEnabled(static_cast<bool>(AppBase::getCurrentStudy())); });
 }
 
 void PatientsModule::activate() {
@@ -59,38 +135,85 @@ void PatientsModule::deactivate() {}
 
 void PatientsModule::loadForTheFirstTime() {
     m_view->load();
-    m_view->selectId(m_options->lastPatientId());
+    if (m_options->selectsLastPatient())
+        m_view->selectId(m_options->lastPatientId());
+}
+
+// --- editing
+
+bool PatientsModule::edit(const DataPointer<Data>& data, const QString& title,
+                          const std::function<CaError()>& store) {
+    AppBase* const application = AppBase::instance();
+    DataFactory::DialogOptions options;
+    options.title = title;
+    options.parent = application ? application->getMainWindow() : m_view->window();
+    options.store = store;
+    const CaError error = DataFactory::displayConfigurationDialog(data.get(), nullptr, options);
+    if (error != CaError::nullError)
+        return false;
+    data->notify(Data::CHANGED);
+    return true;
 }
 
 void PatientsModule::newPatient() {
-    AppBase* const application = AppBase::instance();
-    NewPatientDialog dialog(application ? application->getMainWindow() : m_view->window());
-    if (dialog.exec() != QDialog::Accepted)
+    const DataPointer<Patient> patient(new Patient);
+    if (!edit(patient, tr("New patient"), [&] { return storeNamed(patient); }))
         return;
     m_view->load();
-    m_view->select(dialog.patient()->storageUri());
+    m_view->select(patient->storageUri());
     m_view->setFocus();
 }
 
-void PatientsModule::makeCurrent() {
-    const vlr::URI uri = m_view->selectedPatient();
-    const DataPointer<Patient> current = AppBase::getCurrentPatient();
-    if (!uri.isValid() || (current && current->storageUri() == uri))
-        return;
-    DataPointer<Patient> patient;
-    const CaError error = DataIOManager::loadPatient(uri, patient);
-    if (error != CaError::nullError) {
-        m_view->showMessage(
-            tr("The patient cannot be loaded. %1").arg(QString::fromStdString(error.text())));
-        return;
+void PatientsModule::editPatient() {
+    const DataPointer<Patient> patient = selectedPatient();
+    if (patient && edit(patient, tr("Edit patient"), [&] { return storeNamed(patient); }))
+        m_view->load();
+    m_view->setFocus();
+}
+
+void PatientsModule::newStudy() {
+    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
+    const DataPointer<Study> study(new Study);
+    if (patient && edit(study, tr("New study"), [&] { return storeWithStudy(patient, study); })) {
+        AppBase::setCurrentStudy(study);
+        m_view->load();
     }
-    m_view->showMessage({});
-    AppBase::setCurrentPatient(patient);
+}
+
+void PatientsModule::editStudy() {
+    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
+    const DataPointer<Study> study = AppBase::getCurrentStudy();
+    if (patient && study &&
+        edit(study, tr("Edit study"), [&] { return DataIOManager::storePatient(patient); })) {
+        m_studies->load();
+        m_view->load();
+    }
+}
+
+// There is only one of the current patient, so that nobody works on an old copy.
+DataPointer<Patient> PatientsModule::selectedPatient() {
+    const vlr::URI uri = m_view->selectedPatient();
+    DataPointer<Patient> patient = AppBase::getCurrentPatient();
+    if (!uri.isValid() || (patient && patient->storageUri() == uri))
+        return uri.isValid() ? patient : DataPointer<Patient>();
+    patient = nullptr;
+    const CaError error = DataIOManager::loadPatient(uri, patient);
+    m_view->showMessage(
+        error == CaError::nullError
+            ? QString()
+            : tr("The patient cannot be loaded. %1").arg(QString::fromStdString(error.text())));
+    return patient;
+}
+
+void PatientsModule::makeCurrent() {
+    if (const DataPointer<Patient> patient = selectedPatient())
+        AppBase::setCurrentPatient(patient);
 }
 
 void PatientsModule::showCurrentPatient() {
     const DataPointer<Patient> current = AppBase::getCurrentPatient();
     m_view->setCurrentPatient(current ? current->storageUri() : vlr::URI());
+    m_newStudy->setEnabled(static_cast<bool>(current));
     if (current)
         m_options->setLastPatientId(current->patientId());
 }

@@ -1,12 +1,16 @@
 #pragma once
 
 #include "Common/WorkflowModule.h"
+#include "Data/Patient.h"
 #include "Observer/CaSubject.h"
 #include "Patients/PatientsOptions.h"
 
-class PatientsView;
+#include <functional>
 
-/// The first step: the patient is chosen from the stored ones, or entered.
+class PatientsView;
+class StudyList;
+
+/// The first step: the patient is chosen from the stored ones, or entered; so are his studies.
 class PatientsModule : public WorkflowModule {
     Q_OBJECT
 
@@ -20,12 +24,24 @@ private:
     void loadOptions();
     void createContext();
     void loadForTheFirstTime();
+    void createStudies();
     void newPatient();
+    void editPatient();
+    void newStudy();
+    void editStudy();
+    /// Lets the user edit the data; `store` is what OK does with it. False when he cancelled.
+    bool edit(const DataPointer<Data>& data, const QString& title,
+              const std::function<CaError()>& store);
+    DataPointer<Patient> selectedPatient(); ///< Null, with a message, when it cannot be loaded.
     void makeCurrent();
     void showCurrentPatient();
 
     DataPointer<PatientsOptions> m_options;
     PatientsView* m_view; ///< Owned by the base.
+    StudyList* m_studies = nullptr;
+    QPushButton* m_editPatient = nullptr;
     QPushButton* m_makeCurrent = nullptr;
+    QPushButton* m_newStudy = nullptr;
+    QPushButton* m_editStudy = nullptr;
     CaConnection m_patientChanges;
 };

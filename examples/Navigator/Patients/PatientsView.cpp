@@ -1,7 +1,7 @@
 #include "Patients/PatientsView.h"
 
 #include "AppBase/Icons.h"
-#include "Common/MessageLine.h"
+#include "Base/QtMessageLine.h"
 #include "IO/DataIOManager.h"
 #include "Patients/PatientTableModel.h"
 
@@ -68,7 +68,7 @@ PatientsView::PatientsView(QWidget* parent)
     : QWidget(parent), m_model(new PatientTableModel(this)),
       m_sorted(new QSortFilterProxyModel(this)) {
     createTable();
-    m_message = new MessageLine(this);
+    m_message = new QtMessageLine(this);
     m_pages = new QStackedWidget(this);
     m_pages->addWidget(m_table);
     m_pages->addWidget(createEmptyPage());
@@ -207,7 +207,7 @@ void PatientsView::load() {
 
 void PatientsView::showError(const CaError& error) {
     m_model->setPatients({});
-    m_reason->setText(breakable(
+    m_reason->setText(vlr::breakable(
         tr("The patients cannot be read.\n\n%1").arg(QString::fromStdString(error.text()))));
     m_pages->setCurrentWidget(m_errorPage);
     m_count->clear();

@@ -5,7 +5,7 @@
 
 #include <QtWidgets/QWidget>
 
-class MessageLine;
+class QtMessageLine;
 class PatientTableModel;
 class QLabel;
 class QLineEdit;
@@ -50,7 +50,7 @@ private:
     QTableView* m_table = nullptr;
     QLineEdit* m_search = nullptr;
     QLabel* m_count = nullptr;
-    MessageLine* m_message = nullptr;
+    QtMessageLine* m_message = nullptr;
     QStackedWidget* m_pages = nullptr;
     QWidget* m_emptyPage = nullptr;
     QWidget* m_errorPage = nullptr;

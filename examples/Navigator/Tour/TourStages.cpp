@@ -16,11 +16,12 @@
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QProgressDialog>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QTabWidget>
 #include <QtWidgets/QTableView>
 
 namespace {
 
-const QString firstId = QStringLiteral("0000001");
+const QString firstId = QStringLiteral("0000000");
 const QString firstName = QStringLiteral("Vermeer, Johanna");
 const QString secondName =
     QStringLiteral("Wolfeschlegelsteinhausenbergerdorff-Montgomery-Castellanos, Maximiliana "
@@ -65,19 +66,20 @@ void enterBirthDate(TourActions& actions, const QString& typed) {
 void enterFirstPatient(TourActions& actions) {
     actions.expectText<QLineEdit>("patientId", firstId);
     actions.picture("02-new-patient");
-    actions.click("save");
+    actions.click("ok");
     actions.expect(actions.find("nameMessage")->isVisible(), "nothing asks for the name");
     actions.picture("03-name-missing");
 
     actions.type(actions.find("patientName"), firstName);
-    actions.key(actions.find("patientSex"), Qt::Key_Down);
+    for (int i = 0; i < 2; ++i)
+        actions.key(actions.find("patientSex"), Qt::Key_Down);
     enterBirthDate(actions, QStringLiteral("05Mar1968"));
     actions.expect(actions.find<QComboBox>("patientSex")->currentText() == QLatin1String("Female"),
                    "the sex cannot be chosen by key");
     actions.expect(actions.find<QDateEdit>("patientBirthDate")->date() == QDate(1968, 3, 5),
                    "the date of birth cannot be typed");
     actions.picture("04-form-filled-in");
-    actions.click("save");
+    actions.click("ok");
 }
 
 void enterSecondPatient(TourActions& actions) {
@@ -85,17 +87,38 @@ void enterSecondPatient(TourActions& actions) {
     id->selectAll();
     actions.type(id, firstId);
     actions.type(actions.find("patientName"), secondName);
-    actions.click("save");
+    actions.click("ok");
     actions.expect(actions.find("idMessage")->isVisible(), "an id is given twice");
     actions.picture("11-id-taken");
     actions.click("useFreeId");
-    actions.click("save");
+    actions.click("ok");
 }
 
 void makeCurrentByKey(TourActions& actions, const QString& name) {
     actions.key(actions.window()->findChild<QTableView*>(), Qt::Key_Return);
     actions.waitFor([&] { return actions.find("currentPatientName")->accessibleName() == name; },
                     "the current patient " + name.toStdString());
+}
+
+void studyStations(TourActions& actions) {
+    auto* const studies = actions.find<QListWidget>("studies");
+    actions.expect(studies->count() == 0, "there is a study nobody entered");
+    actions.inDialog([&] { actions.click("newStudy"); },
+                     [&](QWidget* dialog) {
+                         actions.type(actions.find("studyInstitution"),
+                                      QStringLiteral("St. Luke, operating theatre 3"));
+                         actions.picture("06a-new-study");
+                         actions.key(dialog->focusWidget(), Qt::Key_Return);
+                     });
+    actions.expect(studies->count() == 1, "the study is not listed");
+    actions.picture("06b-study-stored");
+    actions.inDialog([&] { actions.click("editPatient"); },
+                     [&](QWidget* dialog) {
+                         actions.expect(actions.find<QLineEdit>("patientId")->isReadOnly(),
+                                        "an id can be changed");
+                         actions.picture("06c-edit-patient");
+                         actions.key(dialog, Qt::Key_Escape);
+                     });
 }
 
 void patientStations(TourActions& actions) {
@@ -110,6 +133,7 @@ void patientStations(TourActions& actions) {
     actions.picture("05-patient-stored");
     makeCurrentByKey(actions, firstName);
     actions.picture("06-current-patient");
+    studyStations(actions);
 }
 
 // --- images
@@ -301,12 +325,36 @@ void settingsStation(TourActions& actions, AppBase& application) {
                      });
 }
 
+void configurationStations(TourActions& actions) {
+    const char* const names[] = {"19a-application-configuration", "19b-module-general-options",
+                                 "19c-module-configuration"};
+    const auto visitTabs = [&](QWidget* dialog) {
+        auto* const tabs = dialog->findChild<QTabWidget*>();
+        actions.expect(tabs && tabs->count() == 3, "a tab is missing");
+        for (int i = 0; i < tabs->count(); ++i) {
+            tabs->setCurrentIndex(i);
+            actions.picture(names[i]);
+        }
+        const auto seeAbout = [&](QWidget* about) {
+            if (about == dialog)
+                return false;
+            actions.picture("19d-about");
+            actions.click("ok");
+            return true;
+        };
+        actions.inDialogs([&] { actions.click("about"); }, {seeAbout});
+        actions.click("cancel");
+    };
+    actions.inDialog([&] { actions.click("Configure"); }, visitTabs);
+}
+
 void furtherStations(TourActions& actions, AppBase& application) {
     actions.click("nextStep");
     progressStations(actions);
     messageStations(actions);
     selectorStations(actions, application);
     settingsStation(actions, application);
+    configurationStations(actions);
     actions.click("previousStep");
 }
 

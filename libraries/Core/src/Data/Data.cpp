@@ -243,6 +243,22 @@ CaError Data::load(DataTreeNode& node) {
     return loadItem(node, references);
 }
 
+CaError Data::saveValues(DataTreeNode& node) {
+    auto children = std::exchange(m_children, {});
+    const CaError error = save(node);
+    m_children = std::move(children);
+    return error;
+}
+
+CaError Data::restoreValues(DataTreeNode& node) {
+    auto children = std::exchange(m_children, {});
+    auto parts = std::exchange(m_binaryParts, {});
+    const CaError error = load(node);
+    m_children = std::move(children);
+    m_binaryParts = std::move(parts);
+    return error;
+}
+
 // What the classes of the item leave unread is kept, also where one of them found a fault.
 CaError Data::loadItem(DataTreeNode& node, QMap<QString, Data*>& references) {
     node.forgetReads();

@@ -108,6 +108,11 @@ public:
     /// the class does not know, are kept and written back unchanged. Two children with one id
     /// are both kept, with a "WARNING" in the log.
     CaError load(DataTreeNode& node);
+    /// Writes the values of the item alone, without its children, so that restoreValues() can
+    /// bring them back: what an edit changed is taken back by that.
+    CaError saveValues(DataTreeNode& node);
+    /// Children and binary parts stay as they are. Notifies nobody.
+    CaError restoreValues(DataTreeNode& node);
     /// Writes the changed binary parts of the item and its descendants to their URIs. What an
     /// item adds or changes in its doBinSave() is stored as well.
     CaError saveBinaryParts();

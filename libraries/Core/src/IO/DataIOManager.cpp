@@ -255,6 +255,13 @@ CaError DataIOManager::patientMetaInfoList(std::vector<MetaInformation>& patient
     return store ? store->list(patients) : error;
 }
 
+CaError DataIOManager::patientIds(std::vector<QString>& ids) {
+    ids.clear();
+    CaError error;
+    vlr::PatientStore* store = repository(error);
+    return store ? store->patientIds(ids) : error;
+}
+
 CaError DataIOManager::loadPatientMetaInfo(const vlr::URI& uri, MetaInformation& information) {
     CaError error;
     vlr::PatientStore* store = repository(error);

@@ -46,6 +46,9 @@ public:
     static CaError patientList(std::vector<vlr::URI>& uris);
     /// What is known of all stored patients without reading them: one query.
     static CaError patientMetaInfoList(std::vector<MetaInformation>& patients);
+    /// The ids of all stored patients, in no order: the fastest way to find a free one. After an
+    /// error `ids` holds what could be read before it.
+    static CaError patientIds(std::vector<QString>& ids);
     static CaError loadPatientMetaInfo(const vlr::URI& uri, MetaInformation& information);
     /// Gives a new Patient.
     static CaError loadPatient(const vlr::URI& uri, DataPointer<Patient>& patient);

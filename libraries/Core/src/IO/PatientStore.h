@@ -41,6 +41,8 @@ public:
     virtual ~PatientStore();
 
     virtual CaError list(std::vector<MetaInformation>& patients) = 0;
+    /// The ids of all patients in no order; after a failure those that were read before it.
+    virtual CaError patientIds(std::vector<QString>& ids) = 0;
     virtual CaError metaInformation(const QString& uid, MetaInformation& information) = 0;
     /// A document of more than `limit` bytes is refused.
     virtual CaError load(const QString& uid, qint64 limit, StoredPatient& patient) = 0;

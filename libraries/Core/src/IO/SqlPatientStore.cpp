@@ -102,6 +102,18 @@ CaError SqlPatientStore::list(std::vector<MetaInformation>& patients) {
     return CaError::nullError;
 }
 
+// The index that keeps the ids unique answers this alone.
+CaError SqlPatientStore::patientIds(std::vector<QString>& ids) {
+    ids.clear();
+    QSqlQuery row(m_database);
+    const CaError error = query(QStringLiteral("SELECT patient_id FROM patient"), {}, row);
+    if (error != CaError::nullError)
+        return error;
+    while (row.next())
+        ids.push_back(row.value(0).toString());
+    return row.lastError().isValid() ? failure(row.lastError().text()) : CaError::nullError;
+}
+
 CaError SqlPatientStore::metaInformation(const QString& uid, MetaInformation& information) {
     QSqlQuery row(m_database);
     const CaError error = query(listingColumns + QStringLiteral("WHERE uid = ?"), {uid}, row);
@@ -164,17 +176,21 @@ CaError SqlPatientStore::storePatientRow(const StoredPatient& patient) {
     const CaError error =
         run(isNew ? QStringLiteral("INSERT INTO patient (patient_id, name, sex, birth_date, "
                                    "changed, revision, uid) VALUES (?, ?, ?, ?, ?, ?, ?) "
-                                   "ON CONFLICT (uid) DO NOTHING")
+                                   "ON CONFLICT DO NOTHING")
                   : QStringLiteral("UPDATE patient SET patient_id = ?, name = ?, sex = ?, "
                                    "birth_date = ?, changed = ?, revision = ? "
                                    "WHERE uid = ? AND revision = ?"),
             values, &rows);
-    if (error == CaError::nullError && rows != 1)
+    if (error != CaError::nullError || rows == 1)
+        return error;
+    // On a server the id may have gone to somebody else since it was checked.
+    const CaError idError = checkId(patient);
+    if (idError == CaError::nullError)
         return CaError(DataIOManager::changedElsewhereError,
                        "The patient \"" + patient.patientId.toStdString() +
                            "\" was changed or removed by another application since it was "
                            "loaded.");
-    return error;
+    return idError;
 }
 
 CaError SqlPatientStore::storeDocument(const StoredPatient& patient) {

@@ -21,6 +21,7 @@ public:
     ~SqlPatientStore() override;
 
     CaError list(std::vector<MetaInformation>& patients) override;
+    CaError patientIds(std::vector<QString>& ids) override;
     CaError metaInformation(const QString& uid, MetaInformation& information) override;
     CaError load(const QString& uid, qint64 limit, StoredPatient& patient) override;
     CaError store(StoredPatient& patient, const std::function<CaError()>& storeParts) override;

@@ -1,10 +1,12 @@
 #include "AppBase/AppBaseImpl.h"
 
 #include "AppBase/AppBase.h"
+#include "AppBase/QtAppBaseConfigWidget.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtApplication.h"
+#include "AppBase/QtConfigDialog.h"
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/QtScreenShotData.h"
@@ -75,7 +77,7 @@ AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool for
       m_configurationName(QStringLiteral("AppBase")) {
     createApplication(argc, argv);
     if (m_useConfiguration)
-        createAppBaseConfigFactory();
+        registerConfiguration();
     initSplashScreen(forceSplash);
     showSplashScreenMessage(tr("Reading configuration..."));
     loadConfiguration();
@@ -122,6 +124,13 @@ void AppBaseImpl::setLogStreams() {
     }
 }
 
+void AppBaseImpl::registerConfiguration() {
+    createAppBaseConfigFactory();
+    createQtAppBaseConfigWidgetFactory();
+    linkDataToWidget(AppBaseConfig::className, "QtAppBaseConfigWidget", "Application Configuration",
+                     DataFactory::configurationRecord, "");
+}
+
 void AppBaseImpl::loadConfiguration() {
     createMainWindowConfigFactory();
     createQuadViewConfigFactory();
@@ -152,6 +161,7 @@ void AppBaseImpl::createMainWindow() {
     QtCaProgressMonitor::setFlushX(vlr::Settings::get(key("ProgressBarFlushX"), false));
     QtCaProgressMonitor::setSyncX(vlr::Settings::get(key("ProgressBarSyncX"), false));
     QtCaProgressMonitor::attach(m_mainWindow);
+    connect(m_mainWindow, &QtAppMainWindow::configRequest, this, &AppBaseImpl::showConfigDialog);
     connect(m_mainWindow, &QtAppMainWindow::configFileEditorRequest, this,
             &AppBaseImpl::showConfigFileEditorDialog);
     connect(m_mainWindow, &QtAppMainWindow::screenShotRequest, this,
@@ -368,7 +378,10 @@ void AppBaseImpl::resetCursor() {
 }
 
 void AppBaseImpl::showConfigDialog() {
-    VLR_LOG(Warning) << "This version has no configuration dialog yet.";
+    const QPointer<QtConfigDialog> dialog =
+        new QtConfigDialog(m_config, m_moduleList, m_mainWindow);
+    dialog->exec();
+    delete dialog.data();
 }
 
 void AppBaseImpl::showConfigFileEditorDialog() {

@@ -68,6 +68,7 @@ public slots:
 private:
     void createApplication(int& argc, char** argv);
     void setLogStreams();
+    void registerConfiguration();
     void loadConfiguration();
     void createMainWindow();
     void storeConfiguration();

@@ -3,6 +3,7 @@
 #include "AppBase/ApplicationServices.h"
 #include "AppBase/vlrControlList.h"
 #include "Base/QtQuadView.h"
+#include "AppBase/QtModuleConfigWidget.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 
@@ -27,6 +28,9 @@ QtAppModuleImpl::QtAppModuleImpl(QString name, bool viewLocked)
     : m_viewLocked(viewLocked), m_name(name) {
     setObjectName(m_name);
     createModuleConfigFactory();
+    createQtModuleConfigWidgetFactory();
+    linkDataToWidget(ModuleConfig::className, "QtModuleConfigWidget", "Module General Options",
+                     DataFactory::configurationRecord, "");
 }
 
 QtAppModuleImpl::~QtAppModuleImpl() = default;

@@ -1,4 +1,4 @@
-#include "Common/MessageLine.h"
+#include "Base/QtMessageLine.h"
 
 #include "AppBase/Icons.h"
 
@@ -11,7 +11,7 @@ constexpr int iconSize = 16;
 
 } // namespace
 
-MessageLine::MessageLine(QWidget* parent)
+QtMessageLine::QtMessageLine(QWidget* parent)
     : QWidget(parent), m_icon(new QLabel(this)), m_label(new QLabel(this)) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
@@ -24,18 +24,20 @@ MessageLine::MessageLine(QWidget* parent)
     hide();
 }
 
-void MessageLine::showMessage(const QString& iconName, const QString& text) {
+void QtMessageLine::showMessage(const QString& iconName, const QString& text) {
     m_text = text;
     m_icon->setPixmap(vlr::icon(iconName).pixmap(iconSize, iconSize));
-    m_label->setText(breakable(text));
+    m_label->setText(vlr::breakable(text));
     setAccessibleName(text);
     setVisible(!text.isEmpty());
 }
 
-void MessageLine::clear() {
+void QtMessageLine::clear() {
     m_text.clear();
     hide();
 }
+
+namespace vlr {
 
 QString breakable(const QString& text) {
     constexpr QChar zeroWidthSpace(0x200B);
@@ -55,3 +57,5 @@ QString breakable(const QString& text) {
     }
     return result;
 }
+
+} // namespace vlr

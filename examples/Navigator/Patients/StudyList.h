@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Data/Study.h"
+#include "Observer/CaSubject.h"
+
+#include <QtWidgets/QListWidget>
+
+/// The studies of the current patient; the current one is bold. What is chosen becomes current.
+class StudyList : public QListWidget {
+    Q_OBJECT
+
+public:
+    explicit StudyList(QWidget* parent = nullptr);
+
+    void load();
+    DataPointer<Study> selectedStudy() const; ///< Null without a selection.
+
+private:
+    void addStudy(const DataPointer<Study>& study);
+    void makeCurrent();
+
+    std::vector<DataPointer<Study>> m_studies; // In the order of the rows.
+    std::vector<CaConnection> m_changes;
+};

@@ -1,0 +1,109 @@
+#include "AppBase/QtAppBaseConfigWidget.h"
+
+#include <QtWidgets/QButtonGroup>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QColorDialog>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QGridLayout>
+#include <QtWidgets/QGroupBox>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QVBoxLayout>
+
+namespace {
+
+constexpr int pixmapSize = 128;
+constexpr int iconSize = 40;
+
+} // namespace
+
+QtAppBaseConfigWidget::QtAppBaseConfigWidget(Data* data, QString argument, QWidget* parent,
+                                             Qt::WindowFlags flags)
+    : QtDataConfigurationWidget(data, std::move(argument), parent, flags),
+      m_config(dynamic_cast<AppBaseConfig*>(data)) {
+    if (!m_config)
+        return;
+    auto* column = new QVBoxLayout(this);
+    column->addWidget(createShowMode());
+    column->addWidget(createColors());
+    column->addWidget(createOptions());
+    column->addStretch(1);
+}
+
+QtAppBaseConfigWidget::~QtAppBaseConfigWidget() = default;
+
+QWidget* QtAppBaseConfigWidget::createShowMode() {
+    auto* box = new QGroupBox(tr("Show Mode:"), this);
+    m_showMode = new QComboBox(box);
+    m_showMode->setAccessibleName(tr("Show Mode"));
+    m_showMode->addItem(tr("Minimized"), AppBaseConfig::Minimized);
+    m_showMode->addItem(tr("Normal"), AppBaseConfig::Normal);
+    m_showMode->addItem(tr("Maximized"), AppBaseConfig::Maximized);
+    m_showMode->addItem(tr("Full Screen"), AppBaseConfig::FullScreen);
+    m_showMode->setCurrentIndex(m_showMode->findData(m_config->showMode()));
+    (new QVBoxLayout(box))->addWidget(m_showMode);
+    return box;
+}
+
+QWidget* QtAppBaseConfigWidget::createColors() {
+    const QString places[] = {
+        tr("Colour of the upper left view"), tr("Colour of the upper right view"),
+        tr("Colour of the lower left view"), tr("Colour of the lower right view")};
+    auto* box = new QGroupBox(tr("Viewer Manipulation Button Colors:"), this);
+    auto* grid = new QGridLayout(box);
+    m_colorButtons = new QButtonGroup(this);
+    for (int i = 0; i < QuadViewConfig::colorCount; ++i) {
+        auto* button = new QPushButton(box);
+        button->setIconSize({iconSize, iconSize});
+        button->setAccessibleName(places[i]);
+        button->setToolTip(places[i]);
+        m_colorButtons->addButton(button);
+        grid->addWidget(button, i / 2, i % 2);
+        m_colors[static_cast<std::size_t>(i)] =
+            m_config->mainWindowConfig()->quadViewConfig()->resourceColor(i);
+        showColor(i);
+    }
+    connect(m_colorButtons, QOverload<QAbstractButton*>::of(&QButtonGroup::buttonClicked), this,
+            &QtAppBaseConfigWidget::colorButtonClicked);
+    return box;
+}
+
+QWidget* QtAppBaseConfigWidget::createOptions() {
+    auto* box = new QGroupBox(tr("Various Options:"), this);
+    m_touchScreenMode = new QCheckBox(tr("Enable Touch Screen Mode"), box);
+    m_touchScreenMode->setChecked(m_config->isTouchScreenModeEnabled());
+    (new QVBoxLayout(box))->addWidget(m_touchScreenMode);
+    return box;
+}
+
+void QtAppBaseConfigWidget::showColor(int index) {
+    QPixmap pixmap(pixmapSize, pixmapSize);
+    pixmap.fill(m_colors[static_cast<std::size_t>(index)]);
+    m_colorButtons->buttons().at(index)->setIcon(pixmap);
+}
+
+void QtAppBaseConfigWidget::colorButtonClicked(QAbstractButton* button) {
+    const int index = m_colorButtons->buttons().indexOf(button);
+    if (index < 0)
+        return;
+    QColor& color = m_colors[static_cast<std::size_t>(index)];
+    const QColor chosen = QColorDialog::getColor(color, this, button->accessibleName());
+    if (!chosen.isValid())
+        return;
+    color = chosen;
+    showColor(index);
+}
+
+bool QtAppBaseConfigWidget::ok() {
+    if (!m_config)
+        return true;
+    const DataPointer<AppBaseConfig> config = m_config;
+    if (m_touchScreenMode->checkState() != Qt::PartiallyChecked)
+        config->setTouchScreenModeEnabled(m_touchScreenMode->checkState() == Qt::Checked);
+    config->notify(Data::CHANGED);
+    config->setShowMode(static_cast<AppBaseConfig::ShowMode>(m_showMode->currentData().toInt()));
+    config->notify(Data::CHANGED);
+    const DataPointer<QuadViewConfig> quadView = config->mainWindowConfig()->quadViewConfig();
+    for (int i = 0; i < QuadViewConfig::colorCount; ++i)
+        quadView->setResourceColor(i, m_colors[static_cast<std::size_t>(i)]);
+    return true;
+}

@@ -1,0 +1,3 @@
+#include "DataUtils/PatientConfiguration.h"
+
+VLR_DEFINE_RECORD_FACTORY(PatientConfiguration)

@@ -1,0 +1,260 @@
+#include "DataUtils/QtPatientConfigurationWidget.h"
+
+#include "Base/QtMessageLine.h"
+#include "Data/Patient.h"
+#include "DataUtils/FreePatientId.h"
+#include "DataUtils/PatientConfiguration.h"
+#include "DataUtils/StoredDefaults.h"
+#include "IO/DataIOManager.h"
+#include "Log/vlrLog.h"
+
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateEdit>
+#include <QtWidgets/QGridLayout>
+#include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+
+const char* const QtPatientConfigurationWidget::idError = "QtPatientConfigurationWidget::idError";
+const char* const QtPatientConfigurationWidget::nameError =
+    "QtPatientConfigurationWidget::nameError";
+
+namespace {
+
+constexpr int fieldWidth = 320;
+const char* const sourceFile = "libraries/Gui/src/DataUtils/QtPatientConfigurationWidget";
+const QString defaultsName = QStringLiteral("PatientDefaults");
+const QDate earliestBirthDate(1900, 1, 1);
+
+QString textOf(const CaError& error) {
+    return QString::fromStdString(error.text());
+}
+
+} // namespace
+
+QtPatientConfigurationWidget::QtPatientConfigurationWidget(Data* data, QString argument,
+                                                           QWidget* parent, Qt::WindowFlags flags)
+    : QtDataConfigurationWidget(data, std::move(argument), parent, flags),
+      m_patient(dynamic_cast<Patient*>(data)) {
+    if (!m_patient) {
+        VLR_LOG(CaError) << "QtPatientConfigurationWidget::"
+                         << "QtPatientConfigurationWidget(): "
+                         << "No patient given!";
+        return;
+    }
+    createPatientConfigurationFactory();
+    m_defaults = vlr::defaultRecord<PatientConfiguration>(configuration(), defaultsName);
+    createFields();
+    if (m_patient->id().isEmpty() && m_patient->patientId().isEmpty())
+        fillFromDefaults();
+    else
+        fillFromPatient();
+    setFocusProxy(m_id);
+    m_id->setFocus();
+}
+
+QtPatientConfigurationWidget::~QtPatientConfigurationWidget() = default;
+
+// --- fields
+
+void QtPatientConfigurationWidget::createFields() {
+    m_grid = new QGridLayout(this);
+    m_grid->setContentsMargins(0, 0, 0, 0);
+    m_grid->setColumnStretch(1, 1);
+    m_id = new QLineEdit(this);
+    m_id->setObjectName(QStringLiteral("patientId"));
+    m_id->setMinimumWidth(fieldWidth);
+    m_name = new QLineEdit(this);
+    m_name->setObjectName(QStringLiteral("patientName"));
+    m_sex = new QComboBox(this);
+    m_sex->setObjectName(QStringLiteral("patientSex"));
+    m_sex->addItem(tr("Unkown"), Patient::Unknown);
+    m_sex->addItem(tr("Male"), Patient::Male);
+    m_sex->addItem(tr("Female"), Patient::Female);
+
+    m_idMessage = addField(tr("Patient &ID:"), m_id);
+    m_idMessage->setObjectName(QStringLiteral("idMessage"));
+    m_useFreeId = new QPushButton(this);
+    m_useFreeId->setObjectName(QStringLiteral("useFreeId"));
+    m_useFreeId->hide();
+    m_grid->addWidget(m_useFreeId, m_grid->rowCount(), 1, Qt::AlignLeft);
+    m_nameMessage = addField(tr("Patient &Name:"), m_name);
+    m_nameMessage->setObjectName(QStringLiteral("nameMessage"));
+    addField(tr("Patient &Sex:"), m_sex);
+    createBirthDate();
+    m_grid->setRowStretch(m_grid->rowCount(), 1);
+
+    connect(m_useFreeId, &QPushButton::clicked, this, &QtPatientConfigurationWidget::useFreeId);
+    connect(m_name, &QLineEdit::textEdited, m_nameMessage, &QtMessageLine::clear);
+    QWidget* previous = m_id;
+    for (QWidget* next : std::initializer_list<QWidget*>{m_useFreeId, m_name, m_sex, m_birthDate,
+                                                         m_birthDateNotKnown}) {
+        setTabOrder(previous, next);
+        previous = next;
+    }
+}
+
+void QtPatientConfigurationWidget::createBirthDate() {
+    auto* field = new QWidget(this);
+    m_birthDate = new QDateEdit(field);
+    m_birthDate->setObjectName(QStringLiteral("patientBirthDate"));
+    m_birthDate->setDisplayFormat(QStringLiteral("dd MMM yyyy"));
+    m_birthDate->setCalendarPopup(true);
+    m_birthDate->setMinimumDate(earliestBirthDate);
+    m_birthDateNotKnown = new QCheckBox(tr("Not &known"), field);
+    m_birthDateNotKnown->setObjectName(QStringLiteral("birthDateNotKnown"));
+    auto* row = new QHBoxLayout(field);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(m_birthDate, 1);
+    row->addWidget(m_birthDateNotKnown);
+    addField(tr("Patient Date of &Birth:"), field, m_birthDate);
+    connect(m_birthDateNotKnown, &QCheckBox::toggled, this,
+            [this](bool isNotKnown) { markBirthDate(!isNotKnown); });
+    // Whoever enters a date knows it.
+    connect(m_birthDate, &QDateEdit::dateChanged, this,
+            [this] { m_birthDateNotKnown->setChecked(false); });
+}
+
+// What is wrong with a field is said below it.
+QtMessageLine* QtPatientConfigurationWidget::addField(const QString& label, QWidget* field,
+                                                      QWidget* buddy) {
+    auto* text = new QLabel(label, this);
+    text->setBuddy(buddy ? buddy : field);
+    auto* message = new QtMessageLine(this);
+    const int row = m_grid->rowCount();
+    m_grid->addWidget(text, row, 0);
+    m_grid->addWidget(field, row, 1);
+    m_grid->addWidget(message, row + 1, 1);
+    return message;
+}
+
+void QtPatientConfigurationWidget::fillFromPatient() {
+    m_id->setText(m_patient->patientId().isEmpty() ? m_patient->id() : m_patient->patientId());
+    m_id->setReadOnly(true);
+    m_name->setText(m_patient->name());
+    showSex(m_patient->sex());
+    showBirthDate(m_patient->birthDate());
+}
+
+void QtPatientConfigurationWidget::fillFromDefaults() {
+    m_freeId = getUniqueId();
+    m_id->setText(m_freeId);
+    m_name->setText(QString::fromStdString(m_defaults->name()));
+    showSex(m_defaults->sex());
+    showBirthDate(m_defaults->birthDate());
+}
+
+void QtPatientConfigurationWidget::showSex(int sex) {
+    m_sex->setCurrentIndex(m_sex->findData(sex));
+}
+
+void QtPatientConfigurationWidget::showBirthDate(const QDate& date) {
+    m_birthDate->setDate(date.isValid() ? date : QDate::currentDate());
+    m_givenBirthDate = date;
+    m_shownBirthDate = m_birthDate->date();
+    m_birthDateNotKnown->setChecked(!date.isValid());
+    markBirthDate(date.isValid());
+}
+
+// A date that does not count looks like one, and is announced like one.
+void QtPatientConfigurationWidget::markBirthDate(bool isKnown) {
+    QPalette colors = palette();
+    if (!isKnown)
+        colors.setColor(QPalette::Text, colors.color(QPalette::Disabled, QPalette::Text));
+    m_birthDate->setPalette(colors);
+    m_birthDate->setAccessibleDescription(isKnown ? QString() : tr("Not known"));
+}
+
+QDate QtPatientConfigurationWidget::enteredBirthDate() const {
+    if (m_birthDateNotKnown->isChecked())
+        return {};
+    const bool isUntouched = m_birthDate->date() == m_shownBirthDate;
+    return isUntouched && m_givenBirthDate.isValid() ? m_givenBirthDate : m_birthDate->date();
+}
+
+// --- results
+
+bool QtPatientConfigurationWidget::ok() {
+    if (!m_patient)
+        return true;
+    m_patient->setId(m_id->text());
+    m_patient->setPatientId(m_id->text());
+    m_patient->setName(m_name->text());
+    m_patient->setSex(static_cast<Patient::Sex>(m_sex->currentData().toInt()));
+    m_patient->setBirthDate(enteredBirthDate());
+    return true;
+}
+
+bool QtPatientConfigurationWidget::canSaveAsDefault() {
+    return true;
+}
+
+void QtPatientConfigurationWidget::saveAsDefault() {
+    if (!m_defaults)
+        return;
+    m_defaults->setCisId(m_id->text().toStdString());
+    m_defaults->setName(m_name->text().toStdString());
+    m_defaults->setSex(static_cast<Patient::Sex>(m_sex->currentData().toInt()));
+    m_defaults->setBirthDate(enteredBirthDate());
+    vlr::storeDefaults(defaultsName, m_defaults);
+}
+
+// --- ids
+
+QString QtPatientConfigurationWidget::getUniqueId() {
+    std::vector<QString> ids;
+    const CaError error = DataIOManager::patientIds(ids);
+    if (error != CaError::nullError) {
+        constexpr int userLine = 190;
+        constexpr int errorLine = 193;
+        vlr::Log::getInstance("UERROR", sourceFile, userLine)
+            << "Could not read local patient repository.\n"
+            << "Reason: " << error;
+        vlr::Log::getInstance("ERROR", sourceFile, errorLine)
+            << "Could not read local patient repository.\n"
+            << "Reason: " << error;
+    }
+    return vlr::firstFreePatientId(ids, Patient::getMaxPatientID());
+}
+
+bool QtPatientConfigurationWidget::showStoreError(const CaError& error) {
+    if (!m_patient)
+        return false;
+    m_idMessage->clear();
+    m_nameMessage->clear();
+    m_useFreeId->hide();
+    if (error.id() == nameError) {
+        m_nameMessage->showError(textOf(error));
+        m_name->setFocus();
+        return true;
+    }
+    const bool concernsId = error.id() == idError || error.id() == DataIOManager::idTakenError;
+    if (!concernsId)
+        return false;
+    m_idMessage->showError(textOf(error));
+    if (error.id() == DataIOManager::idTakenError && !m_id->isReadOnly())
+        showIdTaken();
+    m_id->setFocus();
+    m_id->selectAll();
+    return true;
+}
+
+void QtPatientConfigurationWidget::showIdTaken() {
+    const QString taken = m_id->text();
+    // An id that was free when it was offered went to another workstation.
+    if (taken == m_freeId)
+        m_idMessage->showError(
+            tr("Another patient was stored with the id %1 in the meantime.").arg(taken));
+    m_freeId = getUniqueId();
+    m_useFreeId->setText(tr("&Use the free id %1").arg(m_freeId));
+    m_useFreeId->setVisible(!m_freeId.isEmpty());
+}
+
+void QtPatientConfigurationWidget::useFreeId() {
+    m_id->setText(m_freeId);
+    m_id->setFocus();
+    m_idMessage->clear();
+    m_useFreeId->hide();
+}

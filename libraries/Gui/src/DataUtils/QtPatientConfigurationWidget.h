@@ -1,0 +1,71 @@
+#pragma once
+
+#include "DataUtils/DataWidgetRegistration.h"
+#include "DataUtils/QtDataConfigurationWidget.h"
+
+#include <QtCore/QDate>
+
+class Patient;
+class PatientConfiguration;
+class QCheckBox;
+class QComboBox;
+class QDateEdit;
+class QGridLayout;
+class QLineEdit;
+class QPushButton;
+class QtMessageLine;
+
+/// The form of a patient. A new one, which has no id yet, begins with a free id and the values
+/// that were saved as default; the id of an existing one cannot be changed.
+///
+/// Not every date of birth is known: then "Not known" is checked, and the patient keeps an invalid
+/// date until one is entered. A date that the field cannot show stays what it is until then.
+class VLR_GUI_EXPORT QtPatientConfigurationWidget : public QtDataConfigurationWidget {
+    Q_OBJECT
+
+public:
+    QtPatientConfigurationWidget(Data* data, QString argument, QWidget* parent,
+                                 Qt::WindowFlags flags);
+    ~QtPatientConfigurationWidget() override;
+
+    /// The ids of errors of a store function whose texts are told beside the id and the name.
+    /// That of DataIOManager::idTakenError is as well, and a free id is offered with it.
+    static const char* const idError;
+    static const char* const nameError;
+
+    bool ok() override; ///< Always true.
+    bool canSaveAsDefault() override;
+    void saveAsDefault() override; ///< Durably, for the forms of patients to come.
+    bool showStoreError(const CaError& error) override;
+
+private:
+    void createFields();
+    void createBirthDate();
+    QtMessageLine* addField(const QString& label, QWidget* field, QWidget* buddy = nullptr);
+    void fillFromPatient();
+    void fillFromDefaults();
+    void showSex(int sex);
+    void showBirthDate(const QDate& date);
+    void markBirthDate(bool isKnown);
+    QDate enteredBirthDate() const;
+    QString getUniqueId();
+    void showIdTaken();
+    void useFreeId();
+
+    DataPointer<Patient> m_patient;
+    DataPointer<PatientConfiguration> m_defaults;
+    QGridLayout* m_grid = nullptr;
+    QLineEdit* m_id = nullptr;
+    QLineEdit* m_name = nullptr;
+    QComboBox* m_sex = nullptr;
+    QDateEdit* m_birthDate = nullptr;
+    QCheckBox* m_birthDateNotKnown = nullptr;
+    QtMessageLine* m_idMessage = nullptr;
+    QtMessageLine* m_nameMessage = nullptr;
+    QPushButton* m_useFreeId = nullptr;
+    QString m_freeId; ///< The one that was offered last.
+    QDate m_givenBirthDate;
+    QDate m_shownBirthDate; ///< For the given one.
+};
+
+VLR_REGISTER_DATA_WIDGET(QtPatientConfigurationWidget, VLR_GUI_EXPORT)

@@ -1,0 +1,3 @@
+#include "DataUtils/StudyConfiguration.h"
+
+VLR_DEFINE_RECORD_FACTORY(StudyConfiguration)

@@ -1,0 +1,308 @@
+#include "DataUtils/QtPatientConfigurationWidget.h"
+
+#include "Base/QtMessageLine.h"
+#include "Data/Study.h"
+#include "DataUtils/FreePatientId.h"
+#include "DataUtils/QtDataConfigurationDialog.h"
+#include "Gui/GuiTest.h"
+#include "IO/DataIOManager.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtTest/QTest>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateEdit>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+
+using namespace vlrTest;
+
+namespace {
+
+QString text(const char* utf8) {
+    return QString::fromUtf8(utf8);
+}
+
+// The form with its fields at hand.
+struct Form {
+    explicit Form(const DataPointer<Patient>& patient)
+        : widget(patient.get(), {}, nullptr, {}), id(find<QLineEdit>("patientId")),
+          name(find<QLineEdit>("patientName")), sex(find<QComboBox>("patientSex")),
+          birthDate(find<QDateEdit>("patientBirthDate")),
+          notKnown(find<QCheckBox>("birthDateNotKnown")) {}
+    template <class Field>
+    Field* find(const char* objectName) {
+        return widget.findChild<Field*>(text(objectName));
+    }
+
+    QtPatientConfigurationWidget widget;
+    QLineEdit* id;
+    QLineEdit* name;
+    QComboBox* sex;
+    QDateEdit* birthDate;
+    QCheckBox* notKnown;
+};
+
+class PatientFormTest : public GuiTest {
+protected:
+    ~PatientFormTest() override { DataIOManager::closeRepository(); }
+
+    static DataPointer<Patient> store(const QString& id, const char* name = "Somebody") {
+        DataPointer<Patient> patient(new Patient);
+        patient->setPatientId(id);
+        patient->setName(text(name));
+        EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        return patient;
+    }
+    static void setting(const char* key, const QString& value) {
+        ASSERT_EQ(vlr::Settings::set(text("Velora/Application/") + text(key), value),
+                  CaError::nullError);
+    }
+};
+
+} // namespace
+
+// --- ids
+
+TEST(FreePatientId, IsTheFirstFreeNumber) {
+    const struct {
+        std::vector<const char*> taken;
+        int maximum;
+        const char* expected;
+    } cases[] = {
+        {{}, 1000000, "0000000"},
+        {{"0", "1", "3"}, 1000, "0002"},
+        {{"0000", "001", "2"}, 1000, "0003"},
+        {{"2", "0", "1", "1"}, 4, "3"},
+        {{"0", "1", "2"}, 3, ""}, // The maximum itself is never handed out.
+        {{}, 1, "0"},
+        {{}, 0, ""},
+        {{}, -5, ""},
+        {{""}, 1000, "0001"}, // Padded it is "0000".
+        {{"x0", " 0", "0 ", "-1", "00000", "99999999999999999999", "\u0660"}, 1000, "0000"},
+    };
+    for (const auto& each : cases) {
+        std::vector<QString> ids;
+        for (const char* id : each.taken)
+            ids.push_back(text(id));
+        EXPECT_EQ(vlr::firstFreePatientId(ids, each.maximum), text(each.expected));
+    }
+}
+
+TEST_F(PatientFormTest, ANewPatientBeginsWithTheFirstFreeId) {
+    setting("MaxPatientID", text("1000"));
+    for (const char* id : {"0", "1", "3"})
+        store(text(id));
+    EXPECT_EQ(Form(new Patient).id->text(), text("0002"));
+}
+
+TEST_F(PatientFormTest, ARepositoryThatCannotBeReadIsSaidTwiceAndTheFormOpens) {
+    const QString file = testFolder() + text("/patients.sqlite");
+    writeFile(file, QByteArray(4096, 'x'));
+    setting("PatientRepository", text("sqlite:") + file);
+    const char* const said = "Could not read local patient repository.\nReason: ";
+    expectLog(vlr::LogLevel::UserError, said);
+    expectLog(vlr::LogLevel::Error, said);
+    EXPECT_EQ(Form(new Patient).id->text(), text("0000000"));
+    EXPECT_EQ(logCount(vlr::LogLevel::UserError, said), 1);
+    EXPECT_EQ(logCount(vlr::LogLevel::Error, said), 1);
+}
+
+// --- values
+
+TEST_F(PatientFormTest, ValuesSurviveTheFormAndTheRepository) {
+    const struct {
+        const char *id, *name;
+        Patient::Sex sex;
+        QDate birthDate;
+    } cases[] = {
+        {"0000", "Doe^Jane", Patient::Female, {1968, 3, 5}},
+        {" a  b ", "\u5c71\u7530\u592a\u90ce", Patient::Male, {1900, 1, 1}},
+        {"7", "Nun\u0303ez \u0627\u0644\u0639\u0631\u0628\u064a\u0629", Patient::Unknown, {}},
+        {"\u0663", " \U0001d49c  ", Patient::Unknown, {2024, 2, 29}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.id);
+        const DataPointer<Patient> patient(new Patient);
+        {
+            Form form(patient);
+            form.id->setText(text(each.id));
+            form.name->setText(text(each.name));
+            form.sex->setCurrentIndex(form.sex->findData(each.sex));
+            if (each.birthDate.isValid())
+                form.birthDate->setDate(each.birthDate);
+            EXPECT_TRUE(patient->patientId().isEmpty());
+            EXPECT_TRUE(form.widget.ok());
+        }
+        EXPECT_EQ(patient->id(), text(each.id));
+        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        DataPointer<Patient> stored;
+        ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), stored), CaError::nullError);
+
+        Form form(stored);
+        EXPECT_TRUE(form.id->isReadOnly());
+        EXPECT_EQ(form.id->text(), text(each.id));
+        EXPECT_EQ(form.name->text(), text(each.name));
+        EXPECT_EQ(form.sex->currentData().toInt(), each.sex);
+        EXPECT_EQ(form.notKnown->isChecked(), !each.birthDate.isValid());
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_EQ(stored->patientId(), text(each.id));
+        EXPECT_EQ(stored->name(), text(each.name));
+        EXPECT_EQ(stored->birthDate(), each.birthDate);
+    }
+}
+
+TEST_F(PatientFormTest, ADateOfBirthIsOnlyChangedByEnteringOne) {
+    const DataPointer<Patient> patient = store(text("1"));
+    const QDate tooEarly(1887, 6, 5);
+    patient->setBirthDate(tooEarly);
+    {
+        Form form(patient);
+        EXPECT_EQ(form.birthDate->minimumDate(), QDate(1900, 1, 1));
+        form.birthDate->setDate(tooEarly);
+        EXPECT_EQ(form.birthDate->date(), QDate(1900, 1, 1));
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_EQ(patient->birthDate(), tooEarly) << "The field cannot show it";
+        form.birthDate->stepBy(1);
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_NE(patient->birthDate(), tooEarly);
+        form.notKnown->setChecked(true);
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_FALSE(patient->birthDate().isValid());
+    }
+    Form form(patient);
+    EXPECT_TRUE(form.notKnown->isChecked());
+    form.birthDate->setDate(QDate(2001, 2, 3));
+    EXPECT_FALSE(form.notKnown->isChecked()) << "Who enters a date knows it";
+}
+
+TEST_F(PatientFormTest, DefaultsAreThereAtTheNextStart) {
+    {
+        Form form(new Patient);
+        form.name->setText(text("M\u00fcller^"));
+        form.sex->setCurrentIndex(form.sex->findText(text("Male")));
+        form.birthDate->setDate(QDate(1950, 5, 6));
+        EXPECT_TRUE(form.widget.canSaveAsDefault());
+        form.widget.saveAsDefault();
+    }
+    store(text("0"));
+    Form form(new Patient);
+    EXPECT_EQ(form.id->text(), text("0000001")) << "The id is not one of them";
+    EXPECT_EQ(form.name->text(), text("M\u00fcller^"));
+    EXPECT_EQ(form.sex->currentData().toInt(), Patient::Male);
+    EXPECT_EQ(form.birthDate->date(), QDate(1950, 5, 6));
+    EXPECT_FALSE(form.notKnown->isChecked());
+
+    const Form existing(store(text("9"), "Doe"));
+    EXPECT_EQ(existing.name->text(), text("Doe"));
+    EXPECT_TRUE(existing.notKnown->isChecked());
+}
+
+TEST_F(PatientFormTest, DefaultsThatCannotBeSavedAreToldToTheUser) {
+    Form form(new Patient);
+    expectLog(vlr::LogLevel::UserError, "Could not save the default values.\nReason: ");
+    const FullDisk fullDisk;
+    form.widget.saveAsDefault();
+}
+
+TEST_F(PatientFormTest, OtherDataGivesAnEmptyFormThatDoesNothing) {
+    expectLog(vlr::LogLevel::CaError, "QtPatientConfigurationWidget::"
+                                      "QtPatientConfigurationWidget(): No patient given!");
+    const DataPointer<Data> study(new Study);
+    QtPatientConfigurationWidget widget(study.get(), {}, nullptr, {});
+    EXPECT_TRUE(widget.findChildren<QWidget*>().isEmpty());
+    EXPECT_TRUE(widget.ok());
+    widget.saveAsDefault();
+}
+
+// --- by keyboard
+
+TEST_F(PatientFormTest, FieldsFollowOneAnotherAndHaveKeys) {
+    const DataPointer<Patient> patient(new Patient);
+    auto* widget = new QtPatientConfigurationWidget(patient.get(), {}, nullptr, {});
+    QtDataConfigurationDialog dialog(widget, nullptr, nullptr, {});
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    QStringList visited;
+    constexpr int stops = 10; // Day, month and year of the date are one each.
+    for (int i = 0; i < stops; ++i) {
+        visited << dialog.focusWidget()->objectName();
+        QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
+    }
+    visited.removeDuplicates();
+    EXPECT_EQ(visited.join(QLatin1Char(' ')).toStdString(),
+              "patientId patientName patientSex patientBirthDate birthDateNotKnown "
+              "saveAsDefault ok cancel");
+    const struct {
+        Qt::Key key;
+        const char* field;
+    } keys[] = {{Qt::Key_N, "patientName"},
+                {Qt::Key_B, "patientBirthDate"},
+                {Qt::Key_S, "patientSex"},
+                {Qt::Key_I, "patientId"}};
+    for (const auto& each : keys) {
+        QTest::keyClick(&dialog, each.key, Qt::AltModifier);
+        EXPECT_EQ(dialog.focusWidget()->objectName(), text(each.field));
+    }
+}
+
+TEST_F(PatientFormTest, TwoWorkstationsNeverGiveOneId) {
+    createQtPatientConfigurationWidgetFactory();
+    linkDataToWidget("Patient", "QtPatientConfigurationWidget", "", 1, "");
+    const DataPointer<Patient> patient(new Patient);
+    DataFactory::DialogOptions options;
+    options.store = [&] { return DataIOManager::storePatient(patient); };
+    inNextDialog<QtDataConfigurationDialog>([&](QDialog& dialog) {
+        const auto shown = [&](const char* name) {
+            return dialog.findChild<QtMessageLine*>(text(name))->text();
+        };
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+        const auto* id = dialog.findChild<QLineEdit*>(text("patientId"));
+        const auto* name = dialog.findChild<QLineEdit*>(text("patientName"));
+        EXPECT_EQ(id->text(), text("0000000"));
+        QTest::keyClick(&dialog, Qt::Key_N, Qt::AltModifier);
+        QTest::keyClicks(dialog.focusWidget(), text("Doe, Jane"));
+        store(text("0000000"), "by another workstation");
+        QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
+        EXPECT_TRUE(shown("idMessage").contains(text("0000000 in the meantime")));
+        EXPECT_EQ(shown("storeError"), QString()) << "It is said once";
+        EXPECT_EQ(name->text(), text("Doe, Jane"));
+        EXPECT_TRUE(patient->name().isEmpty());
+        QTest::keyClick(&dialog, Qt::Key_U, Qt::AltModifier);
+        // The button shows that it was pressed before it acts.
+        EXPECT_TRUE(QTest::qWaitFor([&] { return id->text() == text("0000001"); }));
+        EXPECT_EQ(shown("idMessage"), QString());
+        QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
+        EXPECT_FALSE(dialog.isVisible());
+        dialog.hide();
+    });
+    EXPECT_EQ(DataFactory::displayConfigurationDialog(patient.get(), nullptr, options),
+              CaError::nullError);
+    MetaInformation stored;
+    ASSERT_EQ(DataIOManager::loadPatientMetaInfo(patient->storageUri(), stored),
+              CaError::nullError);
+    EXPECT_EQ(stored.value(text("id")), text("0000001"));
+    EXPECT_EQ(stored.value(text("name")), text("Doe, Jane"));
+}
+
+TEST_F(PatientFormTest, ErrorsAreSaidBesideTheirFields) {
+    Form form(new Patient);
+    form.widget.show();
+    const struct {
+        const char *error, *message;
+    } cases[] = {{QtPatientConfigurationWidget::idError, "idMessage"},
+                 {QtPatientConfigurationWidget::nameError, "nameMessage"},
+                 {DataIOManager::idTakenError, "idMessage"},
+                 {DataIOManager::changedElsewhereError, nullptr}};
+    for (const auto& each : cases) {
+        EXPECT_EQ(form.widget.showStoreError(CaError(each.error, "the reason")),
+                  each.message != nullptr);
+        for (const auto* message : form.widget.findChildren<QtMessageLine*>())
+            EXPECT_EQ(message->isVisible(),
+                      each.message && message->objectName() == text(each.message))
+                << each.error;
+        const bool isTaken = each.error == DataIOManager::idTakenError;
+        EXPECT_EQ(form.find<QPushButton>("useFreeId")->isVisible(), isTaken);
+    }
+}

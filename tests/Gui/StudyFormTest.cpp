@@ -1,0 +1,109 @@
+#include "DataUtils/QtStudyConfigurationWidget.h"
+
+#include "Data/Patient.h"
+#include "Data/Study.h"
+#include "DataUtils/QtDataConfigurationDialog.h"
+#include "Gui/GuiTest.h"
+
+#include <QtTest/QTest>
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QLineEdit>
+
+using namespace vlrTest;
+
+namespace {
+
+QString text(const char* utf8) {
+    return QString::fromUtf8(utf8);
+}
+
+struct Form {
+    explicit Form(const DataPointer<Study>& study)
+        : widget(study.get(), {}, nullptr, {}),
+          institution(widget.findChild<QLineEdit*>(text("studyInstitution"))),
+          dateTime(widget.findChild<QDateTimeEdit*>(text("studyDateTime"))) {}
+
+    QtStudyConfigurationWidget widget;
+    QLineEdit* institution;
+    QDateTimeEdit* dateTime;
+};
+
+class StudyFormTest : public GuiTest {};
+
+} // namespace
+
+TEST_F(StudyFormTest, ANewStudyStartsAtThePresentDateAndTime) {
+    const DataPointer<Study> study(new Study);
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    Form form(study);
+    EXPECT_TRUE(form.widget.ok());
+    const QDateTime after = QDateTime::currentDateTimeUtc();
+    const QDateTime shown(study->date(), study->time(), Qt::UTC);
+    EXPECT_GE(shown.toSecsSinceEpoch(), before.toSecsSinceEpoch());
+    EXPECT_LE(shown, after);
+    EXPECT_EQ(study->time().msec(), 0);
+    EXPECT_EQ(study->institution(), QString());
+}
+
+// Half past two did not exist in Berlin that night; the study says so nevertheless.
+TEST_F(StudyFormTest, AnExistingStudyKeepsWhatNobodyChanges) {
+    qputenv("TZ", "Europe/Berlin");
+    const DataPointer<Study> study(new Study);
+    study->setInstitution(text("H\u00f4pital St. Luc  \u2116 3"));
+    study->setDate(QDate(2024, 3, 31));
+    study->setTime(QTime(2, 30, 15));
+    Form form(study);
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(study->institution(), text("H\u00f4pital St. Luc  \u2116 3"));
+    EXPECT_EQ(study->date(), QDate(2024, 3, 31));
+    EXPECT_EQ(study->time(), QTime(2, 30, 15));
+
+    form.institution->setText(text("St. Mary"));
+    form.dateTime->setDate(QDate(2025, 1, 2));
+    form.dateTime->setTime(QTime(3, 4, 5, 678));
+    EXPECT_EQ(study->institution(), text("H\u00f4pital St. Luc  \u2116 3"));
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(study->institution(), text("St. Mary"));
+    EXPECT_EQ(study->date(), QDate(2025, 1, 2));
+    EXPECT_EQ(study->time(), QTime(3, 4, 5));
+    qputenv("TZ", "UTC");
+}
+
+TEST_F(StudyFormTest, TheInstitutionSavedAsDefaultIsThereAtTheNextStart) {
+    {
+        Form form(new Study);
+        form.institution->setText(text("St. Luke \u4eac\u90fd"));
+        EXPECT_TRUE(form.widget.canSaveAsDefault());
+        form.widget.saveAsDefault();
+    }
+    EXPECT_EQ(Form(new Study).institution->text(), text("St. Luke \u4eac\u90fd"));
+    const DataPointer<Study> existing(new Study);
+    existing->setDate(QDate(2024, 1, 1));
+    EXPECT_EQ(Form(existing).institution->text(), QString());
+}
+
+TEST_F(StudyFormTest, FieldsFollowOneAnotherAndHaveKeys) {
+    const DataPointer<Study> study(new Study);
+    auto* widget = new QtStudyConfigurationWidget(study.get(), {}, nullptr, {});
+    QtDataConfigurationDialog dialog(widget, nullptr, nullptr, {});
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    EXPECT_EQ(dialog.focusWidget()->objectName(), text("studyInstitution"));
+    QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(dialog.focusWidget()->objectName(), text("studyDateTime"));
+    QTest::keyClick(&dialog, Qt::Key_I, Qt::AltModifier);
+    EXPECT_EQ(dialog.focusWidget()->objectName(), text("studyInstitution"));
+    QTest::keyClick(&dialog, Qt::Key_T, Qt::AltModifier);
+    EXPECT_EQ(dialog.focusWidget()->objectName(), text("studyDateTime"));
+}
+
+TEST_F(StudyFormTest, OtherDataGivesAnEmptyFormThatDoesNothing) {
+    expectLog(vlr::LogLevel::CaError, "QtStudyConfigurationWidget::"
+                                      "QtStudyConfigurationWidget(): No study given!");
+    const DataPointer<Data> patient(new Patient);
+    QtStudyConfigurationWidget widget(patient.get(), {}, nullptr, {});
+    EXPECT_EQ(logRecords().back().line, 87);
+    EXPECT_TRUE(widget.findChildren<QWidget*>().isEmpty());
+    EXPECT_TRUE(widget.ok());
+    widget.saveAsDefault();
+}
