@@ -40,7 +40,6 @@ void IgtlConnection::open() {
 void IgtlConnection::opened() {
     m_silence.start();
     m_state.setConnected(true);
-    m_state.setProblem({});
     m_client.publish(m_state.snapshot());
 }
 
@@ -60,6 +59,8 @@ void IgtlConnection::read() {
     if (m_stream->messages() > before) {
         m_silence.start();
         m_pause = m_client.m_options.firstPause;
+        if (before == 0) // Only now it is known to be a tracker again.
+            m_state.setProblem({});
     }
     if (!m_stream->problem().empty())
         m_state.setProblem(peer() + ": " + m_stream->problem() + ".");

@@ -4,6 +4,8 @@
 
 #include <QtCore/QtEndian>
 
+#include <Eigen/LU>
+
 #include <algorithm>
 #include <cstring>
 #include <igtl_header.h>

@@ -47,7 +47,7 @@ private:
 bool isHiddenAt(quint64 seed, const std::string& tool, std::size_t marker, double seconds) {
     Random random(seed, tool, 1000 + marker);
     const double period = random.between(8, 15);
-    const double phase = random.between(0, period);
+    const double phase = random.between(0, period - 4); // At the start all are seen.
     return std::fmod(seconds + phase, period) > period - random.between(1, 2.5);
 }
 

@@ -1,5 +1,6 @@
 #include "Math/RigidFit.h"
 
+#include <Eigen/LU>
 #include <Eigen/SVD>
 
 #include <cmath>
