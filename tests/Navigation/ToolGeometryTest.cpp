@@ -42,7 +42,7 @@ TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
         const char* cause;
     } cases[] = {
         {"empty", "", "document"},
-        {"text", "markers: 3", "document"},
+        {"text", "markers: 3", "line 1"},
         {"another root", "<probe/>", "unexpected element \"probe\""},
         {"cut off", tool(threeMarkers).chopped(20), "line 2"},
         {"too large", tool(threeMarkers) + QByteArray(70000, ' '), "65536"},

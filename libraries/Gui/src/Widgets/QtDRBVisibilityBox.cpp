@@ -48,9 +48,9 @@ bool QtDRBVisibilityBox::addRigid(SurgicalTool* tool) {
     return true;
 }
 
-bool QtDRBVisibilityBox::addRigid(TrackableData* data) {
+bool QtDRBVisibilityBox::addRigid(TrackableData* item) {
     bool isKnown = false;
-    SurgicalTool* tool = toolOf(data, isKnown);
+    SurgicalTool* tool = toolOf(item, isKnown);
     return isKnown && addRigid(tool);
 }
 
@@ -65,9 +65,9 @@ bool QtDRBVisibilityBox::removeRigid(SurgicalTool* tool) {
     return true;
 }
 
-bool QtDRBVisibilityBox::removeRigid(TrackableData* data) {
+bool QtDRBVisibilityBox::removeRigid(TrackableData* item) {
     bool isKnown = false;
-    SurgicalTool* tool = toolOf(data, isKnown);
+    SurgicalTool* tool = toolOf(item, isKnown);
     return isKnown && removeRigid(tool);
 }
 
@@ -99,11 +99,11 @@ void QtDRBVisibilityBox::rigidUnpluggedCB(CaSubject* subject, void*, const char*
         }
 }
 
-SurgicalTool* QtDRBVisibilityBox::toolOf(TrackableData* data, bool& isKnown) const {
+SurgicalTool* QtDRBVisibilityBox::toolOf(TrackableData* item, bool& isKnown) const {
     std::string name;
     const auto* box = SurgicalToolBox::getInstance();
     isKnown = false;
-    if (!data || !data->getReferenceName(name)) {
+    if (!item || !item->getReferenceName(name)) {
         VLR_LOG(Error) << "Data is not connected with a rigid body.";
         return nullptr;
     }

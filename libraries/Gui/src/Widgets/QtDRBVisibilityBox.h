@@ -35,10 +35,10 @@ public:
     bool addRigid(SurgicalTool* tool);
     /// The same for the tool that the data is attached to, which is looked up by its name in the
     /// tool box. False also where there is no tool box, and for data that is attached to none.
-    bool addRigid(TrackableData* data);
+    bool addRigid(TrackableData* item);
     /// False, with the reason in the log, for a tool that is not in the box.
     bool removeRigid(SurgicalTool* tool);
-    bool removeRigid(TrackableData* data);
+    bool removeRigid(TrackableData* item);
     void removeAllRigids();
     int rigidCount() const { return static_cast<int>(m_rigids.size()); }
 
@@ -60,7 +60,7 @@ private:
     };
 
     void rigidUnpluggedCB(CaSubject* subject, void* clientData, const char* event, void* eventData);
-    SurgicalTool* toolOf(TrackableData* data, bool& isKnown) const;
+    SurgicalTool* toolOf(TrackableData* item, bool& isKnown) const;
     void dropRow(std::map<SurgicalTool*, Row>::iterator row);
 
     QGridLayout* m_layout;

@@ -51,7 +51,7 @@ void ImageWidget::setImage(QSharedPointer<const vlr::Image> image) {
         removeImage();
         return;
     }
-    show(ImageConverters::makeQImage(*image));
+    display(ImageConverters::makeQImage(*image));
     m_coreImage = std::move(image);
 }
 
@@ -60,7 +60,7 @@ void ImageWidget::setImage(QSharedPointer<vlr::Image> image) {
 }
 
 void ImageWidget::setImage(QImage image) {
-    show(image);
+    display(image);
     m_coreImage.reset();
 }
 
@@ -68,7 +68,7 @@ void ImageWidget::removeImage() {
     setImage(QImage());
 }
 
-void ImageWidget::show(const QImage& image) {
+void ImageWidget::display(const QImage& image) {
     m_image = image;
     m_drawn = QPixmap();
     update();
@@ -229,9 +229,9 @@ void ImageWidget::mouseMoveEvent(QMouseEvent* event) {
     startDrag(new ImageMimeData(m_image));
 }
 
-void ImageWidget::startDrag(QMimeData* data) {
+void ImageWidget::startDrag(QMimeData* mimeData) {
     auto* drag = new QDrag(this);
-    drag->setMimeData(data);
+    drag->setMimeData(mimeData);
     constexpr int longestSide = 128; // of the picture beside the pointer, in pixels
     drag->setPixmap(drawn().scaled(longestSide, longestSide, Qt::KeepAspectRatio));
     drag->exec(Qt::CopyAction);

@@ -79,8 +79,8 @@ signals:
 protected:
     QPixmap getPixmap() const { return QPixmap::fromImage(m_image); }
     ScalingMode getScalingMode() const { return m_scalingMode; }
-    /// Carries the data to another program; blocks until it is dropped. Owns the data.
-    virtual void startDrag(QMimeData* data);
+    /// Carries the data to another program; blocks until it is dropped. Takes the data.
+    virtual void startDrag(QMimeData* mimeData);
 
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -94,7 +94,7 @@ private:
         QRectF painted; ///< In image coordinates, at the last painting; null: everything.
     };
 
-    void show(const QImage& image);
+    void display(const QImage& image);
     const QPixmap& drawn();
     void paintOverlays(QPainter& painter);
     void repaintOverlay(const vlr::PaintingOverlay* overlay);

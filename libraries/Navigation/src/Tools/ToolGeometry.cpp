@@ -32,6 +32,12 @@ QString checkText(const QByteArray& bytes) {
     return {};
 }
 
+QString withoutStop(QString sentence) {
+    if (sentence.endsWith(QLatin1Char('.')))
+        sentence.chop(1);
+    return sentence;
+}
+
 class Reader {
 public:
     explicit Reader(const QByteArray& bytes) : m_xml(QString::fromUtf8(bytes)) {}
@@ -47,7 +53,7 @@ public:
                 m_problem = QStringLiteral("unexpected text");
         }
         if (m_problem.isEmpty() && m_xml.hasError())
-            m_problem = m_xml.errorString();
+            m_problem = withoutStop(m_xml.errorString());
         if (!m_problem.isEmpty())
             return geometryError(
                 QStringLiteral("line %1: %2").arg(m_xml.lineNumber()).arg(m_problem));
