@@ -8,6 +8,7 @@
 
 #include <QtCore/QProcess>
 #include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
 
 using namespace vlrTest;
 

@@ -19,6 +19,7 @@
 #include <poll.h>
 #include <sstream>
 #include <string>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
 
@@ -28,10 +29,29 @@ constexpr int period = 20; // milliseconds
 const std::array<std::array<float, 3>, 4> positions{
     {{100, -50, -1400}, {100, 0, -1400}, {60, -50, -1400}, {30, 10, -1400}}};
 
+/// As it comes, the library's socket cannot have the port of a server that was killed just now.
+class Listener : public igtl::ServerSocket {
+public:
+    using Self = Listener;
+    using Pointer = igtl::SmartPointer<Self>;
+    igtlNewMacro(Listener);
+
+    bool listenAt(int port) {
+        const int yes = 1;
+        const int descriptor = CreateSocket();
+        if (descriptor < 0 ||
+            setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) != 0 ||
+            BindSocket(descriptor, port) != 0 || Listen(descriptor) != 0)
+            return false;
+        m_SocketDescriptor = descriptor;
+        return true;
+    }
+};
+
 class Tracker {
 public:
-    explicit Tracker(int port) : m_server(igtl::ServerSocket::New()) {
-        m_isGood = m_server->CreateServer(port) == 0;
+    explicit Tracker(int port) : m_server(Listener::New()) {
+        m_isGood = m_server->listenAt(port);
         if (m_isGood)
             std::cout << "port " << m_server->GetServerPort() << std::endl;
     }
@@ -91,7 +111,7 @@ private:
                               static_cast<igtlUint64>(message->GetPackSize())) != 0;
     }
 
-    igtl::ServerSocket::Pointer m_server;
+    Listener::Pointer m_server;
     igtl::ClientSocket::Pointer m_client;
     bool m_isGood = false;
     std::string m_input;

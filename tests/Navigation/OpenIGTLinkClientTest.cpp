@@ -276,8 +276,9 @@ TEST_F(OpenIGTLinkClientTest, APeerThatFallsSilentOrGoesIsTriedAgain) {
 
     const quint16 port = server.serverPort();
     server.close();
-    ASSERT_TRUE(waitFor(
-        [this] { return client->latest()->problem.find("No connection") != std::string::npos; }));
+    ASSERT_TRUE(waitFor([this] {
+        return client->latest()->problem.find("cannot be reached") != std::string::npos;
+    }));
     ASSERT_TRUE(server.listen(QHostAddress::LocalHost, port));
     accept();
     peer->write(points({{"0", 4, 5, 6}}));

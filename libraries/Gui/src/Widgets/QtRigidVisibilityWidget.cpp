@@ -16,7 +16,7 @@ const QString noValue = QStringLiteral("-");
 
 QPen markPen(const QColor& background) {
     const QColor color = background.lightness() < 128 ? Qt::white : Qt::black;
-    return QPen(color, 2, Qt::SolidLine, Qt::RoundCap);
+    return QPen(color, 1.5, Qt::SolidLine, Qt::RoundCap);
 }
 
 // A ring around the middle. The colour has most of the square and its middle.

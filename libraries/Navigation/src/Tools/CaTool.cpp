@@ -36,7 +36,12 @@ void CaTool::update(const vlr::ToolState* state, vlr::TrackingTime now) {
     const vlr::TrackingMeasurement& present = hasMarkers ? *state->markers : *state->pose;
     if (m_shown == present.number)
         return;
+    const bool isSame = m_shown && hasMarkers && present.markers == m_told;
+    m_shown = present.number;
+    if (isSame) // A tool at rest before a camera without noise.
+        return;
     forget();
+    m_told = present.markers;
     if (hasMarkers)
         setMarkers(present.markers);
     else
@@ -50,6 +55,7 @@ void CaTool::forget() {
     m_pose.rotation.setConstant(unknown);
     m_rms = unknown;
     m_hasPose = false;
+    m_told.clear();
     m_shown.reset();
 }
 

@@ -48,5 +48,6 @@ private:
     vlr::RigidTransform m_pose;
     double m_rms = 0;
     bool m_hasPose = false;
+    std::vector<Vector3d> m_told;         ///< The markers as they came; empty for a reported pose.
     std::optional<std::uint64_t> m_shown; ///< The measurement: none is worked out twice.
 };

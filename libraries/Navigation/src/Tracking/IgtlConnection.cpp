@@ -75,7 +75,7 @@ void IgtlConnection::silent() {
 }
 
 void IgtlConnection::socketFailed() {
-    close("No connection to " + peer() + ": " + m_socket.errorString().toStdString() + ".");
+    close(peer() + " cannot be reached: " + m_socket.errorString().toStdString() + ".");
 }
 
 void IgtlConnection::close(const std::string& problem) {
