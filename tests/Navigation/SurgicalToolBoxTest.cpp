@@ -127,6 +127,8 @@ TEST_F(SurgicalToolBoxTest, AReportedPoseServesWhereMarkersAreNotTold) {
     EXPECT_EQ(body->getTranslation(), pose.translation);
     EXPECT_TRUE(std::isnan(body->getRMS()));
 
+    see({});
+    EXPECT_EQ(visible(), 0);
     see({exact[0]}); // Markers count for more, even if they tell less.
     EXPECT_EQ(visible(), 1);
     EXPECT_FALSE(body->hasPose());

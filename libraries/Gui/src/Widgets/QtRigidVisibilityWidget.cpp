@@ -116,6 +116,7 @@ void QtRigidVisibilityWidget::showValue(Value& value, bool shown, const QString&
     delete value.caption;
     delete value.label;
     value = Value();
+    m_shownDistance = m_shownRms = -1;
     if (!shown)
         return;
     value.caption = new QLabel(caption, this);
@@ -159,7 +160,7 @@ void QtRigidVisibilityWidget::update() {
         setLed(static_cast<std::size_t>(i), isLastVisible ? Led::Visible : Led::Hidden);
     }
     if (isLastVisible) // The last marker decides on the values.
-        setValues(centimetres(body->getTranslation().norm()), rmsText(body->getRMS()));
+        setMeasured(body->getTranslation().norm(), body->getRMS());
     else if (count > 0)
         setValues(noValue, noValue);
     m_isRigidVisible = visible >= count - 1;
@@ -208,7 +209,16 @@ void QtRigidVisibilityWidget::removeLeds() {
     m_leds.clear();
 }
 
+void QtRigidVisibilityWidget::setMeasured(double distance, double rms) {
+    if (distance == m_shownDistance && rms == m_shownRms)
+        return;
+    setValues(centimetres(distance), rmsText(rms));
+    m_shownDistance = distance;
+    m_shownRms = rms;
+}
+
 void QtRigidVisibilityWidget::setValues(const QString& distance, const QString& rms) {
+    m_shownDistance = m_shownRms = -1;
     if (m_distance.label && m_distance.label->text() != distance)
         m_distance.label->setText(distance);
     if (m_rms.label && m_rms.label->text() != rms)

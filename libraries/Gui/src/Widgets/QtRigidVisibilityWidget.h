@@ -81,6 +81,7 @@ private:
     void makeLeds(std::size_t count);
     void removeLeds();
     void setValues(const QString& distance, const QString& rms);
+    void setMeasured(double distance, double rms);
     void showValue(Value& value, bool shown, const QString& caption);
 
     SurgicalTool* m_tool = nullptr;
@@ -93,5 +94,7 @@ private:
     QColor m_visibleColor;
     QColor m_hiddenColor;
     std::array<QPixmap, 3> m_pixmaps; ///< By Led.
+    double m_shownDistance = -1;      ///< Millimetres; -1 while none is shown.
+    double m_shownRms = -1;
     bool m_isRigidVisible = false;
 };

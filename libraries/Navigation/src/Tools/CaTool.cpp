@@ -36,12 +36,11 @@ void CaTool::update(const vlr::ToolState* state, vlr::TrackingTime now) {
     const vlr::TrackingMeasurement& present = hasMarkers ? *state->markers : *state->pose;
     if (m_shown == present.number)
         return;
-    const bool isSame = m_shown && hasMarkers && present.markers == m_told;
+    const bool isSame = hasMarkers && m_told == present.markers;
     m_shown = present.number;
     if (isSame) // A tool at rest before a camera without noise.
         return;
     forget();
-    m_told = present.markers;
     if (hasMarkers)
         setMarkers(present.markers);
     else
@@ -55,11 +54,12 @@ void CaTool::forget() {
     m_pose.rotation.setConstant(unknown);
     m_rms = unknown;
     m_hasPose = false;
-    m_told.clear();
+    m_told.reset();
     m_shown.reset();
 }
 
 void CaTool::setMarkers(const std::vector<Vector3d>& positions) {
+    m_told = positions;
     std::vector<Vector3d> model;
     std::vector<Vector3d> seen;
     for (std::size_t i = 0; i < m_model.size() && i < positions.size(); ++i) {
