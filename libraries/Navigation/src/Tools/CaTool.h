@@ -48,6 +48,6 @@ private:
     vlr::RigidTransform m_pose;
     double m_rms = 0;
     bool m_hasPose = false;
-    std::vector<Vector3d> m_told;         ///< The markers as they came; empty for a reported pose.
-    std::optional<std::uint64_t> m_shown; ///< The measurement: none is worked out twice.
+    std::optional<std::vector<Vector3d>> m_told; ///< The markers that are shown, as they came.
+    std::optional<std::uint64_t> m_shown;        ///< The measurement: none is worked out twice.
 };
