@@ -134,7 +134,7 @@ TEST(Settings, RefusesWhatItCouldNotGiveBack) {
     for (const CaError& error :
          {Settings::set(key, std::nan("")), Settings::set(key, HUGE_VAL),
           Settings::set(key, QSize(-1, 2)), Settings::set(key, vector), Settings::set(QString(), 1),
-          Settings::set(QStringLiteral("/a"), 1), Settings::set(QStringLiteral("a/"), 1),
+          Settings::set(QStringLiteral("//a"), 1), Settings::set(QStringLiteral("a/"), 1),
           Settings::set(QStringLiteral("a//b"), 1), Settings::set(key, "k=@Variant(abc)"),
           Settings::set(key, QString(5 << 20, u'x'))})
         EXPECT_NE(error, CaError::nullError);
@@ -312,4 +312,16 @@ TEST(Settings, ApplyingNothingReadsTheFileAndLeavesItAlone) {
     ASSERT_EQ(Settings::apply({}, conflicts), CaError::nullError);
     EXPECT_EQ(Settings::get(QStringLiteral("a"), 0), 22);
     EXPECT_EQ(readFile(Settings::filePath()), "a=22\n"); // not as it would be written here
+}
+
+TEST(Settings, ASlashBeforeTheKeyMakesNoDifference) {
+    EXPECT_EQ(vlr::Settings::set(QStringLiteral("/view/path"), "/data"), CaError::nullError);
+    EXPECT_EQ(vlr::Settings::keys(), QStringList{QStringLiteral("view/path")});
+    for (const char* key : {"/view/path", "view/path"}) {
+        EXPECT_EQ(vlr::Settings::get(QLatin1String(key), ""), QStringLiteral("/data"));
+        EXPECT_TRUE(vlr::Settings::contains(QLatin1String(key)));
+    }
+    EXPECT_FALSE(vlr::Settings::set(QStringLiteral("//path"), 1).isNull());
+    EXPECT_EQ(vlr::Settings::remove(QStringLiteral("/view/path")), CaError::nullError);
+    EXPECT_TRUE(vlr::Settings::keys().isEmpty());
 }

@@ -61,10 +61,16 @@ void complain(const QString& key, const QVariant& value, const QString& expected
                      << "; the default is used instead.";
 }
 
+// "/a/b" is another way to write "a/b".
+QString plainKey(const QString& key) {
+    return key.startsWith(QLatin1Char('/')) ? key.mid(1) : key;
+}
+
 // The value converted, or the default where the key is absent or the conversion gives nothing.
 // `expected` gives the words for what would have been right.
 template <class T, class Convert, class Expected>
-T valueOr(const QString& key, const T& defaultValue, Convert convert, Expected expected) {
+T valueOr(const QString& anyKey, const T& defaultValue, Convert convert, Expected expected) {
+    const QString key = plainKey(anyKey);
     const Values& values = loaded().values;
     const auto found = values.constFind(key);
     if (found == values.constEnd())
@@ -235,11 +241,11 @@ QStringList Settings::keys() {
 }
 
 bool Settings::contains(const QString& key) {
-    return loaded().values.contains(key);
+    return loaded().values.contains(plainKey(key));
 }
 
 QVariant Settings::value(const QString& key) {
-    return loaded().values.value(key);
+    return loaded().values.value(plainKey(key));
 }
 
 CaError Settings::remove(const QString& key) {
@@ -270,7 +276,8 @@ CaError Settings::look(QHash<QString, QVariant>& values) {
     return error;
 }
 
-CaError Settings::write(const QString& key, const QVariant& value) {
+CaError Settings::write(const QString& anyKey, const QVariant& value) {
+    const QString key = plainKey(anyKey);
     if (!isSettingsKey(key))
         return badKey(key);
     Table& current = loaded();

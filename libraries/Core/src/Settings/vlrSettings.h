@@ -35,6 +35,8 @@ struct SettingsChange {
 /// lock file they read the file again, apply the one change and write it durably, so that what
 /// another process stored meanwhile stays. GUI thread only.
 ///
+/// A slash before a key makes no difference: "/a/b" is "a/b". apply() wants keys without it.
+///
 /// A value that is absent gives the default. So does a value that cannot be understood as the
 /// asked-for type ("nan", "inf" and text for numbers included) or lies outside the range, with
 /// one "WARNING" log line per key. A damaged settings file is kept aside and logged, and every

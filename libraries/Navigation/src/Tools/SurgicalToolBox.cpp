@@ -1,0 +1,138 @@
+#include "Tools/SurgicalToolBox.h"
+
+#include "Log/vlrLog.h"
+#include "Tracking/TrackingAddress.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+SurgicalToolBox* theBox = nullptr;
+
+} // namespace
+
+SurgicalToolBox::SurgicalToolBox(vlr::TrackingClock clock) : m_clock(std::move(clock)) {
+    if (!theBox)
+        theBox = this;
+}
+
+SurgicalToolBox::~SurgicalToolBox() {
+    disconnect();
+    while (!m_tools.empty())
+        removeTool(m_tools.back()->getName());
+    if (theBox == this)
+        theBox = nullptr;
+}
+
+SurgicalToolBox* SurgicalToolBox::getInstance() {
+    return theBox;
+}
+
+CaError SurgicalToolBox::connectTo(const QString& address) {
+    std::unique_ptr<vlr::TrackingSource> source;
+    const CaError error = vlr::createTrackingSource(address, m_clock, source);
+    return error.isNull() ? connectTo(std::move(source)) : error;
+}
+
+CaError SurgicalToolBox::connectTo(std::unique_ptr<vlr::TrackingSource> source) {
+    disconnect();
+    if (!source)
+        return CaError::nullError;
+    source->setTools(m_geometries);
+    const CaError error = source->start();
+    if (error.isNull())
+        m_source = std::move(source);
+    return error;
+}
+
+void SurgicalToolBox::disconnect() {
+    m_source.reset();
+    m_loggedProblem.clear();
+    refresh();
+}
+
+bool SurgicalToolBox::isConnected() const {
+    return m_source && m_source->latest()->isConnected;
+}
+
+SurgicalTool* SurgicalToolBox::addTool(const vlr::ToolGeometry& geometry) {
+    SurgicalTool* tool = nullptr;
+    const CaError error = plug(geometry, tool);
+    if (!error.isNull())
+        VLR_LOG(Error) << "Could not add the tool \"" << geometry.name << "\". Reason: " << error;
+    return tool;
+}
+
+CaError SurgicalToolBox::loadTool(const QString& path, SurgicalTool*& tool) {
+    vlr::ToolGeometry geometry;
+    const CaError error = vlr::readToolGeometry(path, geometry);
+    return error.isNull() ? plug(geometry, tool) : error;
+}
+
+CaError SurgicalToolBox::plug(const vlr::ToolGeometry& geometry, SurgicalTool*& tool) {
+    const CaError error = vlr::checkGeometry(geometry);
+    if (!error.isNull())
+        return error;
+    if (getTool(geometry.name))
+        return CaError("SurgicalToolBox::nameTaken",
+                       "There is a tool \"" + geometry.name + "\" already.");
+    m_tools.push_back(std::make_unique<SurgicalTool>(geometry));
+    m_geometries.push_back(geometry);
+    tool = m_tools.back().get();
+    tellSource();
+    return CaError::nullError;
+}
+
+// The tool is out of the box before anybody hears of it, so that nobody finds it there again.
+bool SurgicalToolBox::removeTool(const std::string& name) {
+    const auto found = std::find_if(m_tools.begin(), m_tools.end(),
+                                    [&](const auto& tool) { return tool->getName() == name; });
+    if (found == m_tools.end())
+        return false;
+    const std::unique_ptr<SurgicalTool> unplugged = std::move(*found);
+    m_geometries.erase(m_geometries.begin() + (found - m_tools.begin()));
+    m_tools.erase(found);
+    tellSource();
+    return true;
+}
+
+SurgicalTool* SurgicalToolBox::getTool(const std::string& name) const {
+    for (const auto& tool : m_tools)
+        if (tool->getName() == name)
+            return tool.get();
+    return nullptr;
+}
+
+std::vector<SurgicalTool*> SurgicalToolBox::getTools() const {
+    std::vector<SurgicalTool*> tools;
+    for (const auto& tool : m_tools)
+        tools.push_back(tool.get());
+    return tools;
+}
+
+void SurgicalToolBox::refresh() {
+    const auto snapshot =
+        m_source ? m_source->latest() : std::make_shared<const vlr::TrackingSnapshot>();
+    const vlr::TrackingTime now = m_clock();
+    for (const auto& tool : m_tools) {
+        const auto state = snapshot->tools.find(tool->getName());
+        const bool isKnown = snapshot->isConnected && state != snapshot->tools.end();
+        tool->getRigidBody()->update(isKnown ? &state->second : nullptr, now);
+    }
+    logProblem(*snapshot);
+}
+
+void SurgicalToolBox::tellSource() {
+    if (m_source)
+        m_source->setTools(m_geometries);
+}
+
+// Polls are frequent and problems last: each is logged once.
+void SurgicalToolBox::logProblem(const vlr::TrackingSnapshot& snapshot) {
+    if (snapshot.problem == m_loggedProblem)
+        return;
+    m_loggedProblem = snapshot.problem;
+    if (!m_loggedProblem.empty())
+        VLR_LOG(Warning) << m_loggedProblem;
+}

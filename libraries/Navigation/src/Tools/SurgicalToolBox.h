@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Tools/SurgicalTool.h"
+#include "Tracking/TrackingSource.h"
+
+#include <memory>
+#include <vector>
+
+/// The tools of the application and the tracker that sees them.
+///
+///     SurgicalToolBox box;                        // one for the application, in main()
+///     SurgicalTool* pointer = nullptr;
+///     CaError error = box.loadTool(path, pointer);
+///     error = box.connectTo();                    // the simulated camera
+///     ...
+///     SurgicalToolBox::getInstance()->refresh();  // at every poll
+///
+/// refresh() brings all tools to what the tracker last said, at one moment and without waiting for
+/// it; between two calls nothing moves. A tool of which nothing was heard for half a second has
+/// its markers hidden. GUI thread only.
+class VLR_NAVIGATION_EXPORT SurgicalToolBox {
+public:
+    /// The first living box is the instance. Time comes from the clock.
+    explicit SurgicalToolBox(vlr::TrackingClock clock = &std::chrono::steady_clock::now);
+    SurgicalToolBox(const SurgicalToolBox&) = delete;
+    SurgicalToolBox& operator=(const SurgicalToolBox&) = delete;
+    ~SurgicalToolBox(); ///< Stops the tracker and unplugs every tool.
+
+    /// The box that the application made, or null.
+    static SurgicalToolBox* getInstance();
+
+    /// Makes and starts the source that the address names (see vlr::createTrackingSource), in
+    /// place of the one before. Without an address it is the simulated camera.
+    CaError connectTo(const QString& address = QString());
+    /// The same with a source that is ready made. Null leaves the box disconnected.
+    CaError connectTo(std::unique_ptr<vlr::TrackingSource> source);
+    void disconnect();
+    /// Whether the tracker can be reached at present.
+    bool isConnected() const;
+
+    /// Null, with an "ERROR" in the log, for a geometry that cannot be used or a name that is
+    /// taken. The tool belongs to the box.
+    SurgicalTool* addTool(const vlr::ToolGeometry& geometry);
+    /// Adds the tool of a geometry file; sets `tool` on success only.
+    CaError loadTool(const QString& path, SurgicalTool*& tool);
+    /// Unplugs the tool; false for a name that no tool has.
+    bool removeTool(const std::string& name);
+    SurgicalTool* getTool(const std::string& name) const; ///< Null when there is none.
+    std::vector<SurgicalTool*> getTools() const;          ///< In the order they were added.
+
+    void refresh();
+
+private:
+    CaError plug(const vlr::ToolGeometry& geometry, SurgicalTool*& tool);
+    void tellSource();
+    void logProblem(const vlr::TrackingSnapshot& snapshot);
+
+    vlr::TrackingClock m_clock;
+    std::unique_ptr<vlr::TrackingSource> m_source;
+    std::vector<std::unique_ptr<SurgicalTool>> m_tools;
+    std::vector<vlr::ToolGeometry> m_geometries; // of the tools, in the same order
+    std::string m_loggedProblem;
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Error/CaError.h"
+#include "Math/Vector3d.h"
+#include "vlrNavigationExport.h"
+
+#include <QtCore/QString>
+
+#include <string>
+#include <vector>
+
+namespace vlr {
+
+/// The shape of a tool: where its markers are, in millimetres, in the tool's own coordinates.
+///
+/// It is kept in a small XML file, one per tool:
+///
+///     <tool version="1" name="Pointer">
+///       <marker x="0" y="0" z="0"/>
+///       <marker x="50" y="0" z="0"/>
+///       <marker x="0" y="35.5" z="0"/>
+///     </tool>
+struct ToolGeometry {
+    std::string name; ///< UTF-8; what trackers call the tool. At most 64 bytes.
+    std::vector<Vector3d> markers;
+};
+
+/// Most markers that a tool may have.
+constexpr int mostMarkers = 32;
+
+/// Reads a geometry file. The error names the file and the cause, with the line where there is
+/// one: missing, larger than 64 KiB, not UTF-8 or not well formed, a document type, an unknown
+/// version, element or attribute, no name or an over-long one, a coordinate that is missing, not
+/// finite or beyond 1000 mm, and markers that checkGeometry() refuses. `geometry` is set on
+/// success only.
+VLR_NAVIGATION_EXPORT CaError readToolGeometry(const QString& path, ToolGeometry& geometry);
+
+/// Whether a pose can be told from the markers: there are 3 to mostMarkers of them, finite and not
+/// on one line, and the tool has a name.
+VLR_NAVIGATION_EXPORT CaError checkGeometry(const ToolGeometry& geometry);
+
+} // namespace vlr

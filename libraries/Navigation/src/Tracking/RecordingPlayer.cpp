@@ -1,0 +1,107 @@
+#include "Tracking/RecordingPlayer.h"
+
+#include "Tracking/RecordingFormat.h"
+#include "Tracking/TrackingState.h"
+
+#include <QtCore/QFileInfo>
+
+#include <utility>
+
+namespace vlr {
+
+RecordingPlayer::RecordingPlayer(const QString& path, Pace pace, TrackingClock clock)
+    : m_file(path), m_pace(pace), m_clock(std::move(clock)) {}
+
+RecordingPlayer::~RecordingPlayer() {
+    stop();
+}
+
+CaError RecordingPlayer::start() {
+    if (m_thread.joinable())
+        return CaError::nullError;
+    const CaError error = open();
+    if (!error.isNull())
+        return error;
+    m_isStopping = false;
+    m_hasEnded = false;
+    m_thread = std::thread(&RecordingPlayer::play, this);
+    return CaError::nullError;
+}
+
+CaError RecordingPlayer::open() {
+    QString problem;
+    if (!QFileInfo(m_file.fileName()).isFile()) // A pipe would keep us waiting.
+        problem = QStringLiteral("there is no such file");
+    else if (!m_file.open(QIODevice::ReadOnly))
+        problem = m_file.errorString();
+    else if (m_file.readLine(longestRecordingLine) != recordingHeader)
+        problem = QStringLiteral("it is not a recording");
+    if (problem.isEmpty())
+        return CaError::nullError;
+    m_file.close();
+    return CaError("RecordingPlayer::cannotPlay",
+                   QStringLiteral("The recording \"%1\" cannot be played: %2.")
+                       .arg(m_file.fileName(), problem)
+                       .toStdString());
+}
+
+void RecordingPlayer::stop() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isStopping = true;
+    }
+    m_wake.notify_all();
+    if (m_thread.joinable())
+        m_thread.join();
+    m_file.close();
+    publish(std::make_shared<TrackingSnapshot>());
+}
+
+void RecordingPlayer::play() {
+    TrackingState state;
+    state.setConnected(true);
+    publish(state.snapshot());
+    const std::string problem = playLines(state);
+    state.setConnected(false);
+    state.setProblem(problem);
+    publish(state.snapshot());
+    m_hasEnded = true;
+}
+
+std::string RecordingPlayer::playLines(TrackingState& state) {
+    const TrackingTime begin = m_clock();
+    std::chrono::microseconds last(0);
+    for (qint64 number = 2; !m_file.atEnd(); ++number) {
+        TrackingMeasurement measurement;
+        std::chrono::microseconds time(0);
+        QString problem =
+            fromRecordingLine(m_file.readLine(longestRecordingLine), measurement, time);
+        if (problem.isEmpty() && time < last)
+            problem = QStringLiteral("its time lies before that of the line above");
+        if (!problem.isEmpty())
+            return QStringLiteral("The recording \"%1\" cannot be played on, line %2: %3.")
+                .arg(m_file.fileName())
+                .arg(number)
+                .arg(problem)
+                .toStdString();
+        last = time;
+        if (!waitUntil(begin + time))
+            break;
+        measurement.time = m_clock();
+        tellListener(measurement);
+        state.add(std::move(measurement));
+        publish(state.snapshot());
+    }
+    return {};
+}
+
+// False when the playback is to stop.
+bool RecordingPlayer::waitUntil(TrackingTime time) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto isStopping = [this] { return m_isStopping; };
+    if (m_pace == Own)
+        m_wake.wait_for(lock, time - m_clock(), isStopping);
+    return !m_isStopping;
+}
+
+} // namespace vlr

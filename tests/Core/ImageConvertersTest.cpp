@@ -1,0 +1,70 @@
+#include "Image/vlrImageConverters.h"
+
+#include <gtest/gtest.h>
+
+using vlr::Image;
+using vlr::ImageConverters;
+
+TEST(ImageConverters, GreyOfSixteenBitsIsSpreadOverTheDisplayRange) {
+    const struct {
+        int black, white;
+        quint16 sample;
+        int shown;
+    } cases[] = {
+        {0, 65535, 0, 0},       {0, 65535, 65535, 65535},  {0, 65535, 4095, 4095},
+        {0, 4095, 4095, 65535}, {0, 4095, 2048, 32776},    {0, 4095, 60000, 65535},
+        {1000, 3000, 999, 0},   {1000, 3000, 2000, 32768}, {-1000, 1000, 0, 32768},
+        {5, 5, 4095, 4095}, // no range: as if none had been set
+    };
+    for (const auto& c : cases) {
+        Image image(3, 2, Image::Grey16);
+        image.setDisplayRange(c.black, c.white);
+        reinterpret_cast<quint16*>(image.line(1))[2] = c.sample;
+        const QImage shown = ImageConverters::makeQImage(image);
+        ASSERT_EQ(shown.format(), QImage::Format_Grayscale16);
+        EXPECT_EQ(reinterpret_cast<const quint16*>(shown.constScanLine(1))[2], c.shown)
+            << c.black << ".." << c.white << ": " << c.sample;
+    }
+}
+
+TEST(ImageConverters, PixelsSurviveThereAndBack) {
+    const Image::PixelType types[] = {Image::Grey8, Image::Grey16, Image::Rgb8,
+                                      Image::Rgba8, Image::Rgb16,  Image::Rgba16};
+    for (const Image::PixelType type : types) {
+        Image image(7, 5, type); // an odd width: Qt's lines are longer than ours
+        for (int y = 0; y < 5; ++y)
+            for (std::size_t i = 0; i < image.bytesPerLine(); ++i)
+                image.line(y)[i] = static_cast<unsigned char>(37 * y + 11 * static_cast<int>(i));
+        const Image back = ImageConverters::makeImage(ImageConverters::makeQImage(image));
+        ASSERT_EQ(back.type(), type);
+        ASSERT_EQ(back.size(), image.size());
+        for (int y = 0; y < 5; ++y)
+            EXPECT_TRUE(
+                std::equal(image.line(y), image.line(y) + image.bytesPerLine(), back.line(y)))
+                << type << ' ' << y;
+    }
+    const QImage colour = [] {
+        QImage image(2, 1, QImage::Format_RGB32);
+        image.setPixel(0, 0, qRgb(1, 2, 3));
+        image.setPixel(1, 0, qRgb(255, 0, 128));
+        return image;
+    }();
+    const Image converted = ImageConverters::makeImage(colour);
+    const unsigned char expected[] = {1, 2, 3, 255, 0, 128};
+    ASSERT_EQ(converted.type(), Image::Rgb8);
+    EXPECT_TRUE(std::equal(expected, expected + 6, converted.line(0)));
+}
+
+TEST(ImageConverters, ImagesWithoutPixelsStayWithout) {
+    EXPECT_TRUE(ImageConverters::makeQImage(Image()).isNull());
+    EXPECT_TRUE(ImageConverters::makeImage(QImage()).isNull());
+    const QSize sizes[] = {{0, 5}, {5, 0}, {-1, 5}, {2000000000, 2000000000}, {30000, 30000}};
+    for (const QSize& size : sizes) {
+        Image image(size.width(), size.height(), Image::Rgba16);
+        EXPECT_TRUE(image.isNull()) << size.width();
+        EXPECT_EQ(image.line(0), nullptr);
+    }
+    Image image(2, 2, Image::Grey8);
+    EXPECT_EQ(image.line(-1), nullptr);
+    EXPECT_EQ(image.line(2), nullptr);
+}

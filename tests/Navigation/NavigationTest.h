@@ -1,0 +1,90 @@
+#pragma once
+
+#include "Support/TestEnvironment.h"
+#include "Tools/SurgicalToolBox.h"
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace vlrTest {
+
+/// Four markers, planar, no two distances alike.
+inline vlr::ToolGeometry fourMarkers(const std::string& name = "Pointer") {
+    return {name, {{0, 0, 0}, {50, 0, 0}, {0, 40, 0}, {60, 70, 0}}};
+}
+
+/// A clock that moves only when it is told to.
+class HandClock {
+public:
+    vlr::TrackingClock clock() const {
+        return [time = m_time] { return *time; };
+    }
+    void advance(std::chrono::milliseconds duration) { *m_time += duration; }
+
+private:
+    std::shared_ptr<vlr::TrackingTime> m_time =
+        std::make_shared<vlr::TrackingTime>(std::chrono::hours(1));
+};
+
+/// A source that says what the test puts into it.
+class HandSource : public vlr::TrackingSource {
+public:
+    explicit HandSource(vlr::TrackingClock clock) : m_clock(std::move(clock)) {}
+
+    CaError start() override {
+        setConnected(true);
+        return CaError::nullError;
+    }
+    void stop() override {}
+
+    void setConnected(bool connected, const std::string& problem = {}) {
+        m_snapshot.isConnected = connected;
+        m_snapshot.problem = problem;
+        publish(std::make_shared<vlr::TrackingSnapshot>(m_snapshot));
+    }
+    void setMarkers(const std::string& tool, const std::vector<Vector3d>& markers) {
+        vlr::TrackingMeasurement measurement;
+        measurement.markers = markers;
+        m_snapshot.tools[tool].markers = stamped(tool, measurement);
+        publish(std::make_shared<vlr::TrackingSnapshot>(m_snapshot));
+    }
+    void setPose(const std::string& tool, const vlr::RigidTransform& pose) {
+        vlr::TrackingMeasurement measurement;
+        measurement.pose = pose;
+        m_snapshot.tools[tool].pose = stamped(tool, measurement);
+        publish(std::make_shared<vlr::TrackingSnapshot>(m_snapshot));
+    }
+
+private:
+    vlr::TrackingMeasurement stamped(const std::string& tool,
+                                     vlr::TrackingMeasurement measurement) {
+        measurement.tool = tool;
+        measurement.time = m_clock();
+        measurement.number = ++m_count;
+        return measurement;
+    }
+
+    vlr::TrackingClock m_clock;
+    vlr::TrackingSnapshot m_snapshot;
+    std::uint64_t m_count = 0;
+};
+
+/// Keeps everything a source receives.
+class Collector : public vlr::TrackingListener {
+public:
+    void received(const vlr::TrackingMeasurement& measurement) override {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_measurements.push_back(measurement);
+    }
+    std::vector<vlr::TrackingMeasurement> measurements() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_measurements;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<vlr::TrackingMeasurement> m_measurements;
+};
+
+} // namespace vlrTest

@@ -1,0 +1,246 @@
+#include "Tools/SurgicalToolBox.h"
+
+#include "Navigation/NavigationTest.h"
+#include "Tools/TrackableData.h"
+#include "Tracking/TrackingAddress.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+using namespace vlrTest;
+
+namespace {
+
+class SurgicalToolBoxTest : public testing::Test {
+protected:
+    SurgicalToolBoxTest() : box(time.clock()) {
+        auto made = std::make_unique<HandSource>(time.clock());
+        source = made.get();
+        EXPECT_EQ(box.connectTo(std::move(made)), CaError::nullError);
+        tool = box.addTool(fourMarkers());
+        body = tool->getRigidBody();
+    }
+
+    void see(const std::vector<Vector3d>& markers) {
+        source->setMarkers("Pointer", markers);
+        box.refresh();
+    }
+    int visible() const {
+        int count = 0;
+        for (int i = 0; i < body->getNumberOfMarkers(); ++i)
+            count += body->getReal(i).squaredNorm() < 10000000 ? 1 : 0;
+        return count;
+    }
+
+    HandClock time;
+    SurgicalToolBox box;
+    HandSource* source = nullptr;
+    SurgicalTool* tool = nullptr;
+    CaTool* body = nullptr;
+};
+
+// The set whose pose and error RigidFitTest has the origin of, and one of a quarter turn about z.
+const std::vector<Vector3d> noisy{{101.25, -48.5, -1402.125},
+                                  {100.75, 1.5, -1403.25},
+                                  {61.5, -47.75, -1399.5},
+                                  {31.125, 12.25, -1401.75}};
+const std::vector<Vector3d> exact{
+    {100, -50, -1400}, {100, 0, -1400}, {60, -50, -1400}, {30, 10, -1400}};
+
+} // namespace
+
+TEST_F(SurgicalToolBoxTest, ThePoseFollowsFromTheMarkersThatAreSeen) {
+    const Vector3d hidden = vlr::hiddenPosition();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(visible(), 0);
+    EXPECT_FALSE(body->hasPose());
+    see(noisy);
+    EXPECT_EQ(visible(), 4);
+    EXPECT_NEAR(body->getRMS(), 0.628560145002220, 1e-9);
+    EXPECT_NEAR(body->getTranslation().z(), -1401.52527103039, 1e-9);
+    EXPECT_EQ(body->getReal(3), noisy[3]);
+
+    const struct {
+        const char* what;
+        std::vector<Vector3d> markers;
+        int visible;
+        bool hasPose;
+    } cases[] = {
+        {"one hidden", {exact[0], hidden, exact[2], exact[3]}, 3, true},
+        {"two hidden", {exact[0], hidden, exact[2], hidden}, 2, false},
+        {"fewer than it has", {exact[0], exact[1], exact[2]}, 3, true},
+        {"more than it has", {exact[0], exact[1], exact[2], exact[3], exact[0]}, 4, true},
+        {"just within reach", {exact[0], exact[1], exact[2], {0, 0, 3162.2776}}, 4, true},
+        {"just out of reach", {exact[0], exact[1], exact[2], {0, 0, 3162.2777}}, 3, true},
+        {"no number", {exact[0], exact[1], exact[2], {0, nan, 0}}, 3, true},
+        {"on one line", {exact[0], hidden, exact[0], exact[0]}, 3, false},
+        {"none", {}, 0, false},
+    };
+    for (const auto& c : cases) {
+        see(c.markers);
+        EXPECT_EQ(visible(), c.visible) << c.what;
+        EXPECT_EQ(body->hasPose(), c.hasPose) << c.what;
+        EXPECT_EQ(std::isnan(body->getRMS()), !c.hasPose) << c.what;
+        EXPECT_EQ(std::isnan(body->getTranslation().norm()), !c.hasPose) << c.what;
+    }
+    see({exact[0], hidden, exact[2], exact[3]});
+    EXPECT_NEAR((body->getTranslation() - Vector3d(100, -50, -1400)).norm(), 0, 1e-9);
+    EXPECT_NEAR(body->getRMS(), 0, 1e-9);
+    for (const int index : {-1, 4, 1000})
+        EXPECT_GE(body->getReal(index).squaredNorm(), 10000000) << index;
+}
+
+TEST_F(SurgicalToolBoxTest, WhatIsNotRenewedForHalfASecondIsHidden) {
+    see(exact);
+    time.advance(std::chrono::milliseconds(499));
+    box.refresh();
+    EXPECT_EQ(visible(), 4);
+    time.advance(std::chrono::milliseconds(1));
+    box.refresh();
+    EXPECT_EQ(visible(), 0);
+    EXPECT_FALSE(body->hasPose());
+    see(exact);
+    EXPECT_EQ(visible(), 4);
+    source->setConnected(false);
+    box.refresh();
+    EXPECT_EQ(visible(), 0);
+    EXPECT_FALSE(box.isConnected());
+}
+
+TEST_F(SurgicalToolBoxTest, NothingMovesBetweenTwoRefreshes) {
+    see(exact);
+    source->setMarkers("Pointer", noisy);
+    EXPECT_EQ(body->getReal(0), exact[0]);
+    EXPECT_NEAR(body->getRMS(), 0, 1e-9);
+    box.refresh();
+    EXPECT_EQ(body->getReal(0), noisy[0]);
+}
+
+TEST_F(SurgicalToolBoxTest, AReportedPoseServesWhereMarkersAreNotTold) {
+    vlr::RigidTransform pose;
+    pose.translation = Vector3d(0, 0, -1000);
+    source->setPose("Pointer", pose);
+    box.refresh();
+    EXPECT_EQ(visible(), 4);
+    EXPECT_EQ(body->getReal(1), Vector3d(50, 0, -1000));
+    EXPECT_EQ(body->getTranslation(), pose.translation);
+    EXPECT_TRUE(std::isnan(body->getRMS()));
+
+    see({});
+    EXPECT_EQ(visible(), 0);
+    see({exact[0]}); // Markers count for more, even if they tell less.
+    EXPECT_EQ(visible(), 1);
+    EXPECT_FALSE(body->hasPose());
+    time.advance(std::chrono::milliseconds(300));
+    source->setPose("Pointer", pose);
+    time.advance(std::chrono::milliseconds(300)); // now only the pose is fresh
+    box.refresh();
+    EXPECT_EQ(visible(), 4);
+}
+
+TEST_F(SurgicalToolBoxTest, ToolsComeAndGo) {
+    EXPECT_EQ(SurgicalToolBox::getInstance(), &box);
+    EXPECT_EQ(box.getTool("Pointer"), tool);
+    EXPECT_EQ(box.getTool("Drill"), nullptr);
+    expectLog(vlr::LogLevel::Error, "There is a tool \"Pointer\" already.");
+    EXPECT_EQ(box.addTool(fourMarkers()), nullptr);
+    expectLog(vlr::LogLevel::Error, "on one line");
+    EXPECT_EQ(box.addTool({"Stick", {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}}}), nullptr);
+
+    const SurgicalTool* found = tool;
+    int unplugged = 0;
+    tool->attach(SurgicalTool::UNPLUGGED, this, [&](CaSubject* subject, void*, const char*, void*) {
+        EXPECT_EQ(subject, found);
+        EXPECT_EQ(box.getTool("Pointer"), nullptr);
+        ++unplugged;
+    });
+    EXPECT_FALSE(box.removeTool("Drill"));
+    EXPECT_TRUE(box.removeTool("Pointer"));
+    EXPECT_EQ(unplugged, 1);
+    EXPECT_TRUE(box.getTools().empty());
+    {
+        SurgicalToolBox second;
+        EXPECT_EQ(SurgicalToolBox::getInstance(), &box);
+        second.addTool(fourMarkers())
+            ->attach(SurgicalTool::UNPLUGGED, this,
+                     [&](CaSubject*, void*, const char*, void*) { ++unplugged; });
+    }
+    EXPECT_EQ(unplugged, 2);
+}
+
+TEST_F(SurgicalToolBoxTest, AProblemIsLoggedOnce) {
+    expectLog(vlr::LogLevel::Warning, "the cable is out");
+    source->setConnected(false, "the cable is out");
+    for (int i = 0; i < 3; ++i)
+        box.refresh();
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "the cable is out"), 1);
+    source->setConnected(true);
+    box.refresh();
+    source->setConnected(false, "the cable is out");
+    box.refresh();
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "the cable is out"), 2);
+}
+
+TEST(SurgicalToolBox, ThereIsNoneUntilTheApplicationMakesIt) {
+    EXPECT_EQ(SurgicalToolBox::getInstance(), nullptr);
+    const auto box = std::make_unique<SurgicalToolBox>();
+    EXPECT_EQ(SurgicalToolBox::getInstance(), box.get());
+    EXPECT_FALSE(box->isConnected());
+    box->addTool(fourMarkers());
+    EXPECT_EQ(box->connectTo(), CaError::nullError); // the simulation
+    box->refresh();
+    EXPECT_TRUE(box->isConnected());
+    EXPECT_TRUE(box->getTool("Pointer")->getRigidBody()->hasPose());
+    box->disconnect();
+    EXPECT_FALSE(box->isConnected());
+    EXPECT_FALSE(box->getTool("Pointer")->getRigidBody()->hasPose());
+}
+
+TEST(TrackingAddress, NamesTheSourceOrWhatIsWrong) {
+    const struct {
+        const char* address;
+        const char* problem; // null: none
+    } cases[] = {
+        {"", nullptr},
+        {"simulation:", nullptr},
+        {"simulation:?seed=7&noise=0.5", nullptr},
+        {"igtl://tracker.local", nullptr},
+        {"igtl://127.0.0.1:20000", nullptr},
+        {"recording:/data/a%20b.track?pace=fast", nullptr},
+        {"simulation:?seed=seven", "seed"},
+        {"simulation:?noise=-1", "noise"},
+        {"simulation:?noise=nan", "noise"},
+        {"igtl://", "host"},
+        {"igtl://host:0", "port"},
+        {"recording:/a?pace=slow", "pace"},
+        {"http://host", "none of"},
+        {"tracker", "none of"},
+        {"igtl://host:99999", "igtl://host:99999"},
+    };
+    for (const auto& c : cases) {
+        std::unique_ptr<vlr::TrackingSource> source;
+        const CaError error = vlr::createTrackingSource(QString::fromLatin1(c.address),
+                                                        &std::chrono::steady_clock::now, source);
+        EXPECT_EQ(error.isNull(), c.problem == nullptr) << c.address << error;
+        EXPECT_EQ(source != nullptr, c.problem == nullptr) << c.address;
+        if (c.problem) {
+            EXPECT_NE(error.text().find(c.problem), std::string::npos) << error;
+            EXPECT_NE(error.text().find(c.address), std::string::npos) << error;
+        }
+    }
+}
+
+TEST(TrackableData, KnowsTheToolItIsAttachedTo) {
+    const DataPointer<TrackableData> data(new TrackableData);
+    std::string name = "untouched";
+    EXPECT_FALSE(data->getReferenceName(name));
+    EXPECT_EQ(name, "untouched");
+    data->setReferenceName("Reference base");
+    DataTreeNode node;
+    ASSERT_EQ(data->save(node), CaError::nullError);
+    const DataPointer<TrackableData> copy(new TrackableData);
+    ASSERT_EQ(copy->load(node), CaError::nullError);
+    EXPECT_TRUE(copy->getReferenceName(name));
+    EXPECT_EQ(name, "Reference base");
+}
