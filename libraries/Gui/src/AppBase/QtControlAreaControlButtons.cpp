@@ -108,8 +108,10 @@ void QtControlAreaControlButtons::draw(QtPresetButton* button, const Sizes& size
         m_quadViewConfig ? m_quadViewConfig : DataPointer<QuadViewConfig>(new QuadViewConfig);
     for (int i = 0; i < QuadViewConfig::colorCount; ++i)
         colors[static_cast<std::size_t>(i)] = config->resourceColor(i);
-    button->setIcon(vlr::iconOf(
-        [&](qreal ratio) { return vlr::layoutPixmap(sizes, colors, button->iconSize(), ratio); }));
+    const QSize size = button->iconSize();
+    button->setIcon(vlr::iconOf(size, [sizes, colors, size](qreal ratio) {
+        return vlr::layoutPixmap(sizes, colors, size, ratio);
+    }));
 }
 
 void QtControlAreaControlButtons::setHoldDownTime(int msec) {

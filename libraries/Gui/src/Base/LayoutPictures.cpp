@@ -3,19 +3,18 @@
 #include "Base/QtQVSplitterFrame.h"
 #include "Base/QuadViewGeometry.h"
 
+#include <QtGui/QIconEngine>
 #include <QtGui/QPainter>
 #include <QtGui/QPainterPath>
 #include <QtGui/QTransform>
 
 #include <initializer_list>
+#include <utility>
 
 namespace {
 
 const QColor ink(46, 74, 112);
 const QColor paper(255, 255, 255);
-
-constexpr int buttonSide = 24;
-constexpr int handleSide = 40;
 
 QPixmap blank(const QSize& size, qreal devicePixelRatio) {
     QPixmap pixmap(size * devicePixelRatio);
@@ -53,22 +52,44 @@ void drawViews(QPainter& painter, bool fillLeft, bool fillRight) {
                               : QTransform::fromScale(-1, 1).map(arrow).translated(2, 0));
 }
 
+/// Most of these pictures are never seen, and none before its screen is known.
+class DrawnIcon : public QIconEngine {
+public:
+    DrawnIcon(const QSize& size, std::function<QPixmap(qreal)> draw)
+        : m_size(size), m_draw(std::move(draw)) {}
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode,
+               QIcon::State state) override {
+        const qreal ratio = painter->device()->devicePixelRatioF();
+        painter->drawPixmap(rect, pixmap(rect.size() * ratio, mode, state));
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
+        const qreal ratio = qreal(size.width()) / m_size.width();
+        if (m_pixmap.isNull() || !qFuzzyCompare(m_pixmap.devicePixelRatioF(), ratio))
+            m_pixmap = m_draw(ratio);
+        return m_pixmap;
+    }
+    QIconEngine* clone() const override { return new DrawnIcon(*this); }
+
+private:
+    QSize m_size;
+    std::function<QPixmap(qreal)> m_draw;
+    QPixmap m_pixmap;
+};
+
 } // namespace
 
 namespace vlr {
 
-QIcon iconOf(const std::function<QPixmap(qreal devicePixelRatio)>& draw) {
-    QIcon icon;
-    for (const qreal ratio : {1.0, 2.0, 3.0})
-        icon.addPixmap(draw(ratio));
-    return icon;
+QIcon iconOf(const QSize& size, const std::function<QPixmap(qreal devicePixelRatio)>& draw) {
+    return QIcon(new DrawnIcon(size, draw));
 }
 
 QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRatio) {
-    QPixmap pixmap = blank({buttonSide, buttonSide}, devicePixelRatio);
+    QPixmap pixmap = blank({vlr::expandPictureSide, vlr::expandPictureSide}, devicePixelRatio);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(buttonSide / 2.0, buttonSide / 2.0);
+    painter.translate(vlr::expandPictureSide / 2.0, vlr::expandPictureSide / 2.0);
     using P = ExpandPicture;
     if (picture == P::Upper || picture == P::BothRows || picture == P::Lower)
         painter.rotate(90);
@@ -98,13 +119,14 @@ QPixmap layoutPixmap(const std::array<QSize, 4>& extents, const std::array<QColo
 }
 
 QPixmap touchHandlePixmap(int orientation, qreal devicePixelRatio) {
-    QPixmap pixmap = blank({handleSide, handleSide}, devicePixelRatio);
+    QPixmap pixmap = blank({vlr::touchPictureSide, vlr::touchPictureSide}, devicePixelRatio);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(handleSide / 2.0, handleSide / 2.0);
+    painter.translate(vlr::touchPictureSide / 2.0, vlr::touchPictureSide / 2.0);
     painter.setPen(QPen(ink, 2));
     painter.setBrush(paper);
-    painter.drawEllipse(QPointF(), handleSide / 2.0 - 1.5, handleSide / 2.0 - 1.5);
+    painter.drawEllipse(QPointF(), vlr::touchPictureSide / 2.0 - 1.5,
+                        vlr::touchPictureSide / 2.0 - 1.5);
     painter.setPen(Qt::NoPen);
     painter.setBrush(ink);
     painter.drawEllipse(QPointF(), 3.0, 3.0);

@@ -12,14 +12,20 @@
 
 namespace vlr {
 
-/// An icon of the picture as it is drawn for screens of one, two and three device pixels a pixel.
-VLR_GUI_EXPORT QIcon iconOf(const std::function<QPixmap(qreal devicePixelRatio)>& draw);
+/// An icon of this size (pixels) that is drawn when it is first shown, for the screen on which it
+/// is shown.
+VLR_GUI_EXPORT QIcon iconOf(const QSize& size,
+                            const std::function<QPixmap(qreal devicePixelRatio)>& draw);
 
 /// What an expand button does with the two views beside its splitter.
 enum class ExpandPicture { Left, BothColumns, Right, Upper, BothRows, Lower };
 
+/// The side of the picture on an expand button, and on a touch handle, in pixels.
+constexpr int expandPictureSide = 24;
+constexpr int touchPictureSide = 40;
+
 /// The picture on an expand button: the two views, filled the one that grows, with an arrow the
-/// way it grows. 24 x 24, drawn for the device pixel ratio.
+/// way it grows. Drawn for the device pixel ratio.
 VLR_GUI_EXPORT QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRatio);
 
 /// A small picture of a layout: each view that is seen, filled with its colour. Extents are
@@ -30,8 +36,8 @@ VLR_GUI_EXPORT QPixmap layoutPixmap(const std::array<QSize, 4>& extents,
                                     qreal devicePixelRatio);
 
 /// The picture on a touch handle: arrows along which it can be dragged. Orientations as of
-/// QtQVSplitterFrame: 0 up and down, 1 left and right, 2 all four. 40 x 40, drawn for the device
-/// pixel ratio.
+/// QtQVSplitterFrame: 0 up and down, 1 left and right, 2 all four. Drawn for the device pixel
+/// ratio.
 VLR_GUI_EXPORT QPixmap touchHandlePixmap(int orientation, qreal devicePixelRatio);
 
 } // namespace vlr

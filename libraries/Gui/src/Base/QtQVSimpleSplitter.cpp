@@ -197,14 +197,14 @@ void QtQVSimpleSplitter::createHandle() {
     connect(m_handle, &QPushButton::released, this,
             &QtQVSimpleSplitter::onTouchScreenButtonReleased);
     connect(m_handle, &QtDraggerButton::mouseMoved, this, &QtQVSimpleSplitter::mouseMove);
-    const QPixmap picture = vlr::touchHandlePixmap(getOrientation(), 1);
-    if (picture.isNull()) {
+    constexpr QSize size(vlr::touchPictureSide, vlr::touchPictureSide);
+    const int orientation = getOrientation();
+    const QIcon picture = vlr::iconOf(
+        size, [orientation](qreal ratio) { return vlr::touchHandlePixmap(orientation, ratio); });
+    if (picture.isNull())
         m_handle->setText(tr("Touch"));
-        return;
-    }
-    m_handle->setIcon(vlr::iconOf(
-        [this](qreal ratio) { return vlr::touchHandlePixmap(getOrientation(), ratio); }));
-    m_handle->setIconSize(picture.size());
+    m_handle->setIcon(picture);
+    m_handle->setIconSize(size);
     m_handle->resize(m_handle->sizeHint());
 }
 

@@ -139,10 +139,12 @@ void QtQuadView::createSplitters() {
         auto* const splitter = new QtQVSimpleSplitter(this, row.orientation, row.position);
         m_splitters[i] = splitter;
         for (const SplitterRow::Button& button : row.buttons) {
-            const QPixmap picture = vlr::expandPixmap(button.picture, 1);
-            QPushButton* const widget = splitter->createButton(&picture);
+            QPushButton* const widget = splitter->createButton(nullptr);
+            const vlr::ExpandPicture picture = button.picture;
+            constexpr QSize size(vlr::expandPictureSide, vlr::expandPictureSide);
             widget->setIcon(vlr::iconOf(
-                [&button](qreal ratio) { return vlr::expandPixmap(button.picture, ratio); }));
+                size, [picture](qreal ratio) { return vlr::expandPixmap(picture, ratio); }));
+            widget->setIconSize(size);
             widget->setToolTip(tr(button.text));
             widget->setAccessibleName(tr(button.text));
             connect(widget, &QPushButton::clicked, this, button.slot);
