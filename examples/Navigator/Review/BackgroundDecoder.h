@@ -22,6 +22,7 @@ public:
 
     /// A record that waits already is asked for once. The size (pixels) bounds the picture.
     void request(const DataPointer<QtScreenShotData>& record, const QSize& bound);
+    bool isBusy() const { return m_isBusy; } ///< Something waits or is being decoded.
     void clear(); ///< Forgets what waits; what is being decoded is not announced any more.
 
 signals:

@@ -1,6 +1,7 @@
 #include "Review/ScreenshotPage.h"
 
 #include "AppBase/Icons.h"
+#include "AppBase/TouchTargets.h"
 #include "Base/QtElidedLabel.h"
 #include "Base/QtMessageLine.h"
 #include "Review/ScreenshotModel.h"
@@ -64,6 +65,7 @@ ScreenshotPage::ScreenshotPage(QWidget* parent)
         new QPushButton(vlr::icon(QStringLiteral("LeftArrow")), tr("&Back to all"), this);
     back->setObjectName(QStringLiteral("backToAll"));
     back->setToolTip(tr("Show all screenshots again (Escape)"));
+    back->setMinimumHeight(vlr::fingerSize);
     m_title->setAlignment(Qt::AlignCenter);
     m_title->setObjectName(QStringLiteral("screenshotTitle"));
     auto* const row = new QHBoxLayout;

@@ -143,9 +143,8 @@ QtScreenShotData::ImageReader QtScreenShotData::imageReader(const QSize& bound) 
         };
     const vlr::URI uri = binaryPartUri(partName);
     QByteArray bytes;
-    const CaError error = uri.isValid()
-                              ? IOManager::read(uri, bytes)
-                              : failure(QStringLiteral("The screenshot has no picture."));
+    const CaError error = uri.isValid() ? IOManager::read(uri, bytes)
+                                        : failure(QStringLiteral("The screenshot has no picture."));
     return [error, bytes, bound](QImage& image) {
         return error == CaError::nullError ? decode(bytes, bound, image) : error;
     };
