@@ -95,7 +95,7 @@ TEST_F(ScreenshotTest, NamesOfPatientsBecomeNamesOfFiles) {
     } cases[] = {
         {QStringLiteral("Doe^Jane"), QStringLiteral("Doe^Jane.png")},
         {QStringLiteral("../../etc/passwd"), QStringLiteral("_._.._etc_passwd.png")},
-        {QStringLiteral(".."), QStringLiteral("__.png")},
+        {QStringLiteral(".."), QStringLiteral("_..png")},
         {QStringLiteral("."), QStringLiteral("_.png")},
         {QStringLiteral("a\\b:c*d?e\"f<g>h|i%j"), QStringLiteral("a_b_c_d_e_f_g_h_i_j.png")},
         {QString::fromUtf8("a\0b\n", 4), QStringLiteral("a_b_.png")},

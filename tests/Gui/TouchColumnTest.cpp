@@ -65,8 +65,10 @@ protected:
     QtAppMainWindow* window() { return app->getMainWindow(); }
     QSplitter* splitter() { return window()->findChild<QSplitter*>(); }
     static QtQuadView* viewer() { return vlr::ControlList::instance()->getViewer(); }
+    // The splitter makes a handle before its first pane, too, and never shows it.
+    QWidget* handle() { return splitter()->handle(1); }
     QtControlAreaControlButtons* column() {
-        return window()->findChild<QtControlAreaControlButtons*>();
+        return handle()->findChild<QtControlAreaControlButtons*>();
     }
     QtPresetButton* mainButton() {
         return column()->findChild<QtPresetButton*>(QStringLiteral("allAlike"));
@@ -79,7 +81,7 @@ protected:
         return result;
     }
     QToolButton* openClose() {
-        return window()->findChild<QToolButton*>(QStringLiteral("openClose"));
+        return handle()->findChild<QToolButton*>(QStringLiteral("openClose"));
     }
     static Sizes layout() {
         Sizes sizes;
@@ -303,6 +305,7 @@ TEST_F(TouchColumnTest, AFingerHitsEverything) {
                     splitterPiece->showButtons(true);
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
                 QCoreApplication::processEvents();
+                ASSERT_TRUE(openClose()->isVisible());
                 EXPECT_EQ(tooSmall(*window()).join(QStringLiteral(", ")).toStdString(), "")
                     << kind.name << " at " << at;
             }

@@ -69,6 +69,8 @@ void ReviewModule::deactivate() {}
 
 // Nobody looks while another module is active.
 void ReviewModule::refresh() {
+    if (m_isDeleting)
+        return; // It may come back, and nothing shall have moved then.
     m_isStale = !isActive();
     if (m_isStale)
         return;
@@ -95,7 +97,9 @@ void ReviewModule::deleteSelected() {
             .constData());
     if (answer != QMessageBox::Yes)
         return;
+    m_isDeleting = true;
     const CaError error = removeStored(patient, record);
+    m_isDeleting = false;
     refresh();
     m_view->takeFocus();
     if (error != CaError::nullError)

@@ -23,6 +23,7 @@ private:
 
     ReviewView* m_view; ///< Owned by the base.
     bool m_isStale = true;
+    bool m_isDeleting = false;
     QtElidedLabel* m_count = nullptr;
     QPushButton* m_open = nullptr;
     QPushButton* m_delete = nullptr;

@@ -77,9 +77,9 @@ void ScreenshotModel::setPixelRatio(qreal ratio) {
 }
 
 DataPointer<QtScreenShotData> ScreenshotModel::screenshot(const QModelIndex& index) const {
-    return checkIndex(index, CheckIndexOption::IndexIsValid)
-               ? m_records[static_cast<std::size_t>(index.row())]
-               : DataPointer<QtScreenShotData>();
+    const bool isOurs = index.isValid() && index.model() == this && index.row() < rowCount();
+    return isOurs ? m_records[static_cast<std::size_t>(index.row())]
+                  : DataPointer<QtScreenShotData>();
 }
 
 QModelIndex ScreenshotModel::indexOf(const QtScreenShotData* record) const {

@@ -41,7 +41,7 @@ void touchStations(TourActions& actions, AppBase& application) {
         const char* picture;
         const char* gone;
     } stations[] = {{"preset1", "08d-one-view-large", nullptr},
-                    {"preset2", "08e-two-views-side-by-side", "coronalView"},
+                    {"preset2", "08e-two-views-side-by-side", "sagittalView"},
                     {"preset3", "08f-two-views-one-above-the-other", "axialView"}};
     for (const auto& station : stations) {
         actions.click(station.button);

@@ -160,6 +160,7 @@ CaError QtScreenShotData::encodedImage(QByteArray& bytes) const {
 
 CaError QtScreenShotData::doBinSave() {
     if (m_image && !m_image->isNull() && !m_isStored) {
+        (void)key(); // A new record has none before it is asked, and the place is named by it.
         if (!binaryPartUri(partName).isValid())
             return failure(QStringLiteral("QtScreenShotData: No URI found."));
         QByteArray bytes;
