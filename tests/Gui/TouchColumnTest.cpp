@@ -57,6 +57,7 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window()));
         window()->occupyWindow(vlr::ControlList::instance());
         app->setTouchScreenModeEnabled(true);
+        QCoreApplication::processEvents(); // What is larger now finds its place.
         column()->setHoldDownTime(never);
         viewer()->setViewerDimensions(rows[0], rows[1], rows[2], rows[3]);
     }
@@ -213,6 +214,7 @@ TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
     for (const auto& each : cases) {
         config->setNoDimensionSets(each.sets);
         column()->update();
+        QCoreApplication::processEvents(); // New buttons are shown by then.
         EXPECT_EQ(presets().size(), each.buttons);
         EXPECT_TRUE(mainButton()->isVisible());
         if (each.sets == 3) {
