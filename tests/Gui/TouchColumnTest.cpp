@@ -30,6 +30,7 @@ using Sizes = std::array<QSize, 4>;
 const Sizes quarters{QSize(500, 500), QSize(500, 500), QSize(500, 500), QSize(500, 500)};
 const Sizes rows{QSize(700, 400), QSize(300, 400), QSize(700, 600), QSize(300, 600)};
 const Sizes unequal{QSize(200, 800), QSize(800, 800), QSize(200, 200), QSize(800, 200)};
+const Sizes upper{QSize(500, 1000), QSize(500, 1000), QSize(500, 0), QSize(500, 0)};
 const Sizes empty{};
 
 class TouchColumnTest : public testing::Test {
@@ -267,6 +268,7 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
     const auto isOpen = [this] { return splitter()->sizes().value(0) > 0; };
     ASSERT_TRUE(isOpen());
     const QImage left = pictureOf(openClose());
+    splitter()->setSizes({300, 800});
     const int width = splitter()->sizes().value(0);
     QTest::mouseClick(openClose(), Qt::LeftButton);
     EXPECT_FALSE(isOpen());
@@ -301,7 +303,7 @@ TEST_F(TouchColumnTest, AFingerHitsEverything) {
     for (const auto& kind : kinds)
         for (const auto at : {Selector::Top, Selector::Left}) {
             app->setModuleSelector(kind.make(at));
-            for (const Sizes& sizes : {quarters, rows}) {
+            for (const Sizes& sizes : {quarters, rows, upper}) {
                 viewer()->setViewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
                 for (auto* splitterPiece : viewer()->findChildren<QtQVSimpleSplitter*>())
                     splitterPiece->showButtons(true);
