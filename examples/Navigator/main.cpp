@@ -9,6 +9,7 @@
 #include "Images/EnlargeModule.h"
 #include "Images/ImagesModule.h"
 #include "Patients/PatientsModule.h"
+#include "Review/ReviewModule.h"
 #include "Tour/Tour.h"
 
 #include <QtCore/QCoreApplication>
@@ -35,12 +36,14 @@ void addModules(AppBase& application, const QStringList& paths) {
     auto* const images = new ImagesModule(panes, paths);
     auto* const compare = new CompareModule(panes);
     auto* const enlarge = new EnlargeModule(panes);
+    auto* const review = new ReviewModule;
     patients->setSteps(false, true);
     images->setSteps(true, true);
     compare->setSteps(true, true);
-    enlarge->setSteps(true, false);
+    enlarge->setSteps(true, true);
+    review->setSteps(true, false);
     for (QtAppModule* module :
-         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge})
+         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge, review})
         application.addModule(module);
     if (!paths.isEmpty())
         application.activateModule(images->name());

@@ -374,6 +374,12 @@ TEST_F(QtQuadViewTest, TouchHandlesDragTheCentrePieces) {
     QCoreApplication::sendPostedEvents(&view, QEvent::LayoutRequest);
     EXPECT_EQ(layout(), QStringLiteral("200x375 800x375 200x625 800x625"));
     EXPECT_LE((centre->geometry().center() - QPoint(200, 300)).manhattanLength(), 4);
+    for (const QPoint& corner :
+         {QPoint(0, 0), QPoint(1000, 0), QPoint(0, 800), QPoint(1000, 800)}) {
+        drag(QuadViewGeometry::Center, corner);
+        EXPECT_TRUE(view.rect().contains(centre->geometry())) << corner.x() << "," << corner.y();
+    }
+    view.equalize();
     drag(QuadViewGeometry::Up, {700, 50});
     EXPECT_FALSE(centre->isVisible());
     EXPECT_TRUE(handles[0]->isVisible());

@@ -101,7 +101,7 @@ int runTourStage(const char* stage) {
 } // namespace
 
 TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
-    EXPECT_EQ(runTourStage("1"), 33);
+    EXPECT_EQ(runTourStage("1"), 43);
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
         database.setDatabaseName(qEnvironmentVariable("XDG_DATA_HOME") +
@@ -116,7 +116,7 @@ TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
         EXPECT_EQ(query.value(2).toString(), QLatin1String("1968-03-05"));
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-    EXPECT_EQ(runTourStage("2"), 35);
+    EXPECT_EQ(runTourStage("2"), 45);
 
     auto files = configurationFiles();
     EXPECT_THAT(files[QStringLiteral("ImagesModuleConfiguration.xml")].toStdString(),

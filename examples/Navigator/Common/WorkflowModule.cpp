@@ -1,6 +1,7 @@
 #include "Common/WorkflowModule.h"
 
 #include "AppBase/Icons.h"
+#include "AppBase/TouchTargets.h"
 #include "Common/CurrentPatientBanner.h"
 
 #include <QtWidgets/QHBoxLayout>
@@ -43,6 +44,9 @@ void WorkflowModule::setSteps(bool hasPrevious, bool hasNext) {
     m_contents->addLayout(row);
     connect(previous, &QPushButton::clicked, this, &QtAppModule::activatePrevModule);
     connect(next, &QPushButton::clicked, this, &QtAppModule::activateNextModule);
+    // With the mouse or without, the workflow is one hand's work.
+    for (QAbstractButton* button : getWidget()->findChildren<QAbstractButton*>())
+        button->setMinimumHeight(vlr::fingerSize);
 }
 
 QWidget* WorkflowModule::getMainWidget() {

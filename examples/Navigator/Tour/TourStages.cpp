@@ -3,6 +3,8 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtModuleSelector.h"
 #include "Common/Selector.h"
+#include "Tour/ReviewStations.h"
+#include "Tour/TouchStations.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -389,9 +391,11 @@ void runTourStage(int stage, TourActions& actions, AppBase& application) {
     patientStations(actions);
     phantomStations(actions);
     comparisonStations(actions);
+    touchStations(actions, application);
     folderStations(actions);
     smallWindowStations(actions);
     searchStations(actions);
+    reviewStations(actions);
     furtherStations(actions, application);
     exitStations(actions);
 }

@@ -155,6 +155,7 @@ void QtControlAreaControlButtons::setNumButtons(int numBtn) {
         while (count() < wanted) {
             QtPresetButton* const created = createButton(QString());
             m_presets->addButton(created);
+            created->setObjectName(QStringLiteral("preset%1").arg(count()));
             setButtonToViewerDimensions(count() - 1, quarter, quarter, quarter, quarter);
         }
         // Kept: whoever reads the log counts on this empty line.

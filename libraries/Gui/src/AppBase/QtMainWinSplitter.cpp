@@ -15,6 +15,9 @@ QtMainWinSplitter::QtMainWinSplitter(const DataPointer<QuadViewConfig>& config, 
 QtMainWinSplitter::~QtMainWinSplitter() = default;
 
 QSplitterHandle* QtMainWinSplitter::createHandle() {
+    // What stands before the first pane is no boundary, and never seen.
+    if (count() == 0)
+        return QSplitter::createHandle();
     auto* const handle = new QtMainWinSplitterHandle(m_config, orientation(), this);
     connect(handle, &QtMainWinSplitterHandle::openCloseClicked, this,
             &QtMainWinSplitter::openCloseClicked);

@@ -130,19 +130,24 @@ QPixmap QtScreenShotData::screenShot() {
 }
 
 CaError QtScreenShotData::readImage(QImage& image, const QSize& bound) const {
-    if (m_image && !m_image->isNull()) {
-        image = m_image->toImage();
-        if (bound.isValid())
-            image = image.scaled(bound.boundedTo(image.size()), Qt::KeepAspectRatio,
-                                 Qt::SmoothTransformation);
-        return CaError::nullError;
-    }
+    return imageReader(bound)(image);
+}
+
+QtScreenShotData::ImageReader QtScreenShotData::imageReader(const QSize& bound) const {
+    if (m_image && !m_image->isNull())
+        return [kept = m_image->toImage(), bound](QImage& image) {
+            image = bound.isValid() ? kept.scaled(bound.boundedTo(kept.size()), Qt::KeepAspectRatio,
+                                                  Qt::SmoothTransformation)
+                                    : kept;
+            return CaError::nullError;
+        };
     const vlr::URI uri = binaryPartUri(partName);
-    if (!uri.isValid())
-        return failure(QStringLiteral("The screenshot has no picture."));
     QByteArray bytes;
-    const CaError error = IOManager::read(uri, bytes);
-    return error == CaError::nullError ? decode(bytes, bound, image) : error;
+    const CaError error = uri.isValid() ? IOManager::read(uri, bytes)
+                                        : failure(QStringLiteral("The screenshot has no picture."));
+    return [error, bytes, bound](QImage& image) {
+        return error == CaError::nullError ? decode(bytes, bound, image) : error;
+    };
 }
 
 CaError QtScreenShotData::encodedImage(QByteArray& bytes) const {
@@ -155,6 +160,7 @@ CaError QtScreenShotData::encodedImage(QByteArray& bytes) const {
 
 CaError QtScreenShotData::doBinSave() {
     if (m_image && !m_image->isNull() && !m_isStored) {
+        (void)key(); // A new record has none before it is asked, and the place is named by it.
         if (!binaryPartUri(partName).isValid())
             return failure(QStringLiteral("QtScreenShotData: No URI found."));
         QByteArray bytes;

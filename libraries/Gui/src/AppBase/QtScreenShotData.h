@@ -7,6 +7,7 @@
 #include <QtGui/QImage>
 #include <QtGui/QPixmap>
 
+#include <functional>
 #include <memory>
 
 /// A screenshot among a patient's data. The picture is the record's binary part "screenShot", as
@@ -31,6 +32,10 @@ public:
     /// down to fit into that size (pixels), with its aspect ratio. A PNG that says it needs more
     /// than 512 MiB is refused before it is decoded.
     CaError readImage(QImage& image, const QSize& bound = QSize()) const;
+    /// readImage() in two steps, for who does not want to wait: the bytes are read now, and what
+    /// is returned decodes them. It may be called in any thread, also when the record is gone.
+    using ImageReader = std::function<CaError(QImage&)>;
+    ImageReader imageReader(const QSize& bound = QSize()) const;
 
     /// Writes the picture as PNG into the folder of the setting "Velora/Application/
     /// ScreenshotLocation" (by default "Desktop" in the home folder), which is made if it is not

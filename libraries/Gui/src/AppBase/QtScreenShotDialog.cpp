@@ -56,6 +56,8 @@ void QtScreenShotDialog::createInterface() {
     auto* const row = new QHBoxLayout;
     auto* const save = new QPushButton(tr("Save"), this);
     auto* const cancel = new QPushButton(tr("Cancel"), this);
+    save->setObjectName(QStringLiteral("save"));
+    cancel->setObjectName(QStringLiteral("cancel"));
     save->setDefault(true);
     row->addStretch();
     row->addWidget(save);

@@ -217,7 +217,12 @@ void QtQVSimpleSplitter::showHandle() {
 void QtQVSimpleSplitter::setTouchScreenButtonPosition(const int& x, const int& y) {
     if (m_handle->isHidden())
         return;
-    m_handle->move(x - m_handle->width() / 2, y - m_handle->height() / 2);
+    // At the edge, where half of it would be cut off, a finger needs the whole of it.
+    const auto inside = [](int from, int size, int whole) {
+        return std::max(0, std::min(from, whole - size));
+    };
+    m_handle->move(inside(x - m_handle->width() / 2, m_handle->width(), area()->width()),
+                   inside(y - m_handle->height() / 2, m_handle->height(), area()->height()));
 }
 
 void QtQVSimpleSplitter::onTouchScreenButtonPressed() {
