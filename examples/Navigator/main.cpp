@@ -10,6 +10,7 @@
 #include "Images/ImagesModule.h"
 #include "Patients/PatientsModule.h"
 #include "Tour/Tour.h"
+#include "Tracking/TrackingModule.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtGui/QIcon>
@@ -38,9 +39,11 @@ void addModules(AppBase& application, const QStringList& paths) {
     patients->setSteps(false, true);
     images->setSteps(true, true);
     compare->setSteps(true, true);
-    enlarge->setSteps(true, false);
+    auto* const tracking = new TrackingModule(panes);
+    enlarge->setSteps(true, true);
+    tracking->setSteps(true, false);
     for (QtAppModule* module :
-         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge})
+         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge, tracking})
         application.addModule(module);
     if (!paths.isEmpty())
         application.activateModule(images->name());
