@@ -53,13 +53,16 @@ protected:
     }
 
     // Unturned, the tip where it is said from the reference base.
-    void see(const char* tool, const Vector3d& place, bool isSeen = true) {
+    void see(const char* tool, const Vector3d& place) {
         const CaTool* const body = SurgicalToolBox::getInstance()->getTool(tool)->getRigidBody();
         std::vector<Vector3d> markers;
         for (int i = 0; i < body->getNumberOfMarkers(); ++i)
-            markers.push_back(isSeen ? Vector3d(body->getModel(i) + basePlace + place)
-                                     : vlr::hiddenPosition());
+            markers.push_back(body->getModel(i) + basePlace + place);
         m_source->setMarkers(tool, markers);
+        m_module->session().poll();
+    }
+    void hide(const char* tool) {
+        m_source->setMarkers(tool, std::vector<Vector3d>(4, vlr::hiddenPosition()));
         m_module->session().poll();
     }
     PlaneView* view(Plane plane) const {
@@ -160,7 +163,7 @@ TEST_F(TrackingModuleTest, TipsAreMeasuredFromTheBaseWhileItIsSeen) {
     m_source->setMarkers("Reference base", turned);
     see("Pointer", {10, 20, 30});
     EXPECT_EQ(text("tipPointer"), "20.0, -10.0, 30.0");
-    see("Reference base", {}, false);
+    hide("Reference base");
     EXPECT_THAT(text("tipsTitle"), HasSubstr("camera"));
     EXPECT_EQ(text("tipPointer"), "110.0, -30.0, -1370.0");
 }
@@ -185,11 +188,11 @@ TEST_F(TrackingModuleTest, TheTipIsInTheSlicesUntilItIsHiddenOrStale) {
     EXPECT_FALSE(isTipAt(Plane::Coronal, tip));
     see("Pointer", {10.5, -19.5, 1.5});
     EXPECT_TRUE(isTipAt(Plane::Coronal, tip));
-    see("Pointer", {}, false);
+    hide("Pointer");
     EXPECT_FALSE(isTipAt(Plane::Coronal, tip));
     see("Pointer", {10.5, -19.5, 1.5});
     EXPECT_TRUE(isTipAt(Plane::Coronal, tip));
-    see("Reference base", {}, false);
+    hide("Reference base");
     EXPECT_FALSE(isTipAt(Plane::Coronal, tip));
     see("Reference base", {0, 0, 0});
     EXPECT_TRUE(isTipAt(Plane::Coronal, tip));
