@@ -64,9 +64,15 @@ Comparison compare(int rounds, const Work& measured, const Work& reference) {
     return {Summary(times[0]), Summary(times[1])};
 }
 
+// A window that was shown is painted only once the platform has told so.
+void settle() {
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+}
+
 // What was asked for is painted when the posted events are delivered; a whole turn of the event
 // loop would add its own system calls.
-void repaint() {
+void paintPending() {
     QCoreApplication::sendPostedEvents();
 }
 
@@ -109,6 +115,7 @@ Comparison measurePolls(int rounds) {
     widget.setValuesShown(true, true);
     widget.resize(window.size());
     window.show();
+    settle();
     bool first = true;
     const auto prepare = [&](bool changes) { // new in any case, the same or another
         first = first != changes;
@@ -116,7 +123,7 @@ Comparison measurePolls(int rounds) {
     };
     const auto poll = [&] {
         QMetaObject::invokeMethod(&widget, "update");
-        repaint();
+        paintPending();
     };
     poll();
     return compare(rounds, {poll, [&] { prepare(false); }}, {poll, [&] { prepare(true); }});
@@ -143,7 +150,7 @@ void prepare(vlr::ImageWidget& widget) {
     widget.setScalingMode(vlr::ImageWidget::Centered, vlr::ImageWidget::Smooth);
     widget.setImage(picture());
     widget.show();
-    repaint();
+    settle();
 }
 
 Comparison measureRepaint(int rounds) {
@@ -160,14 +167,14 @@ Comparison measureOverlay(int rounds) {
     prepare(widget);
     const auto spot = QSharedPointer<Spot>::create();
     widget.addPaintingOverlay(spot);
-    repaint();
+    settle();
     const auto changeOverlay = [&] {
         emit spot->overlayChanged();
-        repaint();
+        paintPending();
     };
     const auto paintAll = [&] {
         widget.update();
-        repaint();
+        paintPending();
     };
     return compare(rounds, {changeOverlay}, {paintAll});
 }
@@ -221,7 +228,7 @@ double longestStall(SurgicalToolBox& box) {
     QElapsedTimer total;
     QElapsedTimer turn;
     double longest = 0;
-    repaint();
+    settle();
     total.start();
     while (total.elapsed() < listenFor * 1000) {
         turn.start();

@@ -181,13 +181,6 @@ TEST_F(ImageWidgetTest, TheBackgroundIsSeenWhereTheImageIsNot) {
     }
 }
 
-// Half of the work of painting an image would be for what nobody sees.
-TEST_F(ImageWidgetTest, NoBackgroundIsPaintedBehindAnImage) {
-    widget.setImage(filled(400, 200));
-    widget.setScalingMode(ImageWidget::Centered, ImageWidget::Fast);
-    EXPECT_TRUE(widget.testAttribute(Qt::WA_OpaquePaintEvent));
-}
-
 TEST_F(ImageWidgetTest, SixteenBitsAreShownAndKept) {
     const auto grey = vlr::ImagePtr::create(10, 10, vlr::Image::Grey16);
     grey->setDisplayRange(0, 4095);
