@@ -42,7 +42,7 @@ double microseconds(const std::function<void()>& work) {
     return static_cast<double>(timer.nsecsElapsed()) / 1e3;
 }
 
-/// Two kinds of work that take turns, and how their medians compare.
+/// Two kinds of work that take turns, round by round, and how their medians compare.
 struct Comparison {
     Summary measured;
     Summary reference;
@@ -56,11 +56,12 @@ struct Work {
 
 Comparison compare(int rounds, const Work& measured, const Work& reference) {
     std::vector<double> times[2];
-    for (int i = 0; i < rounds * callsPerRound; ++i)
-        for (const Work* each : {&measured, &reference}) {
-            each->prepare();
-            times[each == &reference ? 1 : 0].push_back(microseconds(each->work));
-        }
+    for (int round = 0; round < rounds; ++round)
+        for (const Work* each : {&measured, &reference})
+            for (int call = 0; call < callsPerRound; ++call) {
+                each->prepare();
+                times[each == &reference ? 1 : 0].push_back(microseconds(each->work));
+            }
     return {Summary(times[0]), Summary(times[1])};
 }
 

@@ -221,9 +221,15 @@ void chooseRecording(TourActions& actions, const QString& path) {
 
 void trackingStations(TourActions& actions) {
     actions.click("startTracking");
-    actions.waitFor(
-        [&] { return actions.find<QLabel>("tipPointer")->text().contains(QLatin1Char(',')); },
-        "the pointer");
+    const auto isMarkerSeen = [&] {
+        for (const QLabel* label : actions.window()->findChildren<QLabel*>())
+            if (label->accessibleName() == QLatin1String("Marker 1: visible"))
+                return true;
+        return false;
+    };
+    actions.waitFor(isMarkerSeen, "a marker that is seen");
+    actions.expect(actions.find<QLabel>("tipPointer")->text().contains(QLatin1Char(',')),
+                   "the pointer is not seen");
     actions.picture("08c-tracking");
     actions.click("axialView");
     actions.click("sagittalView");

@@ -6,6 +6,7 @@
 #include "Base/QtMessageLine.h"
 #include "Tracking/TrackingOptionsWidget.h"
 #include "Widgets/QtDRBVisibilityBox.h"
+#include "Widgets/QtRigidVisibilityWidget.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QStandardPaths>
@@ -79,6 +80,9 @@ void TrackingModule::createContext() {
         (void)m_visibility->addRigid(reference);
     for (SurgicalTool* tool : m_session.instruments())
         (void)m_visibility->addRigid(tool);
+    // The column is too narrow for them.
+    for (auto* const rigid : m_visibility->findChildren<QtRigidVisibilityWidget*>())
+        rigid->setValuesShown(false, false);
     contents()->addWidget(m_state);
     contents()->addWidget(m_problem);
     contents()->addSpacing(6);
