@@ -232,7 +232,7 @@ TEST_F(TrackingModuleTest, OnlyTheTipIsPaintedAnew) {
     axial.percent = axial.count = coronal.count = 0;
     see("Pointer", {30.5, 20.5, 0});
     EXPECT_TRUE(QTest::qWaitFor([&] { return axial.count > 0; }, patience));
-    EXPECT_LT(axial.percent, 10);
+    EXPECT_LT(axial.percent, 25);
     EXPECT_EQ(coronal.count, 0); // It is not near that slice.
     axial.count = 0;
     see("Pointer", {30.5, 20.5, 0});

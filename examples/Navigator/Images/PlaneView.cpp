@@ -145,8 +145,12 @@ std::vector<PlaneView::PlacedMark> PlaneView::placedMarks() const {
                     fontMetrics().height());
         label.moveCenter(point);
         label.moveLeft(point.x() + distance);
-        if (label.right() > pictureArea().right())
+        const QRect area = pictureArea();
+        if (label.right() > area.right())
             label.moveRight(point.x() - distance);
+        if (label.left() < area.left()) // On neither side there is room.
+            label.moveTopLeft(
+                {std::max(area.left(), area.right() - label.width()), point.y() + distance});
         placed.push_back({point, label, mark.name, mark.color});
     }
     return placed;
