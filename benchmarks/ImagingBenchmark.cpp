@@ -2,15 +2,13 @@
 // repaint of an image costs that was scaled before, what a small overlay costs, and how long the
 // GUI stands still while a thousand poses a second arrive from the network.
 
+#include "BenchmarkMain.h"
 #include "Statistics.h"
 #include "Tools/SurgicalToolBox.h"
 #include "Widgets/QtRigidVisibilityWidget.h"
 #include "Widgets/vlrImageWidget.h"
 
-#include <QtCore/QCommandLineParser>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
-#include <QtCore/QJsonDocument>
 #include <QtCore/QThread>
 #include <QtGui/QPainter>
 #include <QtNetwork/QTcpServer>
@@ -27,8 +25,13 @@
 
 namespace {
 
-constexpr int defaultRounds = 200;
-constexpr int fewestRounds = 15;
+constexpr double pollAim = 0.03;
+constexpr double repaintAim = 1.15;
+constexpr double overlayAim = 0.02;
+constexpr double stallAim = 100; // milliseconds
+
+constexpr int callsPerRound = 20;
+constexpr int listenFor = 5; // seconds
 constexpr int posesPerSecond = 1000;
 constexpr int patience = 20000; // milliseconds
 
@@ -39,39 +42,39 @@ double microseconds(const std::function<void()>& work) {
     return static_cast<double>(timer.nsecsElapsed()) / 1e3;
 }
 
-/// Two kinds of work that take turns, and how their medians compare.
+/// Two kinds of work that take turns, round by round, and how their medians compare.
 struct Comparison {
-    Summary small;
-    Summary large;
-    double ratio() const { return small.median / large.median; }
+    Summary measured;
+    Summary reference;
+    double ratio() const { return measured.median / reference.median; }
 };
 
 struct Work {
-    int rounds;
-    std::function<void()> prepare; ///< Not measured.
-    std::function<void()> measured;
+    std::function<void()> work;
+    std::function<void()> prepare = [] {}; ///< Not measured.
 };
 
-Comparison compare(const Work& small, const Work& large) {
-    std::vector<double> smalls;
-    std::vector<double> larges;
-    for (int i = 0; i < small.rounds; ++i) {
-        small.prepare();
-        smalls.push_back(microseconds(small.measured));
-        large.prepare();
-        larges.push_back(microseconds(large.measured));
-    }
-    return {Summary(smalls), Summary(larges)};
+Comparison compare(int rounds, const Work& measured, const Work& reference) {
+    std::vector<double> times[2];
+    for (int round = 0; round < rounds; ++round)
+        for (const Work* each : {&measured, &reference})
+            for (int call = 0; call < callsPerRound; ++call) {
+                each->prepare();
+                times[each == &reference ? 1 : 0].push_back(microseconds(each->work));
+            }
+    return {Summary(times[0]), Summary(times[1])};
 }
 
-Comparison compare(int rounds, const std::function<void()>& small,
-                   const std::function<void()>& large) {
-    return compare({rounds, [] {}, small}, {rounds, [] {}, large});
-}
-
-void repaint() {
+// A window that was shown is painted only once the platform has told so.
+void settle() {
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
+}
+
+// What was asked for is painted when the posted events are delivered; a whole turn of the event
+// loop would add its own system calls.
+void paintPending() {
+    QCoreApplication::sendPostedEvents();
 }
 
 // --- polls
@@ -113,6 +116,7 @@ Comparison measurePolls(int rounds) {
     widget.setValuesShown(true, true);
     widget.resize(window.size());
     window.show();
+    settle();
     bool first = true;
     const auto prepare = [&](bool changes) { // new in any case, the same or another
         first = first != changes;
@@ -120,10 +124,10 @@ Comparison measurePolls(int rounds) {
     };
     const auto poll = [&] {
         QMetaObject::invokeMethod(&widget, "update");
-        repaint();
+        paintPending();
     };
     poll();
-    return compare({rounds, [&] { prepare(false); }, poll}, {rounds, [&] { prepare(true); }, poll});
+    return compare(rounds, {poll, [&] { prepare(false); }}, {poll, [&] { prepare(true); }});
 }
 
 // --- the image
@@ -147,7 +151,7 @@ void prepare(vlr::ImageWidget& widget) {
     widget.setScalingMode(vlr::ImageWidget::Centered, vlr::ImageWidget::Smooth);
     widget.setImage(picture());
     widget.show();
-    repaint();
+    settle();
 }
 
 Comparison measureRepaint(int rounds) {
@@ -155,9 +159,8 @@ Comparison measureRepaint(int rounds) {
     prepare(widget);
     std::vector<uchar> from(static_cast<std::size_t>(widget.width() * widget.height()) * 4, 1);
     std::vector<uchar> to(from.size());
-    return compare(
-        rounds, [&] { std::memcpy(to.data(), from.data(), from.size()); },
-        [&] { widget.repaint(); });
+    return compare(rounds, {[&] { widget.repaint(); }},
+                   {[&] { std::memcpy(to.data(), from.data(), from.size()); }});
 }
 
 Comparison measureOverlay(int rounds) {
@@ -165,17 +168,16 @@ Comparison measureOverlay(int rounds) {
     prepare(widget);
     const auto spot = QSharedPointer<Spot>::create();
     widget.addPaintingOverlay(spot);
-    repaint();
-    return compare(
-        rounds,
-        [&] {
-            emit spot->overlayChanged();
-            repaint();
-        },
-        [&] {
-            static_cast<QWidget&>(widget).update();
-            repaint();
-        });
+    settle();
+    const auto changeOverlay = [&] {
+        emit spot->overlayChanged();
+        paintPending();
+    };
+    const auto paintAll = [&] {
+        widget.update();
+        paintPending();
+    };
+    return compare(rounds, {changeOverlay}, {paintAll});
 }
 
 // --- the network
@@ -219,7 +221,7 @@ private:
 };
 
 // The longest time between two turns of the event loop that has nothing else to do.
-double longestStall(SurgicalToolBox& box, int seconds) {
+double longestStall(SurgicalToolBox& box) {
     QtRigidVisibilityWidget widget(box.getTool("Pointer"), nullptr);
     widget.setValuesShown(true, true);
     widget.show();
@@ -227,9 +229,9 @@ double longestStall(SurgicalToolBox& box, int seconds) {
     QElapsedTimer total;
     QElapsedTimer turn;
     double longest = 0;
-    repaint();
+    settle();
     total.start();
-    while (total.elapsed() < seconds * 1000) {
+    while (total.elapsed() < listenFor * 1000) {
         turn.start();
         QCoreApplication::processEvents();
         longest = std::max(longest, static_cast<double>(turn.nsecsElapsed()) / 1e6);
@@ -244,11 +246,11 @@ struct Stalls {
     int poses;
 };
 
-Stalls measureStalls(int seconds) {
+Stalls measureStalls() {
     SurgicalToolBox box;
     box.addTool(geometry);
     (void)box.connectTo();
-    const double quiet = longestStall(box, seconds);
+    const double quiet = longestStall(box);
     Sender sender;
     sender.start();
     QElapsedTimer timer;
@@ -259,7 +261,7 @@ Stalls measureStalls(int seconds) {
     while (sender.sent == 0 && timer.elapsed() < patience)
         QThread::msleep(1);
     const int before = sender.sent;
-    const double busy = longestStall(box, seconds);
+    const double busy = longestStall(box);
     const int poses = sender.sent - before;
     sender.requestInterruption();
     sender.wait();
@@ -270,73 +272,71 @@ Stalls measureStalls(int seconds) {
 
 // --- results
 
-void print(const char* text, const Comparison& result, const char* aim) {
-    std::printf("%-44s %9.1f us of %9.1f us: %6.3f  (aim: %s)\n", text, result.small.median,
-                result.large.median, result.ratio(), aim);
+struct Result {
+    Comparison poll;
+    Comparison repaint;
+    Comparison overlay;
+    Stalls stalls;
+};
+
+Result measure(int rounds) {
+    return {measurePolls(rounds), measureRepaint(rounds), measureOverlay(rounds), measureStalls()};
 }
 
-QJsonObject toJson(const Comparison& result) {
-    return {{QStringLiteral("small"), result.small.toJson()},
-            {QStringLiteral("large"), result.large.toJson()},
-            {QStringLiteral("ratio"), result.ratio()}};
+const char* verdict(double value, double aim) {
+    return value <= aim ? "reached" : "missed";
 }
 
-void run(const QApplication& application) {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Measures polling, repainting and receiving poses."));
-    parser.addHelpOption();
-    const QCommandLineOption rounds(
-        QStringLiteral("rounds"),
-        QStringLiteral("Measurements of each kind, at least %1.").arg(fewestRounds),
-        QStringLiteral("N"), QString::number(defaultRounds));
-    const QCommandLineOption seconds(QStringLiteral("seconds"),
-                                     QStringLiteral("How long poses are received."),
-                                     QStringLiteral("S"), QStringLiteral("5"));
-    const QCommandLineOption json(QStringLiteral("json"),
-                                  QStringLiteral("Writes the numbers to the file as well."),
-                                  QStringLiteral("FILE"));
-    parser.addOptions({rounds, seconds, json});
-    parser.process(application);
-    const int count = parser.value(rounds).toInt();
-    const int duration = parser.value(seconds).toInt();
-    if (count < fewestRounds || duration < 1)
-        throw std::runtime_error("That is too little to measure; see --help.");
+void print(const char* measured, const char* reference, const Comparison& result, double aim) {
+    print(measured, result.measured, 1);
+    print(reference, result.reference, 1);
+    std::printf("The ratio is %.3f; the aim is at most %.2f: %s\n\n", result.ratio(), aim,
+                verdict(result.ratio(), aim));
+}
 
-    const Comparison polls = measurePolls(count);
-    print("unchanged poll / repainting poll", polls, "at most 0.03");
-    const Comparison painting = measureRepaint(count);
-    print("memcpy of the pixels / cached repaint", painting, "near 1, at least 0.25");
-    const Comparison overlay = measureOverlay(count);
-    print("64 x 64 overlay change / full repaint", overlay, "at most 0.1");
-    const Stalls stalls = measureStalls(duration);
-    std::printf("longest turn of the GUI: %.2f ms with %d poses a second, %.2f ms without "
-                "network  (aim: below 16 ms)\n",
-                stalls.busy, stalls.poses / duration, stalls.quiet);
-    if (!parser.isSet(json))
-        return;
-    const QJsonObject object{{QStringLiteral("polls"), toJson(polls)},
-                             {QStringLiteral("painting"), toJson(painting)},
-                             {QStringLiteral("overlay"), toJson(overlay)},
-                             {QStringLiteral("quietStall"), stalls.quiet},
-                             {QStringLiteral("busyStall"), stalls.busy},
-                             {QStringLiteral("poses"), stalls.poses}};
-    QFile file(parser.value(json));
-    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(object).toJson()) < 0)
-        throw std::runtime_error("Cannot write the file with the numbers.");
+void print(const Result& result) {
+    std::printf("%d calls of each kind, platform %s\n",
+                static_cast<int>(result.poll.measured.samples.size()),
+                QGuiApplication::platformName().toUtf8().constData());
+    printHead();
+    print("Unchanged poll, us", "Repainting poll, us", result.poll, pollAim);
+    print("Cached repaint, us", "memcpy of its pixels, us", result.repaint, repaintAim);
+    print("64 x 64 overlay, us", "Full repaint, us", result.overlay, overlayAim);
+    std::printf(
+        "Longest stall of the GUI: %.1f ms with %d poses a second, %.1f ms without network; "
+        "the aim is at most %.0f ms: %s\n",
+        result.stalls.busy, result.stalls.poses / listenFor, result.stalls.quiet, stallAim,
+        verdict(result.stalls.busy, stallAim));
+}
+
+QJsonObject toJson(const Comparison& result, double aim) {
+    return {{QStringLiteral("microseconds"), result.measured.toJson()},
+            {QStringLiteral("referenceMicroseconds"), result.reference.toJson()},
+            {QStringLiteral("ratio"), result.ratio()},
+            {QStringLiteral("aim"), aim}};
+}
+
+QJsonObject toJson(const Result& result) {
+    return {
+        {QStringLiteral("benchmark"), QStringLiteral("imaging")},
+        {QStringLiteral("platform"), QGuiApplication::platformName()},
+        {QStringLiteral("poll"), toJson(result.poll, pollAim)},
+        {QStringLiteral("repaint"), toJson(result.repaint, repaintAim)},
+        {QStringLiteral("overlay"), toJson(result.overlay, overlayAim)},
+        {QStringLiteral("quietStallMilliseconds"), result.stalls.quiet},
+        {QStringLiteral("stallMilliseconds"), result.stalls.busy},
+        {QStringLiteral("stallAimMilliseconds"), stallAim},
+        {QStringLiteral("poses"), result.stalls.poses},
+    };
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    try {
-        run(application);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return benchmarkMain(argc, argv, "Measures polling, repainting and receiving poses.",
+                         [](int rounds) {
+                             const Result result = measure(rounds);
+                             print(result);
+                             return toJson(result);
+                         });
 }

@@ -11,6 +11,7 @@
 #include "Patients/PatientsModule.h"
 #include "Review/ReviewModule.h"
 #include "Tour/Tour.h"
+#include "Tracking/TrackingModule.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtGui/QIcon>
@@ -40,10 +41,12 @@ void addModules(AppBase& application, const QStringList& paths) {
     patients->setSteps(false, true);
     images->setSteps(true, true);
     compare->setSteps(true, true);
+    auto* const tracking = new TrackingModule(panes);
     enlarge->setSteps(true, true);
+    tracking->setSteps(true, true);
     review->setSteps(true, false);
     for (QtAppModule* module :
-         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge, review})
+         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge, tracking, review})
         application.addModule(module);
     if (!paths.isEmpty())
         application.activateModule(images->name());

@@ -149,6 +149,38 @@ TEST_F(ImageWidgetTest, FollowsImageSizeAndMode) {
     EXPECT_EQ(widget.at(10, 10), QColor(Qt::black));
 }
 
+TEST_F(ImageWidgetTest, TheBackgroundIsSeenWhereTheImageIsNot) {
+    QPalette colors = widget.palette();
+    colors.setColor(QPalette::Window, Qt::blue);
+    widget.setPalette(colors);
+    QImage transparent(200, 100, QImage::Format_ARGB32);
+    transparent.fill(Qt::transparent);
+    const struct {
+        QImage image;
+        QSize size;
+        ImageWidget::ScalingMode mode;
+        Qt::GlobalColor middle, corner;
+    } steps[] = {
+        {filled(100, 100), {200, 100}, ImageWidget::Stretched, Qt::red, Qt::red},
+        {filled(100, 100), {200, 100}, ImageWidget::Centered, Qt::red, Qt::blue},
+        {filled(100, 100), {100, 100}, ImageWidget::Centered, Qt::red, Qt::red},
+        {filled(100, 100), {120, 100}, ImageWidget::Centered, Qt::red, Qt::blue},
+        {transparent, {200, 100}, ImageWidget::Stretched, Qt::blue, Qt::blue},
+        {filled(100, 100), {200, 100}, ImageWidget::Stretched, Qt::red, Qt::red},
+        {QImage(), {200, 100}, ImageWidget::Stretched, Qt::blue, Qt::blue},
+    };
+    widget.show();
+    for (const auto& step : steps) {
+        widget.setImage(step.image);
+        widget.resize(step.size);
+        widget.setScalingMode(step.mode, ImageWidget::Fast);
+        const int right = widget.width() - 1;
+        EXPECT_EQ(widget.at(right / 2, 50), QColor(step.middle)) << &step - steps;
+        EXPECT_EQ(widget.at(0, 0), QColor(step.corner)) << &step - steps;
+        EXPECT_EQ(widget.at(right, 99), QColor(step.corner)) << &step - steps;
+    }
+}
+
 TEST_F(ImageWidgetTest, SixteenBitsAreShownAndKept) {
     const auto grey = vlr::ImagePtr::create(10, 10, vlr::Image::Grey16);
     grey->setDisplayRange(0, 4095);

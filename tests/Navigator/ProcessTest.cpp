@@ -101,7 +101,7 @@ int runTourStage(const char* stage) {
 } // namespace
 
 TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
-    EXPECT_EQ(runTourStage("1"), 43);
+    EXPECT_EQ(runTourStage("1"), 46);
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
         database.setDatabaseName(qEnvironmentVariable("XDG_DATA_HOME") +
@@ -116,7 +116,7 @@ TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
         EXPECT_EQ(query.value(2).toString(), QLatin1String("1968-03-05"));
     }
     QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-    EXPECT_EQ(runTourStage("2"), 45);
+    EXPECT_EQ(runTourStage("2"), 48);
 
     auto files = configurationFiles();
     EXPECT_THAT(files[QStringLiteral("ImagesModuleConfiguration.xml")].toStdString(),
@@ -136,7 +136,8 @@ TEST(NavigatorProcess, SignalsEndItAsTheUserDoes) {
         EXPECT_EQ(configurationFiles().keys(),
                   QStringList({QStringLiteral("AppBase.xml"),
                                QStringLiteral("ImagesModuleConfiguration.xml"),
-                               QStringLiteral("PatientsModuleConfiguration.xml")}));
+                               QStringLiteral("PatientsModuleConfiguration.xml"),
+                               QStringLiteral("TrackingModuleConfiguration.xml")}));
     }
 }
 
@@ -164,7 +165,7 @@ TEST(NavigatorProcess, DamagedConfigurationIsKeptAside) {
         EXPECT_TRUE(warnings.value(0).contains(appBaseFile()));
         EXPECT_EQ(readFile(appBaseFile()), good);
         const auto files = configurationFiles();
-        ASSERT_EQ(files.size(), 4);
+        ASSERT_EQ(files.size(), 5);
         EXPECT_THAT(files.keys().at(1).toStdString(), HasSubstr("AppBase.xml.damaged-"));
         EXPECT_EQ(files.values().at(1), document);
     }

@@ -2,7 +2,6 @@
 
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
-#include "AppBase/vlrControlList.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/AfterFirstPaint.h"
 #include "Images/ImagesOptionsWidget.h"
@@ -110,12 +109,7 @@ void ImagesModule::createContext() {
 }
 
 PaneControl* ImagesModule::arrange() {
-    const auto controls = panes().volumeControls();
-    for (unsigned pane = 0; pane < controls.size(); ++pane)
-        vlr::ControlList::instance()->occupyResource(vlr::ControlList::ResourcePosition(pane),
-                                                     controls[pane], controls[pane]->view(), 0.5F,
-                                                     0.5F);
-    return controls.front();
+    return arrangeAll();
 }
 
 // --- opening

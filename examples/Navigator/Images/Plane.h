@@ -9,6 +9,8 @@
 /// points to the right of an axial picture, y to its bottom and z out of it, to the top of the
 /// head.
 using Voxel = std::array<int, 3>;
+/// A place in a volume, counted as voxels are. Whole numbers are the centres of voxels.
+using VolumePoint = std::array<double, 3>;
 
 /// The planes in which a volume is looked at.
 enum class Plane { Axial, Coronal, Sagittal };

@@ -8,6 +8,15 @@
 #include <QtGui/QWheelEvent>
 
 #include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int markRadius = 6; // pixels
+constexpr int labelMargin = 4;
+constexpr double nearMillimetres = 3;
+
+} // namespace
 
 PlaneView::PlaneView(Plane plane, CrossHair* crossHair, QWidget* parent)
     : PaneView(planeName(plane), planeColor(plane), parent), m_plane(plane),
@@ -49,14 +58,18 @@ QRect PlaneView::pictureRect() const {
     return result;
 }
 
-QPoint PlaneView::pointOf(const Voxel& voxel) const {
+QPointF PlaneView::placeOf(const VolumePoint& point) const {
     const PlaneAxes axes = axesOf(m_plane);
     const QRect picture = pictureRect();
-    const double right = (voxel[axes.right] + 0.5) / m_volume.size()[axes.right];
-    const double vertical = (voxel[axes.vertical] + 0.5) / m_volume.size()[axes.vertical];
+    const double right = (point[axes.right] + 0.5) / m_volume.size()[axes.right];
+    const double vertical = (point[axes.vertical] + 0.5) / m_volume.size()[axes.vertical];
     const double down = axes.isUpward ? 1 - vertical : vertical;
-    return {picture.left() + static_cast<int>(right * picture.width()),
-            picture.top() + static_cast<int>(down * picture.height())};
+    return {picture.left() + right * picture.width(), picture.top() + down * picture.height()};
+}
+
+QPoint PlaneView::pointOf(const Voxel& voxel) const {
+    const QPointF place = placeOf({double(voxel[0]), double(voxel[1]), double(voxel[2])});
+    return {static_cast<int>(place.x()), static_cast<int>(place.y())};
 }
 
 Voxel PlaneView::voxelAt(const QPoint& point) const {
@@ -99,6 +112,77 @@ void PlaneView::keyPressEvent(QKeyEvent* event) {
     m_crossHair->setSlice(m_plane, movedSlice(*move, from, m_volume.count(m_plane)));
 }
 
+// --- tips
+
+QRect PlaneView::PlacedMark::rect() const {
+    constexpr int reach = markRadius + 2; // with the width of the line
+    return label | QRect(point.x() - reach, point.y() - reach, 2 * reach + 1, 2 * reach + 1);
+}
+
+bool PlaneView::PlacedMark::operator==(const PlacedMark& other) const {
+    return point == other.point && label == other.label && name == other.name &&
+           color == other.color;
+}
+
+bool PlaneView::isNear(const VolumePoint& point) const {
+    const std::size_t normal = axesOf(m_plane).normal;
+    const double thickness = m_volume.spacing()[normal];
+    const double distance = std::abs(point[normal] - m_crossHair->slice(m_plane)) * thickness;
+    return distance <= std::max(nearMillimetres, thickness / 2);
+}
+
+std::vector<PlaneView::PlacedMark> PlaneView::placedMarks() const {
+    std::vector<PlacedMark> placed;
+    if (m_volume.isEmpty() || !m_crossHair)
+        return placed;
+    for (const TipMark& mark : m_marks) {
+        const QPointF place = placeOf(mark.point);
+        if (!isNear(mark.point) || !QRectF(pictureRect()).contains(place))
+            continue;
+        const QPoint point(static_cast<int>(place.x()), static_cast<int>(place.y()));
+        const int distance = markRadius + labelMargin;
+        QRect label(0, 0, fontMetrics().horizontalAdvance(mark.name) + 2 * labelMargin,
+                    fontMetrics().height());
+        label.moveCenter(point);
+        label.moveLeft(point.x() + distance);
+        const QRect area = pictureArea();
+        if (label.right() > area.right())
+            label.moveRight(point.x() - distance);
+        if (label.left() < area.left()) // On neither side there is room.
+            label.moveTopLeft(
+                {std::max(area.left(), area.right() - label.width()), point.y() + distance});
+        placed.push_back({point, label, mark.name, mark.color});
+    }
+    return placed;
+}
+
+void PlaneView::setTipMarks(const std::vector<TipMark>& marks) {
+    const auto before = placedMarks();
+    m_marks = marks;
+    const auto now = placedMarks();
+    if (now == before)
+        return;
+    QRegion region;
+    for (const auto* each : {&before, &now})
+        for (const PlacedMark& mark : *each)
+            region += mark.rect();
+    update(region);
+}
+
+void PlaneView::paintMarks(QPainter& painter) const {
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (const PlacedMark& mark : placedMarks()) {
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(Qt::black, 4));
+        painter.drawEllipse(mark.point, markRadius, markRadius);
+        painter.setPen(QPen(mark.color, 2));
+        painter.drawEllipse(mark.point, markRadius, markRadius);
+        painter.drawPoint(mark.point);
+        painter.fillRect(mark.label, QColor(0, 0, 0, 150));
+        painter.drawText(mark.label, Qt::AlignCenter, mark.name);
+    }
+}
+
 // --- painting
 
 void PlaneView::paintPicture(QPainter& painter) {
@@ -121,6 +205,7 @@ void PlaneView::paintPicture(QPainter& painter) {
     for (std::size_t axis = 0; axis < 3; ++axis)
         if (axis != axesOf(m_plane).normal)
             paintLine(painter, axis);
+    paintMarks(painter);
 }
 
 // Where the plane across the axis cuts this one. Around the cross-hair the picture stays free.

@@ -7,11 +7,20 @@
 #include <QtCore/QPointer>
 #include <QtGui/QPixmap>
 
+#include <vector>
+
 class CrossHair;
 
+/// The tip of an instrument, as it is shown on top of a slice.
+struct TipMark {
+    QString name;
+    QColor color;
+    VolumePoint point;
+};
+
 /// Shows the slice of one plane of the volume on which the cross-hair lies, in true proportions,
-/// with lines where the two other planes cut it. Click and drag move the cross-hair; the wheel and
-/// the keys step through the slices.
+/// with lines where the two other planes cut it, and the tips of instruments near it. Click and
+/// drag move the cross-hair; the wheel and the keys step through the slices.
 class PlaneView : public PaneView {
     Q_OBJECT
 
@@ -21,6 +30,11 @@ public:
 
     Plane plane() const { return m_plane; }
     void setVolume(const Volume& volume); ///< The cross-hair is expected to fit it.
+
+    /// The tips to show from now on. Those farther from the slice than 3 mm, or than half a slice
+    /// where slices are thicker, and those beside the picture are not seen. Only what a tip covers
+    /// is painted again.
+    void setTipMarks(const std::vector<TipMark>& marks);
 
     /// The middle of the voxel's place in the picture, in the widget's pixels.
     QPoint pointOf(const Voxel& voxel) const;
@@ -38,11 +52,25 @@ private:
     void follow();
     QRect pictureRect() const;
     void paintLine(QPainter& painter, std::size_t axis) const;
+    /// A mark that is seen, in the widget's pixels.
+    struct PlacedMark {
+        QPoint point;
+        QRect label;
+        QString name;
+        QColor color;
+        QRect rect() const;
+        bool operator==(const PlacedMark& other) const;
+    };
+    std::vector<PlacedMark> placedMarks() const;
+    void paintMarks(QPainter& painter) const;
+    bool isNear(const VolumePoint& point) const;
+    QPointF placeOf(const VolumePoint& point) const;
 
     const Plane m_plane;
     QPointer<CrossHair> m_crossHair;
     Volume m_volume;
     QPixmap m_pixmap;       ///< Null until the slice was painted at the present size.
     int m_pixmapSlice = -1; ///< What the pixmap shows.
+    std::vector<TipMark> m_marks;
     WheelNotches m_wheel;
 };

@@ -42,6 +42,15 @@ void VolumeModule::clear() {
     vlr::ControlList::instance()->hideAll();
 }
 
+PaneControl* VolumeModule::arrangeAll() {
+    const auto controls = m_panes->volumeControls();
+    for (unsigned pane = 0; pane < controls.size(); ++pane)
+        vlr::ControlList::instance()->occupyResource(vlr::ControlList::ResourcePosition(pane),
+                                                     controls[pane], controls[pane]->view(), 0.5F,
+                                                     0.5F);
+    return controls.front();
+}
+
 // A maximised view hides the others, and none of those must get the keyboard.
 PaneControl* VolumeModule::firstSeen(PaneControl* arranged) const {
     const auto isSeen = [](const PaneControl* control) {

@@ -23,6 +23,7 @@ protected:
     /// Puts the controls of the volume into their places, taking panes from those that are there.
     /// Returns the one that is to be the current one.
     virtual PaneControl* arrange() = 0;
+    PaneControl* arrangeAll(); ///< The three planes and the overview, one per pane.
     /// While the module is active; the keyboard stays where it is. Controls that are to change
     /// places among themselves give theirs up first.
     enum class Places { GivenUp, Kept };

@@ -71,13 +71,20 @@ void ImageWidget::removeImage() {
 void ImageWidget::display(const QImage& image) {
     m_image = image;
     m_drawn = QPixmap();
-    update();
+    placeImage();
 }
 
 void ImageWidget::setScalingMode(ScalingMode scaling, TransformationMode transformation) {
     m_scalingMode = scaling;
     m_transformationMode = transformation;
     m_drawn = QPixmap();
+    placeImage();
+}
+
+// Where the image hides all of it, painting the background first would be half of the work.
+void ImageWidget::placeImage() {
+    setAttribute(Qt::WA_OpaquePaintEvent,
+                 drawnRect().contains(rect()) && !m_image.hasAlphaChannel());
     update();
 }
 
@@ -145,6 +152,10 @@ const QPixmap& ImageWidget::drawn() {
     m_drawn.setDevicePixelRatio(ratio);
     m_drawnFor = wanted;
     return m_drawn;
+}
+
+void ImageWidget::resizeEvent(QResizeEvent*) {
+    placeImage();
 }
 
 void ImageWidget::paintEvent(QPaintEvent* event) {

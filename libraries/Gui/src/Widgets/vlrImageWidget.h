@@ -83,6 +83,7 @@ protected:
     virtual void startDrag(QMimeData* mimeData);
 
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -95,6 +96,7 @@ private:
     };
 
     void display(const QImage& image);
+    void placeImage();
     const QPixmap& drawn();
     void paintOverlays(QPainter& painter);
     void repaintOverlay(const vlr::PaintingOverlay* overlay);

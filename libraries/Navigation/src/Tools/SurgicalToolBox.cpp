@@ -56,6 +56,10 @@ bool SurgicalToolBox::isConnected() const {
     return m_source && m_source->latest()->isConnected;
 }
 
+std::string SurgicalToolBox::problem() const {
+    return m_source ? m_source->latest()->problem : std::string();
+}
+
 SurgicalTool* SurgicalToolBox::addTool(const vlr::ToolGeometry& geometry) {
     SurgicalTool* tool = nullptr;
     const CaError error = plug(geometry, tool);

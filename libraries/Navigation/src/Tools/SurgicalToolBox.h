@@ -37,6 +37,8 @@ public:
     void disconnect();
     /// Whether the tracker can be reached at present.
     bool isConnected() const;
+    /// What last went wrong with the tracker, in words for the user; empty when nothing did.
+    std::string problem() const;
 
     /// Null, with an "ERROR" in the log, for a geometry that cannot be used or a name that is
     /// taken. The tool belongs to the box.

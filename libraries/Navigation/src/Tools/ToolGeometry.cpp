@@ -3,6 +3,7 @@
 #include "IO/DurableFile.h"
 #include "Math/RigidFit.h"
 
+#include <QtCore/QResource>
 #include <QtCore/QXmlStreamReader>
 
 #include <cmath>
@@ -116,6 +117,15 @@ private:
     QString m_problem;
 };
 
+// What is compiled into the program is no file of the system.
+CaError readBytes(const QString& path, QByteArray& bytes) {
+    const QResource resource(path);
+    if (!path.startsWith(QLatin1String(":/")) || !resource.isValid())
+        return readWhole(path, mostBytes, bytes);
+    bytes = resource.uncompressedData();
+    return CaError::nullError;
+}
+
 } // namespace
 
 CaError checkGeometry(const ToolGeometry& geometry) {
@@ -133,7 +143,7 @@ CaError checkGeometry(const ToolGeometry& geometry) {
 
 CaError readToolGeometry(const QString& path, ToolGeometry& geometry) {
     QByteArray bytes;
-    CaError error = readWhole(path, mostBytes, bytes);
+    CaError error = readBytes(path, bytes);
     if (!error.isNull())
         return error;
     ToolGeometry found;

@@ -1,0 +1,162 @@
+#include "Tracking/TrackingSession.h"
+
+#include "Log/vlrLog.h"
+#include "Tracking/RecordingPlayer.h"
+#include "Tracking/RecordingSwitch.h"
+#include "Tracking/TrackingRecorder.h"
+
+#include <utility>
+
+// Must be outside of any namespace.
+static void initToolResources() {
+    Q_INIT_RESOURCE(Tools);
+}
+
+namespace {
+
+constexpr int pollInterval = 50; // milliseconds
+const std::string referenceName = "Reference base";
+const QString toolFolder = QStringLiteral(":/tools/");
+
+} // namespace
+
+TrackingSession::TrackingSession(vlr::TrackingClock clock)
+    : m_box(clock), m_clock(std::move(clock)), m_switch(std::make_shared<RecordingSwitch>()) {
+    initToolResources();
+    loadTools();
+    m_poll.setInterval(pollInterval);
+    connect(&m_poll, &QTimer::timeout, this, &TrackingSession::poll);
+}
+
+// Nobody is told any more.
+TrackingSession::~TrackingSession() {
+    disconnectSource();
+    const CaError error = closeRecording();
+    if (!error.isNull())
+        VLR_LOG(Error) << error;
+}
+
+void TrackingSession::loadTools() {
+    for (const char* file : {"ReferenceBase.xml", "Pointer.xml", "Drill.xml"}) {
+        SurgicalTool* tool = nullptr;
+        const CaError error = m_box.loadTool(toolFolder + QString::fromLatin1(file), tool);
+        if (!error.isNull())
+            VLR_LOG(Error) << error;
+    }
+}
+
+// --- start and stop
+
+void TrackingSession::start(const SourceChoice& source) {
+    disconnectSource();
+    stopRecording();
+    m_source = source;
+    std::unique_ptr<vlr::TrackingSource> made;
+    CaError error = source.make(m_clock, made);
+    if (error.isNull()) {
+        made->setListener(m_switch);
+        m_player = dynamic_cast<vlr::RecordingPlayer*>(made.get());
+        error = m_box.connectTo(std::move(made));
+    }
+    if (!error.isNull()) {
+        end(State::Stopped, QString::fromStdString(error.text()));
+        return;
+    }
+    m_poll.start();
+    emit runningChanged();
+    poll();
+}
+
+void TrackingSession::stop() {
+    end(State::Stopped, {});
+}
+
+void TrackingSession::end(State state, const QString& problem) {
+    disconnectSource();
+    stopRecording();
+    m_poll.stop();
+    m_idleState = state;
+    m_problem = problem;
+    emit runningChanged();
+    emit changed();
+}
+
+void TrackingSession::disconnectSource() {
+    m_player = nullptr;
+    m_box.disconnect();
+}
+
+TrackingSession::State TrackingSession::state() const {
+    if (!isRunning())
+        return m_idleState;
+    return m_box.isConnected() ? State::Connected : State::Connecting;
+}
+
+QString TrackingSession::problem() const {
+    return isRunning() ? QString::fromStdString(m_box.problem()) : m_problem;
+}
+
+void TrackingSession::poll() {
+    const bool hasEnded = m_player && m_player->hasEnded();
+    m_box.refresh();
+    if (hasEnded)
+        end(State::Ended, problem());
+    else
+        emit changed();
+}
+
+// --- tools
+
+SurgicalTool* TrackingSession::reference() const {
+    return m_box.getTool(referenceName);
+}
+
+std::vector<SurgicalTool*> TrackingSession::instruments() const {
+    std::vector<SurgicalTool*> result;
+    for (SurgicalTool* tool : m_box.getTools())
+        if (tool != reference())
+            result.push_back(tool);
+    return result;
+}
+
+std::vector<TipPosition> TrackingSession::tips() const {
+    const SurgicalTool* const base = reference();
+    std::vector<TipPosition> result;
+    for (const SurgicalTool* tool : instruments()) {
+        TipPosition tip;
+        tip.instrument = QString::fromStdString(tool->getName());
+        if (tool->getRigidBody()->hasPose())
+            tip.inCamera = tool->getRigidBody()->getTranslation();
+        if (tip.inCamera && base && base->getRigidBody()->hasPose()) {
+            const CaTool& body = *base->getRigidBody();
+            tip.inReference =
+                body.getRotation().transpose() * (*tip.inCamera - body.getTranslation());
+        }
+        result.push_back(tip);
+    }
+    return result;
+}
+
+// --- recording
+
+CaError TrackingSession::record(const QString& path) {
+    stopRecording();
+    auto recorder = std::make_shared<vlr::TrackingRecorder>(path);
+    const CaError error = recorder->open();
+    if (!error.isNull())
+        return error;
+    m_recorder = recorder;
+    m_switch->setTarget(std::move(recorder));
+    return error;
+}
+
+void TrackingSession::stopRecording() {
+    if (isRecording())
+        emit recordingStopped(QString::fromStdString(closeRecording().text()));
+}
+
+CaError TrackingSession::closeRecording() {
+    m_switch->setTarget(nullptr);
+    const auto recorder = std::exchange(m_recorder, nullptr);
+    return recorder ? recorder->close() : CaError::nullError;
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Tools/SurgicalToolBox.h"
+#include "Tracking/SourceChoice.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+
+class RecordingSwitch;
+
+namespace vlr {
+class RecordingPlayer;
+class TrackingRecorder;
+} // namespace vlr
+
+/// Where the tip of an instrument is, in millimetres. The tip is the origin of the instrument's own
+/// coordinates.
+struct TipPosition {
+    QString instrument;
+    std::optional<Vector3d> inCamera;    ///< None while the instrument is not seen.
+    std::optional<Vector3d> inReference; ///< None, too, while the reference base is not seen.
+};
+
+/// The tools of this application and the tracker that sees them, from start to stop.
+///
+///     TrackingSession session;
+///     connect(&session, &TrackingSession::changed, this, &Panel::showTips);
+///     session.start(options->source());
+///
+/// It asks the tracker by itself, whatever is shown meanwhile.
+class TrackingSession : public QObject {
+    Q_OBJECT
+
+public:
+    enum class State { Stopped, Connecting, Connected, Ended };
+
+    explicit TrackingSession(vlr::TrackingClock clock = &std::chrono::steady_clock::now);
+    ~TrackingSession() override;
+
+    /// Starts with the source, in place of the one before, whose recording ends with it. Where that
+    /// cannot be, problem() says why.
+    void start(const SourceChoice& source);
+    void stop(); ///< Ends a recording, too.
+    State state() const;
+    bool isRunning() const { return m_poll.isActive(); }
+    const SourceChoice& source() const { return m_source; } ///< Of the last start.
+    QString problem() const; ///< Why nothing, or not everything, is received; mostly empty.
+    /// Brings everything to what the tracker last said. It comes by itself 20 times a second.
+    void poll();
+
+    SurgicalTool* reference() const; ///< Null where its geometry file is damaged.
+    std::vector<SurgicalTool*> instruments() const;
+    std::vector<TipPosition> tips() const; ///< One per instrument, in their order.
+
+    /// Records from now on to a file that does not exist yet. The error says why that cannot be.
+    CaError record(const QString& path);
+    bool isRecording() const { return m_recorder != nullptr; }
+    void stopRecording();
+
+signals:
+    void changed();        ///< Tools or state; at every poll.
+    void runningChanged(); ///< Started, stopped, or started anew.
+    /// The recording is complete, or why it is not.
+    void recordingStopped(const QString& problem);
+
+private:
+    void loadTools();
+    void disconnectSource();
+    void end(State state, const QString& problem);
+    CaError closeRecording();
+
+    SurgicalToolBox m_box;
+    vlr::TrackingClock m_clock;
+    QTimer m_poll;
+    SourceChoice m_source;
+    std::shared_ptr<RecordingSwitch> m_switch;
+    std::shared_ptr<vlr::TrackingRecorder> m_recorder;
+    vlr::RecordingPlayer* m_player = nullptr; ///< The box's source, where it is one.
+    State m_idleState = State::Stopped;
+    QString m_problem; ///< Of the last start; the tracker's own come from the box.
+};

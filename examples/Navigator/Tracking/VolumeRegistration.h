@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Images/PlaneView.h"
+#include "Math/Vector3d.h"
+
+/// Where a point beside the patient is in the volume. It is the simplest of all registrations, for
+/// phantoms that are fixed to the reference base: the base's origin is the centre of the volume,
+/// and its axes run as those of the voxels do (see Plane.h). Millimetres become voxels by the
+/// volume's spacing; whole numbers are the centres of voxels, and nothing is clamped.
+inline VolumePoint toVolume(const Volume& volume, const Vector3d& inReference) {
+    VolumePoint point{};
+    for (std::size_t axis = 0; axis < point.size(); ++axis)
+        point[axis] = (volume.size()[axis] - 1) / 2.0 +
+                      inReference[static_cast<Eigen::Index>(axis)] / volume.spacing()[axis];
+    return point;
+}
