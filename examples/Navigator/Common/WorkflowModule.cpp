@@ -6,23 +6,57 @@
 
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QVBoxLayout>
 
 namespace {
 
 constexpr int contextWidth = 250;
+constexpr int leastHeight = 160;
+
+/// As wide as what it holds; where the window is too low, it scrolls instead of holding it open.
+class ContextArea : public QScrollArea {
+public:
+    explicit ContextArea(QWidget* contents) {
+        setWidget(contents);
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setFocusPolicy(Qt::NoFocus);
+        contents->setAutoFillBackground(false);
+        viewport()->setAutoFillBackground(false);
+    }
+    QSize minimumSizeHint() const override {
+        const QSize least = widget()->minimumSizeHint();
+        const bool scrolls = least.height() > height();
+        return {least.width() + (scrolls ? verticalScrollBar()->sizeHint().width() : 0),
+                qMin(least.height(), leastHeight)};
+    }
+    QSize sizeHint() const override { return widget()->sizeHint(); }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QScrollArea::resizeEvent(event);
+        updateGeometry(); // The scroll bar needs room of its own.
+    }
+};
 
 } // namespace
 
 WorkflowModule::WorkflowModule(const QString& name)
-    : QtAppModule(name, false), m_contents(new QVBoxLayout) {
+    : QtAppModule(name, false), m_steps(new QHBoxLayout) {
+    auto* const contents = new QWidget;
+    m_contents = new QVBoxLayout(contents);
+    m_contents->setContentsMargins(0, 0, 0, 0);
     QWidget* const context = getWidget();
     context->setMinimumWidth(contextWidth);
     auto* column = new QVBoxLayout(context);
     column->setContentsMargins(0, 9, 0, 9);
     column->addWidget(new CurrentPatientBanner);
     column->addSpacing(6);
-    column->addLayout(m_contents, 1);
+    column->addWidget(new ContextArea(contents), 1);
+    column->addLayout(m_steps);
 }
 
 WorkflowModule::~WorkflowModule() {
@@ -37,11 +71,9 @@ void WorkflowModule::setSteps(bool hasPrevious, bool hasNext) {
     next->setObjectName(QStringLiteral("nextStep"));
     previous->setEnabled(hasPrevious);
     next->setEnabled(hasNext);
-    auto* row = new QHBoxLayout;
-    row->setContentsMargins(0, 6, 0, 0);
-    row->addWidget(previous, 1);
-    row->addWidget(next, 1);
-    m_contents->addLayout(row);
+    m_steps->setContentsMargins(0, 6, 0, 0);
+    m_steps->addWidget(previous, 1);
+    m_steps->addWidget(next, 1);
     connect(previous, &QPushButton::clicked, this, &QtAppModule::activatePrevModule);
     connect(next, &QPushButton::clicked, this, &QtAppModule::activateNextModule);
     // With the mouse or without, the workflow is one hand's work.

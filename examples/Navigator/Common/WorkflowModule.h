@@ -4,6 +4,7 @@
 
 #include <QtCore/QPointer>
 
+class QHBoxLayout;
 class QPushButton;
 class QVBoxLayout;
 
@@ -32,6 +33,7 @@ protected:
 private:
     QPushButton* makeButton(const char* iconName, const QString& text, const QString& toolTip);
 
-    QVBoxLayout* m_contents;
+    QVBoxLayout* m_contents = nullptr;
+    QHBoxLayout* m_steps;
     QPointer<QWidget> m_mainWidget;
 };

@@ -53,6 +53,7 @@ QtModuleButtonSelector::QtModuleButtonSelector(QtModuleSelector::Position positi
 }
 
 QtModuleButtonSelector::~QtModuleButtonSelector() {
+    QScroller::ungrabGesture(m_scrollArea->viewport()); // Or its recognizer stays.
     delete m_focusFrame;
 }
 
