@@ -42,6 +42,7 @@ public:
 protected:
     ~QtScreenShotData() override;
     CaError doBinSave() override;
+    bool doHasUnstoredBinaryParts() const override;
 
 private:
     friend struct RecordAccess;
