@@ -36,7 +36,7 @@ bool isNumber(const QString& text) {
 // An empty text may be that of a text, a date, a time or a size.
 QStringList otherValues(const QString& text) {
     const QString texts[] = {QString::fromUtf8(" <other> \u00fc & \n"),
-                             QStringLiteral("2001-02-03"), QStringLiteral("21:22:23")};
+                             QStringLiteral("2001-02-03"), QStringLiteral("21:22:23.456")};
     if (!isNumber(text))
         return {texts[0], texts[1], texts[2]};
     const double value = text.toDouble();

@@ -101,6 +101,7 @@ void PatientsModule::createContext() {
     create->setObjectName(QStringLiteral("newPatient"));
     m_editPatient->setObjectName(QStringLiteral("editPatient"));
     m_makeCurrent->setObjectName(QStringLiteral("makeCurrent"));
+    reload->setObjectName(QStringLiteral("reloadPatients"));
     m_editPatient->setEnabled(false);
     m_makeCurrent->setEnabled(false);
     createStudies();
