@@ -12,6 +12,7 @@
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
+#include <functional>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -245,19 +246,102 @@ TEST_F(PatientSafety, RemovingIsWholeAndOnlyOfWhatIsThere) {
               0);
 }
 
-TEST_F(PatientSafety, ADatabaseThatWasTakenAwayIsNotWrittenTo) {
+TEST_F(PatientSafety, ADatabaseThatWasTakenAwayIsNotWrittenToAndUsedAgainWhenItIsBack) {
+    vlrTest::expectLog(LogLevel::Warning, "was renamed, replaced or removed");
     const auto patient = loadedPatient("1");
     const QString away = databasePath() + QStringLiteral(".away");
-    ASSERT_TRUE(QFile::rename(databasePath(), away));
     for (const bool isReplaced : {false, true}) {
+        ASSERT_TRUE(QFile::rename(databasePath(), away));
         if (isReplaced)
             vlrTest::writeFile(databasePath(), {});
-        for (const CaError& error :
-             {DataIOManager::storePatient(patient),
-              DataIOManager::removePatient(patient->storageUri()),
-              IOManager::write(patient->child(0)->binaryPartUri(part), "new")})
-            EXPECT_THAT(error.text(), testing::HasSubstr("was renamed"));
+        patient->setName(QString::number(isReplaced));
+        const vlr::URI partUri = patient->child(0)->binaryPartUri(part);
+        EXPECT_THAT(IOManager::write(partUri, "new").text(), testing::HasSubstr("was renamed"));
+        // Listing opens what is there now; the changes beside the old file went into it before.
+        std::vector<MetaInformation> patients;
+        ASSERT_EQ(DataIOManager::patientMetaInfoList(patients), CaError::nullError);
+        EXPECT_EQ(patients.size(), 0U);
+        EXPECT_EQ(DataIOManager::storePatient(patient).id(), DataIOManager::changedElsewhereError);
+        EXPECT_NE(DataIOManager::removePatient(patient->storageUri()), CaError::nullError);
+
+        ASSERT_TRUE(QFile::remove(databasePath()));
+        ASSERT_TRUE(QFile::rename(away, databasePath()));
+        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        EXPECT_EQ(bytesOf(reloaded(patient)->child(0)), "bytes");
     }
+    EXPECT_EQ(vlrTest::logCount(LogLevel::Warning, "opened anew"), 4);
+}
+
+// --- what is not changed, or changed by somebody else
+
+TEST_F(PatientSafety, AnUnchangedPatientIsNotStoredAgain) {
+    const auto patient = loadedPatient("1");
+    EXPECT_FALSE(DataIOManager::hasUnstoredChanges(patient));
+    const auto isStoredAgain = [&] {
+        const int revision = patient->storageRevision();
+        EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        EXPECT_FALSE(DataIOManager::hasUnstoredChanges(patient));
+        EXPECT_EQ(sql(QStringLiteral("SELECT revision FROM patient")), patient->storageRevision());
+        return patient->storageRevision() > revision;
+    };
+    const auto other = reloaded(patient);
+    EXPECT_FALSE(isStoredAgain());
+    other->setName(QStringLiteral("Other"));
+    EXPECT_EQ(DataIOManager::storePatient(other), CaError::nullError) << "Nothing was in its way";
+    bool isElsewhere = false;
+    EXPECT_EQ(DataIOManager::isChangedElsewhere(patient, isElsewhere), CaError::nullError);
+    EXPECT_TRUE(isElsewhere);
+    EXPECT_EQ(DataIOManager::storePatient(patient).id(), DataIOManager::changedElsewhereError);
+    EXPECT_FALSE(DataIOManager::hasUnstoredChanges(patient));
+
+    ASSERT_EQ(DataIOManager::storePatientOverOthers(patient), CaError::nullError);
+    const std::function<void()> changes[] = {
+        [&] { patient->setName(QStringLiteral("New")); },
+        [&] { patient->child(0)->setBinaryPart(part, "other bytes"); },
+        [&] { EXPECT_EQ(patient->addChild(new DataItem, false), CaError::nullError); },
+        [&] { patient->child(0)->removeBinaryPart(part); }};
+    for (const auto& change : changes) {
+        change();
+        EXPECT_TRUE(DataIOManager::hasUnstoredChanges(patient));
+        EXPECT_TRUE(isStoredAgain());
+        EXPECT_FALSE(isStoredAgain());
+    }
+}
+
+TEST_F(PatientSafety, TheUserMayReplaceWhatSomebodyElseStored) {
+    for (const bool isRemoved : {false, true}) {
+        const auto patient = makePatient(isRemoved ? "1" : "2");
+        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        const auto other = reloaded(patient);
+        other->setName(QStringLiteral("Other"));
+        ASSERT_EQ(DataIOManager::storePatient(other), CaError::nullError);
+        if (isRemoved) {
+            ASSERT_EQ(DataIOManager::removePatient(other->storageUri()), CaError::nullError);
+        }
+        patient->setName(QStringLiteral("Mine"));
+        patient->child(0)->setBinaryPart(part, "mine");
+        EXPECT_EQ(DataIOManager::storePatient(patient).id(), DataIOManager::changedElsewhereError);
+        ASSERT_EQ(DataIOManager::storePatientOverOthers(patient), CaError::nullError);
+        EXPECT_EQ(reloaded(patient)->name(), QStringLiteral("Mine"));
+        EXPECT_EQ(bytesOf(reloaded(patient)->child(0)), "mine");
+        EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    }
+}
+
+TEST_F(PatientSafety, ARepositoryThatCanBeWrittenToAgainIs) {
+    const auto patient = loadedPatient("1");
+    DataIOManager::closeRepository();
+    vlrTest::expectLog(LogLevel::Warning, "can be read but not stored");
+    chmod(QFile::encodeName(databasePath()).constData(), 0444);
+    patient->setName(QStringLiteral("New"));
+    {
+        const vlrTest::ReadOnlyFolder readOnly(QFileInfo(databasePath()).path());
+        EXPECT_THAT(DataIOManager::storePatient(patient).text(),
+                    testing::HasSubstr("reading only"));
+    }
+    chmod(QFile::encodeName(databasePath()).constData(), 0600);
+    EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    EXPECT_EQ(reloaded(patient)->name(), QStringLiteral("New"));
 }
 
 TEST_F(PatientSafety, APatientWithoutItsDataOrFromTheFutureIsAnError) {

@@ -703,6 +703,33 @@ TEST_F(AppBaseTest, ASelectorFollowsTheListAndAsksIt) {
 
 // --- patients
 
+TEST_F(AppBaseTest, AnExitThatLosesChangesSaysSo) {
+    for (const bool isChanged : {false, true}) {
+        AppBase& application = app();
+        const auto patient = makePatient(isChanged ? "1" : "2");
+        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        AppBase::setCurrentPatient(patient);
+        DataPointer<Patient> other;
+        ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), other), CaError::nullError);
+        other->setName(QStringLiteral("by another workstation"));
+        ASSERT_EQ(DataIOManager::storePatient(other), CaError::nullError);
+        bool isTold = false;
+        if (isChanged) {
+            patient->setName(QStringLiteral("Mine"));
+            expectLog(vlr::LogLevel::Error, "Could not store the current patient. Reason: ");
+            expectLog(vlr::LogLevel::UserError, "could not be stored and are lost");
+            answerNextMessageBox([&](QMessageBox& box) {
+                isTold = true;
+                box.accept();
+            });
+        }
+        QTimer::singleShot(0, &application, [&] { application.exitApplication(); });
+        EXPECT_EQ(application.run(), 0);
+        EXPECT_EQ(isTold, isChanged);
+        endApp();
+    }
+}
+
 TEST_F(AppBaseTest, ThePatientListComesWithReferencesAndStopsAtTheFirstError) {
     app();
     for (const char* id : {"1", "2"})

@@ -2,12 +2,16 @@
 
 #include "AppBase/QtAboutDialog.h"
 #include "AppBase/QtAppBaseConfigWidget.h"
+#include "AppBase/QtControlAreaControlButtons.h"
 #include "AppBase/QtModuleConfigWidget.h"
 #include "AppBase/QtModuleList.h"
+#include "Base/QtMessageLine.h"
 #include "Data/Study.h"
 #include "Gui/GuiTest.h"
+#include "IO/DataIOManager.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QPointer>
 #include <QtTest/QTest>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QColorDialog>
@@ -68,6 +72,14 @@ protected:
     }
     static void click(const QDialog& dialog, const char* name) {
         QTest::mouseClick(dialog.findChild<QPushButton*>(text(name)), Qt::LeftButton);
+    }
+    // What the file of the configuration holds after it was stored.
+    QByteArray storedText() const {
+        const DataPointer<Configuration> container(new Configuration);
+        EXPECT_EQ(container->addChild(config, false), CaError::nullError);
+        EXPECT_EQ(DataIOManager::storeConfiguration(text("Test"), container), CaError::nullError);
+        (void)container->removeChild(config.get());
+        return readFile(DataIOManager::configurationPath(text("Test")));
     }
     QColor color(int index) const {
         return config->mainWindowConfig()->quadViewConfig()->resourceColor(index);
@@ -151,7 +163,15 @@ TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
         EXPECT_EQ(count->maximum(), 10);
         count->setValue(count->value() == 7 ? 8 : 7);
         const QColor before = color(2);
+        QStringList heardColors;
+        const CaConnection colorObserver(*config->mainWindowConfig()->quadViewConfig(),
+                                         Data::CHANGED,
+                                         [&](auto&&...) { heardColors << color(2).name(); });
+        const QByteArray fileBefore = storedText();
         each.leave(*dialog);
+        EXPECT_EQ(heardColors.size(), each.writes ? QuadViewConfig::colorCount : 0)
+            << "once per colour";
+        EXPECT_EQ(storedText() == fileBefore, !each.writes);
         EXPECT_FALSE(dialog->isVisible());
         EXPECT_EQ(dialog->result(), each.writes ? QDialog::Accepted : QDialog::Rejected);
         EXPECT_EQ(heard.join(QLatin1Char(' ')), text(each.writes ? "11 13" : ""));
@@ -159,6 +179,86 @@ TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
         EXPECT_EQ(color(3), QColor(Qt::blue));
         EXPECT_EQ(makeDialog()->findChild<QSpinBox*>()->value() == count->value(), each.writes);
     }
+}
+
+TEST_F(ConfigDialogTest, AChosenColourIsSeenInTheLayoutButtons) {
+    const QtControlAreaControlButtons buttons(config->mainWindowConfig()->quadViewConfig(),
+                                              nullptr);
+    const auto* main = buttons.findChild<QAbstractButton*>(text("allAlike"));
+    const auto picture = [&] { return main->icon().pixmap(main->iconSize()).toImage(); };
+    const QImage before = picture();
+    const auto dialog = makeDialog();
+    chooseColor(colorButtons(*dialog).at(1), QColor(200, 0, 200), true);
+    EXPECT_EQ(picture(), before);
+    click(*dialog, "ok");
+    EXPECT_NE(picture(), before);
+}
+
+// --- by keyboard
+
+TEST_F(ConfigDialogTest, FieldsComeBeforeTheButtonsAndHaveKeys) {
+    const auto dialog = makeDialog();
+    auto* showMode = dialog->findChild<QComboBox*>();
+    auto* touchScreen = dialog->findChild<QCheckBox*>();
+    QList<QWidget*> expected{showMode};
+    for (QWidget* button : colorButtons(*dialog))
+        expected << button;
+    expected << touchScreen;
+    for (const char* name : {"about", "cancel", "ok"})
+        expected << dialog->findChild<QPushButton*>(text(name));
+    for (QWidget* widget : expected) {
+        EXPECT_EQ(dialog->focusWidget(), widget);
+        QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
+    }
+    QTest::keyClick(dialog.get(), Qt::Key_S, Qt::AltModifier);
+    EXPECT_EQ(dialog->focusWidget(), showMode);
+    QTest::keyClick(dialog.get(), Qt::Key_T, Qt::AltModifier);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return touchScreen->isChecked(); }));
+    inNextDialog<QColorDialog>([](QColorDialog& colors) {
+        EXPECT_EQ(colors.currentColor(), QColor(Qt::red));
+        colors.setCurrentColor(QColor(1, 2, 3));
+        colors.accept();
+    });
+    QTest::keyClick(dialog.get(), Qt::Key_3, Qt::AltModifier);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return shownColor(*colorButtons(*dialog).at(2)) == QColor(1, 2, 3); }));
+}
+
+// --- taken away meanwhile
+
+TEST_F(ConfigDialogTest, MayGoWhileAColourIsChosen) {
+    auto dialog = makeDialog();
+    inNextDialog<QColorDialog>([&](QColorDialog&) { dialog.reset(); });
+    QTest::mouseClick(colorButtons(*dialog).at(0), Qt::LeftButton);
+    EXPECT_FALSE(dialog);
+}
+
+TEST_F(ConfigDialogTest, MayGoWhenTheFirstChangeIsHeard) {
+    auto* module = new RecordingModule(text("Plan"));
+    list.registerModule(module);
+    auto dialog = makeDialog();
+    chooseColor(colorButtons(*dialog).at(2), QColor(1, 2, 3), true);
+    dialog->findChild<QComboBox*>()->setCurrentIndex(3);
+    const QPointer<QtConfigDialog> gone = dialog.release();
+    const CaConnection observer(*config, Data::CHANGED, [&](auto&&...) { delete gone.data(); });
+    QMetaObject::invokeMethod(gone, "accept");
+    EXPECT_FALSE(gone);
+    EXPECT_EQ(config->showMode(), AppBaseConfig::FullScreen) << "what was chosen counts";
+    EXPECT_EQ(color(2), QColor(1, 2, 3));
+}
+
+// --- what is kept
+
+TEST_F(ConfigDialogTest, LayoutsBeyondTheFieldsRangeStayUnlessTheNumberIsEdited) {
+    const DataPointer<ModuleConfig> module(new ModuleConfig);
+    module->setNoDimensionSets(12);
+    QtModuleConfigWidget widget(module.get(), {}, nullptr, {});
+    EXPECT_TRUE(widget.ok());
+    EXPECT_EQ(module->noDimensionSets(), 12);
+    EXPECT_TRUE(widget.findChild<QtMessageLine*>()->text().contains(text("12")));
+    widget.findChild<QSpinBox*>()->setValue(9);
+    EXPECT_TRUE(widget.ok());
+    EXPECT_EQ(module->noDimensionSets(), 9);
 }
 
 TEST_F(ConfigDialogTest, AColourThatIsNotChosenStays) {
@@ -210,6 +310,14 @@ TEST_F(ConfigDialogTest, AboutShowsTheBuild) {
         EXPECT_TRUE(!part.isEmpty() && shown.contains(part)) << part.toStdString();
     const QDateTime built =
         QDateTime::fromString(information.buildTime, text("yyyy-MM-dd hh:mm:ss 'UTC'"));
+    int last = -1;
+    for (const QString& part :
+         {text("Generated "), text(QT_VERSION_STR), text("vlrGui"), text("vlrNavigation")}) {
+        EXPECT_LT(last, shown.indexOf(part)) << part.toStdString();
+        last = shown.indexOf(part);
+    }
+    EXPECT_EQ(shown.count(text("<td>") + information.version + text("</td>")),
+              information.libraries.size());
     EXPECT_TRUE(built.isValid()) << information.buildTime.toStdString();
     EXPECT_LE(built, QDateTime::currentDateTimeUtc().addDays(1));
     EXPECT_EQ(QtAboutDialog::text({}),

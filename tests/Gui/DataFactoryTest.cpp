@@ -268,6 +268,9 @@ TEST_F(DataFactoryTest, WithoutANameThereIsNoFieldForOneAndDefaultsOnlyWhereThey
                 // The button shows that it was pressed before it acts.
                 EXPECT_TRUE(QTest::qWaitFor(
                     [] { return InstitutionWidget::savedDefault == text("usual"); }));
+                EXPECT_TRUE(dialog.findChild<QtMessageLine*>(text("storeError"))
+                                ->text()
+                                .contains(text("New items will start")));
             }
             EXPECT_TRUE(dialog.isVisible());
             click(dialog, "cancel");
@@ -324,6 +327,42 @@ TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
     EXPECT_EQ(accepted, CaError::nullError);
     EXPECT_EQ(study->institution(), text("St. Mary"));
     EXPECT_EQ(stored.count(text("St. Mary")), 3);
+}
+
+TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlongAtAnyTime) {
+    auto window = std::make_unique<QWidget>();
+    DataFactory::DialogOptions options;
+    const auto show = [&](QString* name, const std::function<void(QDialog&)>& drive) {
+        window = std::make_unique<QWidget>();
+        window->show();
+        options.parent = window.get();
+        const CaError error = display(drive, name, options);
+        EXPECT_EQ(error.id(), DataFactory::operationCanceledError);
+        EXPECT_FALSE(window);
+    };
+    QString name = text("name");
+    show(&name, [&](QDialog& dialog) {
+        dialog.findChildren<QGroupBox*>().first()->findChild<QLineEdit*>()->clear();
+        answerNextMessageBox([&](QMessageBox&) { window.reset(); });
+        QMetaObject::invokeMethod(dialog.findChild<QtDecoratedDataConfigurationWidget*>(), "ok");
+    });
+    const auto pressOk = [&](QDialog& dialog) {
+        QMetaObject::invokeMethod(dialog.findChild<QtDecoratedDataConfigurationWidget*>(), "ok");
+    };
+    const CaConnection observer(*study, Data::CHANGED, [&](auto&&...) { window.reset(); });
+    for (const char* answer : {"", "full"}) {
+        options.store = [&] {
+            study->notify(Data::CHANGED);
+            return *answer ? CaError(answer, "The disk is full.") : CaError::nullError;
+        };
+        show(nullptr, pressOk);
+    }
+    show(nullptr, [&](QDialog& dialog) {
+        QObject::connect(dialog.findChild<QtDecoratedDataConfigurationWidget*>(),
+                         &QtDecoratedDataConfigurationWidget::rejected, [&] { window.reset(); });
+        QMetaObject::invokeMethod(dialog.findChild<QtDecoratedDataConfigurationWidget*>(),
+                                  "cancel");
+    });
 }
 
 TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlong) {

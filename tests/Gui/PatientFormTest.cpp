@@ -8,6 +8,7 @@
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
 
+#include <QtCore/QProcess>
 #include <QtTest/QTest>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
@@ -15,6 +16,8 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+
+#include <algorithm>
 
 using namespace vlrTest;
 
@@ -199,11 +202,38 @@ TEST_F(PatientFormTest, DefaultsAreThereAtTheNextStart) {
     EXPECT_TRUE(existing.notKnown->isChecked());
 }
 
+TEST_F(PatientFormTest, ADateOfBirthInTheFutureIsMarked) {
+    Form form(store(text("1")));
+    const auto* message = form.find<QtMessageLine>("birthDateMessage");
+    EXPECT_EQ(message->text(), QString());
+    form.birthDate->setDate(QDate::currentDate().addDays(2));
+    EXPECT_TRUE(message->text().contains(text("future")));
+    form.notKnown->setChecked(true);
+    EXPECT_EQ(message->text(), QString());
+    form.birthDate->setDate(QDate(2001, 2, 3));
+    EXPECT_EQ(message->text(), QString());
+}
+
+TEST_F(PatientFormTest, TheIdOfAnExistingPatientLooksReadOnlyAndTheNameComesFirst) {
+    const Form created(new Patient);
+    EXPECT_EQ(created.widget.focusProxy(), created.id);
+    const Form existing(store(text("1")));
+    EXPECT_EQ(existing.widget.focusProxy(), existing.name);
+    const auto shade = [](const QWidget* field) { return field->palette().color(QPalette::Base); };
+    EXPECT_EQ(shade(created.id), shade(created.name));
+    EXPECT_NE(shade(existing.id), shade(existing.name));
+}
+
 TEST_F(PatientFormTest, DefaultsThatCannotBeSavedAreToldToTheUser) {
-    Form form(new Patient);
+    const DataPointer<Patient> patient(new Patient);
+    auto* widget = new QtPatientConfigurationWidget(patient.get(), {}, nullptr, {});
+    const QtDataConfigurationDialog dialog(widget, nullptr, nullptr, {});
     expectLog(vlr::LogLevel::UserError, "Could not save the default values.\nReason: ");
     const FullDisk fullDisk;
-    form.widget.saveAsDefault();
+    dialog.findChild<QPushButton*>(text("saveAsDefault"))->click();
+    EXPECT_TRUE(dialog.findChild<QtMessageLine*>(text("storeError"))
+                    ->text()
+                    .contains(text("not saved as default")));
 }
 
 TEST_F(PatientFormTest, OtherDataGivesAnEmptyFormThatDoesNothing) {
@@ -286,6 +316,30 @@ TEST_F(PatientFormTest, TwoWorkstationsNeverGiveOneId) {
     EXPECT_EQ(stored.value(text("name")), text("Doe, Jane"));
 }
 
+TEST_F(PatientFormTest, TwoProcessesAtOnceStoreDifferentIds) {
+    constexpr int patience = 60000;
+    QProcess workstations[2];
+    for (QProcess& each : workstations) {
+        each.start(QCoreApplication::applicationFilePath(), {text("--patient-form")});
+        while (!each.canReadLine())
+            ASSERT_TRUE(each.waitForReadyRead(patience)) << each.readAllStandardError().data();
+        EXPECT_EQ(each.readLine(), "ready 0000000\n");
+    }
+    for (QProcess& each : workstations) {
+        each.write("ok\n");
+        each.waitForBytesWritten(patience);
+    }
+    QByteArrayList said;
+    for (QProcess& each : workstations) {
+        ASSERT_TRUE(each.waitForFinished(patience));
+        EXPECT_EQ(each.exitCode(), 0) << each.readAllStandardError().data();
+        said << each.readAllStandardOutput();
+    }
+    std::sort(said.begin(), said.end());
+    EXPECT_EQ(said[0], "offered 0000001\nstored 0000001\n");
+    EXPECT_EQ(said[1], "stored 0000000\n");
+}
+
 TEST_F(PatientFormTest, ErrorsAreSaidBesideTheirFields) {
     Form form(new Patient);
     form.widget.show();
@@ -304,5 +358,8 @@ TEST_F(PatientFormTest, ErrorsAreSaidBesideTheirFields) {
                 << each.error;
         const bool isTaken = each.error == DataIOManager::idTakenError;
         EXPECT_EQ(form.find<QPushButton>("useFreeId")->isVisible(), isTaken);
+        QTest::keyClicks(form.id, text("1"));
+        EXPECT_FALSE(form.find<QtMessageLine>("idMessage")->isVisible());
+        EXPECT_FALSE(form.find<QPushButton>("useFreeId")->isVisible());
     }
 }

@@ -69,6 +69,27 @@ TEST_F(StudyFormTest, AnExistingStudyKeepsWhatNobodyChanges) {
     qputenv("TZ", "UTC");
 }
 
+TEST_F(StudyFormTest, AnUnknownDateStaysUnknownUntilItIsEdited) {
+    const DataPointer<Patient> patient(new Patient);
+    const DataPointer<Study> study(new Study);
+    ASSERT_EQ(patient->addChild(study, false), CaError::nullError);
+    for (const char* institution : {"", "St. Luke"}) {
+        study->setInstitution(text(institution));
+        Form form(study);
+        EXPECT_EQ(form.dateTime->accessibleDescription(), text("Not known"));
+        form.institution->setText(text("St. Mary"));
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_EQ(study->institution(), text("St. Mary"));
+        EXPECT_FALSE(study->date().isValid());
+        EXPECT_FALSE(study->time().isValid());
+    }
+    Form form(study);
+    form.dateTime->setDate(QDate(2025, 1, 2));
+    EXPECT_EQ(form.dateTime->accessibleDescription(), QString());
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(study->date(), QDate(2025, 1, 2));
+}
+
 TEST_F(StudyFormTest, TheInstitutionSavedAsDefaultIsThereAtTheNextStart) {
     {
         Form form(new Study);

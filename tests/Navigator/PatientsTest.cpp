@@ -12,6 +12,11 @@
 #include "Settings/vlrSettings.h"
 #include "Support/MessageBoxes.h"
 
+#include <QtCore/QDirIterator>
+#include <QtCore/QMap>
+#include <QtCore/QStandardPaths>
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlQuery>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -35,6 +40,23 @@ MetaInformation patientWithId(const char* id) {
     return patient;
 }
 
+QString databasePath() {
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+           text("/patients.sqlite");
+}
+
+// All that is kept, by path; the shared memory of the database is nothing that is kept.
+QMap<QString, QByteArray> filesOfTheUser() {
+    QMap<QString, QByteArray> files;
+    QDirIterator it(QDir::homePath(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!path.endsWith(text("-shm")))
+            files[path] = readFile(path);
+    }
+    return files;
+}
+
 class PatientsTest : public NavigatorTest {
 protected:
     QString count() const { return find<QLabel>("patientCount")->text(); }
@@ -49,6 +71,30 @@ protected:
     }
     static void press(const QDialog& dialog, const char* button) {
         QTest::mouseClick(dialog.findChild<QPushButton*>(text(button)), Qt::LeftButton);
+    }
+    void makeCurrent(const char* id) {
+        window()->findChild<PatientsView*>()->selectId(text(id));
+        QTest::mouseClick(find<QPushButton>("makeCurrent"), Qt::LeftButton);
+        ASSERT_TRUE(AppBase::getCurrentPatient());
+    }
+    // Stores the current patient with that name, as another workstation would.
+    static void storeElsewhere(const char* name) {
+        DataPointer<Patient> other;
+        ASSERT_EQ(DataIOManager::loadPatient(AppBase::getCurrentPatient()->storageUri(), other),
+                  CaError::nullError);
+        other->setName(text(name));
+        other->setSex(other->sex() == Patient::Male ? Patient::Female : Patient::Male);
+        ASSERT_EQ(DataIOManager::storePatient(other), CaError::nullError);
+    }
+    static QString storedName() {
+        MetaInformation stored;
+        EXPECT_EQ(
+            DataIOManager::loadPatientMetaInfo(AppBase::getCurrentPatient()->storageUri(), stored),
+            CaError::nullError);
+        return stored.value(text("name"));
+    }
+    static void answerConflict(const char* button) {
+        answerNextMessageBox([=](QMessageBox& box) { press(box, button); });
     }
     static QString shown(const QWidget& parent, const char* name) {
         return parent.findChild<QLabel*>(text(name))->accessibleName();
@@ -155,6 +201,157 @@ TEST_F(PatientsTest, TheCurrentPatientIsEditedInPlace) {
     EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);
 }
 
+// --- two workstations
+
+TEST_F(PatientsTest, TheCurrentPatientFollowsWhatAnotherWorkstationStored) {
+    storePatient("1", "Adams");
+    storePatient("2", "Brown");
+    showList("Patients: 2");
+    makeCurrent("1");
+    const DataPointer<Patient> first = AppBase::getCurrentPatient();
+    ASSERT_EQ(first->addChild(new Study, false), CaError::nullError);
+    ASSERT_EQ(first->addChild(new Study, false), CaError::nullError);
+    ASSERT_EQ(DataIOManager::storePatient(first), CaError::nullError);
+    AppBase::setCurrentStudy(dataCast<Study>(first->child(1)));
+    auto* view = window()->findChild<PatientsView*>();
+    const struct {
+        const char* way;
+        std::function<void()> look;
+    } cases[] = {
+        {"Reload", [&] { QTest::mouseClick(find<QPushButton>("reloadPatients"), Qt::LeftButton); }},
+        {"Make current", [&] { makeCurrent("1"); }},
+        {"selecting",
+         [&] {
+             view->selectId(text("2"));
+             view->selectId(text("1"));
+         }},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.way);
+        storeElsewhere(each.way);
+        each.look();
+        const DataPointer<Patient> current = AppBase::getCurrentPatient();
+        EXPECT_EQ(current->name(), text(each.way));
+        EXPECT_EQ(AppBase::getCurrentStudy(), dataCast<Study>(current->child(1)));
+        current->setSex(current->sex() == Patient::Male ? Patient::Female : Patient::Male);
+        EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);
+    }
+}
+
+TEST_F(PatientsTest, TheUserChoosesBetweenTwoChangesOfOnePatient) {
+    storePatient("1", "Adams");
+    showList("Patients: 1");
+    makeCurrent("1");
+    const struct {
+        const char *answer, *current, *stored;
+    } cases[] = {
+        {"leave", "Mine", "Other"}, {"takeStored", "Other", "Other"}, {"keepMine", "Mine", "Mine"}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.answer);
+        storeElsewhere("Before");
+        QTest::mouseClick(find<QPushButton>("reloadPatients"), Qt::LeftButton);
+        storeElsewhere("Other");
+        AppBase::getCurrentPatient()->setName(text("Mine"));
+        answerConflict(each.answer);
+        QTest::mouseClick(find<QPushButton>("reloadPatients"), Qt::LeftButton);
+        EXPECT_EQ(AppBase::getCurrentPatient()->name(), text(each.current));
+        EXPECT_EQ(storedName(), text(each.stored));
+
+        // The same while the form is open.
+        if (DataIOManager::hasUnstoredChanges(AppBase::getCurrentPatient())) {
+            ASSERT_EQ(DataIOManager::storePatientOverOthers(AppBase::getCurrentPatient()),
+                      CaError::nullError);
+        }
+        inForm("editPatient", [&](QDialog& form) {
+            storeElsewhere("Other");
+            form.findChild<QLineEdit*>(text("patientName"))->setText(text("Mine"));
+            answerConflict(each.answer);
+            press(form, "ok");
+            EXPECT_EQ(form.isVisible(), text(each.answer) == text("leave"));
+            EXPECT_EQ(form.findChild<QLineEdit*>(text("patientName"))->text(), text("Mine"));
+            form.hide();
+        });
+        EXPECT_EQ(storedName(), text(each.stored));
+        if (text(each.answer) != text("leave")) {
+            EXPECT_EQ(AppBase::getCurrentPatient()->name(), text(each.current));
+        }
+    }
+}
+
+TEST_F(PatientsTest, AFormStaysWhileTheRepositoryIsLockedOrGone) {
+    storePatient("1", "Adams");
+    showList("Patients: 1");
+    const QString file = databasePath();
+    for (const bool isGone : {false, true}) {
+        inForm("newPatient", [&](QDialog& form) {
+            form.findChild<QLineEdit*>(text("patientName"))->setText(text("Doe, Jane"));
+            {
+                auto other = QSqlDatabase::addDatabase(text("QSQLITE"), text("other"));
+                other.setDatabaseName(file);
+                ASSERT_TRUE(other.open());
+                if (isGone) {
+                    expectLog(vlr::LogLevel::Warning, "opened anew");
+                    ASSERT_TRUE(QFile::rename(file, file + text(".away")));
+                    ASSERT_TRUE(QDir().mkpath(file));
+                } else {
+                    ASSERT_TRUE(QSqlQuery(other).exec(text("BEGIN IMMEDIATE")));
+                }
+                press(form, "ok");
+            }
+            QSqlDatabase::removeDatabase(text("other"));
+            EXPECT_TRUE(form.isVisible());
+            EXPECT_FALSE(form.findChild<QtMessageLine*>(text("storeError"))->text().isEmpty());
+            EXPECT_EQ(form.findChild<QLineEdit*>(text("patientName"))->text(), text("Doe, Jane"));
+            if (isGone) {
+                ASSERT_TRUE(QDir().rmdir(file));
+                ASSERT_TRUE(QFile::rename(file + text(".away"), file));
+            }
+            press(form, "ok");
+            EXPECT_FALSE(form.isVisible());
+            form.hide();
+        });
+        EXPECT_EQ(count(), text(isGone ? "Patients: 3" : "Patients: 2"));
+    }
+}
+
+TEST_F(PatientsTest, LeavingADialogChangesNoFile) {
+    storePatient("1", "Adams");
+    showList("Patients: 1");
+    makeCurrent("1");
+    const DataPointer<Study> study(new Study);
+    ASSERT_EQ(AppBase::getCurrentPatient()->addChild(study, false), CaError::nullError);
+    ASSERT_EQ(DataIOManager::storePatient(AppBase::getCurrentPatient()), CaError::nullError);
+    AppBase::setCurrentStudy(study);
+    const std::function<void(QDialog&)> ways[] = {
+        [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); },
+        [](QDialog& dialog) { dialog.close(); }, [](QDialog& dialog) { press(dialog, "cancel"); }};
+    for (const char* button : {"newPatient", "editPatient", "newStudy", "editStudy", ""})
+        for (const auto& leave : ways) {
+            SCOPED_TRACE(button);
+            const auto before = filesOfTheUser();
+            ASSERT_FALSE(before.isEmpty());
+            const auto drive = [&](QDialog& dialog) {
+                for (auto* edit : dialog.findChildren<QLineEdit*>())
+                    edit->setText(text("typed"));
+                for (auto* check : dialog.findChildren<QCheckBox*>())
+                    check->toggle();
+                leave(dialog);
+                EXPECT_FALSE(dialog.isVisible());
+            };
+            if (*button) {
+                inForm(button, drive);
+            } else {
+                inNextDialog<QtConfigDialog>([&](QDialog& dialog) { drive(dialog); });
+                emit window()->configRequest();
+            }
+            ASSERT_EQ(DataIOManager::storePatient(AppBase::getCurrentPatient()),
+                      CaError::nullError);
+            EXPECT_EQ(filesOfTheUser(), before);
+        }
+}
+
+// --- studies
+
 TEST_F(PatientsTest, StudiesOfTheCurrentPatientAreEnteredAndEdited) {
     const DataPointer<Patient> patient = storePatient("1", "Adams");
     showList("Patients: 1");
@@ -186,10 +383,12 @@ TEST_F(PatientsTest, StudiesOfTheCurrentPatientAreEnteredAndEdited) {
     enter("editStudy", "St. Mary", false);
     const auto* list = find<StudyList>("studies");
     ASSERT_EQ(list->count(), 1);
+    EXPECT_TRUE(list->item(0)->font().bold());
     EXPECT_THAT(list->item(0)->text().toStdString(), testing::HasSubstr("St. Mary"));
 
     enter("newStudy", "St. Paul", false);
     EXPECT_NE(AppBase::getCurrentStudy(), study);
+    EXPECT_FALSE(list->item(0)->font().bold());
     find<StudyList>("studies")->setCurrentRow(0);
     EXPECT_TRUE(QTest::qWaitFor([&] { return AppBase::getCurrentStudy() == study; }, patience));
     DataPointer<Patient> stored;

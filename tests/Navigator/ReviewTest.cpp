@@ -235,11 +235,17 @@ TEST_F(ReviewTest, DeletingAsksFirst) {
     EXPECT_EQ(stored(patient)->childCount(), 0);
 }
 
+// As another workstation does that has the same patient open.
+static void changeElsewhere(const DataPointer<Patient>& patient) {
+    patient->setName(QStringLiteral("Somebody, Else"));
+    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+}
+
 TEST_F(ReviewTest, AFailureToDeleteIsTakenBack) {
     useThree();
     show(new ReviewModule);
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    ASSERT_EQ(DataIOManager::storePatient(stored(patient)), CaError::nullError); // by another
+    changeElsewhere(stored(patient));
     QTest::keyClick(list(), Qt::Key_Home);
     expectLog(vlr::LogLevel::UserError, "The screenshot was not deleted. ");
     answerNextMessageBox([this](QMessageBox& box) {
@@ -266,7 +272,7 @@ TEST_F(ReviewTest, ANewScreenshotIsStoredAtOnceAndShown) {
     ASSERT_EQ(read->childCount(), 4);
     EXPECT_EQ(dataCast<QtScreenShotData>(read->child(3))->screenShot().size(), window()->size());
 
-    ASSERT_EQ(DataIOManager::storePatient(read), CaError::nullError); // by another
+    changeElsewhere(read);
     expectLog(vlr::LogLevel::UserError, "The screenshot is not in the repository yet. ");
     answer(QMessageBox::Ok);
     ASSERT_EQ(patient->addChild(makeScreenshot(recordId(50), Qt::white), true), CaError::nullError);

@@ -10,6 +10,7 @@
 #include "IO/DataIOManager.h"
 #include "Patients/PatientsOptionsWidget.h"
 #include "Patients/PatientsView.h"
+#include "Patients/StoredVersion.h"
 #include "Patients/StudyList.h"
 
 #include <QtWidgets/QLabel>
@@ -31,7 +32,7 @@ void linkForms() {
 }
 
 // A patient nobody can find again by name or id is not stored.
-CaError storeNamed(const DataPointer<Patient>& patient) {
+CaError storeNamed(const DataPointer<Patient>& patient, bool& takesStored) {
     using Form = QtPatientConfigurationWidget;
     if (patient->patientId().trimmed().isEmpty())
         return CaError(Form::idError,
@@ -39,18 +40,29 @@ CaError storeNamed(const DataPointer<Patient>& patient) {
     if (patient->name().trimmed().isEmpty())
         return CaError(Form::nameError,
                        PatientsModule::tr("Enter the name of the patient.").toStdString());
-    return DataIOManager::storePatient(patient);
+    return storeOrAsk(patient, takesStored);
 }
 
 // A patient without the study when it could not be stored with it.
-CaError storeWithStudy(const DataPointer<Patient>& patient, const DataPointer<Study>& study) {
+CaError storeWithStudy(const DataPointer<Patient>& patient, const DataPointer<Study>& study,
+                       bool& takesStored) {
     CaError error = patient->addChild(study, true);
     if (error != CaError::nullError)
         return error;
-    error = DataIOManager::storePatient(patient);
+    error = storeOrAsk(patient, takesStored);
     if (error != CaError::nullError)
         (void)patient->removeChild(study.get());
     return error;
+}
+
+QString notLoaded(const CaError& error) {
+    return PatientsModule::tr("The patient cannot be loaded. %1")
+        .arg(QString::fromStdString(error.text()));
+}
+
+QString notStored(const CaError& error) {
+    return PatientsModule::tr("The patient was not stored. %1")
+        .arg(QString::fromStdString(error.text()));
 }
 
 } // namespace
@@ -89,6 +101,7 @@ void PatientsModule::createContext() {
     create->setObjectName(QStringLiteral("newPatient"));
     m_editPatient->setObjectName(QStringLiteral("editPatient"));
     m_makeCurrent->setObjectName(QStringLiteral("makeCurrent"));
+    reload->setObjectName(QStringLiteral("reloadPatients"));
     m_editPatient->setEnabled(false);
     m_makeCurrent->setEnabled(false);
     createStudies();
@@ -96,13 +109,9 @@ void PatientsModule::createContext() {
     connect(create, &QPushButton::clicked, this, &PatientsModule::newPatient);
     connect(m_editPatient, &QPushButton::clicked, this, &PatientsModule::editPatient);
     connect(m_makeCurrent, &QPushButton::clicked, this, &PatientsModule::makeCurrent);
-    connect(reload, &QPushButton::clicked, m_view, &PatientsView::load);
+    connect(reload, &QPushButton::clicked, this, &PatientsModule::reload);
     connect(m_view, &PatientsView::makeCurrentRequested, this, &PatientsModule::makeCurrent);
-    connect(m_view, &PatientsView::selectionChanged, this, [this] {
-        const bool isSelected = m_view->selectedPatient().isValid();
-        m_editPatient->setEnabled(isSelected);
-        m_makeCurrent->setEnabled(isSelected);
-    });
+    connect(m_view, &PatientsView::selectionChanged, this, &PatientsModule::selectionChanged);
 }
 
 void PatientsModule::createStudies() {
@@ -128,7 +137,8 @@ void PatientsModule::createStudies() {
 }
 
 void PatientsModule::activate() {
-    m_view->setFocus();
+    if (m_view)
+        m_view->setFocus();
 }
 
 void PatientsModule::deactivate() {}
@@ -148,16 +158,18 @@ bool PatientsModule::edit(const DataPointer<Data>& data, const QString& title,
     options.title = title;
     options.parent = application ? application->getMainWindow() : m_view->window();
     options.store = store;
+    const QPointer<PatientsModule> self = this;
     const CaError error = DataFactory::displayConfigurationDialog(data.get(), nullptr, options);
     if (error != CaError::nullError)
         return false;
     data->notify(Data::CHANGED);
-    return true;
+    return self && m_view; // The application may have ended while the dialog was open.
 }
 
 void PatientsModule::newPatient() {
     const DataPointer<Patient> patient(new Patient);
-    if (!edit(patient, tr("New patient"), [&] { return storeNamed(patient); }))
+    bool takesStored = false; // Nobody else has this one.
+    if (!edit(patient, tr("New patient"), [&] { return storeNamed(patient, takesStored); }))
         return;
     m_view->load();
     m_view->select(patient->storageUri());
@@ -166,42 +178,105 @@ void PatientsModule::newPatient() {
 
 void PatientsModule::editPatient() {
     const DataPointer<Patient> patient = selectedPatient();
-    if (patient && edit(patient, tr("Edit patient"), [&] { return storeNamed(patient); }))
-        m_view->load();
-    m_view->setFocus();
+    bool takesStored = false;
+    if (patient &&
+        edit(patient, tr("Edit patient"), [&] { return storeNamed(patient, takesStored); })) {
+        finishEdit(patient, takesStored);
+        m_view->setFocus();
+    }
 }
 
 void PatientsModule::newStudy() {
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
     const DataPointer<Study> study(new Study);
-    if (patient && edit(study, tr("New study"), [&] { return storeWithStudy(patient, study); })) {
+    bool takesStored = false;
+    if (!patient ||
+        !edit(study, tr("New study"), [&] { return storeWithStudy(patient, study, takesStored); }))
+        return;
+    if (!takesStored)
         AppBase::setCurrentStudy(study);
-        m_view->load();
-    }
+    finishEdit(patient, takesStored);
 }
 
 void PatientsModule::editStudy() {
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
     const DataPointer<Study> study = AppBase::getCurrentStudy();
-    if (patient && study &&
-        edit(study, tr("Edit study"), [&] { return DataIOManager::storePatient(patient); })) {
-        m_studies->load();
-        m_view->load();
+    bool takesStored = false;
+    if (!patient || !study ||
+        !edit(study, tr("Edit study"), [&] { return storeOrAsk(patient, takesStored); }))
+        return;
+    m_studies->load();
+    finishEdit(patient, takesStored);
+}
+
+void PatientsModule::finishEdit(const DataPointer<Patient>& patient, bool takesStored) {
+    CaError error;
+    if (takesStored && patient == AppBase::getCurrentPatient())
+        error = takeStoredVersion(patient);
+    m_view->load();
+    if (error != CaError::nullError)
+        m_view->showMessage(notLoaded(error));
+}
+
+// --- the current patient
+
+void PatientsModule::selectionChanged() {
+    const vlr::URI selected = m_view->selectedPatient();
+    m_editPatient->setEnabled(selected.isValid());
+    m_makeCurrent->setEnabled(selected.isValid());
+    const DataPointer<Patient> current = AppBase::getCurrentPatient();
+    if (current && selected.isValid() && current->storageUri() == selected)
+        followStored(false);
+}
+
+void PatientsModule::reload() {
+    m_view->load();
+    followStored(true);
+}
+
+void PatientsModule::followStored(bool mayAsk) {
+    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
+    bool isChanged = false;
+    // What cannot be read is said where the list stands.
+    if (!patient || DataIOManager::isChangedElsewhere(patient, isChanged) != CaError::nullError ||
+        !isChanged)
+        return;
+    Conflict answer = Conflict::TakeStored;
+    if (DataIOManager::hasUnstoredChanges(patient)) {
+        if (!mayAsk) {
+            m_view->showMessage(tr("Another workstation stored the current patient, who has "
+                                   "changes here too. Choose \"Reload list\" to decide."));
+            return;
+        }
+        const QPointer<PatientsModule> self = this;
+        answer = askAboutConflict(*patient, m_view->window());
+        if (!self || !m_view)
+            return;
     }
+    CaError error;
+    if (answer == Conflict::TakeStored)
+        error = takeStoredVersion(patient);
+    else if (answer == Conflict::KeepMine)
+        error = DataIOManager::storePatientOverOthers(patient);
+    if (mayAsk && answer != Conflict::Leave)
+        m_view->load();
+    if (error != CaError::nullError)
+        m_view->showMessage(answer == Conflict::KeepMine ? notStored(error) : notLoaded(error));
 }
 
 // There is only one of the current patient, so that nobody works on an old copy.
 DataPointer<Patient> PatientsModule::selectedPatient() {
     const vlr::URI uri = m_view->selectedPatient();
     DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    if (!uri.isValid() || (patient && patient->storageUri() == uri))
-        return uri.isValid() ? patient : DataPointer<Patient>();
+    if (!uri.isValid())
+        return {};
+    if (patient && patient->storageUri() == uri) {
+        followStored(true);
+        return m_view ? AppBase::getCurrentPatient() : DataPointer<Patient>();
+    }
     patient = nullptr;
     const CaError error = DataIOManager::loadPatient(uri, patient);
-    m_view->showMessage(
-        error == CaError::nullError
-            ? QString()
-            : tr("The patient cannot be loaded. %1").arg(QString::fromStdString(error.text())));
+    m_view->showMessage(error == CaError::nullError ? QString() : notLoaded(error));
     return patient;
 }
 
@@ -212,7 +287,8 @@ void PatientsModule::makeCurrent() {
 
 void PatientsModule::showCurrentPatient() {
     const DataPointer<Patient> current = AppBase::getCurrentPatient();
-    m_view->setCurrentPatient(current ? current->storageUri() : vlr::URI());
+    if (m_view)
+        m_view->setCurrentPatient(current ? current->storageUri() : vlr::URI());
     m_newStudy->setEnabled(static_cast<bool>(current));
     if (current)
         m_options->setLastPatientId(current->patientId());

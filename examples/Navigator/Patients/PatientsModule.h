@@ -5,6 +5,8 @@
 #include "Observer/CaSubject.h"
 #include "Patients/PatientsOptions.h"
 
+#include <QtCore/QPointer>
+
 #include <functional>
 
 class PatientsView;
@@ -33,11 +35,17 @@ private:
     bool edit(const DataPointer<Data>& data, const QString& title,
               const std::function<CaError()>& store);
     DataPointer<Patient> selectedPatient(); ///< Null, with a message, when it cannot be loaded.
+    void selectionChanged();
+    void reload();
+    /// Brings the current patient to what somebody else stored meanwhile. Where there are changes
+    /// here too the user is asked, or only told.
+    void followStored(bool mayAsk);
+    void finishEdit(const DataPointer<Patient>& patient, bool takesStored);
     void makeCurrent();
     void showCurrentPatient();
 
     DataPointer<PatientsOptions> m_options;
-    PatientsView* m_view; ///< Owned by the base.
+    QPointer<PatientsView> m_view; ///< Owned by the base.
     StudyList* m_studies = nullptr;
     QPushButton* m_editPatient = nullptr;
     QPushButton* m_makeCurrent = nullptr;

@@ -161,7 +161,7 @@ QWidget* PatientsView::createErrorPage() {
     const PageLabels labels = fillPage(m_errorPage, "Error", {});
     m_reason = labels.text;
     m_reason->setObjectName(QStringLiteral("repositoryError"));
-    auto* again = new QPushButton(vlr::icon(QStringLiteral("Refresh")), tr("&Try again"));
+    auto* again = new QPushButton(vlr::icon(QStringLiteral("Refresh")), tr("Try a&gain"));
     again->setObjectName(QStringLiteral("tryAgain"));
     labels.column->addSpacing(6);
     labels.column->addWidget(again, 0, Qt::AlignHCenter);

@@ -41,8 +41,12 @@ void StudyList::addStudy(const DataPointer<Study>& study) {
     auto* item = new QListWidgetItem(studyText(*study), this);
     item->setToolTip(item->text().toHtmlEscaped());
     m_studies.push_back(study);
-    if (study == AppBase::getCurrentStudy())
-        setCurrentItem(item);
+    if (study != AppBase::getCurrentStudy())
+        return;
+    QFont bold = item->font();
+    bold.setBold(true);
+    item->setFont(bold);
+    setCurrentItem(item);
 }
 
 DataPointer<Study> StudyList::selectedStudy() const {

@@ -225,9 +225,10 @@ const QString& Data::key() {
     return m_key;
 }
 
-void Data::setStorage(const vlr::URI& uri, int revision) {
+void Data::setStorage(const vlr::URI& uri, int revision, const QByteArray& digest) {
     m_storageUri = uri;
     m_storageRevision = revision;
+    m_storageDigest = digest;
 }
 
 CaError Data::save(DataTreeNode& node) const {
@@ -333,6 +334,17 @@ CaError Data::saveBinaryParts() {
     for (std::size_t i = 0; error == CaError::nullError && i < m_children.size(); ++i)
         error = m_children[i]->saveBinaryParts();
     return error;
+}
+
+bool Data::doHasUnstoredBinaryParts() const {
+    return std::any_of(m_binaryParts.begin(), m_binaryParts.end(),
+                       [](const BinaryPart& part) { return part.changed; });
+}
+
+bool Data::hasUnstoredBinaryParts() const {
+    return doHasUnstoredBinaryParts() ||
+           std::any_of(m_children.begin(), m_children.end(),
+                       [](const auto& child) { return child->hasUnstoredBinaryParts(); });
 }
 
 void Data::markBinaryPartsStored() {

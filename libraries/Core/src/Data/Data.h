@@ -118,11 +118,15 @@ public:
     CaError saveBinaryParts();
     /// Remembers that the binary parts now are as the repository has them.
     void markBinaryPartsStored();
+    /// Whether the item or a descendant has a binary part that saveBinaryParts() would write.
+    bool hasUnstoredBinaryParts() const;
 
-    /// Where the tree is kept (held by its root), and how often it was stored there.
+    /// Where the tree is kept (held by its root), how often it was stored there, and a checksum
+    /// of what it was then, empty where that is not known.
     const vlr::URI& storageUri() const noexcept { return m_storageUri; }
     int storageRevision() const noexcept { return m_storageRevision; }
-    void setStorage(const vlr::URI& uri, int revision);
+    const QByteArray& storageDigest() const noexcept { return m_storageDigest; }
+    void setStorage(const vlr::URI& uri, int revision, const QByteArray& digest = {});
 
     // --- classes by name
 
@@ -143,6 +147,8 @@ protected:
     virtual CaError doLoad(DataTreeNode* node, QMap<QString, Data*>& references);
     /// Writes the item's changed binary parts.
     virtual CaError doBinSave();
+    /// Overridden where doBinSave() makes parts: whether it would make another one now.
+    virtual bool doHasUnstoredBinaryParts() const;
 
 private:
     struct BinaryPart {
@@ -168,6 +174,7 @@ private:
     std::vector<std::pair<QString, QString>> m_unreadAttributes;
     vlr::URI m_storageUri;
     int m_storageRevision = 0;
+    QByteArray m_storageDigest;
     vlr::URI m_formerStorageUri; // Of the tree that the item was the last to be removed from.
 };
 

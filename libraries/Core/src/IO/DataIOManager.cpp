@@ -101,6 +101,11 @@ Repository& openRepository() {
     return *repository;
 }
 
+void warnOfReadOnly(const std::string& reason) {
+    if (!reason.empty())
+        VLR_LOG(Warning) << "The patients can be read but not stored. " << reason;
+}
+
 QString repositoryUrl() {
     const QString url =
         vlr::Settings::get(QStringLiteral("Velora/Application/PatientRepository"), "");
@@ -111,6 +116,29 @@ QString repositoryUrl() {
     file.setPath(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
                  QStringLiteral("/patients.sqlite"));
     return file.toString(QUrl::FullyEncoded);
+}
+
+enum class Use { Reading, Listing, Storing };
+
+// The repository as it is now: not the one that somebody has taken away meanwhile, and not for
+// ever the one that was locked when it was opened.
+vlr::PatientStore* currentRepository(Use use, CaError& error) {
+    Repository& repository = openRepository();
+    if (repository.store && repository.store->isTakenAway()) {
+        VLR_LOG(Warning) << "The patient repository was renamed, replaced or removed while this "
+                            "program had it open. It is opened anew.";
+        repository.store.reset();
+    }
+    const std::string whyReadOnly = repository.store ? repository.store->whyReadOnly() : "";
+    if (!whyReadOnly.empty() && use != Use::Reading && repository.url == repositoryUrl()) {
+        CaError reason;
+        auto again = vlr::PatientStore::open(repository.url, reason);
+        if (again && again->whyReadOnly() != whyReadOnly)
+            warnOfReadOnly(again->whyReadOnly());
+        if (again)
+            repository.store = std::move(again);
+    }
+    return DataIOManager::repository(error);
 }
 
 // The parts are kept under the keys of their items, which therefore must differ.
@@ -151,6 +179,18 @@ CaError makeDocument(const Data& data, const vlr::TreeLimits& limits, DataTreeNo
     return vlr::readTree(document, check, limits);
 }
 
+QByteArray digestOf(const QByteArray& document) {
+    return QCryptographicHash::hash(document, QCryptographicHash::Sha256);
+}
+
+// Of the patient as it is now; empty where it cannot be written.
+QByteArray digestOf(const Patient& patient) {
+    DataTreeNode root;
+    if (patient.save(root) != CaError::nullError)
+        return {};
+    return digestOf(vlr::writeTree(root));
+}
+
 // To be called inside of the store's transaction. The parts come first: while they are written,
 // items may still make new ones, which the tree then has to name.
 CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
@@ -161,6 +201,20 @@ CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
     QSet<QString> keys;
     if (error == CaError::nullError)
         error = collectParts(root, keys, stored);
+    return error;
+}
+
+// 0 for a patient that is not, or no longer, in the repository.
+CaError storedRevision(const Patient& patient, int& revision) {
+    revision = 0;
+    CaError error;
+    vlr::PatientStore* store = currentRepository(Use::Reading, error);
+    MetaInformation information;
+    if (store)
+        error = store->metaInformation(patient.storageUri().patientUid(), information);
+    if (error.id() == vlr::PatientStore::unknownPatientError)
+        return CaError::nullError;
+    revision = information.value(QStringLiteral("revision")).toInt();
     return error;
 }
 
@@ -230,6 +284,8 @@ vlr::PatientStore* DataIOManager::repository(CaError& error) {
         qAddPostRoutine(&DataIOManager::closeRepository);
         repository.store = vlr::PatientStore::open(url, error);
         repository.url = url;
+        if (repository.store)
+            warnOfReadOnly(repository.store->whyReadOnly());
     }
     return repository.store.get();
 }
@@ -251,26 +307,26 @@ CaError DataIOManager::patientList(std::vector<vlr::URI>& uris) {
 
 CaError DataIOManager::patientMetaInfoList(std::vector<MetaInformation>& patients) {
     CaError error;
-    vlr::PatientStore* store = repository(error);
+    vlr::PatientStore* store = currentRepository(Use::Listing, error);
     return store ? store->list(patients) : error;
 }
 
 CaError DataIOManager::patientIds(std::vector<QString>& ids) {
     ids.clear();
     CaError error;
-    vlr::PatientStore* store = repository(error);
+    vlr::PatientStore* store = currentRepository(Use::Reading, error);
     return store ? store->patientIds(ids) : error;
 }
 
 CaError DataIOManager::loadPatientMetaInfo(const vlr::URI& uri, MetaInformation& information) {
     CaError error;
-    vlr::PatientStore* store = repository(error);
+    vlr::PatientStore* store = currentRepository(Use::Reading, error);
     return store ? store->metaInformation(uri.patientUid(), information) : error;
 }
 
 CaError DataIOManager::loadPatient(const vlr::URI& uri, DataPointer<Patient>& patient) {
     CaError error;
-    vlr::PatientStore* store = repository(error);
+    vlr::PatientStore* store = currentRepository(Use::Reading, error);
     if (!store)
         return error;
     registerCoreData();
@@ -284,7 +340,7 @@ CaError DataIOManager::loadPatient(const vlr::URI& uri, DataPointer<Patient>& pa
         error = loaded->load(root);
     if (error != CaError::nullError)
         return error;
-    loaded->setStorage(vlr::URI::patient(stored.uid), stored.revision);
+    loaded->setStorage(vlr::URI::patient(stored.uid), stored.revision, digestOf(*loaded));
     patient = loaded;
     return CaError::nullError;
 }
@@ -298,7 +354,7 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
         return CaError("DataIOManager::storePatient",
                        "A patient that is a part of another item cannot be stored by itself.");
     CaError error;
-    vlr::PatientStore* store = repository(error);
+    vlr::PatientStore* store = currentRepository(Use::Storing, error);
     if (!store)
         return error;
     if (!patient->storageUri().isValid())
@@ -308,13 +364,43 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
     error = store->store(stored, [&] { return storeContent(*patient, stored); });
     if (error != CaError::nullError)
         return error;
-    patient->setStorage(patient->storageUri(), stored.revision);
+    patient->setStorage(patient->storageUri(), stored.revision, digestOf(stored.document));
     patient->markBinaryPartsStored();
     return CaError::nullError;
 }
 
+CaError DataIOManager::storePatientOverOthers(const DataPointer<Patient>& patient) {
+    if (!patient)
+        return storePatient(patient);
+    int stored = 0;
+    CaError error = storedRevision(*patient, stored);
+    if (error != CaError::nullError)
+        return error;
+    const int revision = patient->storageRevision();
+    patient->setStorage(patient->storageUri(), stored, patient->storageDigest());
+    error = storePatient(patient);
+    if (error != CaError::nullError)
+        patient->setStorage(patient->storageUri(), revision, patient->storageDigest());
+    return error;
+}
+
+bool DataIOManager::hasUnstoredChanges(const DataPointer<Patient>& patient) {
+    return patient && (patient->storageDigest().isEmpty() || patient->hasUnstoredBinaryParts() ||
+                       digestOf(*patient) != patient->storageDigest());
+}
+
+CaError DataIOManager::isChangedElsewhere(const DataPointer<Patient>& patient, bool& isChanged) {
+    isChanged = false;
+    if (!patient || patient->storageRevision() == 0)
+        return CaError::nullError;
+    int stored = 0;
+    const CaError error = storedRevision(*patient, stored);
+    isChanged = error == CaError::nullError && stored != patient->storageRevision();
+    return error;
+}
+
 CaError DataIOManager::removePatient(const vlr::URI& uri) {
     CaError error;
-    vlr::PatientStore* store = repository(error);
+    vlr::PatientStore* store = currentRepository(Use::Storing, error);
     return store ? store->remove(uri.patientUid()) : error;
 }

@@ -53,18 +53,29 @@ public:
     /// Gives a new Patient.
     static CaError loadPatient(const vlr::URI& uri, DataPointer<Patient>& patient);
     /// Stores the patient and the binary parts of its tree, all or nothing. A patient that has
-    /// no place in the repository yet gets one. Refused: an empty patient id, an id that another
+    /// no place in the repository yet gets one; one that is there as it is now is not stored
+    /// again. Refused: an empty patient id, an id that another
     /// patient has (error id idTakenError), a patient that was stored by somebody else since it
     /// was loaded (changedElsewhereError), one that is a part of another item, two items with one
     /// key, a binary part whose bytes are nowhere, and what loadPatient() would not take back.
     static CaError storePatient(const DataPointer<Patient>& patient);
+    /// The same for a patient that was changed or removed by somebody else: what he stored is
+    /// replaced. To be called when the user wants that.
+    static CaError storePatientOverOthers(const DataPointer<Patient>& patient);
+    /// Whether the patient is not what it was when it was last loaded or stored. The answer needs
+    /// no repository.
+    static bool hasUnstoredChanges(const DataPointer<Patient>& patient);
+    /// Whether somebody else stored or removed the patient since it was loaded or stored here.
+    static CaError isChangedElsewhere(const DataPointer<Patient>& patient, bool& isChanged);
     /// A patient that is not in the repository is an error.
     static CaError removePatient(const vlr::URI& uri);
 
     static const char* const idTakenError;
     static const char* const changedElsewhereError;
 
-    /// The repository, opened when it is first asked for; null with the reason in `error`.
+    /// The repository, opened when it is first asked for; null with the reason in `error`. The
+    /// operations on whole patients above open it anew when it was removed or replaced meanwhile,
+    /// with a "WARNING"; listing and storing do so too while it could be opened for reading only.
     static vlr::PatientStore* repository(CaError& error);
     /// Closes the repository; the next use opens it again.
     static void closeRepository();

@@ -6,6 +6,8 @@
 
 namespace vlr {
 
+const char* const PatientStore::unknownPatientError = "PatientStore::unknownPatient";
+
 PatientStore::~PatientStore() = default;
 
 std::unique_ptr<PatientStore> PatientStore::open(const QString& text, CaError& error) {

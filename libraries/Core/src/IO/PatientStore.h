@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace vlr {
@@ -35,10 +36,18 @@ public:
     /// exist. Null, with the reason in `error`, where that is impossible.
     static std::unique_ptr<PatientStore> open(const QString& url, CaError& error);
 
+    /// The id of the error that metaInformation() gives for a patient that is not there.
+    static const char* const unknownPatientError;
+
     PatientStore() = default;
     PatientStore(const PatientStore&) = delete;
     PatientStore& operator=(const PatientStore&) = delete;
     virtual ~PatientStore();
+
+    /// Why the repository could be opened for reading only; empty where it can be written to.
+    virtual std::string whyReadOnly() const = 0;
+    /// Whether what was opened is no longer what the URL names.
+    virtual bool isTakenAway() const = 0;
 
     virtual CaError list(std::vector<MetaInformation>& patients) = 0;
     /// The ids of all patients in no order; after a failure those that were read before it.
@@ -48,7 +57,9 @@ public:
     virtual CaError load(const QString& uid, qint64 limit, StoredPatient& patient) = 0;
     /// Stores the patient and whatever `storeParts` writes with writePart(), all or nothing.
     /// `storeParts` may still change the document and the set of parts. Parts of the patient that
-    /// are not in the set are removed; one of the set that is not there is an error.
+    /// are not in the set are removed; one of the set that is not there is an error. When the
+    /// document is the stored one, byte by byte, and no part was written, nothing is stored, and
+    /// the revision stays.
     virtual CaError store(StoredPatient& patient, const std::function<CaError()>& storeParts) = 0;
     /// An unknown patient is an error.
     virtual CaError remove(const QString& uid) = 0;

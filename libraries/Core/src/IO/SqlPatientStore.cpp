@@ -11,8 +11,8 @@ namespace vlr {
 
 namespace {
 
-const QString listingColumns =
-    QStringLiteral("SELECT uid, patient_id, name, sex, birth_date, changed FROM patient ");
+const QString listingColumns = QStringLiteral(
+    "SELECT uid, patient_id, name, sex, birth_date, changed, revision FROM patient ");
 
 MetaInformation listingRow(const QSqlQuery& row) {
     MetaInformation information;
@@ -22,6 +22,7 @@ MetaInformation listingRow(const QSqlQuery& row) {
     information.setValue(QStringLiteral("sex"), row.value(3).toString());
     information.setValue(QStringLiteral("birthDate"), row.value(4).toString());
     information.setValue(QStringLiteral("changed"), row.value(5).toString());
+    information.setValue(QStringLiteral("revision"), row.value(6).toString());
     return information;
 }
 
@@ -36,6 +37,10 @@ SqlPatientStore::SqlPatientStore(const QUrl& url)
     : m_url(url), m_connection(QUuid::createUuid().toString()) {}
 
 SqlPatientStore::~SqlPatientStore() {
+    // SQLite leaves the changes beside a file that was moved, where they would be lost as soon as
+    // a new one takes its place.
+    if (isTakenAway())
+        (void)run(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
     m_database.close();
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_connection);
@@ -70,7 +75,7 @@ CaError SqlPatientStore::run(const QString& sql, const QVariantList& values, int
     return error;
 }
 
-CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work) {
+CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, const bool& isIdle) {
     CaError error = checkWritable();
     if (error != CaError::nullError)
         return error;
@@ -81,9 +86,9 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work) {
     if (error != CaError::nullError)
         return error;
     error = work();
-    if (error == CaError::nullError)
+    if (error == CaError::nullError && !isIdle)
         error = run(QStringLiteral("COMMIT"));
-    if (error != CaError::nullError)
+    if (error != CaError::nullError || isIdle)
         (void)run(QStringLiteral("ROLLBACK"));
     return error;
 }
@@ -119,8 +124,11 @@ CaError SqlPatientStore::metaInformation(const QString& uid, MetaInformation& in
     const CaError error = query(listingColumns + QStringLiteral("WHERE uid = ?"), {uid}, row);
     if (error != CaError::nullError)
         return error;
+    if (row.lastError().isValid())
+        return failure(row.lastError().text());
     if (!row.next())
-        return failure(QStringLiteral("there is no such patient"));
+        return CaError(unknownPatientError,
+                       failure(QStringLiteral("there is no such patient")).text());
     information = listingRow(row);
     return CaError::nullError;
 }
@@ -146,8 +154,10 @@ CaError SqlPatientStore::load(const QString& uid, qint64 limit, StoredPatient& p
 }
 
 CaError SqlPatientStore::store(StoredPatient& patient, const std::function<CaError()>& storeParts) {
-    const CaError error = inTransaction([&] { return storeRows(patient, storeParts); });
-    if (error == CaError::nullError)
+    bool isUnchanged = false;
+    const CaError error =
+        inTransaction([&] { return storeRows(patient, storeParts, isUnchanged); }, isUnchanged);
+    if (error == CaError::nullError && !isUnchanged)
         ++patient.revision;
     return error;
 }
@@ -205,15 +215,29 @@ CaError SqlPatientStore::storeDocument(const StoredPatient& patient) {
     return error;
 }
 
+// The columns of the listing are in the document too.
+CaError SqlPatientStore::findUnchanged(const StoredPatient& patient, bool& isUnchanged) {
+    QSqlQuery row(m_database);
+    const CaError error =
+        query(QStringLiteral("SELECT 1 FROM document WHERE uid = ? AND content = ?"),
+              {patient.uid, patient.document}, row);
+    isUnchanged = error == CaError::nullError && !m_hasWrittenParts && row.next();
+    return error;
+}
+
 CaError SqlPatientStore::storeRows(const StoredPatient& patient,
-                                   const std::function<CaError()>& storeParts) {
+                                   const std::function<CaError()>& storeParts, bool& isUnchanged) {
     CaError error = checkId(patient);
     if (error == CaError::nullError)
         error = storePatientRow(patient);
+    m_hasWrittenParts = false;
     if (error == CaError::nullError)
         error = storeParts();
     if (error == CaError::nullError)
-        error = storeDocument(patient);
+        error = findUnchanged(patient, isUnchanged);
+    if (error != CaError::nullError || isUnchanged)
+        return error;
+    error = storeDocument(patient);
     if (error == CaError::nullError)
         error = settleParts(patient);
     return error;
@@ -285,6 +309,7 @@ CaError SqlPatientStore::writePart(const QString& uid, const QString& itemKey, c
     const CaError error = checkWritable();
     if (error != CaError::nullError)
         return error;
+    m_hasWrittenParts = true;
     // One statement, so that the old bytes stay where there is no room for the new ones.
     return run(QStringLiteral("INSERT INTO binary_part (uid, item, name, content) "
                               "VALUES (?, ?, ?, ?) ON CONFLICT (uid, item, name) "

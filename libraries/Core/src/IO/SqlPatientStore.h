@@ -20,6 +20,8 @@ public:
     static std::unique_ptr<PatientStore> open(const QUrl& url, CaError& error);
     ~SqlPatientStore() override;
 
+    std::string whyReadOnly() const override { return m_whyReadOnly; }
+    bool isTakenAway() const override;
     CaError list(std::vector<MetaInformation>& patients) override;
     CaError patientIds(std::vector<QString>& ids) override;
     CaError metaInformation(const QString& uid, MetaInformation& information) override;
@@ -44,11 +46,14 @@ private:
     CaError checkId(const StoredPatient& patient);
     CaError storePatientRow(const StoredPatient& patient);
     CaError storeDocument(const StoredPatient& patient);
-    CaError storeRows(const StoredPatient& patient, const std::function<CaError()>& storeParts);
+    CaError storeRows(const StoredPatient& patient, const std::function<CaError()>& storeParts,
+                      bool& isUnchanged);
+    CaError findUnchanged(const StoredPatient& patient, bool& isUnchanged);
     CaError settleParts(const StoredPatient& patient);
     CaError query(const QString& sql, const QVariantList& values, QSqlQuery& query);
     CaError run(const QString& sql, const QVariantList& values = {}, int* changedRows = nullptr);
-    CaError inTransaction(const std::function<CaError()>& work);
+    /// What `work` did is taken back after an error, and when `isIdle` is true after it.
+    CaError inTransaction(const std::function<CaError()>& work, const bool& isIdle = false);
     CaError failure(const QString& reason) const;
 
     using FileIdentity = std::pair<quint64, quint64>; // Device and inode.
@@ -59,6 +64,7 @@ private:
     QSqlDatabase m_database;
     std::optional<FileIdentity> m_file; // Of the file that was opened; none for a server.
     std::string m_whyReadOnly;
+    bool m_hasWrittenParts = false; // Since the last store began.
 };
 
 } // namespace vlr

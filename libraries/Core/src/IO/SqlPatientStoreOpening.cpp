@@ -1,6 +1,5 @@
 #include "IO/PrivateFile.h"
 #include "IO/SqlPatientStore.h"
-#include "Log/vlrLog.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -113,7 +112,6 @@ CaError SqlPatientStore::openFileForReading(const CaError& reason) {
         version != schemaVersion)
         return reason;
     m_whyReadOnly = reason.text();
-    VLR_LOG(Warning) << "The patients can be read but not stored. " << reason;
     return CaError::nullError;
 }
 
@@ -124,12 +122,16 @@ std::optional<SqlPatientStore::FileIdentity> SqlPatientStore::identity(const QSt
     return FileIdentity(status.st_dev, status.st_ino);
 }
 
+bool SqlPatientStore::isTakenAway() const {
+    return m_file && m_file != identity(m_url.path());
+}
+
 // Whoever goes on writing to a file that was renamed or removed writes into nowhere.
 CaError SqlPatientStore::checkWritable() const {
     if (!m_whyReadOnly.empty())
         return failure(QStringLiteral("it could be opened for reading only: ") +
                        QString::fromStdString(m_whyReadOnly));
-    if (m_file && m_file != identity(m_url.path()))
+    if (isTakenAway())
         return failure(QStringLiteral("the file was renamed, replaced or removed while this "
                                       "program had it open"));
     return CaError::nullError;

@@ -274,10 +274,15 @@ void AppBaseImpl::exitApplication() {
     m_exitRequested = true;
     if (currentPatient()) {
         // The application ends whatever the result; but what could not be stored is not lost
-        // without a word.
-        const CaError error = DataIOManager::storePatient(currentPatient());
-        if (error != CaError::nullError)
+        // without a word. What somebody else stored is no loss while nothing was changed here.
+        const DataPointer<Patient> patient = currentPatient();
+        const CaError error = DataIOManager::storePatient(patient);
+        if (error != CaError::nullError && DataIOManager::hasUnstoredChanges(patient)) {
             VLR_LOG(Error) << "Could not store the current patient. Reason: " << error;
+            VLR_LOG(UserError) << "The changes of the patient \""
+                               << patient->patientId().toStdString()
+                               << "\" could not be stored and are lost.\nReason: " << error.text();
+        }
     }
     QCoreApplication::quit();
 }

@@ -1,10 +1,13 @@
 #include "AppBase/ModuleConfig.h"
 
+#include <algorithm>
+
 VLR_DEFINE_RECORD_FACTORY(ModuleConfig)
 
 namespace {
 
 const QString countName = QStringLiteral("NoSizes");
+constexpr int mostSets = 500; // Eight attributes each; a stored item has at most 4096.
 
 QString sizeName(const char* prefix, std::size_t set, std::size_t pane) {
     return QString::fromLatin1(prefix) + QString::number(set) + QLatin1Char('_') +
@@ -64,12 +67,11 @@ CaError ModuleConfig::doLoad(DataTreeNode* node, QMap<QString, Data*>& reference
     error = vlr::readAttribute(*node, countName, count);
     if (error != CaError::nullError)
         return error;
-    // The number is the file's word: sets of which it holds not one size are not made.
-    const auto most = static_cast<int>(node->attributes().size());
-    if (count < 0 || count > most)
+    if (count < 0)
         return CaError(malformedAttributeError, "Cannot read attribute: NoSizes");
 
-    std::vector<DimensionSet> sets(static_cast<std::size_t>(count));
+    // The number is the file's word.
+    std::vector<DimensionSet> sets(static_cast<std::size_t>(std::min(count, mostSets)));
     for (std::size_t set = 0; set < sets.size(); ++set)
         for (std::size_t pane = 0; pane < sets[set].size(); ++pane) {
             int width = -1;

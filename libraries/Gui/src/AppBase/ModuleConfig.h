@@ -34,7 +34,9 @@ public:
 protected:
     ~ModuleConfig() override = default;
     CaError doSave(DataTreeNode* node, QMap<QString, QString>& references) const override;
-    /// Without the number of sets: the error that says so, and the record as it was.
+    /// Without the number of sets: the error that says so, and the record as it was. Sizes that are
+    /// missing are invalid; of a number above 500 the first 500 sets are taken, since a record with
+    /// more could not be stored.
     CaError doLoad(DataTreeNode* node, QMap<QString, Data*>& references) override;
 
 private:

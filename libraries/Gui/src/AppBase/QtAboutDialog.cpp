@@ -44,11 +44,11 @@ QString QtAboutDialog::text(const vlr::VersionInformation& information) {
                        "<p align=\"center\">%2</p><table align=\"center\" cellspacing=\"2\">")
             .arg(QGuiApplication::applicationDisplayName().toHtmlEscaped(),
                  (tr("Generated ") + information.buildTime).toHtmlEscaped());
+    result += row(tr("Qt, compiled with"), information.qtVersion);
+    result += row(tr("Qt, running with"), QString::fromLatin1(qVersion()));
     for (const QString& library : information.libraries)
         result += row(library, information.version);
     result += row(tr("Revision"), information.revision);
     result += row(tr("Build"), information.buildKey);
-    result += row(tr("Qt, compiled with"), information.qtVersion);
-    result += row(tr("Qt, running with"), QString::fromLatin1(qVersion()));
     return result + QStringLiteral("</table>");
 }

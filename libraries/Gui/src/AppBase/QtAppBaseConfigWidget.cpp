@@ -1,5 +1,6 @@
 #include "AppBase/QtAppBaseConfigWidget.h"
 
+#include <QtCore/QPointer>
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QColorDialog>
@@ -7,6 +8,7 @@
 #include <QtWidgets/QGridLayout>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QShortcut>
 #include <QtWidgets/QVBoxLayout>
 
 namespace {
@@ -40,6 +42,11 @@ QWidget* QtAppBaseConfigWidget::createShowMode() {
     m_showMode->addItem(tr("Maximized"), AppBaseConfig::Maximized);
     m_showMode->addItem(tr("Full Screen"), AppBaseConfig::FullScreen);
     m_showMode->setCurrentIndex(m_showMode->findData(m_config->showMode()));
+    // The title stays free of the mark of a key.
+    m_showMode->setToolTip(tr("How the window comes up at the next start (Alt+S)"));
+    auto* key = new QShortcut(tr("Alt+S"), this);
+    connect(key, &QShortcut::activated, m_showMode,
+            [this] { m_showMode->setFocus(Qt::ShortcutFocusReason); });
     (new QVBoxLayout(box))->addWidget(m_showMode);
     return box;
 }
@@ -55,7 +62,9 @@ QWidget* QtAppBaseConfigWidget::createColors() {
         auto* button = new QPushButton(box);
         button->setIconSize({iconSize, iconSize});
         button->setAccessibleName(places[i]);
-        button->setToolTip(places[i]);
+        const QString key = tr("Alt+%1").arg(i + 1);
+        button->setShortcut(key);
+        button->setToolTip(QStringLiteral("%1 (%2)").arg(places[i], key));
         m_colorButtons->addButton(button);
         grid->addWidget(button, i / 2, i % 2);
         m_colors[static_cast<std::size_t>(i)] =
@@ -70,6 +79,8 @@ QWidget* QtAppBaseConfigWidget::createColors() {
 QWidget* QtAppBaseConfigWidget::createOptions() {
     auto* box = new QGroupBox(tr("Various Options:"), this);
     m_touchScreenMode = new QCheckBox(tr("Enable Touch Screen Mode"), box);
+    m_touchScreenMode->setShortcut(tr("Alt+T"));
+    m_touchScreenMode->setToolTip(tr("Larger buttons, and a column of layouts (Alt+T)"));
     m_touchScreenMode->setChecked(m_config->isTouchScreenModeEnabled());
     (new QVBoxLayout(box))->addWidget(m_touchScreenMode);
     return box;
@@ -85,9 +96,17 @@ void QtAppBaseConfigWidget::colorButtonClicked(QAbstractButton* button) {
     const int index = m_colorButtons->buttons().indexOf(button);
     if (index < 0)
         return;
+    // The dialog around this widget may go while the user is choosing, and takes both along.
+    const QPointer<QtAppBaseConfigWidget> self = this;
     QColor& color = m_colors[static_cast<std::size_t>(index)];
-    const QColor chosen = QColorDialog::getColor(color, this, button->accessibleName());
-    if (!chosen.isValid())
+    const QPointer<QColorDialog> dialog = new QColorDialog(color, this);
+    dialog->setWindowTitle(button->accessibleName());
+    const bool isAccepted = dialog->exec() == QDialog::Accepted;
+    if (!self || !dialog)
+        return;
+    const QColor chosen = dialog->selectedColor();
+    delete dialog.data();
+    if (!isAccepted || !chosen.isValid())
         return;
     color = chosen;
     showColor(index);
@@ -96,14 +115,18 @@ void QtAppBaseConfigWidget::colorButtonClicked(QAbstractButton* button) {
 bool QtAppBaseConfigWidget::ok() {
     if (!m_config)
         return true;
+    // Whoever hears of a change may take this widget away.
     const DataPointer<AppBaseConfig> config = m_config;
-    if (m_touchScreenMode->checkState() != Qt::PartiallyChecked)
-        config->setTouchScreenModeEnabled(m_touchScreenMode->checkState() == Qt::Checked);
+    const Qt::CheckState touchScreenMode = m_touchScreenMode->checkState();
+    const auto showMode = static_cast<AppBaseConfig::ShowMode>(m_showMode->currentData().toInt());
+    const auto colors = m_colors;
+    if (touchScreenMode != Qt::PartiallyChecked)
+        config->setTouchScreenModeEnabled(touchScreenMode == Qt::Checked);
     config->notify(Data::CHANGED);
-    config->setShowMode(static_cast<AppBaseConfig::ShowMode>(m_showMode->currentData().toInt()));
+    config->setShowMode(showMode);
     config->notify(Data::CHANGED);
     const DataPointer<QuadViewConfig> quadView = config->mainWindowConfig()->quadViewConfig();
     for (int i = 0; i < QuadViewConfig::colorCount; ++i)
-        quadView->setResourceColor(i, m_colors[static_cast<std::size_t>(i)]);
+        quadView->setResourceColor(i, colors[static_cast<std::size_t>(i)]);
     return true;
 }

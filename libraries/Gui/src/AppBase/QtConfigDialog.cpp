@@ -27,21 +27,25 @@ bool hasSlot(const QObject* object, const char* signature) {
 
 QtConfigDialog::QtConfigDialog(DataPointer<AppBaseConfig> config, QtModuleList* moduleList,
                                QWidget* parent)
-    : QDialog(parent), m_tabs(new QTabWidget(this)), m_about(new QPushButton(tr("About"), this)),
-      m_cancel(new QPushButton(tr("Cancel"), this)), m_ok(new QPushButton(tr("Ok"), this)) {
+    : QDialog(parent), m_tabs(new QTabWidget(this)) {
     setWindowTitle(tr("Configuration"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
-    createButtons();
     if (config)
         addTab(config.get(), tr("Application Configuration"));
     if (moduleList)
         addModuleTabs(*moduleList);
+    // Made after the fields, they are reached after them.
+    createButtons();
     showAllTitles();
+    focusFirstField();
 }
 
 QtConfigDialog::~QtConfigDialog() = default;
 
 void QtConfigDialog::createButtons() {
+    m_about = new QPushButton(tr("About"), this);
+    m_cancel = new QPushButton(tr("Cancel"), this);
+    m_ok = new QPushButton(tr("Ok"), this);
     m_about->setObjectName(QStringLiteral("about"));
     m_cancel->setObjectName(QStringLiteral("cancel"));
     m_ok->setObjectName(QStringLiteral("ok"));
@@ -59,6 +63,8 @@ void QtConfigDialog::createButtons() {
     connect(m_about, &QPushButton::clicked, this, &QtConfigDialog::showAboutDialog);
     connect(m_cancel, &QPushButton::clicked, this, &QtConfigDialog::reject);
     connect(m_ok, &QPushButton::clicked, this, &QtConfigDialog::accept);
+    for (int i = 0; i < m_tabs->count(); ++i)
+        connectByName(m_tabs->widget(i));
 }
 
 void QtConfigDialog::addModuleTabs(const QtModuleList& moduleList) {
@@ -76,12 +82,28 @@ void QtConfigDialog::addTab(Data* record, const QString& title) {
         return;
     // In a tab's title an ampersand would mark a key.
     m_tabs->addTab(widget, QString(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
+}
+
+void QtConfigDialog::connectByName(const QObject* widget) const {
     // By name, since a widget may declare these operations as slots or not; one that does is
     // called a second time.
     if (hasSlot(widget, "ok()"))
         connect(m_ok, SIGNAL(clicked()), widget, SLOT(ok()));
     if (hasSlot(widget, "cancel()"))
         connect(m_cancel, SIGNAL(clicked()), widget, SLOT(cancel()));
+}
+
+// The reason makes styles show where the focus is.
+void QtConfigDialog::focusFirstField() {
+    const QWidget* const page = m_tabs->currentWidget();
+    if (!page)
+        return;
+    for (QWidget* next = page->nextInFocusChain(); next != page; next = next->nextInFocusChain())
+        if (page->isAncestorOf(next) && (next->focusPolicy() & Qt::TabFocus) && next->isEnabled() &&
+            !next->isHidden()) {
+            next->setFocus(Qt::TabFocusReason);
+            return;
+        }
 }
 
 // As far as the screen has room for them.
@@ -93,25 +115,27 @@ void QtConfigDialog::showAllTitles() {
     resize(std::max(hint.width(), std::min(wanted, available)), hint.height());
 }
 
-// What is written to one record may take widgets of others away.
+// What is written to one record may take widgets of others away, and the dialog too. False then.
 template <class Call>
-void QtConfigDialog::forEachTab(Call call) const {
+bool QtConfigDialog::forEachTab(Call call) const {
+    const QPointer<const QtConfigDialog> self = this;
     QList<QPointer<QtDataConfigurationWidget>> widgets;
     for (int i = 0; i < m_tabs->count(); ++i)
         widgets << qobject_cast<QtDataConfigurationWidget*>(m_tabs->widget(i));
     for (const auto& widget : widgets)
         if (widget)
             call(*widget);
+    return self;
 }
 
 void QtConfigDialog::accept() {
-    forEachTab([](QtDataConfigurationWidget& widget) { (void)widget.ok(); });
-    QDialog::accept();
+    if (forEachTab([](QtDataConfigurationWidget& widget) { (void)widget.ok(); }))
+        QDialog::accept();
 }
 
 void QtConfigDialog::reject() {
-    forEachTab([](QtDataConfigurationWidget& widget) { widget.cancel(); });
-    QDialog::reject();
+    if (forEachTab([](QtDataConfigurationWidget& widget) { widget.cancel(); }))
+        QDialog::reject();
 }
 
 void QtConfigDialog::showAboutDialog() {

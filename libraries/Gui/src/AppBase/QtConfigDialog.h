@@ -34,12 +34,14 @@ private:
     void createButtons();
     void addModuleTabs(const QtModuleList& moduleList);
     void addTab(Data* record, const QString& title);
+    void connectByName(const QObject* widget) const;
+    void focusFirstField();
     void showAllTitles();
     template <class Call>
-    void forEachTab(Call call) const;
+    bool forEachTab(Call call) const;
 
     QTabWidget* m_tabs;
-    QPushButton* m_about;
-    QPushButton* m_cancel;
-    QPushButton* m_ok;
+    QPushButton* m_about = nullptr;
+    QPushButton* m_cancel = nullptr;
+    QPushButton* m_ok = nullptr;
 };

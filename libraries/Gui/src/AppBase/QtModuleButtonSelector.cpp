@@ -53,7 +53,8 @@ QtModuleButtonSelector::QtModuleButtonSelector(QtModuleSelector::Position positi
 }
 
 QtModuleButtonSelector::~QtModuleButtonSelector() {
-    QScroller::ungrabGesture(m_scrollArea->viewport()); // Or its recognizer stays.
+    if (isTouchScreenMode())
+        QScroller::ungrabGesture(m_scrollArea->viewport()); // Or its recognizer stays.
     delete m_focusFrame;
 }
 

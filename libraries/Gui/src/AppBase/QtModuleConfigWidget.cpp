@@ -1,5 +1,7 @@
 #include "AppBase/QtModuleConfigWidget.h"
 
+#include "Base/QtMessageLine.h"
+
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QSpinBox>
@@ -22,12 +24,22 @@ QtModuleConfigWidget::QtModuleConfigWidget(Data* data, QString argument, QWidget
     m_count->setRange(0, mostLayouts);
     m_count->setValue(m_config->noDimensionSets());
     label->setBuddy(m_count);
+    connect(m_count, QOverload<int>::of(&QSpinBox::valueChanged), this,
+            [this] { m_isEdited = true; });
     auto* row = new QHBoxLayout;
     row->addWidget(label);
     row->addWidget(m_count);
     row->addStretch(1);
     auto* column = new QVBoxLayout(this);
     column->addLayout(row);
+    if (m_config->noDimensionSets() > mostLayouts) {
+        auto* message = new QtMessageLine(this);
+        message->showMessage(QStringLiteral("Information"),
+                             tr("There are %1 layouts. All of them are kept unless you change "
+                                "the number.")
+                                 .arg(m_config->noDimensionSets()));
+        column->addWidget(message);
+    }
     column->addStretch(1);
 }
 
@@ -37,6 +49,6 @@ bool QtModuleConfigWidget::ok() {
     // Whoever hears of the change may let go of the record.
     const DataPointer<ModuleConfig> config = m_config;
     if (config)
-        config->setNoDimensionSets(m_count->value());
+        config->setNoDimensionSets(m_isEdited ? m_count->value() : config->noDimensionSets());
     return true;
 }

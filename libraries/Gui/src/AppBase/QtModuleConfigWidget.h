@@ -15,11 +15,14 @@ public:
     QtModuleConfigWidget(Data* data, QString argument, QWidget* parent, Qt::WindowFlags flags);
     ~QtModuleConfigWidget() override;
 
-    bool ok() override; ///< Always true. The sizes of layouts beyond the number are dropped.
+    /// Always true. The sizes of layouts beyond the number are dropped. A number that nobody edited
+    /// stays what it is, also one above 10.
+    bool ok() override;
 
 private:
     DataPointer<ModuleConfig> m_config;
     QSpinBox* m_count = nullptr;
+    bool m_isEdited = false;
 };
 
 VLR_REGISTER_DATA_WIDGET(QtModuleConfigWidget, VLR_GUI_EXPORT)

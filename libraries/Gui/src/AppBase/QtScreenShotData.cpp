@@ -174,6 +174,11 @@ CaError QtScreenShotData::doBinSave() {
     return error;
 }
 
+bool QtScreenShotData::doHasUnstoredBinaryParts() const {
+    return (m_image && !m_image->isNull() && !m_isStored) ||
+           ConfigurationRecord<QtScreenShotData>::doHasUnstoredBinaryParts();
+}
+
 void QtScreenShotData::saveImage(const QString& name) {
     if (!m_image || m_image->isNull() || name.isEmpty())
         return;

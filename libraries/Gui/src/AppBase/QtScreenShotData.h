@@ -47,6 +47,7 @@ public:
 protected:
     ~QtScreenShotData() override;
     CaError doBinSave() override;
+    bool doHasUnstoredBinaryParts() const override;
 
 private:
     friend struct RecordAccess;

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Data/DataPointer.h"
+#include "Error/CaError.h"
 #include "vlrGuiExport.h"
 
 #include <QtWidgets/QWidget>
 
-class CaError;
 class Data;
 
 /// The base of every widget that edits or loads data. Nothing is written to the data before
@@ -46,8 +46,11 @@ protected:
     const QString& argument() const { return m_argument; }
     DataPointer<Data> configuration() const; ///< Null.
     void setConfiguration(Data* configuration);
+    /// To be called by saveAsDefault(): what the frame tells the user of the result.
+    void setDefaultsError(const CaError& error) { m_defaultsError = error; }
 
 private:
     DataPointer<Data> m_data;
     QString m_argument;
+    CaError m_defaultsError;
 };

@@ -74,8 +74,12 @@ bool QtDecoratedDataConfigurationWidget::takeName() {
         return true;
     const QString text = m_nameEdit->text();
     if (text.isEmpty() || !DataFactory::isValidId(text)) {
-        QMessageBox::critical(this, tr("Invalid Id!"), tr("The id you gave is invalid!"),
-                              QMessageBox::Ok);
+        // The frame may go while the box is open, and takes it along.
+        const QPointer<QMessageBox> box =
+            new QMessageBox(QMessageBox::Critical, tr("Invalid Id!"),
+                            tr("The id you gave is invalid!"), QMessageBox::Ok, this);
+        box->exec();
+        delete box.data();
         return false;
     }
     *m_name = text;
@@ -88,38 +92,44 @@ bool QtDecoratedDataConfigurationWidget::takeName() {
 void QtDecoratedDataConfigurationWidget::ok() {
     if (!takeName() || !takeData())
         return;
+    const QPointer<QtDecoratedDataConfigurationWidget> self = this;
     emit accepted();
-    emit finished();
+    if (self)
+        emit finished();
 }
 
 // Without a store function the data is the caller's matter once it has what was entered.
 bool QtDecoratedDataConfigurationWidget::takeData() {
     m_message->clear();
     (void)m_widget->showStoreError(CaError::nullError);
-    Data* const item = m_widget->data();
-    if (!m_store || !item)
-        return m_widget->ok();
+    // Whoever hears of the new values, or is asked while they are stored, may close the dialog.
+    const QPointer<QtDecoratedDataConfigurationWidget> self = this;
+    const DataPointer<Data> item(m_widget->data());
+    const auto storeFunction = m_store;
+    if (!storeFunction || !item)
+        return m_widget->ok() && self;
     DataTreeNode before;
     CaError error = item->saveValues(before);
     if (error == CaError::nullError) {
-        if (!m_widget->ok())
+        if (!m_widget->ok() || !self)
             return false;
-        error = store();
+        error = store(storeFunction);
         if (error == CaError::nullError)
-            return true;
+            return self;
         const CaError unrestored = item->restoreValues(before);
         if (unrestored != CaError::nullError)
             VLR_LOG(Error) << "Values that were not stored could not be taken back. Reason: "
                            << unrestored;
     }
-    showStoreError(error);
+    if (self)
+        showStoreError(error);
     return false;
 }
 
 // Another application may hold the repository for some seconds.
-CaError QtDecoratedDataConfigurationWidget::store() const {
+CaError QtDecoratedDataConfigurationWidget::store(const std::function<CaError()>& function) {
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    const CaError error = m_store();
+    const CaError error = function();
     QGuiApplication::restoreOverrideCursor();
     return error;
 }
@@ -145,11 +155,26 @@ void QtDecoratedDataConfigurationWidget::makeRoom() {
 }
 
 void QtDecoratedDataConfigurationWidget::cancel() {
+    const QPointer<QtDecoratedDataConfigurationWidget> self = this;
     emit rejected();
-    emit finished();
+    if (self)
+        emit finished();
 }
 
 void QtDecoratedDataConfigurationWidget::defaults() {
-    if (m_widget->canSaveAsDefault())
-        m_widget->saveAsDefault();
+    if (!m_widget->canSaveAsDefault())
+        return;
+    const QPointer<QtDecoratedDataConfigurationWidget> self = this;
+    m_widget->setDefaultsError(CaError::nullError);
+    m_widget->saveAsDefault();
+    if (!self)
+        return; // A failure is told in a box, which may outlive the dialog.
+    const CaError& error = m_widget->m_defaultsError;
+    if (error == CaError::nullError)
+        m_message->showMessage(QStringLiteral("Information"),
+                               tr("New items will start with these values."));
+    else
+        m_message->showError(tr("The values were not saved as default. %1")
+                                 .arg(QString::fromStdString(error.text())));
+    makeRoom();
 }

@@ -45,7 +45,7 @@ private:
     void createButtons();
     bool takeName();
     bool takeData();
-    CaError store() const;
+    static CaError store(const std::function<CaError()>& function);
     void showStoreError(const CaError& error);
     void makeRoom();
 

@@ -51,8 +51,9 @@ QtPatientConfigurationWidget::QtPatientConfigurationWidget(Data* data, QString a
         fillFromDefaults();
     else
         fillFromPatient();
-    setFocusProxy(m_id);
-    m_id->setFocus();
+    QLineEdit* const first = m_id->isReadOnly() ? m_name : m_id;
+    setFocusProxy(first);
+    first->setFocus();
 }
 
 QtPatientConfigurationWidget::~QtPatientConfigurationWidget() = default;
@@ -87,6 +88,7 @@ void QtPatientConfigurationWidget::createFields() {
     m_grid->setRowStretch(m_grid->rowCount(), 1);
 
     connect(m_useFreeId, &QPushButton::clicked, this, &QtPatientConfigurationWidget::useFreeId);
+    connect(m_id, &QLineEdit::textEdited, this, &QtPatientConfigurationWidget::clearIdMessage);
     connect(m_name, &QLineEdit::textEdited, m_nameMessage, &QtMessageLine::clear);
     QWidget* previous = m_id;
     for (QWidget* next : std::initializer_list<QWidget*>{m_useFreeId, m_name, m_sex, m_birthDate,
@@ -109,12 +111,15 @@ void QtPatientConfigurationWidget::createBirthDate() {
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(m_birthDate, 1);
     row->addWidget(m_birthDateNotKnown);
-    addField(tr("Patient Date of &Birth:"), field, m_birthDate);
+    m_birthDateMessage = addField(tr("Patient Date of &Birth:"), field, m_birthDate);
+    m_birthDateMessage->setObjectName(QStringLiteral("birthDateMessage"));
     connect(m_birthDateNotKnown, &QCheckBox::toggled, this,
             [this](bool isNotKnown) { markBirthDate(!isNotKnown); });
     // Whoever enters a date knows it.
-    connect(m_birthDate, &QDateEdit::dateChanged, this,
-            [this] { m_birthDateNotKnown->setChecked(false); });
+    connect(m_birthDate, &QDateEdit::dateChanged, this, [this] {
+        m_birthDateNotKnown->setChecked(false);
+        judgeBirthDate();
+    });
 }
 
 // What is wrong with a field is said below it.
@@ -132,10 +137,19 @@ QtMessageLine* QtPatientConfigurationWidget::addField(const QString& label, QWid
 
 void QtPatientConfigurationWidget::fillFromPatient() {
     m_id->setText(m_patient->patientId().isEmpty() ? m_patient->id() : m_patient->patientId());
-    m_id->setReadOnly(true);
+    showIdReadOnly();
     m_name->setText(m_patient->name());
     showSex(m_patient->sex());
     showBirthDate(m_patient->birthDate());
+}
+
+// It can still be marked and copied.
+void QtPatientConfigurationWidget::showIdReadOnly() {
+    m_id->setReadOnly(true);
+    QPalette colors = m_id->palette();
+    colors.setColor(QPalette::Base, colors.color(QPalette::Window));
+    m_id->setPalette(colors);
+    m_id->setToolTip(tr("The id of a stored patient cannot be changed."));
 }
 
 void QtPatientConfigurationWidget::fillFromDefaults() {
@@ -165,6 +179,16 @@ void QtPatientConfigurationWidget::markBirthDate(bool isKnown) {
         colors.setColor(QPalette::Text, colors.color(QPalette::Disabled, QPalette::Text));
     m_birthDate->setPalette(colors);
     m_birthDate->setAccessibleDescription(isKnown ? QString() : tr("Not known"));
+    judgeBirthDate();
+}
+
+// Clocks may be wrong, so it is the user who decides.
+void QtPatientConfigurationWidget::judgeBirthDate() {
+    if (enteredBirthDate() > QDate::currentDate())
+        m_birthDateMessage->showMessage(QStringLiteral("Warning"),
+                                        tr("This date lies in the future."));
+    else
+        m_birthDateMessage->clear();
 }
 
 QDate QtPatientConfigurationWidget::enteredBirthDate() const {
@@ -198,7 +222,7 @@ void QtPatientConfigurationWidget::saveAsDefault() {
     m_defaults->setName(m_name->text().toStdString());
     m_defaults->setSex(static_cast<Patient::Sex>(m_sex->currentData().toInt()));
     m_defaults->setBirthDate(enteredBirthDate());
-    vlr::storeDefaults(defaultsName, m_defaults);
+    setDefaultsError(vlr::storeDefaults(defaultsName, m_defaults));
 }
 
 // --- ids
@@ -222,9 +246,8 @@ QString QtPatientConfigurationWidget::getUniqueId() {
 bool QtPatientConfigurationWidget::showStoreError(const CaError& error) {
     if (!m_patient)
         return false;
-    m_idMessage->clear();
+    clearIdMessage();
     m_nameMessage->clear();
-    m_useFreeId->hide();
     if (error.id() == nameError) {
         m_nameMessage->showError(textOf(error));
         m_name->setFocus();
@@ -255,6 +278,10 @@ void QtPatientConfigurationWidget::showIdTaken() {
 void QtPatientConfigurationWidget::useFreeId() {
     m_id->setText(m_freeId);
     m_id->setFocus();
+    clearIdMessage();
+}
+
+void QtPatientConfigurationWidget::clearIdMessage() {
     m_idMessage->clear();
     m_useFreeId->hide();
 }

@@ -19,7 +19,8 @@ class QtMessageLine;
 /// that were saved as default; the id of an existing one cannot be changed.
 ///
 /// Not every date of birth is known: then "Not known" is checked, and the patient keeps an invalid
-/// date until one is entered. A date that the field cannot show stays what it is until then.
+/// date until one is entered. One in the future is marked as unlikely. A date that the field cannot
+/// show stays what it is until then.
 class VLR_GUI_EXPORT QtPatientConfigurationWidget : public QtDataConfigurationWidget {
     Q_OBJECT
 
@@ -47,10 +48,13 @@ private:
     void showSex(int sex);
     void showBirthDate(const QDate& date);
     void markBirthDate(bool isKnown);
+    void judgeBirthDate();
+    void showIdReadOnly();
     QDate enteredBirthDate() const;
     QString getUniqueId();
     void showIdTaken();
     void useFreeId();
+    void clearIdMessage();
 
     DataPointer<Patient> m_patient;
     DataPointer<PatientConfiguration> m_defaults;
@@ -62,6 +66,7 @@ private:
     QCheckBox* m_birthDateNotKnown = nullptr;
     QtMessageLine* m_idMessage = nullptr;
     QtMessageLine* m_nameMessage = nullptr;
+    QtMessageLine* m_birthDateMessage = nullptr;
     QPushButton* m_useFreeId = nullptr;
     QString m_freeId; ///< The one that was offered last.
     QDate m_givenBirthDate;

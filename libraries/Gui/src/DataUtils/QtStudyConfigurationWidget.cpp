@@ -68,13 +68,31 @@ void QtStudyConfigurationWidget::createFields() {
 }
 
 void QtStudyConfigurationWidget::fill() {
-    const bool isNew = m_study->institution().isEmpty() && !m_study->date().isValid();
+    const bool isNew =
+        !m_study->parent() && m_study->institution().isEmpty() && !m_study->date().isValid();
     m_institution->setText(isNew ? QString::fromStdString(m_defaults->institution())
                                  : m_study->institution());
     const QDateTime now = QDateTime::currentDateTime();
     const QDate date = m_study->date().isValid() ? m_study->date() : now.date();
     const QTime time = m_study->time().isValid() || !isNew ? m_study->time() : now.time();
     m_dateTime->setDateTime(QDateTime(date, time.isValid() ? time : QTime(0, 0), Qt::UTC));
+    m_keepsDateTime = !isNew;
+    markDateTime(isNew || m_study->date().isValid());
+    connect(m_dateTime, &QDateTimeEdit::dateTimeChanged, this, [this] {
+        m_keepsDateTime = false;
+        markDateTime(true);
+    });
+}
+
+// A date that does not count looks like one, and is announced like one.
+void QtStudyConfigurationWidget::markDateTime(bool isKnown) {
+    QPalette colors = palette();
+    if (!isKnown)
+        colors.setColor(QPalette::Text, colors.color(QPalette::Disabled, QPalette::Text));
+    const QString text = isKnown ? QString() : tr("Not known");
+    m_dateTime->setPalette(colors);
+    m_dateTime->setAccessibleDescription(text);
+    m_dateTime->setToolTip(text);
 }
 
 bool QtStudyConfigurationWidget::ok() {
@@ -83,6 +101,8 @@ bool QtStudyConfigurationWidget::ok() {
     const QDate date = m_dateTime->date();
     const QTime time = m_dateTime->time();
     m_study->setInstitution(m_institution->text());
+    if (m_keepsDateTime)
+        return true;
     m_study->setDate(date);
     m_study->setTime(QTime(time.hour(), time.minute(), time.second()));
     return true;
@@ -96,5 +116,5 @@ void QtStudyConfigurationWidget::saveAsDefault() {
     if (!m_defaults)
         return;
     m_defaults->setInstitution(m_institution->text().toStdString());
-    vlr::storeDefaults(defaultsName, m_defaults);
+    setDefaultsError(vlr::storeDefaults(defaultsName, m_defaults));
 }

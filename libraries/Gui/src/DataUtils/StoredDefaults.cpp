@@ -21,7 +21,7 @@ DataPointer<Data> loadDefaults(const QString& name) {
     return record;
 }
 
-void storeDefaults(const QString& name, const DataPointer<Data>& record) {
+CaError storeDefaults(const QString& name, const DataPointer<Data>& record) {
     const DataPointer<Configuration> container(new Configuration);
     record->setId(recordId);
     CaError error = container->addChild(record, false);
@@ -30,6 +30,7 @@ void storeDefaults(const QString& name, const DataPointer<Data>& record) {
     (void)container->removeChild(record.get());
     if (error != CaError::nullError)
         VLR_LOG(UserError) << "Could not save the default values.\nReason: " << error.text();
+    return error;
 }
 
 } // namespace vlr
