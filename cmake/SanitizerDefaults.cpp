@@ -12,6 +12,7 @@ extern "C" const char* __lsan_default_suppressions() {
            "leak:QWindowSystemInterface::handleScreenAdded\n"
            "leak:^QObject::QObject\n"
            "leak:QtSharedPointer::ExternalRefCountData::getAndRef\n"
+           "leak:QScroller::grabGesture\n"
            "leak:libfontconfig\n"
            "leak:libdbus\n"
            "leak:libX11\n"

@@ -14,9 +14,14 @@
 
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QTabBar>
 #include <QtWidgets/QToolButton>
+#include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
 
@@ -111,6 +116,13 @@ private:
     char* m_argv[2] = {m_name, nullptr};
 };
 
+bool scrolls(const QWidget* widget) {
+    for (; widget; widget = widget->parentWidget())
+        if (qobject_cast<const QScrollArea*>(widget))
+            return true;
+    return false;
+}
+
 // What a finger could press, and could not hit.
 QStringList tooSmall(const QWidget& parent) {
     QStringList names;
@@ -123,8 +135,9 @@ QStringList tooSmall(const QWidget& parent) {
                          .arg(size.height());
     };
     for (const QAbstractButton* button : parent.findChildren<QAbstractButton*>())
-        if (button->isVisible())
-            check(button, button->size());
+        if (button->isVisible()) // What is cut off cannot be hit, unless it can be scrolled to.
+            check(button,
+                  scrolls(button) ? button->size() : button->visibleRegion().boundingRect().size());
     for (const QTabBar* bar : parent.findChildren<QTabBar*>())
         for (int i = 0; bar->isVisible() && i < bar->count(); ++i)
             check(bar, bar->tabRect(i).size());
@@ -314,4 +327,30 @@ TEST_F(TouchColumnTest, AFingerHitsEverything) {
                     << kind.name << " at " << at;
             }
         }
+}
+
+TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
+    const auto smallButtons = [] {
+        QDialog dialog;
+        auto* const layout = new QVBoxLayout(&dialog);
+        layout->addWidget(new QPushButton(QStringLiteral("OK")));
+        layout->addWidget(new QLineEdit);
+        dialog.show();
+        layout->activate();
+        int count = 0;
+        for (const QWidget* widget : dialog.findChildren<QWidget*>())
+            count += widget->height() < leastSize ? 1 : 0;
+        return count;
+    };
+    EXPECT_EQ(smallButtons(), 0);
+    window()->setTouchScreenMode(false);
+    EXPECT_EQ(smallButtons(), 2);
+}
+
+TEST_F(TouchColumnTest, AHoldEndsWithItsModule) {
+    QTest::mousePress(presets()[1], Qt::LeftButton);
+    activate("Second");
+    column()->minPressTimeOver();
+    EXPECT_EQ(stored(1), empty) << "in the module that was not asked";
+    EXPECT_EQ(presets()[1]->ringShare(), 0);
 }

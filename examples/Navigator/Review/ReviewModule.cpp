@@ -91,7 +91,8 @@ void ReviewModule::deleteSelected() {
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
     const int answer = QtMsgBox::postAndWait(
         m_view->window(), QtMsgBox::MsgQuestion, tr("Delete screenshot").toUtf8().constData(), "%s",
-        tr("Delete the screenshot of %1? It cannot be brought back.")
+        tr("Delete the screenshot of %1 from the patient's data? It cannot be brought back. The "
+           "file that was saved with it stays.")
             .arg(screenshotTitle(*record))
             .toUtf8()
             .constData());

@@ -5,6 +5,7 @@
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtMainWinSplitter.h"
 #include "AppBase/QtModuleSelector.h"
+#include "AppBase/TouchTargets.h"
 #include "AppBase/vlrControlList.h"
 #include "Base/QtQuadView.h"
 #include "Log/vlrLog.h"
@@ -13,6 +14,7 @@
 #include <QtCore/QMetaMethod>
 #include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QGridLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMessageBox>
@@ -278,6 +280,13 @@ void QtAppMainWindow::setMaxWindowSize(QRect rect) {
 
 void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
     m_touchScreenMode = onOrOff;
+    if (onOrOff && !m_touchDialogs) {
+        m_touchDialogs = new vlr::TouchDialogs(this);
+        qApp->installEventFilter(m_touchDialogs);
+    } else if (!onOrOff) {
+        delete m_touchDialogs;
+        m_touchDialogs = nullptr;
+    }
     m_buttons->setTouchScreenMode(onOrOff);
     if (m_moduleSelector)
         m_moduleSelector->setTouchScreenMode(onOrOff);

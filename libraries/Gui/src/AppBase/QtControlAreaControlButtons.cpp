@@ -122,6 +122,12 @@ void QtControlAreaControlButtons::setHoldDownTime(int msec) {
 // --- the module and the viewer
 
 void QtControlAreaControlButtons::moduleActivated(const QtAppModuleProxy* proxy) {
+    // A hold that began in another module must not store into this one.
+    m_holdTimer->stop();
+    m_released = true;
+    if (QtPresetButton* const held = button(m_pressedIndex))
+        held->stopRing();
+    m_pressedIndex = noPreset;
     if (m_moduleConfig)
         m_moduleConfig->detach(this);
     m_moduleConfig = proxy ? proxy->moduleGeneralOptions() : DataPointer<ModuleConfig>();

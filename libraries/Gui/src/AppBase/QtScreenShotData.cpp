@@ -18,6 +18,7 @@ namespace {
 const QString partName = QStringLiteral("screenShot");
 constexpr const char* pngFormat = "png";
 constexpr int longestName = 180; // characters; file systems take 255 bytes
+constexpr int keptAtTheEnd = 24;
 constexpr int mostFilesOfAName = 10000;
 
 CaError failure(const QString& text) {
@@ -26,7 +27,8 @@ CaError failure(const QString& text) {
 
 QString screenshotFolder() {
     const QString key = QStringLiteral("Velora/Application/ScreenshotLocation");
-    return vlr::Settings::get(key, QDir::homePath() + QStringLiteral("/Desktop/"));
+    const QString folder = vlr::Settings::get(key, "");
+    return folder.isEmpty() ? QDir::homePath() + QStringLiteral("/Desktop/") : folder;
 }
 
 // A name that no file has yet; the file is there, and empty, when this returns.
@@ -82,9 +84,9 @@ QString safeFileName(const QString& name) {
     result = result.trimmed();
     while (result.startsWith(QLatin1Char('.')))
         result.replace(0, 1, QLatin1Char('_'));
-    // Bytes count, not characters.
+    // Bytes count, not characters. What tells names apart, as the time, stands at the end.
     while (QFile::encodeName(result).size() > longestName)
-        result.chop(1);
+        result.remove(std::max(0, result.size() - keptAtTheEnd - 1), 1);
     return result.isEmpty() ? QStringLiteral("_") : result;
 }
 

@@ -1,6 +1,11 @@
 #include "AppBase/TouchTargets.h"
 
+#include <QtCore/QEvent>
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QAbstractSpinBox>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QLineEdit>
 
 namespace vlr {
 
@@ -9,6 +14,21 @@ void sizeForFinger(QAbstractButton* button, bool on) {
     button->setMinimumHeight(least);
     if (button->text().isEmpty())
         button->setMinimumWidth(least);
+}
+
+bool TouchDialogs::eventFilter(QObject* watched, QEvent* event) {
+    const auto* const dialog =
+        event->type() == QEvent::Show ? qobject_cast<QDialog*>(watched) : nullptr;
+    if (dialog) {
+        for (QAbstractButton* button : dialog->findChildren<QAbstractButton*>())
+            if (!qobject_cast<QLineEdit*>(button->parent())) // Its own small buttons.
+                sizeForFinger(button, true);
+        for (QWidget* field : dialog->findChildren<QWidget*>())
+            if (qobject_cast<QLineEdit*>(field) || qobject_cast<QComboBox*>(field) ||
+                qobject_cast<QAbstractSpinBox*>(field))
+                field->setMinimumHeight(fingerSize);
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 } // namespace vlr

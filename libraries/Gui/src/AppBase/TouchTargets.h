@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/QObject>
+
 class QAbstractButton;
 
 namespace vlr {
@@ -10,5 +12,13 @@ constexpr int fingerSize = 35;
 /// Makes a button large enough for a finger, or gives it back its own size. Only the height of a
 /// button with a text is set; whoever lays such buttons out sees to their width.
 void sizeForFinger(QAbstractButton* button, bool on);
+
+/// While it is installed on the application, what is pressed or typed into in a dialog is large
+/// enough for a finger when the dialog is shown.
+class TouchDialogs : public QObject {
+public:
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+};
 
 } // namespace vlr

@@ -17,6 +17,7 @@ constexpr int centre = 1;
 constexpr int secondHalf = 2;
 constexpr int insetDivisor = 20;
 constexpr QSize buttonSize(32, 32);
+constexpr QSize fingerButtonSize(36, 36); // 9 mm at 96 dots per inch
 constexpr QSize buttonIconSize(24, 24);
 
 } // namespace
@@ -83,9 +84,10 @@ void QtQVSimpleSplitter::place() {
     updateShape();
 }
 
-void QtQVSimpleSplitter::setButtonSide(int side) {
+void QtQVSimpleSplitter::sizeForFinger(bool on) {
+    m_forFinger = on;
     for (QPushButton* button : m_box->findChildren<QPushButton*>())
-        button->setFixedSize(side, side);
+        button->setFixedSize(on ? fingerButtonSize : buttonSize);
     m_boxHint = m_box->sizeHint();
     m_boxRect.setSize(m_boxHint);
     place();
@@ -127,6 +129,12 @@ void QtQVSimpleSplitter::keepBoxInside() {
             middle.setY(2 * middle.y() - m_boxRect.bottom());
     }
     m_boxRect.moveCenter(middle);
+    if (!m_forFinger)
+        return;
+    // A finger needs the whole of it.
+    m_boxRect.moveRight(std::min(m_boxRect.right(), area()->width() - 1));
+    m_boxRect.moveBottom(std::min(m_boxRect.bottom(), area()->height() - 1));
+    m_boxRect.moveTopLeft({std::max(0, m_boxRect.left()), std::max(0, m_boxRect.top())});
 }
 
 void QtQVSimpleSplitter::updateShape() {

@@ -46,8 +46,8 @@ public:
     void setLocked(bool locked);
     /// Whether the buttons may be seen. They are where the line is visible and has room for them.
     void showButtons(bool on);
-    /// Side of the expand buttons in pixels; 32 when they are made.
-    void setButtonSide(int side);
+    /// Expand buttons of 36 instead of 32 pixels, of which none is cut off at an edge.
+    void sizeForFinger(bool on);
 
 signals:
     void mouseMove(QPoint position); ///< Dragged to this place, in global coordinates.
@@ -77,6 +77,7 @@ private:
     QFrame* m_box;
     QRect m_boxRect;
     QSize m_boxHint; ///< Of the buttons made so far.
+    bool m_forFinger = false;
     QRect m_rect;
     int m_position;
     QtDraggerButton* m_handle = nullptr;

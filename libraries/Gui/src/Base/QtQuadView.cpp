@@ -23,8 +23,6 @@ using Geometry = QuadViewGeometry;
 
 constexpr const char* logSource = "QtQuadView";
 constexpr int hundred = 100;
-constexpr int mouseButtonSide = 32;
-constexpr int touchButtonSide = 36; // 9 mm at 96 dots per inch
 
 QString key(const char* name) {
     return QStringLiteral("Velora/Application/QtQuadView/") + QString::fromLatin1(name);
@@ -534,5 +532,5 @@ void QtQuadView::enableTouchscreenMode(bool onOrOff) {
          {Geometry::HCenter, Geometry::VCenter, Geometry::Center})
         m_splitters[splitter]->enableTouchScreenMode(onOrOff);
     for (QtQVSimpleSplitter* splitter : m_splitters)
-        splitter->setButtonSide(onOrOff ? touchButtonSide : mouseButtonSide);
+        splitter->sizeForFinger(onOrOff);
 }
