@@ -38,9 +38,11 @@ public:
     }
     void stop() override {}
 
-    void setConnected(bool connected, const std::string& problem = {}) {
+    void setConnected(bool connected, const std::string& problem = {},
+                      const std::string& kind = {}) {
         m_snapshot.isConnected = connected;
         m_snapshot.problem = problem;
+        m_snapshot.problemKind = kind;
         publish(std::make_shared<vlr::TrackingSnapshot>(m_snapshot));
     }
     void setMarkers(const std::string& tool, const std::vector<Vector3d>& markers) {
@@ -77,6 +79,14 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_measurements.push_back(measurement);
     }
+    void conditionChanged(const vlr::TrackingCondition& condition, vlr::TrackingTime) override {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_conditions.push_back(condition);
+    }
+    std::vector<vlr::TrackingCondition> conditions() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_conditions;
+    }
     std::vector<vlr::TrackingMeasurement> measurements() const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_measurements;
@@ -85,6 +95,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::vector<vlr::TrackingMeasurement> m_measurements;
+    std::vector<vlr::TrackingCondition> m_conditions;
 };
 
 } // namespace vlrTest

@@ -1,6 +1,7 @@
 #include "Tracking/OpenIGTLinkClient.h"
 
 #include "Navigation/NavigationTest.h"
+#include "Tracking/RetryPauses.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QtEndian>
@@ -8,6 +9,7 @@
 #include <QtNetwork/QTcpSocket>
 #include <QtTest/QTest>
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <igtlPointMessage.h>
 #include <igtlTrackingDataMessage.h>
@@ -76,13 +78,14 @@ QByteArray transform(float scale, const char* device = "Drill") {
     return packed(*message, device);
 }
 
-QByteArray trackingData() {
+QByteArray trackingData(const char* second = "Awl", float scale = 1) {
     auto message = igtl::TrackingDataMessage::New();
-    for (const char* name : {"Saw", "Awl"}) {
+    for (const char* name : {"Saw", second}) {
         auto element = igtl::TrackingDataElement::New();
         element->SetName(name);
         element->SetType(igtl::TrackingDataElement::TYPE_6D);
-        igtl::Matrix4x4 matrix = {{1, 0, 0, 1}, {0, 1, 0, 2}, {0, 0, 1, 3}, {0, 0, 0, 1}};
+        const float x = name == second ? scale : 1;
+        igtl::Matrix4x4 matrix = {{x, 0, 0, 1}, {0, 1, 0, 2}, {0, 0, 1, 3}, {0, 0, 0, 1}};
         element->SetMatrix(matrix);
         message->AddTrackingDataElement(element);
     }
@@ -203,6 +206,13 @@ TEST_F(OpenIGTLinkClientTest, DamagedMessagesAreDroppedAndTheNextOnesRead) {
         {"too many", points(many), "damaged"},
         {"no rotation", transform(2), "damaged"},
         {"a mirror", transform(-1), "damaged"},
+        {"markers without a name", points({{"0", 9, 9, 9}}, ""), "POINT without a proper name"},
+        {"a pose without a name", transform(1, ""), "TRANSFORM without a proper name"},
+        {"a line break in a name", points({{"0", 9, 9, 9}}, "A\nB"), "without a proper name"},
+        {"an escape in a name", points({{"0", 9, 9, 9}}, "\x1b[2J"), "without a proper name"},
+        {"not UTF-8", points({{"0", 9, 9, 9}}, "A\xff"), "without a proper name"},
+        {"the second nameless", trackingData(""), "damaged"},
+        {"the second no rotation", trackingData("Awl", 2), "damaged"},
         {"the checksum of nothing", header("TDATA", 0), nullptr},
     };
     float value = 0;
@@ -285,21 +295,90 @@ TEST_F(OpenIGTLinkClientTest, APeerThatFallsSilentOrGoesIsTriedAgain) {
     EXPECT_TRUE(waitFor([this] { return collector->measurements().size() == 2; }));
 }
 
-TEST_F(OpenIGTLinkClientTest, PausesBetweenAttemptsGrowUpToTheLongest) {
-    options.firstPause = std::chrono::milliseconds(4);
-    options.longestPause = std::chrono::milliseconds(32);
-    std::vector<std::chrono::steady_clock::time_point> attempts;
-    start();
-    for (int i = 0; i < 6; ++i) {
-        attempts.push_back(std::chrono::steady_clock::now());
-        peer->abort();
-        accept();
+TEST(RetryPauses, PausesBetweenAttemptsGrowUpToTheLongest) {
+    const struct {
+        int first, longest; // milliseconds
+        std::vector<int> pauses;
+    } cases[] = {
+        {4, 32, {4, 8, 16, 32, 32, 32}},
+        {100, 5000, {100, 200, 400, 800, 1600, 3200, 5000, 5000}},
+        {10, 5, {5, 5}},
+    };
+    for (const auto& c : cases) {
+        vlr::RetryPauses pauses{std::chrono::milliseconds(c.first),
+                                std::chrono::milliseconds(c.longest)};
+        for (int round = 0; round < 2; ++round) {
+            for (const int pause : c.pauses)
+                EXPECT_EQ(pauses.next(), std::chrono::milliseconds(pause)) << c.first;
+            pauses.reset();
+        }
     }
-    attempts.push_back(std::chrono::steady_clock::now());
-    // 4, 8, 16, 32, 32, 32: a loaded machine makes it longer, never shorter.
-    EXPECT_GE(attempts[6] - attempts[0], std::chrono::milliseconds(100));
-    peer->write(points({{"0", 1, 2, 3}}));
-    EXPECT_TRUE(waitFor([this] { return hasPoints("Pointer", {1, 2, 3}); }));
+}
+
+TEST_F(OpenIGTLinkClientTest, KnownToolsAlwaysHaveAPlace) {
+    const auto name = [](int i) { return "Foreign" + std::to_string(i); };
+    const auto send = [&](const std::string& tool) {
+        peer->write(points({{"0", 1, 2, 3}}, tool.c_str()));
+    };
+    client = std::make_unique<OpenIGTLinkClient>(options);
+    client->setTools({fourMarkers("Pointer"), fourMarkers("Drill")});
+    ASSERT_EQ(client->start(), CaError::nullError);
+    accept();
+    for (int i = 0; i < 64; ++i)
+        send(name(i));
+    send("Pointer");
+    ASSERT_TRUE(waitFor([&] { return hasPoints("Pointer", {1, 2, 3}); }));
+    EXPECT_EQ(client->latest()->problem, "");
+    send(name(0)); // so that the second is the one not seen for longest
+    send(name(64));
+    send("Drill");
+    ASSERT_TRUE(waitFor([&] { return hasPoints("Drill", {1, 2, 3}); }));
+    const auto snapshot = client->latest();
+    EXPECT_EQ(snapshot->tools.size(), 66U);
+    for (const auto& [tool, isKept] : {std::make_pair(name(0), true),
+                                       {name(1), false},
+                                       {name(2), true},
+                                       {name(64), true},
+                                       {"Pointer", true}})
+        EXPECT_EQ(snapshot->tools.count(tool) > 0, isKept) << tool;
+    EXPECT_NE(snapshot->problem.find("more than 64 tools"), std::string::npos);
+    EXPECT_EQ(snapshot->problemKind, "names");
+
+    const auto extra = fourMarkers("Extra"); // It gets to be known while the tracker is read.
+    client->setTools({fourMarkers("Pointer"), fourMarkers("Drill"), extra});
+    send("Extra");
+    ASSERT_TRUE(waitFor([&] { return hasPoints("Extra", {1, 2, 3}); }));
+    EXPECT_EQ(client->latest()->tools.size(), 67U);
+}
+
+TEST_F(OpenIGTLinkClientTest, AProblemIsOverWhenGoodMessagesFollow) {
+    const auto seconds = std::make_shared<std::atomic<int>>(100);
+    client = std::make_unique<OpenIGTLinkClient>(
+        options, [seconds] { return vlr::TrackingTime(std::chrono::seconds(seconds->load())); });
+    client->setListener(collector);
+    ASSERT_EQ(client->start(), CaError::nullError);
+    accept();
+    peer->write(points({{"0", 1, 0, 0}}) + damaged(points({{"0", 9, 9, 9}})));
+    ASSERT_TRUE(waitForProblem("checksum"));
+    *seconds += 2;
+    peer->write(points({{"0", 2, 0, 0}}));
+    ASSERT_TRUE(waitFor([this] { return hasPoints("Pointer", {2, 0, 0}); }));
+    EXPECT_NE(client->latest()->problem, ""); // It can still be read.
+    *seconds += 1;
+    peer->write(points({{"0", 3, 0, 0}}));
+    ASSERT_TRUE(waitFor([this] { return hasPoints("Pointer", {3, 0, 0}); }));
+    EXPECT_EQ(client->latest()->problem, "");
+    EXPECT_EQ(client->latest()->problemKind, "");
+
+    peer->abort();
+    ASSERT_TRUE(waitFor([this] { return !client->latest()->isConnected; }));
+    client->stop();
+    std::vector<std::string> told;
+    for (const auto& condition : collector->conditions())
+        told.push_back((condition.isConnected ? "+" : "-") + condition.problemKind);
+    ASSERT_GE(told.size(), 4U);
+    told.resize(4);
+    EXPECT_EQ(told, (std::vector<std::string>{"+", "+checksum", "+", "-unreachable"}));
 }
 
 TEST_F(OpenIGTLinkClientTest, AFloodIsReadAndCanBeStopped) {
@@ -311,7 +390,7 @@ TEST_F(OpenIGTLinkClientTest, AFloodIsReadAndCanBeStopped) {
             points({{"0", static_cast<float>(i), 0, 0}});
     peer->write(flood);
     EXPECT_TRUE(waitFor([this] { return collector->measurements().size() == 2000; }));
-    EXPECT_LE(client->latest()->tools.size(), 64U);
+    EXPECT_EQ(client->latest()->tools.size(), 64U);
     client->stop();
     EXPECT_FALSE(client->latest()->isConnected);
 

@@ -1,4 +1,5 @@
 #include "Navigation/NavigationTest.h"
+#include "Tracking/BackgroundWriter.h"
 #include "Tracking/RecordingPlayer.h"
 #include "Tracking/SimulatedCamera.h"
 #include "Tracking/TrackingRecorder.h"
@@ -7,7 +8,9 @@
 #include <QtCore/QFile>
 #include <QtTest/QTest>
 
+#include <future>
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace vlrTest;
 using vlr::RecordingPlayer;
@@ -134,7 +137,13 @@ TEST_F(RecordingTest, DamagedRecordingsEndAtTheDamage) {
         {"short pose", header + "0 pose A 1 0 0\n", "neither", 0},
         {"many markers", header + "0 markers A" + QByteArray(" -").repeated(33) + "\n", "neither",
          0},
-        {"NUL", header + QByteArray("0 markers A\0 -\n", 15), "", 1},
+        {"NUL", header + QByteArray("0 markers A\0 -\n", 15), "no tool", 0},
+        {"empty name", header + "0 markers  -\n", "no tool", 0},
+        {"line break in name", header + "0 markers A%0AB -\n", "no tool", 0},
+        {"long name", header + "0 markers " + QByteArray(65, 'a') + " -\n", "no tool", 0},
+        {"state", header + "0 state disconnected\n" + good, "", 1},
+        {"another state", header + good + "0 state sleepy\n", "line 3: it does not tell", 1},
+        {"half a problem", header + "0 state connected damage\n", "does not tell", 0},
     };
     for (const auto& c : cases) {
         writeFile(path, c.bytes);
@@ -179,6 +188,118 @@ TEST_F(RecordingTest, RecordingEndsAtItsLimitAndOnAFullDiskAndSaysSo) {
     EXPECT_FALSE(TrackingRecorder(path).open().isNull()); // It exists: nothing is overwritten.
     TrackingRecorder unlucky(path + QStringLiteral("2"));
     ASSERT_EQ(unlucky.open(), CaError::nullError);
-    const FullDisk disk(500);
-    EXPECT_NE(line(unlucky, 100).text().find("a case.track2"), std::string::npos);
+    {
+        const FullDisk disk(500);
+        for (int i = 0; i < 100; ++i)
+            unlucky.received(pose(vlr::TrackingTime()));
+        // It is told before anybody closes.
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !unlucky.error().isNull(); }, patience));
+        EXPECT_NE(unlucky.close().text().find("a case.track2"), std::string::npos);
+    }
+    RecordingPlayer rest(path + QStringLiteral("2"), RecordingPlayer::Fast);
+    ASSERT_EQ(rest.start(), CaError::nullError);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return rest.hasEnded(); }, patience));
+    EXPECT_EQ(rest.latest()->problem, ""); // no half line
+}
+
+TEST_F(RecordingTest, AFullRecordingSaysSoBeforeItIsClosed) {
+    TrackingRecorder recorder(path, 100);
+    ASSERT_EQ(recorder.open(), CaError::nullError);
+    EXPECT_TRUE(recorder.error().isNull());
+    recorder.received(pose(vlr::TrackingTime()));
+    EXPECT_NE(recorder.error().text().find("100 bytes"), std::string::npos);
+}
+
+TEST_F(RecordingTest, LostConnectionsAndProblemsArePlayedBack) {
+    const std::string line = "a \xc3\xa4%\nb";
+    const std::vector<vlr::TrackingCondition> conditions{{true, "", ""},
+                                                         {true, "a message is damaged", "damage"},
+                                                         {false, line, "left"},
+                                                         {true, std::string(100000, 'x'), ""}};
+    TrackingRecorder recorder(path);
+    ASSERT_EQ(recorder.open(), CaError::nullError);
+    const vlr::TrackingTime begin(std::chrono::hours(5));
+    for (const auto& condition : conditions) {
+        recorder.conditionChanged(condition, begin);
+        recorder.received(pose(begin - std::chrono::seconds(1))); // taken in another thread
+    }
+    ASSERT_EQ(recorder.close(), CaError::nullError);
+
+    const auto collector = std::make_shared<Collector>();
+    RecordingPlayer player(path, RecordingPlayer::Fast);
+    player.setListener(collector);
+    ASSERT_EQ(player.start(), CaError::nullError);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return player.hasEnded(); }, patience));
+    EXPECT_EQ(player.latest()->problem, "");
+    EXPECT_TRUE(player.latest()->hasEnded);
+    EXPECT_EQ(collector->measurements().size(), 4U);
+    const auto played = collector->conditions();
+    ASSERT_EQ(played.size(), 4U);
+    EXPECT_TRUE(played[0] == conditions[0]);
+    EXPECT_TRUE(played[1] == conditions[1]);
+    EXPECT_FALSE(played[2].isConnected);
+    EXPECT_EQ(played[2].problem, "a \xc3\xa4%?b");
+    EXPECT_TRUE(played[3].isConnected);
+    EXPECT_EQ(played[3].problem, std::string(500, 'x'));
+}
+
+TEST_F(RecordingTest, APlaybackLosesTheConnectionAsTheTrackerDid) {
+    writeFile(path, "vlr-tracking 1\n0 markers A 1 2 3\n"
+                    "0 state disconnected silent it%0Asays%20nothing\n"
+                    "2000000000 state connected\n");
+    RecordingPlayer player(path, RecordingPlayer::Own);
+    ASSERT_EQ(player.start(), CaError::nullError);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !player.latest()->problem.empty(); }, patience));
+    EXPECT_FALSE(player.latest()->isConnected);
+    EXPECT_EQ(player.latest()->problem, "it?says nothing");
+    EXPECT_EQ(player.latest()->problemKind, "silent");
+    EXPECT_TRUE(player.latest()->tools.empty());
+    EXPECT_FALSE(player.hasEnded());
+}
+
+TEST_F(RecordingTest, WhatNoPlayerWouldAcceptIsLeftOut) {
+    TrackingRecorder recorder(path);
+    ASSERT_EQ(recorder.open(), CaError::nullError);
+    std::vector<vlr::TrackingMeasurement> bad(4, pose({}));
+    bad[0].tool = "";
+    bad[1].tool = "A\nB";
+    bad[2].pose->translation.x() = std::numeric_limits<double>::infinity();
+    bad[3].pose.reset();
+    bad[3].markers.resize(33, Vector3d::Zero());
+    for (const auto& measurement : bad)
+        recorder.received(measurement);
+    recorder.received(pose({}));
+    ASSERT_EQ(recorder.close(), CaError::nullError);
+    const auto collector = std::make_shared<Collector>();
+    RecordingPlayer player(path, RecordingPlayer::Fast);
+    player.setListener(collector);
+    ASSERT_EQ(player.start(), CaError::nullError);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return player.hasEnded(); }, patience));
+    EXPECT_EQ(player.latest()->problem, "");
+    expectSame(collector->measurements(), {pose({})});
+}
+
+TEST(BackgroundWriter, NobodyWaitsForTheDiskAndWhatWaitsIsBounded) {
+    std::promise<void> begun;
+    std::promise<void> disk;
+    QByteArray written;
+    {
+        vlr::BackgroundWriter writer([&](const QByteArray& bytes) {
+            if (written.isEmpty()) {
+                begun.set_value();
+                disk.get_future().wait();
+            }
+            written += bytes;
+            return true;
+        });
+        EXPECT_TRUE(writer.write("first "));
+        begun.get_future().wait();
+        EXPECT_TRUE(writer.write("second "));
+        const QByteArray much(vlr::BackgroundWriter::mostWaiting - 7, 'x');
+        EXPECT_TRUE(writer.write(much));
+        EXPECT_FALSE(writer.write("!"));
+        disk.set_value();
+    }
+    EXPECT_EQ(written.left(13), "first second ");
+    EXPECT_EQ(written.size(), vlr::BackgroundWriter::mostWaiting + 6);
 }

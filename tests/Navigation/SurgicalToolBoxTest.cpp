@@ -182,6 +182,49 @@ TEST_F(SurgicalToolBoxTest, AProblemIsLoggedOnce) {
     EXPECT_EQ(logCount(vlr::LogLevel::Warning, "the cable is out"), 2);
 }
 
+TEST_F(SurgicalToolBoxTest, AProblemThatVariesIsLoggedOncePerConnection) {
+    expectLog(vlr::LogLevel::Warning, "damaged");
+    expectLog(vlr::LogLevel::Warning, "wrong checksum");
+    const auto garble = [&] {
+        for (int i = 0; i < 4; ++i) {
+            source->setConnected(true, "message " + std::to_string(i) + " is damaged", "damage");
+            box.refresh();
+            source->setConnected(true, std::to_string(i) + " has a wrong checksum", "checksum");
+            box.refresh();
+            source->setConnected(true); // A good one came between.
+            box.refresh();
+        }
+    };
+    garble();
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, ""), 2);
+    source->setConnected(false);
+    box.refresh();
+    source->setConnected(true);
+    box.refresh();
+    garble();
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, ""), 4);
+}
+
+// However many ask, and whatever they ask.
+TEST_F(SurgicalToolBoxTest, WithinTheIntervalAllIsOfOneMoment) {
+    see(exact);
+    box.setRefreshInterval(std::chrono::hours(1));
+    box.refresh();
+    source->setMarkers("Pointer", noisy);
+    source->setConnected(false, "");
+    box.refresh();
+    EXPECT_EQ(body->getReal(0), exact[0]);
+    EXPECT_TRUE(box.isConnected());
+    source->setConnected(true);
+    box.refreshNow();
+    EXPECT_EQ(body->getReal(0), noisy[0]);
+    box.setRefreshInterval(std::chrono::milliseconds(0));
+    source->setConnected(false, "");
+    EXPECT_TRUE(box.isConnected()); // as the tools still are
+    box.refresh();
+    EXPECT_FALSE(box.isConnected());
+}
+
 TEST(SurgicalToolBox, ThereIsNoneUntilTheApplicationMakesIt) {
     EXPECT_EQ(SurgicalToolBox::getInstance(), nullptr);
     const auto box = std::make_unique<SurgicalToolBox>();

@@ -53,6 +53,7 @@ TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
         {"version", tool(threeMarkers, "version='2' name='A'"), "version \"2\""},
         {"no version", tool(threeMarkers, "name='A'"), "no attribute \"version\""},
         {"no name", tool(threeMarkers, "version='1' name='  '"), "name"},
+        {"line break in name", tool(threeMarkers, "version='1' name='A&#10;B'"), "name"},
         {"long name", tool(threeMarkers, "version='1' name='" + QByteArray(65, 'a') + "'"), "name"},
         {"unknown attribute", tool("<marker x='0' y='0' z='0' w='0'/>"), "unknown attributes"},
         {"missing coordinate", tool("<marker x='0' y='0'/>"), "no attribute \"z\""},

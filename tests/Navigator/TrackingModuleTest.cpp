@@ -4,6 +4,7 @@
 #include "Images/PlaneView.h"
 #include "Navigation/NavigationTest.h"
 #include "Navigator/NavigatorTest.h"
+#include "Tracking/RecordingSwitch.h"
 #include "Tracking/TrackingOptionsWidget.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 
@@ -279,6 +280,56 @@ TEST_F(TrackingModuleTest, AnotherSourceReconnectsAndSurvivesTheRestart) {
     find<QPushButton>("startTracking")->click();
     EXPECT_TRUE(m_module->session().source() == choice);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !problem().empty(); }, patience));
+}
+
+TEST_F(TrackingModuleTest, ARecordingThatCannotGoOnIsStoppedAndTold) {
+    showTracking();
+    find<QPushButton>("startTracking")->click();
+    const QString path = testFolder() + QStringLiteral("/full.track");
+    ASSERT_EQ(m_module->session().record(path), CaError::nullError);
+    {
+        const FullDisk disk(20);
+        m_time.advance(std::chrono::milliseconds(100));
+        m_module->session().poll();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !m_module->session().isRecording(); }, patience));
+    }
+    EXPECT_TRUE(m_module->session().isRunning());
+    EXPECT_THAT(text("trackingRecordingState"), HasSubstr("full.track"));
+    EXPECT_THAT(text("trackingRecordingState"), HasSubstr("ended early"));
+}
+
+TEST_F(TrackingModuleTest, ASourceThatSomebodyElseTookAwayIsNotAsked) {
+    const QString path = testFolder() + QStringLiteral("/case.track");
+    writeFile(path, "vlr-tracking 1\n2000000000 state connected\n");
+    TrackingSession session(m_time.clock());
+    SourceChoice playback;
+    playback.kind = SourceChoice::Recording;
+    playback.file = path;
+    session.start(playback);
+    EXPECT_EQ(session.state(), TrackingSession::State::Connected);
+    SurgicalToolBox* const box = SurgicalToolBox::getInstance();
+    box->disconnect();
+    session.poll();
+    EXPECT_EQ(session.state(), TrackingSession::State::Connecting);
+    ASSERT_EQ(box->connectTo(std::make_unique<HandSource>(m_time.clock())), CaError::nullError);
+    session.poll();
+    EXPECT_EQ(session.state(), TrackingSession::State::Connected);
+}
+
+TEST_F(TrackingModuleTest, ARecordingBeginsWithTheConditionAndKeepsWhatHappens) {
+    const auto file = std::make_shared<Collector>();
+    RecordingSwitch recording;
+    const vlr::TrackingTime later(std::chrono::seconds(9));
+    recording.setTarget(file, later);
+    EXPECT_TRUE(file->conditions().empty()); // Nothing is known.
+    recording.setTarget(nullptr, {});
+    recording.conditionChanged({false, "it is off", "unreachable"}, {});
+    EXPECT_TRUE(file->conditions().empty());
+    recording.setTarget(file, later);
+    recording.conditionChanged({true, "", ""}, later);
+    ASSERT_EQ(file->conditions().size(), 2U);
+    EXPECT_EQ(file->conditions()[0].problem, "it is off");
+    EXPECT_TRUE(file->conditions()[1].isConnected);
 }
 
 TEST_F(TrackingModuleTest, ARecordingPlayedBackGivesTheSamePositions) {

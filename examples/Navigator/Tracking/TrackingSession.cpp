@@ -1,7 +1,6 @@
 #include "Tracking/TrackingSession.h"
 
 #include "Log/vlrLog.h"
-#include "Tracking/RecordingPlayer.h"
 #include "Tracking/RecordingSwitch.h"
 #include "Tracking/TrackingRecorder.h"
 
@@ -15,6 +14,8 @@ static void initToolResources() {
 namespace {
 
 constexpr int pollInterval = 50; // milliseconds
+// Less than the pause between polls, whose timer is not exact.
+constexpr std::chrono::milliseconds oneMoment(40);
 const std::string referenceName = "Reference base";
 const QString toolFolder = QStringLiteral(":/tools/");
 
@@ -24,13 +25,14 @@ TrackingSession::TrackingSession(vlr::TrackingClock clock)
     : m_box(clock), m_clock(std::move(clock)), m_switch(std::make_shared<RecordingSwitch>()) {
     initToolResources();
     loadTools();
+    m_box.setRefreshInterval(oneMoment);
     m_poll.setInterval(pollInterval);
-    connect(&m_poll, &QTimer::timeout, this, &TrackingSession::poll);
+    connect(&m_poll, &QTimer::timeout, this, &TrackingSession::pollInTurn);
 }
 
 // Nobody is told any more.
 TrackingSession::~TrackingSession() {
-    disconnectSource();
+    m_box.disconnect();
     const CaError error = closeRecording();
     if (!error.isNull())
         VLR_LOG(Error) << error;
@@ -48,14 +50,14 @@ void TrackingSession::loadTools() {
 // --- start and stop
 
 void TrackingSession::start(const SourceChoice& source) {
-    disconnectSource();
+    m_box.disconnect();
     stopRecording();
     m_source = source;
     std::unique_ptr<vlr::TrackingSource> made;
     CaError error = source.make(m_clock, made);
     if (error.isNull()) {
+        m_switch = std::make_shared<RecordingSwitch>(); // One that knows nothing of the last.
         made->setListener(m_switch);
-        m_player = dynamic_cast<vlr::RecordingPlayer*>(made.get());
         error = m_box.connectTo(std::move(made));
     }
     if (!error.isNull()) {
@@ -72,18 +74,13 @@ void TrackingSession::stop() {
 }
 
 void TrackingSession::end(State state, const QString& problem) {
-    disconnectSource();
+    m_box.disconnect();
     stopRecording();
     m_poll.stop();
     m_idleState = state;
     m_problem = problem;
     emit runningChanged();
     emit changed();
-}
-
-void TrackingSession::disconnectSource() {
-    m_player = nullptr;
-    m_box.disconnect();
 }
 
 TrackingSession::State TrackingSession::state() const {
@@ -96,10 +93,21 @@ QString TrackingSession::problem() const {
     return isRunning() ? QString::fromStdString(m_box.problem()) : m_problem;
 }
 
-void TrackingSession::poll() {
-    const bool hasEnded = m_player && m_player->hasEnded();
+// The tips are of the moment that others show, whoever of them asked first.
+void TrackingSession::pollInTurn() {
     m_box.refresh();
-    if (hasEnded)
+    showPoll();
+}
+
+void TrackingSession::poll() {
+    m_box.refreshNow();
+    showPoll();
+}
+
+void TrackingSession::showPoll() {
+    if (m_recorder && !m_recorder->error().isNull())
+        stopRecording();
+    if (m_box.hasEnded())
         end(State::Ended, problem());
     else
         emit changed();
@@ -146,7 +154,7 @@ CaError TrackingSession::record(const QString& path) {
     if (!error.isNull())
         return error;
     m_recorder = recorder;
-    m_switch->setTarget(std::move(recorder));
+    m_switch->setTarget(std::move(recorder), m_clock());
     return error;
 }
 
@@ -156,7 +164,7 @@ void TrackingSession::stopRecording() {
 }
 
 CaError TrackingSession::closeRecording() {
-    m_switch->setTarget(nullptr);
+    m_switch->setTarget(nullptr, {});
     const auto recorder = std::exchange(m_recorder, nullptr);
     return recorder ? recorder->close() : CaError::nullError;
 }

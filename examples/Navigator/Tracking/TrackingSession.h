@@ -9,7 +9,6 @@
 class RecordingSwitch;
 
 namespace vlr {
-class RecordingPlayer;
 class TrackingRecorder;
 } // namespace vlr
 
@@ -52,7 +51,8 @@ public:
     std::vector<SurgicalTool*> instruments() const;
     std::vector<TipPosition> tips() const; ///< One per instrument, in their order.
 
-    /// Records from now on to a file that does not exist yet. The error says why that cannot be.
+    /// Records from now on to a file that does not exist yet. The error says why that cannot be. A
+    /// recording that cannot go on, on a full disk, is stopped by the next poll.
     CaError record(const QString& path);
     bool isRecording() const { return m_recorder != nullptr; }
     void stopRecording();
@@ -65,7 +65,8 @@ signals:
 
 private:
     void loadTools();
-    void disconnectSource();
+    void pollInTurn();
+    void showPoll();
     void end(State state, const QString& problem);
     CaError closeRecording();
 
@@ -75,7 +76,6 @@ private:
     SourceChoice m_source;
     std::shared_ptr<RecordingSwitch> m_switch;
     std::shared_ptr<vlr::TrackingRecorder> m_recorder;
-    vlr::RecordingPlayer* m_player = nullptr; ///< The box's source, where it is one.
     State m_idleState = State::Stopped;
     QString m_problem; ///< Of the last start; the tracker's own come from the box.
 };

@@ -12,7 +12,8 @@ SurgicalToolBox* theBox = nullptr;
 
 } // namespace
 
-SurgicalToolBox::SurgicalToolBox(vlr::TrackingClock clock) : m_clock(std::move(clock)) {
+SurgicalToolBox::SurgicalToolBox(vlr::TrackingClock clock)
+    : m_clock(std::move(clock)), m_shown(std::make_shared<vlr::TrackingSnapshot>()) {
     if (!theBox)
         theBox = this;
 }
@@ -43,21 +44,14 @@ CaError SurgicalToolBox::connectTo(std::unique_ptr<vlr::TrackingSource> source) 
     const CaError error = source->start();
     if (error.isNull())
         m_source = std::move(source);
+    refreshNow();
     return error;
 }
 
 void SurgicalToolBox::disconnect() {
     m_source.reset();
-    m_loggedProblem.clear();
-    refresh();
-}
-
-bool SurgicalToolBox::isConnected() const {
-    return m_source && m_source->latest()->isConnected;
-}
-
-std::string SurgicalToolBox::problem() const {
-    return m_source ? m_source->latest()->problem : std::string();
+    m_loggedKinds.clear();
+    refreshNow();
 }
 
 SurgicalTool* SurgicalToolBox::addTool(const vlr::ToolGeometry& geometry) {
@@ -115,9 +109,21 @@ std::vector<SurgicalTool*> SurgicalToolBox::getTools() const {
     return tools;
 }
 
+void SurgicalToolBox::setRefreshInterval(std::chrono::milliseconds interval) {
+    m_interval = interval;
+    m_nextRefresh = QDeadlineTimer();
+}
+
 void SurgicalToolBox::refresh() {
+    if (m_nextRefresh.hasExpired())
+        refreshNow();
+}
+
+void SurgicalToolBox::refreshNow() {
+    m_nextRefresh = QDeadlineTimer(m_interval);
     const auto snapshot =
         m_source ? m_source->latest() : std::make_shared<const vlr::TrackingSnapshot>();
+    m_shown = snapshot;
     const vlr::TrackingTime now = m_clock();
     for (const auto& tool : m_tools) {
         const auto state = snapshot->tools.find(tool->getName());
@@ -132,11 +138,19 @@ void SurgicalToolBox::tellSource() {
         m_source->setTools(m_geometries);
 }
 
-// Polls are frequent and problems last: each is logged once.
+// Polls are frequent, problems last, and their texts vary: each kind is logged once, and again
+// only after the connection was lost and all was well meanwhile.
 void SurgicalToolBox::logProblem(const vlr::TrackingSnapshot& snapshot) {
-    if (snapshot.problem == m_loggedProblem)
+    m_wasLost = m_wasLost || !snapshot.isConnected;
+    if (snapshot.problem.empty()) {
+        if (m_wasLost && snapshot.isConnected)
+            m_loggedKinds.clear();
+        m_wasLost = m_wasLost && !snapshot.isConnected;
         return;
-    m_loggedProblem = snapshot.problem;
-    if (!m_loggedProblem.empty())
-        VLR_LOG(Warning) << m_loggedProblem;
+    }
+    const std::string& kind =
+        snapshot.problemKind.empty() ? snapshot.problem : snapshot.problemKind;
+    constexpr std::size_t mostKinds = 64;
+    if (m_loggedKinds.size() < mostKinds && m_loggedKinds.insert(kind).second)
+        VLR_LOG(Warning) << snapshot.problem;
 }

@@ -3,7 +3,10 @@
 #include "Tools/SurgicalTool.h"
 #include "Tracking/TrackingSource.h"
 
+#include <QtCore/QDeadlineTimer>
+
 #include <memory>
+#include <set>
 #include <vector>
 
 /// The tools of the application and the tracker that sees them.
@@ -35,10 +38,12 @@ public:
     /// The same with a source that is ready made. Null leaves the box disconnected.
     CaError connectTo(std::unique_ptr<vlr::TrackingSource> source);
     void disconnect();
-    /// Whether the tracker can be reached at present.
-    bool isConnected() const;
-    /// What last went wrong with the tracker, in words for the user; empty when nothing did.
-    std::string problem() const;
+    /// Whether the tracker could be reached at the last refresh: the moment that the tools show.
+    bool isConnected() const { return m_shown->isConnected; }
+    /// What had gone wrong with it by then, in words for the user; empty when nothing had.
+    std::string problem() const { return m_shown->problem; }
+    /// Whether nothing more is to come: the recording was played to its end.
+    bool hasEnded() const { return m_shown->hasEnded; }
 
     /// Null, with an "ERROR" in the log, for a geometry that cannot be used or a name that is
     /// taken. The tool belongs to the box.
@@ -50,7 +55,13 @@ public:
     SurgicalTool* getTool(const std::string& name) const; ///< Null when there is none.
     std::vector<SurgicalTool*> getTools() const;          ///< In the order they were added.
 
+    /// Does nothing while the last refresh is not older than the interval, so that all who ask at
+    /// about the same time show the same moment.
     void refresh();
+    void refreshNow(); ///< In any case.
+    /// For applications in which several ask at a pace of their own. Default: 0, refresh() always
+    /// refreshes.
+    void setRefreshInterval(std::chrono::milliseconds interval);
 
 private:
     CaError plug(const vlr::ToolGeometry& geometry, SurgicalTool*& tool);
@@ -60,6 +71,10 @@ private:
     vlr::TrackingClock m_clock;
     std::unique_ptr<vlr::TrackingSource> m_source;
     std::vector<std::unique_ptr<SurgicalTool>> m_tools;
-    std::vector<vlr::ToolGeometry> m_geometries; // of the tools, in the same order
-    std::string m_loggedProblem;
+    std::vector<vlr::ToolGeometry> m_geometries;          // of the tools, in the same order
+    std::shared_ptr<const vlr::TrackingSnapshot> m_shown; // never null
+    std::chrono::milliseconds m_interval{0};
+    QDeadlineTimer m_nextRefresh;
+    std::set<std::string> m_loggedKinds; // of problems, since the connection last came back
+    bool m_wasLost = false;
 };

@@ -2,6 +2,7 @@
 
 #include "IO/DurableFile.h"
 #include "Math/RigidFit.h"
+#include "Tools/ToolName.h"
 
 #include <QtCore/QResource>
 #include <QtCore/QXmlStreamReader>
@@ -13,7 +14,6 @@ namespace vlr {
 namespace {
 
 constexpr qint64 mostBytes = 64 << 10;
-constexpr int longestName = 64;
 constexpr double farthestMarker = 1000; // millimetres
 
 CaError geometryError(const QString& text) {
@@ -130,9 +130,9 @@ CaError readBytes(const QString& path, QByteArray& bytes) {
 
 CaError checkGeometry(const ToolGeometry& geometry) {
     const auto count = static_cast<int>(geometry.markers.size());
-    if (geometry.name.empty() || geometry.name.size() > longestName)
-        return geometryError(
-            QStringLiteral("the tool needs a name of at most %1 bytes").arg(longestName));
+    if (!isToolName(geometry.name))
+        return geometryError(QStringLiteral("the tool needs a printable name of at most %1 bytes")
+                                 .arg(longestToolName));
     if (count < 3 || count > mostMarkers)
         return geometryError(
             QStringLiteral("a tool has 3 to %1 markers, not %2").arg(mostMarkers).arg(count));

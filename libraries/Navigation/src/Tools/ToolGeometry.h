@@ -21,7 +21,7 @@ namespace vlr {
 ///       <marker x="0" y="35.5" z="0"/>
 ///     </tool>
 struct ToolGeometry {
-    std::string name; ///< UTF-8; what trackers call the tool. At most 64 bytes.
+    std::string name; ///< UTF-8, printable; what trackers call the tool. At most 64 bytes.
     std::vector<Vector3d> markers;
 };
 

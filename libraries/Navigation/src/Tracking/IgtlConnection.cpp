@@ -1,6 +1,5 @@
 #include "Tracking/IgtlConnection.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -9,12 +8,14 @@ namespace vlr {
 namespace {
 
 constexpr qint64 chunk = 64 << 10;
+// How long a problem is told when nothing but good messages follows: long enough to be read.
+constexpr std::chrono::seconds problemLasts(3);
 
 } // namespace
 
 IgtlConnection::IgtlConnection(OpenIGTLinkClient& client)
     : m_client(client), m_socket(this), m_retry(this), m_silence(this),
-      m_pause(client.m_options.firstPause) {
+      m_pauses(client.m_options.firstPause, client.m_options.longestPause) {
     m_retry.setSingleShot(true);
     m_silence.setSingleShot(true);
     m_silence.setInterval(client.m_options.silence);
@@ -40,7 +41,7 @@ void IgtlConnection::open() {
 void IgtlConnection::opened() {
     m_silence.start();
     m_state.setConnected(true);
-    m_client.publish(m_state.snapshot());
+    publish();
 }
 
 // One chunk at a time: timers and the wish to stop have their turn in a flood, too.
@@ -52,50 +53,71 @@ void IgtlConnection::read() {
     if (size <= 0)
         return;
     const quint64 before = m_stream->messages();
+    m_hadRoom = true;
     if (!m_stream->feed(bytes.data(), size)) {
-        close(peer() + " was left: " + m_stream->problem() + ".");
+        close("left", peer() + " was left: " + m_stream->problem() + ".");
         return;
     }
-    if (m_stream->messages() > before) {
+    const bool hasGood = m_stream->messages() > before;
+    if (hasGood) {
         m_silence.start();
-        m_pause = m_client.m_options.firstPause;
-        if (before == 0) // Only now it is known to be a tracker again.
-            m_state.setProblem({});
+        m_pauses.reset();
     }
-    if (!m_stream->problem().empty())
-        m_state.setProblem(peer() + ": " + m_stream->problem() + ".");
-    m_client.publish(m_state.snapshot());
+    updateProblem(before == 0, hasGood);
+    publish();
     if (m_socket.bytesAvailable() > 0)
         QMetaObject::invokeMethod(this, &IgtlConnection::read, Qt::QueuedConnection);
 }
 
+// With the first good message it is known to be a tracker again. Later a problem that is over stays
+// for a while: it may be over before anybody asks.
+void IgtlConnection::updateProblem(bool isFirst, bool hasGood) {
+    const TrackingTime now = m_client.m_clock();
+    if (hasGood && (isFirst || now - m_problemTime >= problemLasts))
+        m_state.setProblem({}, {});
+    if (!m_stream->problem().empty())
+        m_state.setProblem(m_stream->problemKind(), peer() + ": " + m_stream->problem() + ".");
+    else if (!m_hadRoom)
+        m_state.setProblem("names", peer() + ": " + TrackingState::tooManyNames + ".");
+    else
+        return;
+    m_problemTime = now;
+}
+
+void IgtlConnection::publish() {
+    if (m_state.condition() != m_told) {
+        m_told = m_state.condition();
+        m_client.tellListener(m_told, m_client.m_clock());
+    }
+    m_client.publish(m_state.snapshot());
+}
+
 void IgtlConnection::silent() {
-    close(peer() + (m_socket.state() == QAbstractSocket::ConnectedState ? " says nothing."
+    close("silent",
+          peer() + (m_socket.state() == QAbstractSocket::ConnectedState ? " says nothing."
                                                                         : " does not answer."));
 }
 
 void IgtlConnection::socketFailed() {
-    close(peer() + " cannot be reached: " + m_socket.errorString().toStdString() + ".");
+    close("unreachable",
+          peer() + " cannot be reached: " + m_socket.errorString().toStdString() + ".");
 }
 
-void IgtlConnection::close(const std::string& problem) {
+void IgtlConnection::close(const char* kind, const std::string& problem) {
     m_silence.stop();
     {
         const QSignalBlocker blocker(&m_socket);
         m_socket.abort();
     }
-    m_state.setConnected(false);
-    m_state.forgetTools();
-    m_state.setProblem(problem);
-    m_client.publish(m_state.snapshot());
-    m_retry.start(m_pause);
-    m_pause = std::min(2 * m_pause, m_client.m_options.longestPause);
+    m_state.setCondition({false, problem, kind});
+    publish();
+    m_retry.start(m_pauses.next());
 }
 
 void IgtlConnection::received(TrackingMeasurement measurement) {
     measurement.time = m_client.m_clock();
     m_client.tellListener(measurement);
-    m_state.add(std::move(measurement));
+    m_hadRoom = m_state.add(std::move(measurement), *m_client.knownTools()) && m_hadRoom;
 }
 
 std::string IgtlConnection::peer() const {

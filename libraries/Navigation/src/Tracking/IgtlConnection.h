@@ -2,6 +2,7 @@
 
 #include "Tracking/IgtlStream.h"
 #include "Tracking/OpenIGTLinkClient.h"
+#include "Tracking/RetryPauses.h"
 #include "Tracking/TrackingState.h"
 
 #include <QtCore/QObject>
@@ -26,17 +27,22 @@ private:
     void read();
     void silent();
     void socketFailed();
-    void close(const std::string& problem);
+    void close(const char* kind, const std::string& problem);
     void received(TrackingMeasurement measurement);
+    void updateProblem(bool isFirst, bool hasGood);
+    void publish();
     std::string peer() const;
 
     OpenIGTLinkClient& m_client;
     QTcpSocket m_socket;
     QTimer m_retry;
     QTimer m_silence;
-    std::chrono::milliseconds m_pause;
+    RetryPauses m_pauses;
     std::unique_ptr<IgtlStream> m_stream;
     TrackingState m_state;
+    TrackingCondition m_told; ///< What the listener knows.
+    TrackingTime m_problemTime;
+    bool m_hadRoom = true; ///< For all tools that the last bytes spoke of.
 };
 
 } // namespace vlr

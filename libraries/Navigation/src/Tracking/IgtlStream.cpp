@@ -1,6 +1,7 @@
 #include "Tracking/IgtlStream.h"
 
 #include "Tools/ToolGeometry.h"
+#include "Tools/ToolName.h"
 
 #include <QtCore/QtEndian>
 
@@ -51,11 +52,25 @@ bool isRotation(const Eigen::Matrix3d& matrix) {
            matrix.determinant() > 0;
 }
 
+// The matrix comes by columns: three of the rotation, then the translation.
+std::optional<TrackingMeasurement> poseOf(const std::string& tool, const float* matrix) {
+    const Eigen::Matrix<double, 3, 4> columns =
+        Eigen::Map<const Eigen::Matrix<float, 3, 4>>(matrix).cast<double>();
+    if (!isToolName(tool) || !columns.allFinite() || !isRotation(columns.leftCols<3>()))
+        return {};
+    TrackingMeasurement measurement;
+    measurement.tool = tool;
+    measurement.pose = RigidTransform{columns.leftCols<3>(), columns.col(3)};
+    return measurement;
+}
+
 } // namespace
 
 IgtlStream::IgtlStream(Receiver receiver) : m_receiver(std::move(receiver)) {}
 
 bool IgtlStream::feed(const char* bytes, qint64 size) {
+    m_problem.clear();
+    m_problemKind.clear();
     while (size > 0) {
         if (m_toSkip > 0) {
             const auto skipped = std::min(static_cast<quint64>(size), m_toSkip);
@@ -91,12 +106,13 @@ bool IgtlStream::readHeader() {
     m_bodySize = header.body_size;
     m_checksum = header.crc;
     if (m_version < 1 || m_version > newestVersion || m_type.empty() || !isPrintable(m_type)) {
-        fail("what it sends is not OpenIGTLink");
+        fail("stream", "what it sends is not OpenIGTLink");
         return false;
     }
     const bool isRead = m_type == "POINT" || m_type == "TRANSFORM" || m_type == "TDATA";
     if (m_bodySize > (isRead ? longestBody : longestSkip)) {
-        fail("it announced a message " + m_type + " of " + std::to_string(m_bodySize) + " bytes");
+        fail("stream",
+             "it announced a message " + m_type + " of " + std::to_string(m_bodySize) + " bytes");
         return false;
     }
     m_isInBody = isRead;
@@ -112,7 +128,7 @@ void IgtlStream::readBody() {
     const QByteArray body = std::exchange(m_buffer, QByteArray());
     m_isInBody = false;
     if (checksum(body) != m_checksum) {
-        fail("a message " + m_type + " has a wrong checksum");
+        fail("checksum", "a message " + m_type + " has a wrong checksum");
         return;
     }
     constexpr std::size_t shortestExtension = 12;
@@ -129,7 +145,10 @@ void IgtlStream::readBody() {
     if (isExtensionSound && readContent(body.constData() + before, size - before - behind))
         ++m_messages;
     else
-        fail("a message " + m_type + " of \"" + m_device + "\" is damaged");
+        fail("damage",
+             "a message " + m_type +
+                 (isToolName(m_device) ? " of \"" + m_device + '"' : " without a proper name") +
+                 " is damaged");
 }
 
 bool IgtlStream::readContent(const char* content, std::size_t size) {
@@ -140,13 +159,16 @@ bool IgtlStream::readContent(const char* content, std::size_t size) {
 
 bool IgtlStream::readPoints(const char* content, std::size_t size) {
     const std::size_t count = size / IGTL_POINT_ELEMENT_SIZE;
-    if (size % IGTL_POINT_ELEMENT_SIZE != 0 || count > static_cast<std::size_t>(mostMarkers))
+    if (!isToolName(m_device) || size % IGTL_POINT_ELEMENT_SIZE != 0 ||
+        count > static_cast<std::size_t>(mostMarkers))
         return false;
     std::vector<igtl_point_element> points(count);
     if (count > 0)
         std::memcpy(points.data(), content, size);
     igtl_point_convert_byte_order(points.data(), static_cast<int>(count));
-    std::vector<Vector3d> markers;
+    TrackingMeasurement measurement;
+    measurement.tool = m_device;
+    std::vector<Vector3d>& markers = measurement.markers;
     for (const igtl_point_element& point : points) {
         std::size_t number = 0;
         const Vector3d position(static_cast<double>(point.position[0]),
@@ -158,7 +180,7 @@ bool IgtlStream::readPoints(const char* content, std::size_t size) {
             markers.resize(number + 1, hiddenPosition());
         markers[number] = position;
     }
-    give(m_device, std::move(markers));
+    m_receiver(std::move(measurement));
     return true;
 }
 
@@ -168,9 +190,14 @@ bool IgtlStream::readPose(const char* content, std::size_t size) {
         return false;
     std::memcpy(matrix, content, size);
     igtl_transform_convert_byte_order(matrix);
-    return give(m_device, matrix);
+    auto measurement = poseOf(m_device, matrix);
+    if (!measurement)
+        return false;
+    m_receiver(std::move(*measurement));
+    return true;
 }
 
+// All of them or none.
 bool IgtlStream::readPoses(const char* content, std::size_t size) {
     const std::size_t count = size / IGTL_TDATA_ELEMENT_SIZE;
     if (size % IGTL_TDATA_ELEMENT_SIZE != 0)
@@ -179,35 +206,23 @@ bool IgtlStream::readPoses(const char* content, std::size_t size) {
     if (count > 0)
         std::memcpy(tools.data(), content, size);
     igtl_tdata_convert_byte_order(tools.data(), static_cast<int>(count));
-    return std::all_of(tools.begin(), tools.end(), [this](const igtl_tdata_element& tool) {
+    std::vector<TrackingMeasurement> poses;
+    for (const igtl_tdata_element& tool : tools) {
         igtl_float32 matrix[12];
         std::memcpy(matrix, tool.transform, sizeof matrix);
-        return give(text(tool.name), matrix);
-    });
-}
-
-void IgtlStream::fail(const std::string& text) {
-    m_problem = text;
-}
-
-void IgtlStream::give(const std::string& tool, std::vector<Vector3d> markers) {
-    TrackingMeasurement measurement;
-    measurement.tool = tool;
-    measurement.markers = std::move(markers);
-    m_receiver(std::move(measurement));
-}
-
-// The matrix comes by columns: three of the rotation, then the translation.
-bool IgtlStream::give(const std::string& tool, const float* matrix) {
-    const Eigen::Matrix<double, 3, 4> columns =
-        Eigen::Map<const Eigen::Matrix<float, 3, 4>>(matrix).cast<double>();
-    if (!columns.allFinite() || !isRotation(columns.leftCols<3>()))
-        return false;
-    TrackingMeasurement measurement;
-    measurement.tool = tool;
-    measurement.pose = RigidTransform{columns.leftCols<3>(), columns.col(3)};
-    m_receiver(std::move(measurement));
+        auto pose = poseOf(text(tool.name), matrix);
+        if (!pose)
+            return false;
+        poses.push_back(std::move(*pose));
+    }
+    for (TrackingMeasurement& pose : poses)
+        m_receiver(std::move(pose));
     return true;
+}
+
+void IgtlStream::fail(const char* kind, const std::string& text) {
+    m_problemKind = kind;
+    m_problem = text;
 }
 
 } // namespace vlr

@@ -25,8 +25,10 @@ public:
     /// follows is worthless.
     bool feed(const char* bytes, qint64 size);
 
-    /// What was wrong with the stream, or with the last message that was dropped.
+    /// What was wrong with the last bytes fed: with the stream, or with the last message of them
+    /// that was dropped. Empty when nothing was. It is fit to be shown and logged.
     const std::string& problem() const { return m_problem; }
+    const std::string& problemKind() const { return m_problemKind; } ///< See TrackingCondition.
     quint64 messages() const { return m_messages; } ///< Well-formed ones, up to now.
 
 private:
@@ -36,9 +38,7 @@ private:
     bool readPoints(const char* content, std::size_t size);
     bool readPose(const char* content, std::size_t size);
     bool readPoses(const char* content, std::size_t size);
-    void fail(const std::string& text);
-    void give(const std::string& tool, std::vector<Vector3d> markers);
-    bool give(const std::string& tool, const float* matrix);
+    void fail(const char* kind, const std::string& text);
 
     Receiver m_receiver;
     QByteArray m_buffer; // The header, or the body of the message whose header was read.
@@ -50,6 +50,7 @@ private:
     quint64 m_bodySize = 0;
     quint64 m_checksum = 0;
     std::string m_problem;
+    std::string m_problemKind;
     quint64 m_messages = 0;
 };
 

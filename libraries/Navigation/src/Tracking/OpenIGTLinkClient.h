@@ -18,10 +18,12 @@ namespace vlr {
 ///     TDATA      the poses of several tools, each named in its element.
 ///
 /// A tracker that sends both is taken at its markers. Messages with a wrong checksum, of a length
-/// that does not fit, with numbers that are not finite or a matrix that is no rotation are
-/// dropped. A peer that sends something else altogether, announces a message of more than 64 KiB
-/// (64 MiB for those passed over) or says nothing for a while is left. After a lost connection
-/// comes another attempt, and another, after pauses that double up to the longest one.
+/// that does not fit, with numbers that are not finite, a matrix that is no rotation or a tool
+/// without a printable name are dropped as a whole; the snapshot's problem says so until none came
+/// for three seconds. Of tools that nobody knows (see setTools()) the last 64 are kept. A peer that
+/// sends something else altogether, announces a message of more than 64 KiB (64 MiB for those
+/// passed over) or says nothing for a while is left. After a lost connection comes another attempt,
+/// and another, after pauses that double up to the longest one.
 class VLR_NAVIGATION_EXPORT OpenIGTLinkClient : public TrackingSource {
 public:
     struct Options {

@@ -1,6 +1,7 @@
 #include "Tracking/RecordingFormat.h"
 
 #include "Tools/ToolGeometry.h"
+#include "Tools/ToolName.h"
 
 #include <QtCore/QList>
 #include <QtCore/QLocale>
@@ -16,6 +17,8 @@ namespace {
 
 constexpr int fixedFields = 3; // time, kind, tool
 constexpr int poseNumbers = 12;
+constexpr int longestKind = 40;     // characters
+constexpr int longestProblem = 500; // characters; as a line it is up to twelve times as long
 
 QByteArray number(double value) {
     return QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
@@ -56,9 +59,45 @@ bool readPose(const QList<QByteArray>& fields, std::optional<RigidTransform>& po
     return true;
 }
 
+bool readState(const QList<QByteArray>& fields, TrackingCondition& condition) {
+    condition.isConnected = fields[2] == "connected";
+    if (fields.size() == fixedFields + 2) {
+        condition.problemKind = cleanText(
+            QByteArray::fromPercentEncoding(fields[fixedFields]).toStdString(), longestKind);
+        condition.problem = cleanText(
+            QByteArray::fromPercentEncoding(fields[fixedFields + 1]).toStdString(), longestProblem);
+    } else if (fields.size() != fixedFields) {
+        return false;
+    }
+    return condition.isConnected || fields[2] == "disconnected";
+}
+
+QString readTool(const QList<QByteArray>& fields, TrackingMeasurement& measurement) {
+    measurement.tool = QByteArray::fromPercentEncoding(fields.value(2)).toStdString();
+    if (!isToolName(measurement.tool))
+        return QStringLiteral("it names no tool");
+    const bool isRead = fields[1] == "markers" ? readMarkers(fields, measurement.markers)
+                        : fields[1] == "pose"  ? readPose(fields, measurement.pose)
+                                               : false;
+    return isRead ? QString() : QStringLiteral("it holds neither markers nor a pose");
+}
+
+bool isReadable(const TrackingMeasurement& measurement) {
+    const bool isFinite = !measurement.pose || (measurement.pose->rotation.allFinite() &&
+                                                measurement.pose->translation.allFinite());
+    return isFinite && isToolName(measurement.tool) &&
+           measurement.markers.size() <= static_cast<std::size_t>(mostMarkers);
+}
+
+QByteArray encoded(const std::string& text, int longest) {
+    return QByteArray::fromStdString(cleanText(text, longest)).toPercentEncoding();
+}
+
 } // namespace
 
 QByteArray toRecordingLine(const TrackingMeasurement& measurement, std::chrono::microseconds time) {
+    if (!isReadable(measurement))
+        return {};
     QByteArray line = QByteArray::number(static_cast<qint64>(time.count()));
     line += measurement.pose ? " pose " : " markers ";
     line += QByteArray::fromStdString(measurement.tool).toPercentEncoding();
@@ -78,28 +117,36 @@ QByteArray toRecordingLine(const TrackingMeasurement& measurement, std::chrono::
     return line + '\n';
 }
 
-QString fromRecordingLine(const QByteArray& line, TrackingMeasurement& measurement,
-                          std::chrono::microseconds& time) {
-    if (!line.endsWith('\n'))
-        return line.size() < longestRecordingLine - 1 ? QStringLiteral("it is cut off")
+QByteArray toRecordingLine(const TrackingCondition& condition, std::chrono::microseconds time) {
+    QByteArray line = QByteArray::number(static_cast<qint64>(time.count())) + " state ";
+    line += condition.isConnected ? "connected" : "disconnected";
+    if (!condition.problem.empty())
+        line += ' ' + encoded(condition.problemKind, longestKind) + ' ' +
+                encoded(condition.problem, longestProblem);
+    return line + '\n';
+}
+
+QString fromRecordingLine(const QByteArray& text, RecordingLine& line) {
+    if (!text.endsWith('\n'))
+        return text.size() < longestRecordingLine - 1 ? QStringLiteral("it is cut off")
                                                       : QStringLiteral("it is too long");
-    const QList<QByteArray> fields = line.left(line.size() - 1).split(' ');
+    const QList<QByteArray> fields = text.left(text.size() - 1).split(' ');
     bool isTime = false;
     const qint64 microseconds = fields[0].toLongLong(&isTime);
     constexpr qint64 longest = qint64(30) * 24 * 3600 * 1000000; // a month
     if (!isTime || microseconds < 0 || microseconds > longest)
         return QStringLiteral("it does not begin with a time");
-    if (fields.size() < fixedFields || fields[2].isEmpty())
-        return QStringLiteral("it names no tool");
-    TrackingMeasurement found;
-    found.tool = QByteArray::fromPercentEncoding(fields[2]).toStdString();
-    const bool isRead = fields[1] == "markers" ? readMarkers(fields, found.markers)
-                        : fields[1] == "pose"  ? readPose(fields, found.pose)
-                                               : false;
-    if (!isRead)
-        return QStringLiteral("it holds neither markers nor a pose");
-    measurement = found;
-    time = std::chrono::microseconds(microseconds);
+    RecordingLine found;
+    found.time = std::chrono::microseconds(microseconds);
+    if (fields.size() >= fixedFields && fields[1] == "state") {
+        if (!readState(fields, found.condition))
+            return QStringLiteral("it does not tell the state of the connection");
+    } else {
+        const QString problem = readTool(fields, found.measurement.emplace());
+        if (!problem.isEmpty())
+            return problem;
+    }
+    line = found;
     return {};
 }
 

@@ -63,7 +63,8 @@ void RecordingPlayer::play() {
     publish(state.snapshot());
     const std::string problem = playLines(state);
     state.setConnected(false);
-    state.setProblem(problem);
+    state.setProblem("recording", problem);
+    state.setEnded();
     publish(state.snapshot());
     m_hasEnded = true;
 }
@@ -72,11 +73,9 @@ std::string RecordingPlayer::playLines(TrackingState& state) {
     const TrackingTime begin = m_clock();
     std::chrono::microseconds last(0);
     for (qint64 number = 2; !m_file.atEnd(); ++number) {
-        TrackingMeasurement measurement;
-        std::chrono::microseconds time(0);
-        QString problem =
-            fromRecordingLine(m_file.readLine(longestRecordingLine), measurement, time);
-        if (problem.isEmpty() && time < last)
+        RecordingLine line;
+        QString problem = fromRecordingLine(m_file.readLine(longestRecordingLine), line);
+        if (problem.isEmpty() && line.time < last)
             problem = QStringLiteral("its time lies before that of the line above");
         if (!problem.isEmpty())
             return QStringLiteral("The recording \"%1\" cannot be played on, line %2: %3.")
@@ -84,15 +83,29 @@ std::string RecordingPlayer::playLines(TrackingState& state) {
                 .arg(number)
                 .arg(problem)
                 .toStdString();
-        last = time;
-        if (!waitUntil(begin + time))
+        last = line.time;
+        if (!waitUntil(begin + line.time))
             break;
-        measurement.time = m_clock();
-        tellListener(measurement);
-        state.add(std::move(measurement));
+        playLine(std::move(line), state);
         publish(state.snapshot());
     }
     return {};
+}
+
+void RecordingPlayer::playLine(RecordingLine&& line, TrackingState& state) {
+    const TrackingTime now = m_clock();
+    if (!line.measurement) {
+        state.setCondition(line.condition);
+        tellListener(line.condition, now);
+        return;
+    }
+    line.measurement->time = now;
+    tellListener(*line.measurement);
+    if (!state.add(std::move(*line.measurement), *knownTools()))
+        state.setProblem("names",
+                         QStringLiteral("The recording \"%1\": %2.")
+                             .arg(m_file.fileName(), QString::fromUtf8(TrackingState::tooManyNames))
+                             .toStdString());
 }
 
 // False when the playback is to stop.

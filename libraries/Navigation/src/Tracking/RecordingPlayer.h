@@ -16,9 +16,10 @@ namespace vlr {
 ///     player.setListener(evaluation);
 ///     CaError error = player.start();
 ///
-/// The file is read line by line as it is needed. A line that cannot be understood ends the
+/// Lost connections and problems that were recorded are played as well. The file is read line by
+/// line as it is needed. A line that cannot be understood ends the
 /// playback, and the snapshot's problem then names the file, the line and the cause. When the
-/// recording has ended the source is disconnected.
+/// recording has ended the source is disconnected, and its snapshot says so.
 class VLR_NAVIGATION_EXPORT RecordingPlayer : public TrackingSource {
 public:
     enum Pace {
@@ -39,6 +40,7 @@ private:
     CaError open();
     void play();
     std::string playLines(class TrackingState& state);
+    void playLine(struct RecordingLine&& line, class TrackingState& state);
     bool waitUntil(TrackingTime time);
 
     QFile m_file;

@@ -50,10 +50,24 @@ struct ToolState {
     std::optional<TrackingMeasurement> pose;
 };
 
-/// What a source knew at one moment. It does not change once it is published.
-struct TrackingSnapshot {
+/// How the connection to a tracker is.
+struct TrackingCondition {
     bool isConnected = false;
-    std::string problem; ///< What last went wrong, for the log; empty when nothing did.
+    std::string problem; ///< What last went wrong, for user and log; empty when nothing did.
+    /// Tells problems apart that are worth a warning each, whatever their texts say; where it is
+    /// empty the text does.
+    std::string problemKind;
+
+    bool operator==(const TrackingCondition& other) const {
+        return isConnected == other.isConnected && problem == other.problem &&
+               problemKind == other.problemKind;
+    }
+    bool operator!=(const TrackingCondition& other) const { return !(*this == other); }
+};
+
+/// What a source knew at one moment. It does not change once it is published.
+struct TrackingSnapshot : TrackingCondition {
+    bool hasEnded = false; ///< Nothing will follow: a recording was played to its end.
     std::map<std::string, ToolState> tools;
 };
 

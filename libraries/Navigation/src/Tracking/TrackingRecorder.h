@@ -6,6 +6,8 @@
 
 namespace vlr {
 
+class BackgroundWriter;
+
 /// Writes what a source receives to a file that RecordingPlayer plays back.
 ///
 ///     auto recorder = std::make_shared<TrackingRecorder>(path);
@@ -14,9 +16,12 @@ namespace vlr {
 ///     ...
 ///     error = recorder->close();
 ///
-/// The file is text, one measurement per line, exact to the last digit. What cannot be written, or
-/// would make the file longer than its limit, ends the recording; what was written by then can be
-/// played. close() says so.
+/// The file is text, one measurement or change of the connection per line, exact to the last
+/// digit. What cannot be written, or would make the file longer than its limit, ends the recording;
+/// what was written by then can be played. error() says so at once, from any thread. Measurements
+/// that no player would accept, such as those without the name of a tool, are left out.
+///
+/// The disk is written in a thread of its own: listening never waits for it.
 class VLR_NAVIGATION_EXPORT TrackingRecorder : public TrackingListener {
 public:
     static constexpr qint64 defaultLimit = qint64(1) << 30; ///< Bytes.
@@ -27,15 +32,26 @@ public:
     /// Creates the file. One that exists is not overwritten: that is an error.
     CaError open();
     void received(const TrackingMeasurement& measurement) override;
-    /// The error names the file and why the recording ended early, if it did.
+    void conditionChanged(const TrackingCondition& condition, TrackingTime time) override;
+    /// Names the file and why the recording ended early; null as long as all is well.
+    CaError error() const;
+    /// Waits until all is written. The answer is error().
     CaError close();
 
 private:
-    std::mutex m_mutex;
-    QFile m_file;
+    template <class Entry>
+    void add(const Entry& entry, TrackingTime time);
+    bool write(const QByteArray& lines);
+    CaError endedEarly(const QString& cause) const;
+
+    mutable std::mutex m_mutex; // Never held while the disk is written.
+    QFile m_file;               // The writer's, from open() to close().
     qint64 m_limit;
+    qint64 m_size = 0; ///< Of the file once all is written.
     std::optional<TrackingTime> m_begin;
+    std::chrono::microseconds m_last{0};
     CaError m_error;
+    std::unique_ptr<BackgroundWriter> m_writer;
 };
 
 } // namespace vlr

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <mutex>
+#include <set>
 
 namespace vlr {
 
@@ -14,6 +15,9 @@ class VLR_NAVIGATION_EXPORT TrackingListener {
 public:
     virtual ~TrackingListener();
     virtual void received(const TrackingMeasurement& measurement) = 0;
+    /// The connection came or went, or there is another problem or none any more. By default
+    /// nothing is done.
+    virtual void conditionChanged(const TrackingCondition& condition, TrackingTime time);
 };
 
 /// Where the positions of tools come from: a camera on the network, a recording, a simulation.
@@ -40,7 +44,7 @@ public:
     /// The newest that is known. Never null, never waits for the tracker.
     virtual std::shared_ptr<const TrackingSnapshot> latest();
 
-    /// The tools in use. Only a simulation needs to know them.
+    /// The tools in use: a simulation shows these, and other sources always have room for them.
     virtual void setTools(const std::vector<ToolGeometry>& tools);
 
     /// Takes effect for a source that is not started; null removes the listener.
@@ -49,10 +53,14 @@ public:
 protected:
     void publish(std::shared_ptr<const TrackingSnapshot> snapshot);
     void tellListener(const TrackingMeasurement& measurement) const;
+    void tellListener(const TrackingCondition& condition, TrackingTime time) const;
+    /// The names given to setTools(), from any thread. Never null.
+    std::shared_ptr<const std::set<std::string>> knownTools();
 
 private:
     std::mutex m_mutex; // Held for the exchange of a pointer, never longer.
     std::shared_ptr<const TrackingSnapshot> m_snapshot;
+    std::shared_ptr<const std::set<std::string>> m_known;
     std::shared_ptr<TrackingListener> m_listener;
 };
 
