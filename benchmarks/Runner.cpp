@@ -132,28 +132,41 @@ void Runner::run() {
 }
 
 void Runner::reportComparison(const Suite::Comparison& comparison) {
-    const Measured& ours = measured(comparison.name + ":ours");
-    const Summary time(ours.nanoseconds);
+    const auto samples = [&](const char* side) {
+        const Measured& all = measured(comparison.name + side);
+        return comparison.counter.empty() ? all.nanoseconds : all.counters.at(comparison.counter);
+    };
+    const auto text = [&](double value) {
+        return comparison.counter.empty() ? inUnits(value)
+                                          : number(value) + ' ' + comparison.counter;
+    };
+    const std::string unit = comparison.counter.empty() ? "Nanoseconds" : comparison.counter;
+    const Summary ours(samples(":ours"));
     QJsonObject json{{QStringLiteral("what"), QString::fromStdString(comparison.what)},
-                     {QStringLiteral("oursNanoseconds"), time.toJson()}};
+                     {QString::fromStdString("ours" + unit), ours.toJson()}};
     std::printf("  %s: %s\n", comparison.name.c_str(), comparison.what.c_str());
     if (comparison.theirs) {
-        const Measured& theirs = measured(comparison.name + ":theirs");
+        const Summary theirs(samples(":theirs"));
         std::vector<double> ratios;
-        for (std::size_t i = 0; i < ours.nanoseconds.size(); ++i)
-            ratios.push_back(ours.nanoseconds[i] / theirs.nanoseconds.at(i));
+        for (std::size_t i = 0; i < ours.samples.size(); ++i)
+            ratios.push_back(ours.samples[i] / theirs.samples.at(i));
         const Summary ratio(ratios);
-        const Summary theirTime(theirs.nanoseconds);
-        std::printf("    %s / %s = %s (%s to %s)  %s\n", inUnits(time.median).c_str(),
-                    inUnits(theirTime.median).c_str(), number(ratio.median).c_str(),
+        std::printf("    %s / %s = %s (%s to %s)  %s\n", text(ours.median).c_str(),
+                    text(theirs.median).c_str(), number(ratio.median).c_str(),
                     number(ratio.lowerQuartile).c_str(), number(ratio.upperQuartile).c_str(),
                     verdict(ratio.median, comparison.aim).c_str());
-        json.insert(QStringLiteral("theirsNanoseconds"), theirTime.toJson());
+        json.insert(QString::fromStdString("theirs" + unit), theirs.toJson());
         json.insert(QStringLiteral("ratio"), ratio.toJson());
         json.insert(QStringLiteral("aim"), comparison.aim);
     } else {
-        std::printf("    %s\n", inUnits(time.median).c_str());
+        std::printf("    %s\n", text(ours.median).c_str());
     }
+    reportCounts(comparison, json);
+    m_json.insert(QString::fromStdString(comparison.name), json);
+}
+
+void Runner::reportCounts(const Suite::Comparison& comparison, QJsonObject& json) const {
+    const Measured& ours = measured(comparison.name + ":ours");
     for (const Suite::Count& count : comparison.counts) {
         const Summary summary(ours.counters.at(count.name));
         std::printf("    %s: %s (%s to %s)  %s\n", count.name.c_str(),
@@ -162,7 +175,6 @@ void Runner::reportComparison(const Suite::Comparison& comparison) {
                     verdict(summary.median, count.atMost).c_str());
         json.insert(QString::fromStdString(count.name), summary.toJson());
     }
-    m_json.insert(QString::fromStdString(comparison.name), json);
 }
 
 void Runner::reportGrowth(const Suite::Growth& growth) {

@@ -38,6 +38,7 @@ private:
 
     void measure();
     void reportComparison(const Suite::Comparison& comparison);
+    void reportCounts(const Suite::Comparison& comparison, QJsonObject& json) const;
     void reportGrowth(const Suite::Growth& growth);
     const Measured& measured(const std::string& name) const;
 

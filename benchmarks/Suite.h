@@ -35,6 +35,7 @@ public:
         Function theirs;
         std::vector<Count> counts = {}; ///< of `ours`
         bool hasOwnClock = false;       ///< The functions set their times (SetIterationTime).
+        std::string counter = {};       ///< What both count and what is compared instead of time.
     };
 
     /// How the time grows with the size, which the function finds in state.range(0).

@@ -25,11 +25,23 @@ struct Entry {
 };
 
 constexpr Entry entries[] = {
-    {"startup", "Navigator to its first frame, and its memory / a bare Qt window", &addStartup},
+    {"startup", "Navigator to its first frame / a bare Qt window; 200 modules / 4", &addStartup},
+    {"memory", "resident size of Navigator at rest / a bare Qt window", &addMemory},
     {"layout", "the geometry of a drag step of the four views / nested QSplitters", &addLayout},
     {"drag", "a drag step with painting / repainting the same panes", &addDrag},
-    {"tick", "a tick of the progress monitor / QProgressDialog::setValue()", &addTick},
+    {"image", "repainting a scaled image / memcpy of its pixels", &addImage},
+    {"overlay", "a change of a small overlay / a full repaint", &addOverlay},
+    {"frame", "a new frame of a camera / QPainter::drawImage()", &addFrame},
+    {"poll", "a poll of a tool that did not move / one that repaints", &addPoll},
+    {"stall", "the longest stall of the GUI with 1,000 poses a second", &addStall},
+    {"log", "a flushed record, and an unheard one / spdlog; growth of the view", &addLog},
+    {"settings", "Settings::get() / QSettings::value()", &addSettings},
+    {"save", "a durable store of 1,000 nodes / QXmlStreamWriter + QSaveFile; growth", &addSave},
+    {"load", "loading them / a pass of QXmlStreamReader; growth", &addLoad},
     {"patients", "listing 10,000 patients / one bare SQL query; a free id / listing", &addPatients},
+    {"modules", "activating a module, painted / QStackedWidget; growth, also of controls",
+     &addModules},
+    {"tick", "a tick of the progress monitor / QProgressDialog::setValue()", &addTick},
 };
 
 QString listOfSuites() {
