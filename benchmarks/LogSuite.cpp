@@ -2,6 +2,7 @@
 
 #include "Suites.h"
 
+#include "Silence.h"
 #include "Suite.h"
 
 #include "Base/LogModel.h"
@@ -9,39 +10,17 @@
 
 #include <QtCore/QTemporaryDir>
 
-#include <fcntl.h>
 #include <memory>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace {
 
 constexpr double recordAim = 1.15;
 constexpr double unheardAim = 0.25;
 constexpr int unheardRecords = 100; // in one iteration: one alone is too short to be timed
-
-/// Both write to standard error as well, which nobody wants to read here.
-class Silence {
-public:
-    Silence() : m_stderr(::dup(STDERR_FILENO)) {
-        const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (m_stderr < 0 || nowhere < 0 || ::dup2(nowhere, STDERR_FILENO) < 0)
-            throw std::runtime_error("Standard error cannot be silenced.");
-        ::close(nowhere);
-    }
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
-    ~Silence() {
-        ::dup2(m_stderr, STDERR_FILENO);
-        ::close(m_stderr);
-    }
-
-private:
-    int m_stderr;
-};
 
 /// As one would set spdlog up for the same: a rotating file, standard error, and the source line.
 struct PlainLog {

@@ -2,6 +2,7 @@
 
 #include "Suites.h"
 
+#include "Silence.h"
 #include "Suite.h"
 
 #include "AppBase/ApplicationServices.h"
@@ -194,6 +195,7 @@ private:
 
 // One control comes and goes while so many are in the list.
 void showControl(benchmark::State& state) {
+    const Silence silence;
     QtAppMainWindow window(nullptr, nullptr, Qt::Window);
     const Services services(&window);
     auto* const list = vlr::ControlList::instance();

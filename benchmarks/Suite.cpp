@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 #include <utility>
 
 namespace {
@@ -23,18 +22,15 @@ long long allocationCount() {
     return allocations.load(std::memory_order_relaxed);
 }
 
-// Those of the libraries that are loaded are counted as well.
-void* operator new(std::size_t size) {
+// Those of all libraries, Qt's and those of "new" included, come here: the program's own function
+// goes before that of the C library.
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+
+extern "C" void* __libc_malloc(std::size_t size);
+
+extern "C" void* malloc(std::size_t size) {
     allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size == 0 ? 1 : size))
-        return memory;
-    throw std::bad_alloc();
+    return __libc_malloc(size);
 }
 
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#endif

@@ -58,5 +58,6 @@ private:
     std::vector<Growth> m_growths;
 };
 
-/// Heap allocations of this process so far, by "new".
+/// Heap allocations of this process so far, by malloc() and so by "new" and Qt. Under the address
+/// sanitizer none are counted.
 long long allocationCount();

@@ -3,6 +3,7 @@
 
 #include "Suites.h"
 
+#include "Silence.h"
 #include "Suite.h"
 
 #include "Tools/SurgicalToolBox.h"
@@ -172,6 +173,7 @@ double longestStall(SurgicalToolBox& box) {
 
 // Where nothing was sent there is nothing to report.
 double stallWithNetwork() {
+    const Silence silence;
     SurgicalToolBox box;
     box.addTool(geometry);
     Sender sender;
