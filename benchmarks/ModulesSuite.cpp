@@ -196,6 +196,7 @@ private:
 // One control comes and goes while so many are in the list.
 void showControl(benchmark::State& state) {
     const Silence silence;
+    const Silence noLines(STDOUT_FILENO); // The list tells what it does there.
     QtAppMainWindow window(nullptr, nullptr, Qt::Window);
     const Services services(&window);
     auto* const list = vlr::ControlList::instance();

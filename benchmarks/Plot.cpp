@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr QSize pictureSize(640, 420);
-const QRectF field(80, 40, 530, 310);
+constexpr QSize pictureSize(640, 400);
+const QRectF field(80, 40, 520, 310);
 
 /// A logarithmic axis from the power of ten below the least value to that above the greatest.
 struct Axis {

@@ -1,26 +1,29 @@
 #pragma once
 
+#include <cstdio>
 #include <fcntl.h>
 #include <stdexcept>
 #include <unistd.h>
 
-/// Keeps what is written to standard error from the reader of the table, and the time that a
-/// terminal takes out of what is measured.
+/// Keeps what is written to standard error, or another file, from the reader of the table, and the
+/// time that a terminal takes out of what is measured.
 class Silence {
 public:
-    Silence() : m_stderr(::dup(STDERR_FILENO)) {
+    explicit Silence(int file = STDERR_FILENO) : m_file(file), m_kept(::dup(file)) {
         const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (m_stderr < 0 || nowhere < 0 || ::dup2(nowhere, STDERR_FILENO) < 0)
-            throw std::runtime_error("Standard error cannot be silenced.");
+        if (m_kept < 0 || nowhere < 0 || ::dup2(nowhere, file) < 0)
+            throw std::runtime_error("The output cannot be silenced.");
         ::close(nowhere);
     }
     Silence(const Silence&) = delete;
     Silence& operator=(const Silence&) = delete;
     ~Silence() {
-        ::dup2(m_stderr, STDERR_FILENO);
-        ::close(m_stderr);
+        std::fflush(stdout); // What is buffered belongs to nowhere as well.
+        ::dup2(m_kept, m_file);
+        ::close(m_kept);
     }
 
 private:
-    int m_stderr;
+    int m_file;
+    int m_kept;
 };
