@@ -1,4 +1,5 @@
 // The least a Qt application can be: what an application built on the libraries is held against.
+// It ends after its first frame, or, with the option --stay, when somebody ends it.
 
 #include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
@@ -15,7 +16,8 @@ private:
         // The frame is complete when the event loop is back.
         QTimer::singleShot(0, this, [] {
             std::cout << "first frame" << std::endl;
-            QApplication::quit();
+            if (!QCoreApplication::arguments().contains(QStringLiteral("--stay")))
+                QApplication::quit();
         });
     }
 };

@@ -5,7 +5,6 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
-#include <cstdio>
 #include <stdexcept>
 
 namespace {
@@ -37,15 +36,6 @@ QJsonObject Summary::toJson() const {
             {QStringLiteral("lowerQuartile"), lowerQuartile},
             {QStringLiteral("upperQuartile"), upperQuartile},
             {QStringLiteral("samples"), array}};
-}
-
-void printHead() {
-    std::printf("%-24s%8s   %s\n", "", "median", "(quartiles)");
-}
-
-void print(const char* name, const Summary& summary, int digits) {
-    std::printf("%-24s%8.*f   (%.*f to %.*f)\n", name, digits, summary.median, digits,
-                summary.lowerQuartile, digits, summary.upperQuartile);
 }
 
 void writeJson(const QString& path, const QJsonObject& object) {

@@ -17,9 +17,5 @@ struct Summary {
     double upperQuartile;
 };
 
-/// A table on the standard output: its head, and one line of it.
-void printHead();
-void print(const char* name, const Summary& summary, int digits);
-
 /// Throws std::runtime_error if the file cannot be written.
 void writeJson(const QString& path, const QJsonObject& object);

@@ -70,22 +70,24 @@ QString plainKey(const QString& key) {
 // `expected` gives the words for what would have been right.
 template <class T, class Convert, class Expected>
 T valueOr(const QString& anyKey, const T& defaultValue, Convert convert, Expected expected) {
-    const QString key = plainKey(anyKey);
     const Values& values = loaded().values;
-    const auto found = values.constFind(key);
+    const auto found = anyKey.startsWith(QLatin1Char('/')) ? values.constFind(plainKey(anyKey))
+                                                           : values.constFind(anyKey);
     if (found == values.constEnd())
         return defaultValue;
-    if (const std::optional<T> value = convert(found.value()))
-        return *value;
-    complain(key, found.value(), expected());
+    if (std::optional<T> value = convert(found.value()))
+        return *std::move(value);
+    complain(found.key(), found.value(), expected());
     return defaultValue;
 }
 
 // QSettings makes a list of a text with commas that is not in quotes.
 std::optional<QString> toString(const QVariant& value) {
+    if (value.type() == QVariant::String) // nearly always: without the way through QVariant
+        return *static_cast<const QString*>(value.constData());
     if (value.type() == QVariant::StringList)
         return value.toStringList().join(QStringLiteral(", "));
-    if (value.type() == QVariant::String || value.type() == QVariant::ByteArray)
+    if (value.type() == QVariant::ByteArray)
         return value.toString();
     return std::nullopt;
 }
