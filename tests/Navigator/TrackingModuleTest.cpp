@@ -1,5 +1,6 @@
 #include "Tracking/TrackingModule.h"
 
+#include "Base/QtMessageLine.h"
 #include "Images/ImagesModule.h"
 #include "Images/PlaneView.h"
 #include "Navigation/NavigationTest.h"
@@ -294,8 +295,9 @@ TEST_F(TrackingModuleTest, ARecordingThatCannotGoOnIsStoppedAndTold) {
         EXPECT_TRUE(QTest::qWaitFor([&] { return !m_module->session().isRecording(); }, patience));
     }
     EXPECT_TRUE(m_module->session().isRunning());
-    EXPECT_THAT(text("trackingRecordingState"), HasSubstr("full.track"));
-    EXPECT_THAT(text("trackingRecordingState"), HasSubstr("ended early"));
+    const std::string told = find<QtMessageLine>("trackingRecordingState")->text().toStdString();
+    EXPECT_THAT(told, HasSubstr("full.track"));
+    EXPECT_THAT(told, HasSubstr("ended early"));
 }
 
 TEST_F(TrackingModuleTest, ASourceThatSomebodyElseTookAwayIsNotAsked) {
