@@ -308,14 +308,20 @@ TEST_F(TrackingModuleTest, ASourceThatSomebodyElseTookAwayIsNotAsked) {
     playback.kind = SourceChoice::Recording;
     playback.file = path;
     session.start(playback);
-    EXPECT_EQ(session.state(), TrackingSession::State::Connected);
+    const auto comesTo = [&session](TrackingSession::State state) {
+        return QTest::qWaitFor(
+            [&] {
+                session.poll();
+                return session.state() == state;
+            },
+            patience);
+    };
+    EXPECT_TRUE(comesTo(TrackingSession::State::Connected));
     SurgicalToolBox* const box = SurgicalToolBox::getInstance();
     box->disconnect();
-    session.poll();
-    EXPECT_EQ(session.state(), TrackingSession::State::Connecting);
+    EXPECT_TRUE(comesTo(TrackingSession::State::Connecting));
     ASSERT_EQ(box->connectTo(std::make_unique<HandSource>(m_time.clock())), CaError::nullError);
-    session.poll();
-    EXPECT_EQ(session.state(), TrackingSession::State::Connected);
+    EXPECT_TRUE(comesTo(TrackingSession::State::Connected));
 }
 
 TEST_F(TrackingModuleTest, ARecordingBeginsWithTheConditionAndKeepsWhatHappens) {
