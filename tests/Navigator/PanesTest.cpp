@@ -172,6 +172,10 @@ TEST_F(PanesTest, MovingOnePaneMovesTheOthers) {
     turnWheel(view(Plane::Coronal), 60);
     turnWheel(view(Plane::Coronal), 60);
     EXPECT_EQ(position()[1], before[1] + 2);
+    turnWheel(overview(), -120 * 2);
+    EXPECT_EQ(position()[2], before[2] + 2);
+    QTest::keyClick(overview(), Qt::Key_PageUp);
+    EXPECT_LT(position()[2], before[2]);
 }
 
 TEST_F(PanesTest, KeysStopAtBothEnds) {

@@ -6,6 +6,7 @@
 #include <QtCore/QtMath>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
+#include <QtGui/QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -52,6 +53,19 @@ void OverviewView::mouseMoveEvent(QMouseEvent* event) {
     turn(way.x() * degreesPerPixel, way.y() * degreesPerPixel);
 }
 
+void OverviewView::moveSlice(SliceMove move) {
+    if (m_crossHair && !m_volume.isEmpty())
+        m_crossHair->setSlice(Plane::Axial, movedSlice(move, m_crossHair->slice(Plane::Axial),
+                                                       m_volume.count(Plane::Axial)));
+}
+
+void OverviewView::wheelEvent(QWheelEvent* event) {
+    if (m_crossHair)
+        m_crossHair->setSlice(Plane::Axial,
+                              m_crossHair->slice(Plane::Axial) + m_wheel.turn(*event));
+    event->accept();
+}
+
 void OverviewView::keyPressEvent(QKeyEvent* event) {
     switch (event->key()) {
     case Qt::Key_Left:
@@ -62,6 +76,10 @@ void OverviewView::keyPressEvent(QKeyEvent* event) {
         return turn(0, -keyStep);
     case Qt::Key_Down:
         return turn(0, keyStep);
+    case Qt::Key_PageUp:
+        return moveSlice(SliceMove::PageBack);
+    case Qt::Key_PageDown:
+        return moveSlice(SliceMove::PageForward);
     case Qt::Key_Home:
         return turn(firstAzimuth - m_azimuth, firstElevation - m_elevation);
     default:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Images/PaneView.h"
+#include "Images/SliceMove.h"
 #include "Images/Volume.h"
 
 #include <QtCore/QPointer>
@@ -9,7 +10,8 @@
 class CrossHair;
 
 /// Shows how the three planes lie in the volume and in each other, seen from the front, with facts
-/// about the volume. Dragging and the arrow keys turn it, the Home key turns it back.
+/// about the volume. Dragging and the arrow keys turn it, the Home key turns it back; the wheel and
+/// the page keys step the axial slices.
 class OverviewView : public PaneView {
     Q_OBJECT
 
@@ -23,6 +25,7 @@ protected:
     void paintPicture(QPainter& painter) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -39,6 +42,7 @@ private:
 
     void follow();
     void turn(double azimuth, double elevation);
+    void moveSlice(SliceMove move);
     Direction direction(std::size_t axis) const; ///< Of one voxel.
     double scale() const;
     QPointF project(const Point& point) const;
@@ -55,4 +59,5 @@ private:
     double m_azimuth;   ///< Degrees.
     double m_elevation; ///< Degrees.
     QPoint m_dragStart;
+    WheelNotches m_wheel;
 };
