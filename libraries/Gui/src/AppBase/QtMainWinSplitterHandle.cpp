@@ -88,10 +88,3 @@ void QtMainWinSplitterHandle::setTouchScreenMode(bool on) {
     m_frame->show();
     openCloseClickedSlot();
 }
-
-// The base class would give a thin handle its mask and margins again.
-void QtMainWinSplitterHandle::resizeEvent(QResizeEvent* event) {
-    QSplitterHandle::resizeEvent(event);
-    if (m_frame->isVisible())
-        setContentsMargins(0, 0, 0, 0);
-}

@@ -32,9 +32,6 @@ public slots:
     void openCloseClickedSlot();
     void splitterMoved(int position, int index);
 
-protected:
-    void resizeEvent(QResizeEvent* event) override;
-
 private:
     void createColumn();
     void showDirection(bool isOpen);

@@ -85,6 +85,8 @@ void QtQVSimpleSplitter::place() {
 }
 
 void QtQVSimpleSplitter::sizeForFinger(bool on) {
+    if (on == m_forFinger)
+        return; // Every change of module says it again.
     m_forFinger = on;
     for (QPushButton* button : m_box->findChildren<QPushButton*>())
         button->setFixedSize(on ? fingerButtonSize : buttonSize);
