@@ -74,6 +74,18 @@ class RecordingTest : public testing::Test {
     QCoreApplication m_application{m_argc, m_argv};
 
 protected:
+    // What a player hands on that comes to the end of the file without a problem.
+    std::shared_ptr<Collector> playToTheEnd() const {
+        const auto collector = std::make_shared<Collector>();
+        RecordingPlayer player(path, RecordingPlayer::Fast);
+        player.setListener(collector);
+        EXPECT_EQ(player.start(), CaError::nullError);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return player.hasEnded(); }, patience));
+        EXPECT_EQ(player.latest()->problem, "");
+        EXPECT_TRUE(player.latest()->hasEnded);
+        return collector;
+    }
+
     QString path = testFolder() + QStringLiteral("/a case.track");
 };
 
@@ -225,13 +237,7 @@ TEST_F(RecordingTest, LostConnectionsAndProblemsArePlayedBack) {
     }
     ASSERT_EQ(recorder.close(), CaError::nullError);
 
-    const auto collector = std::make_shared<Collector>();
-    RecordingPlayer player(path, RecordingPlayer::Fast);
-    player.setListener(collector);
-    ASSERT_EQ(player.start(), CaError::nullError);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return player.hasEnded(); }, patience));
-    EXPECT_EQ(player.latest()->problem, "");
-    EXPECT_TRUE(player.latest()->hasEnded);
+    const auto collector = playToTheEnd();
     EXPECT_EQ(collector->measurements().size(), 4U);
     const auto played = collector->conditions();
     ASSERT_EQ(played.size(), 4U);
@@ -270,12 +276,7 @@ TEST_F(RecordingTest, WhatNoPlayerWouldAcceptIsLeftOut) {
         recorder.received(measurement);
     recorder.received(pose({}));
     ASSERT_EQ(recorder.close(), CaError::nullError);
-    const auto collector = std::make_shared<Collector>();
-    RecordingPlayer player(path, RecordingPlayer::Fast);
-    player.setListener(collector);
-    ASSERT_EQ(player.start(), CaError::nullError);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return player.hasEnded(); }, patience));
-    EXPECT_EQ(player.latest()->problem, "");
+    const auto collector = playToTheEnd();
     expectSame(collector->measurements(), {pose({})});
 }
 
