@@ -1,0 +1,167 @@
+#include "Victims.h"
+
+#include "Data/DataItem.h"
+#include "Data/Study.h"
+#include "IO/DataIOManager.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QStandardPaths>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int parts = 20; // enough for a file of several blocks
+
+const QString configurationName = QStringLiteral("Victim");
+
+QString content(int version, int part) {
+    return QStringLiteral("Version %1, part %2: ").arg(version).arg(part) +
+           QString(200, QChar('a' + part));
+}
+
+int versionIn(const QString& text) {
+    const QString number = text.section(QLatin1Char(','), 0, 0).section(QLatin1Char(' '), 1);
+    bool isNumber = false;
+    const int version = number.toInt(&isNumber);
+    return isNumber ? version : -1;
+}
+
+// --- a tree, as a configuration and as a patient
+
+void fill(Data& root, int version) {
+    createStudyFactory();
+    for (int part = 0; part < parts; ++part) {
+        const QString id = QStringLiteral("Study%1").arg(part);
+        DataPointer<Study> study = dataCast<Study>(root.hasChildAndGet(id));
+        if (!study) {
+            study = DataPointer<Study>(new Study);
+            study->setId(id);
+            (void)root.addChild(study, false); // A missing one is noticed by versionOf().
+        }
+        study->setInstitution(content(version, part));
+    }
+}
+
+// The version of the first part if all the others have it too.
+int versionOf(const Data& root) {
+    int version = -1;
+    for (int part = 0; part < parts; ++part) {
+        const auto study =
+            dataCast<Study>(root.hasChildAndGet(QStringLiteral("Study%1").arg(part)));
+        if (part == 0 && study)
+            version = versionIn(study->institution());
+        if (!study || study->institution() != content(version, part))
+            return -1;
+    }
+    return root.childCount() == parts ? version : -1;
+}
+
+CaError storeConfiguration(int version) {
+    const DataPointer<Configuration> configuration(new Configuration);
+    fill(*configuration, version);
+    return DataIOManager::storeConfiguration(configurationName, configuration);
+}
+
+CaError loadConfiguration(int& version) {
+    version = 0;
+    if (!QFile::exists(DataIOManager::configurationPath(configurationName)))
+        return CaError::nullError;
+    createStudyFactory();
+    const DataPointer<Configuration> configuration(new Configuration);
+    const CaError error = DataIOManager::loadConfiguration(configurationName, configuration);
+    if (error == CaError::nullError)
+        version = versionOf(*configuration);
+    return error;
+}
+
+// --- settings, all keys in one change
+
+QString settingsKey(int part) {
+    return QStringLiteral("Victim/Part%1").arg(part);
+}
+
+CaError storeSettings(int version) {
+    std::vector<vlr::SettingsChange> changes;
+    for (int part = 0; part < parts; ++part)
+        changes.push_back(
+            {settingsKey(part), vlr::Settings::value(settingsKey(part)), content(version, part)});
+    QStringList conflicts;
+    return vlr::Settings::apply(changes, conflicts);
+}
+
+CaError loadSettings(int& version) {
+    vlr::Settings::reload();
+    const QString first = vlr::Settings::get(settingsKey(0), "");
+    version = first.isEmpty() ? 0 : versionIn(first);
+    for (int part = 0; part < parts && version > 0; ++part)
+        if (vlr::Settings::get(settingsKey(part), "") != content(version, part))
+            version = -1;
+    return CaError::nullError;
+}
+
+// --- patient
+
+const QString patientId = QStringLiteral("Victim");
+
+CaError findPatient(vlr::URI& uri) {
+    std::vector<MetaInformation> patients;
+    const CaError error = DataIOManager::patientMetaInfoList(patients);
+    for (const MetaInformation& patient : patients)
+        if (patient.value(QStringLiteral("id")) == patientId)
+            uri = patient.uri();
+    return error;
+}
+
+CaError storePatient(int version) {
+    vlr::URI uri;
+    CaError error = findPatient(uri);
+    DataPointer<Patient> patient(new Patient);
+    patient->setPatientId(patientId);
+    if (error == CaError::nullError && uri.isValid())
+        error = DataIOManager::loadPatient(uri, patient);
+    if (error != CaError::nullError)
+        return error;
+    fill(*patient, version);
+    return DataIOManager::storePatient(patient);
+}
+
+CaError loadPatient(int& version) {
+    version = 0;
+    DataIOManager::closeRepository();
+    vlr::URI uri;
+    CaError error = findPatient(uri);
+    if (error != CaError::nullError || !uri.isValid())
+        return error;
+    createStudyFactory();
+    DataPointer<Patient> patient;
+    error = DataIOManager::loadPatient(uri, patient);
+    if (error == CaError::nullError)
+        version = versionOf(*patient);
+    return error;
+}
+
+} // namespace
+
+const std::vector<Victim>& victims() {
+    static const std::vector<Victim> all = {
+        {"configuration", [] { return DataIOManager::configurationPath(configurationName); },
+         &storeConfiguration, &loadConfiguration},
+        {"settings", [] { return vlr::Settings::filePath(); }, &storeSettings, &loadSettings},
+        {"patient",
+         [] {
+             return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                    QStringLiteral("/patients.sqlite");
+         },
+         &storePatient, &loadPatient},
+    };
+    return all;
+}
+
+const Victim& victim(const QString& name) {
+    for (const Victim& victim : victims())
+        if (name == QLatin1String(victim.name))
+            return victim;
+    throw std::runtime_error("There is no victim \"" + name.toStdString() + "\".");
+}
