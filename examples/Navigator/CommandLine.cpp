@@ -34,6 +34,11 @@ void describe(QCommandLineParser& parser) {
                       text("Shows itself in a fresh environment and writes pictures to the folder "
                            "<DIR>. Your own data are not touched."),
                       text("DIR")});
+    parser.addOption({text("self-check"),
+                      text("Checks that this installation works, prints a line for everything "
+                           "that was checked, and exits with 1 after a fault. Your own data are "
+                           "read and not changed.")});
+    addHidden(parser, "self-check-parts");
     addHidden(parser, "tour-stage", "number");
     addHidden(parser, "print-first-frame");
     addHidden(parser, "exit-after-first-frame");
@@ -56,6 +61,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     result.help = parser.isSet(text("help"));
     result.version = parser.isSet(text("version"));
     result.tourFolder = parser.value(text("tour"));
+    result.selfCheck = parser.isSet(text("self-check"));
+    result.selfCheckParts = parser.isSet(text("self-check-parts"));
     result.exitAfterFirstFrame = parser.isSet(text("exit-after-first-frame"));
     result.printFirstFrame = result.exitAfterFirstFrame || parser.isSet(text("print-first-frame"));
     if (parser.isSet(text("tour")) && result.tourFolder.isEmpty())

@@ -6,9 +6,11 @@
 /// What the program was asked to do.
 struct CommandLine {
     QStringList paths; ///< Image files and folders.
-    QString selector; ///< How modules are chosen; empty where it is not said.
+    QString selector;  ///< How modules are chosen; empty where it is not said.
     QString tourFolder;
     int tourStage = 0; ///< A part of the tour, run as a process of its own; 0 for the whole.
+    bool selfCheck = false;
+    bool selfCheckParts = false; ///< The half of it that runs in a process of its own.
     bool printFirstFrame = false;
     bool exitAfterFirstFrame = false;
     bool help = false;

@@ -8,12 +8,15 @@
 #include "Images/CompareModule.h"
 #include "Images/EnlargeModule.h"
 #include "Images/ImagesModule.h"
+#include "Log/vlrLog.h"
 #include "Patients/PatientsModule.h"
 #include "Review/ReviewModule.h"
+#include "SelfCheck/SelfCheck.h"
 #include "Tour/Tour.h"
 #include "Tracking/TrackingModule.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
 #include <QtGui/QIcon>
 #include <QtGui/QScreen>
 
@@ -31,7 +34,8 @@ void prepareWindow(AppBase& application) {
     window->resize(windowSize.boundedTo(window->screen()->availableSize()));
 }
 
-void addModules(AppBase& application, const QStringList& paths) {
+// Their names, in order.
+QStringList addModules(AppBase& application, const QStringList& paths) {
     auto* const patients = new PatientsModule;
     const auto panes = std::make_shared<VolumePanes>();
     auto* const images = new ImagesModule(panes, paths);
@@ -45,11 +49,15 @@ void addModules(AppBase& application, const QStringList& paths) {
     enlarge->setSteps(true, true);
     tracking->setSteps(true, true);
     review->setSteps(true, false);
-    for (QtAppModule* module :
-         std::initializer_list<QtAppModule*>{patients, images, compare, enlarge, tracking, review})
+    QStringList names;
+    for (QtAppModule* module : std::initializer_list<QtAppModule*>{patients, images, compare,
+                                                                   enlarge, tracking, review}) {
         application.addModule(module);
+        names << module->name();
+    }
     if (!paths.isEmpty())
         application.activateModule(images->name());
+    return names;
 }
 
 void addSelector(AppBase& application, const QString& kind) {
@@ -68,17 +76,29 @@ void announceFirstFrame(AppBase& application, bool andExit) {
     });
 }
 
+// Everything is checked as it runs, the way out included.
+void checkPartsOnceItRuns(AppBase& application, const QStringList& modules, int& faults) {
+    vlr::Log::setEnabled(vlr::LogLevel::Info, false);
+    QTimer::singleShot(0, &application, [&application, modules, &faults] {
+        faults = checkParts(application, modules);
+        application.exitApplication();
+    });
+}
+
 int runApplication(int argc, char** argv, const CommandLine& commandLine) {
     Tour tour(commandLine.tourStage, commandLine.tourFolder);
     AppBase application(argc, argv);
     prepareWindow(application);
-    addModules(application, commandLine.paths);
+    const QStringList modules = addModules(application, commandLine.paths);
     addSelector(application, commandLine.selector);
     if (commandLine.printFirstFrame)
         announceFirstFrame(application, commandLine.exitAfterFirstFrame);
     tour.start(application);
+    int faults = 0;
+    if (commandLine.selfCheckParts)
+        checkPartsOnceItRuns(application, modules, faults);
     const int code = application.run();
-    return tour.hasFailed() ? EXIT_FAILURE : code;
+    return tour.hasFailed() || faults > 0 ? EXIT_FAILURE : code;
 }
 
 } // namespace
@@ -102,6 +122,8 @@ int main(int argc, char** argv) {
         std::cout << commandLineHelp().toStdString() << std::flush;
         return EXIT_SUCCESS;
     }
+    if (commandLine.selfCheck)
+        return runSelfCheck(argc, argv);
     if (!commandLine.tourFolder.isEmpty() && commandLine.tourStage == 0)
         return runWholeTour(argc, argv, commandLine.tourFolder);
     return runApplication(argc, argv, commandLine);

@@ -215,3 +215,34 @@ TEST(NavigatorProcess, CommandLineIsAnsweredWithoutADisplay) {
         EXPECT_THAT(each.code == 0 ? process.output() : process.errors(), HasSubstr(each.text));
     }
 }
+
+// What a service engineer runs. The user's files are read and stay as they are.
+TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
+    const QString settings =
+        qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Navigator/settings.ini");
+    struct {
+        const char* what;
+        QString file;
+        QByteArray content;
+        int code;
+        const char* line;
+    } const cases[] = {
+        {"nothing", {}, {}, 0, "ok     module        Patients\n"},
+        {"a setting of the wrong kind", settings, "[Velora]\nApplication\\MaxPatientID=many\n", 1,
+         "FAULT  setting       Velora/Application/MaxPatientID: \"many\" is not"},
+        {"a damaged configuration", configurationFolder() + QStringLiteral("/Images.xml"), "<vlr",
+         1, "FAULT  configuration Images.xml: line 1"},
+    };
+    for (const auto& one : cases) {
+        if (!one.file.isEmpty())
+            writeFile(one.file, one.content);
+        NavigatorProcess process({QStringLiteral("--self-check")});
+        EXPECT_EQ(process.exit(4 * patience), one.code) << one.what << process.output();
+        EXPECT_THAT(process.output(), HasSubstr(one.line)) << one.what;
+        EXPECT_EQ(process.output().find("FAULT") == std::string::npos, one.code == 0) << one.what;
+        if (!one.file.isEmpty()) {
+            EXPECT_EQ(readFile(one.file), one.content) << one.what;
+            QFile::remove(one.file);
+        }
+    }
+}

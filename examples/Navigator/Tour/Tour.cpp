@@ -2,6 +2,7 @@
 
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "Common/OwnEnvironment.h"
 #include "Tour/TourStages.h"
 
 #include <QtCore/QCoreApplication>
@@ -16,19 +17,6 @@
 namespace {
 
 constexpr int stageCount = 2;
-
-QProcessEnvironment ownEnvironment(const QString& home) {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    // The X server's key is looked for in the home folder.
-    if (!environment.contains(QStringLiteral("XAUTHORITY")))
-        environment.insert(QStringLiteral("XAUTHORITY"),
-                           QDir::homePath() + QStringLiteral("/.Xauthority"));
-    environment.insert(QStringLiteral("HOME"), home);
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/data"));
-    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home + QStringLiteral("/cache"));
-    return environment;
-}
 
 // Returns the number of pictures, whose names the child prints; -1 after a failure.
 int runStage(int stage, const QString& folder, const QProcessEnvironment& environment) {

@@ -11,6 +11,7 @@
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/QtScreenShotDialog.h"
+#include "AppBase/Translations.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
@@ -105,6 +106,7 @@ void AppBaseImpl::createApplication(int& argc, char** argv) {
     const QString name = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
     if (!name.isEmpty())
         QCoreApplication::setApplicationName(name);
+    vlr::installTranslations(m_application);
     setLogStreams();
     connect(m_application, &QtApplication::unixSignal, this, &AppBaseImpl::unixSignalHandler);
     connect(m_application, &QtApplication::terminationRequested, this,

@@ -1,0 +1,40 @@
+#include "SelfCheck/CheckList.h"
+
+#include <exception>
+#include <iostream>
+
+CheckList::CheckList()
+    : m_listener(vlr::Log::addListener([this](const vlr::LogRecord& record) { collect(record); })) {
+}
+
+CheckList::~CheckList() {
+    vlr::Log::removeListener(m_listener);
+}
+
+void CheckList::collect(const vlr::LogRecord& record) {
+    const bool isHarmless = record.level == vlr::LogLevel::Debug ||
+                            record.level == vlr::LogLevel::Info ||
+                            record.level == vlr::LogLevel::UserInfo;
+    // The column of layout buttons writes an empty line whenever it grows.
+    if (!isHarmless && !record.text.empty())
+        m_records.push_back(record.text);
+}
+
+void CheckList::check(const char* kind, const QString& subject,
+                      const std::function<QString()>& problem) {
+    m_records.clear();
+    std::string fault;
+    try {
+        fault = problem().toStdString();
+    } catch (const std::exception& exception) {
+        fault = exception.what();
+    }
+    for (const std::string& record : m_records)
+        if (fault.find(record) == std::string::npos)
+            fault += (fault.empty() ? "" : " ") + record;
+    ++m_count;
+    m_faults += fault.empty() ? 0 : 1;
+    std::cout << (fault.empty() ? "ok     " : "FAULT  ")
+              << QString::fromLatin1(kind).leftJustified(14).toStdString() << subject.toStdString()
+              << (fault.empty() ? "" : ": ") << fault << std::endl;
+}

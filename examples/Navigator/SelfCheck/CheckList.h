@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Log/vlrLog.h"
+
+#include <QtCore/QString>
+
+#include <functional>
+#include <vector>
+
+/// Checks one thing after the other and prints a line for each on standard output.
+///
+///     CheckList list;
+///     list.check("icon", "Exit", [] { return isDrawn() ? QString() : "Nothing is drawn."; });
+///     return list.isGood() ? 0 : 1;
+///
+/// A fault is what the check gives as a text, an exception, and every record of the log from
+/// WARNING on that is written meanwhile.
+class CheckList {
+public:
+    CheckList();
+    ~CheckList();
+    CheckList(const CheckList&) = delete;
+    CheckList& operator=(const CheckList&) = delete;
+
+    void check(const char* kind, const QString& subject, const std::function<QString()>& problem);
+
+    bool isGood() const { return m_faults == 0; }
+    int count() const { return m_count; }
+    int faults() const { return m_faults; }
+
+private:
+    void collect(const vlr::LogRecord& record);
+
+    std::vector<std::string> m_records;
+    int m_listener;
+    int m_count = 0;
+    int m_faults = 0;
+};

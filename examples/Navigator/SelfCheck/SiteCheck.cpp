@@ -1,0 +1,141 @@
+// What the user has stored, and where.
+
+#include "SelfCheck/SelfCheck.h"
+
+#include "AppBase/KnownSettings.h"
+#include "AppBase/Translations.h"
+#include "IO/DataIOManager.h"
+#include "IO/DurableFile.h"
+#include "IO/PatientStore.h"
+#include "IO/TreeXml.h"
+#include "SelfCheck/CheckList.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QStorageInfo>
+#include <QtCore/QTranslator>
+
+namespace {
+
+constexpr qint64 leastFreeBytes = qint64(100) << 20;
+
+QString text(const CaError& error) {
+    return error == CaError::nullError ? QString() : QString::fromStdString(error.text());
+}
+
+QString folderProblem(const QString& folder) {
+    const QString probe =
+        folder + QStringLiteral("/.self-check-%1").arg(QCoreApplication::applicationPid());
+    const QByteArray written = "self-check";
+    CaError error = vlr::writeDurably(probe, written);
+    QByteArray read;
+    if (error == CaError::nullError)
+        error = vlr::readWhole(probe, written.size(), read);
+    QFile::remove(probe);
+    if (error != CaError::nullError)
+        return text(error);
+    if (read != written)
+        return QStringLiteral("What was written is not what was read.");
+    const qint64 free = QStorageInfo(folder).bytesAvailable();
+    return free >= 0 && free < leastFreeBytes
+               ? QStringLiteral("Only %1 MB are free.").arg(free >> 20)
+               : QString();
+}
+
+void checkStorage(CheckList& list) {
+    QStringList folders;
+    for (const auto place : {QStandardPaths::AppConfigLocation, QStandardPaths::AppDataLocation,
+                             QStandardPaths::AppLocalDataLocation, QStandardPaths::TempLocation})
+        folders << QStandardPaths::writableLocation(place);
+    folders.removeDuplicates();
+    for (const QString& folder : qAsConst(folders))
+        list.check("storage", folder, [&] { return folderProblem(folder); });
+    VLR_LOG(Info) << "Self-check";
+    list.check("log", QString::fromStdString(vlr::Log::filePath()), [] {
+        return vlr::Log::filePath().empty() ? QStringLiteral("It cannot be written.") : QString();
+    });
+}
+
+void checkSettings(CheckList& list) {
+    QHash<QString, QVariant> values;
+    list.check("settings", vlr::Settings::filePath(),
+               [&] { return text(vlr::Settings::look(values)); });
+    for (const vlr::KnownSetting& setting : vlr::knownSettings())
+        list.check("setting", setting.key, [&] {
+            const QVariant stored = values.value(setting.key);
+            if (!stored.isValid() || vlr::fits(setting.type, stored))
+                return QString();
+            return QStringLiteral("\"%1\" is not %2.")
+                .arg(vlr::rawSettingText(stored), vlr::describe(setting.type));
+        });
+}
+
+QString documentProblem(const QString& path) {
+    const vlr::TreeLimits limits;
+    QByteArray document;
+    DataTreeNode root;
+    CaError error = vlr::readWhole(path, limits.bytes, document);
+    if (error == CaError::nullError)
+        error = vlr::readTree(document, root, limits);
+    return text(error);
+}
+
+void checkConfigurations(CheckList& list) {
+    const QDir folder(QFileInfo(DataIOManager::configurationPath(QStringLiteral("a"))).path());
+    const QFileInfoList files = folder.entryInfoList({QStringLiteral("*.xml")}, QDir::Files);
+    for (const QFileInfo& file : files)
+        list.check("configuration", file.fileName(),
+                   [&] { return documentProblem(file.filePath()); });
+}
+
+void checkPatients(CheckList& list) {
+    std::vector<MetaInformation> patients;
+    list.check("patients", QStringLiteral("the repository"), [&] {
+        CaError error;
+        const vlr::PatientStore* const store = DataIOManager::repository(error);
+        if (!store)
+            return text(error);
+        if (!store->whyReadOnly().empty())
+            return QString::fromStdString(store->whyReadOnly());
+        return text(DataIOManager::patientMetaInfoList(patients));
+    });
+    list.check("patients", QStringLiteral("%1 stored").arg(patients.size()), [&] {
+        QStringList problems;
+        for (const MetaInformation& information : patients) {
+            DataPointer<Patient> patient;
+            const CaError error = DataIOManager::loadPatient(information.uri(), patient);
+            if (error != CaError::nullError)
+                problems << information.value(QStringLiteral("id")) + QStringLiteral(": ") +
+                                text(error);
+        }
+        return problems.join(QLatin1Char(' '));
+    });
+    DataIOManager::closeRepository();
+}
+
+// The texts of the program itself are English.
+void checkTranslations(CheckList& list) {
+    const QStringList files = vlr::translationFiles();
+    list.check("translations", QStringLiteral("English, and %1 files").arg(files.size()), [&] {
+        QStringList damaged;
+        for (const QString& file : files)
+            if (QTranslator translator; !translator.load(file) || translator.isEmpty())
+                damaged << file;
+        return damaged.isEmpty()
+                   ? QString()
+                   : QStringLiteral("These cannot be read: ") + damaged.join(QStringLiteral(", "));
+    });
+}
+
+} // namespace
+
+void checkSite(CheckList& list) {
+    checkStorage(list);
+    checkSettings(list);
+    checkConfigurations(list);
+    checkPatients(list);
+    checkTranslations(list);
+}
