@@ -4,6 +4,7 @@
 #include "Image/vlrImageConverters.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
+#include "Widgets/GreyScaler.h"
 #include "Widgets/ImageMimeData.h"
 
 #include <QtCore/QBuffer>
@@ -70,14 +71,16 @@ void ImageWidget::removeImage() {
 
 void ImageWidget::display(const QImage& image) {
     m_image = image;
-    m_drawn = QPixmap();
+    m_drawnFor = QSize();
+    if (image.isNull())
+        m_drawn = QImage();
     placeImage();
 }
 
 void ImageWidget::setScalingMode(ScalingMode scaling, TransformationMode transformation) {
     m_scalingMode = scaling;
     m_transformationMode = transformation;
-    m_drawn = QPixmap();
+    m_drawnFor = QSize();
     placeImage();
 }
 
@@ -138,17 +141,20 @@ QRect ImageWidget::drawnRect() const {
     return rect;
 }
 
-const QPixmap& ImageWidget::drawn() {
+const QImage& ImageWidget::drawn() {
     const double ratio = m_scalingMode == Unscaled ? 1 : devicePixelRatioF();
     const QSize wanted = drawnRect().size() * ratio;
-    if (!m_drawn.isNull() && m_drawnFor == wanted)
+    if (m_drawnFor == wanted)
         return m_drawn;
     const auto transformation =
         m_transformationMode == Fast ? Qt::FastTransformation : Qt::SmoothTransformation;
-    QImage image = forScreen(m_image);
-    if (image.size() != wanted)
-        image = image.scaled(wanted, Qt::IgnoreAspectRatio, transformation);
-    m_drawn = QPixmap::fromImage(std::move(image));
+    if (m_image.format() == QImage::Format_Grayscale8) {
+        scaleGrey(m_image, wanted, transformation, m_drawn);
+    } else {
+        m_drawn = forScreen(m_image);
+        if (m_drawn.size() != wanted)
+            m_drawn = m_drawn.scaled(wanted, Qt::IgnoreAspectRatio, transformation);
+    }
     m_drawn.setDevicePixelRatio(ratio);
     m_drawnFor = wanted;
     return m_drawn;
@@ -163,14 +169,14 @@ void ImageWidget::paintEvent(QPaintEvent* event) {
     if (rect.isEmpty())
         return;
     QPainter painter(this);
-    const QPixmap& pixmap = drawn();
-    const double ratio = pixmap.devicePixelRatioF();
+    const QImage& image = drawn();
+    const double ratio = image.devicePixelRatioF();
     for (const QRect& dirty : event->region()) {
         const QRect target = dirty & rect;
         const QPoint corner = target.topLeft() - rect.topLeft();
         if (!target.isEmpty())
-            painter.drawPixmap(QRectF(target), pixmap,
-                               QRectF(QPointF(corner) * ratio, QSizeF(target.size()) * ratio));
+            painter.drawImage(QRectF(target), image,
+                              QRectF(QPointF(corner) * ratio, QSizeF(target.size()) * ratio));
     }
     paintOverlays(painter);
 }
@@ -244,7 +250,8 @@ void ImageWidget::startDrag(QMimeData* mimeData) {
     auto* drag = new QDrag(this);
     drag->setMimeData(mimeData);
     constexpr int longestSide = 128; // of the picture beside the pointer, in pixels
-    drag->setPixmap(drawn().scaled(longestSide, longestSide, Qt::KeepAspectRatio));
+    drag->setPixmap(
+        QPixmap::fromImage(drawn().scaled(longestSide, longestSide, Qt::KeepAspectRatio)));
     drag->exec(Qt::CopyAction);
 }
 

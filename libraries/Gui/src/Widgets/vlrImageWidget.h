@@ -23,8 +23,9 @@ namespace vlr {
 ///     connect(view, &vlr::ImageWidget::scaledMouseClicked, this, &Panel::pick);
 ///
 /// What was scaled and converted is kept until the image, the size or a mode changes; an overlay
-/// that changes is painted from it. Images are shared, not copied; one set as vlr::Image must not
-/// be changed while it is shown, but set again. The context menu offers "Save Image".
+/// that changes is painted from it. Frames of a camera come fastest as 8-bit grey
+/// (Image::Grey8, QImage::Format_Grayscale8). Images are shared, not copied; one set as vlr::Image
+/// must not be changed while it is shown, but set again. The context menu offers "Save Image".
 class VLR_GUI_EXPORT ImageWidget : public QWidget {
     Q_OBJECT
 
@@ -97,7 +98,7 @@ private:
 
     void display(const QImage& image);
     void placeImage();
-    const QPixmap& drawn();
+    const QImage& drawn();
     void paintOverlays(QPainter& painter);
     void repaintOverlay(const vlr::PaintingOverlay* overlay);
     QRect toWidget(const QRectF& imageRect) const;
@@ -114,8 +115,8 @@ private:
     bool m_dragEnabled = false;
     bool m_mayDrag = false; ///< The button that was pressed has not begun a drag yet.
     QAction* m_saveAction;
-    QPixmap m_drawn;  ///< The image as it is on the screen; null when it must be made anew.
-    QSize m_drawnFor; ///< The size of the drawn image it was made for, in device pixels.
+    QImage m_drawn;   ///< The image as it is on the screen, or memory for the next one.
+    QSize m_drawnFor; ///< Its size in device pixels; not valid when it must be made anew.
 };
 
 } // namespace vlr
