@@ -149,6 +149,34 @@ TEST_F(ImageWidgetTest, FollowsImageSizeAndMode) {
     EXPECT_EQ(widget.at(10, 10), QColor(Qt::black));
 }
 
+TEST_F(ImageWidgetTest, GreyFramesReplaceEachOther) {
+    const auto frame = [](int left, int right) {
+        QImage image(2, 1, QImage::Format_Grayscale8);
+        image.scanLine(0)[0] = static_cast<uchar>(left);
+        image.scanLine(0)[1] = static_cast<uchar>(right);
+        return image;
+    };
+    const auto level = [this](int x) { return widget.at(x, 50).value(); };
+    for (const auto transformation : {ImageWidget::Fast, ImageWidget::Smooth}) {
+        widget.setScalingMode(ImageWidget::Stretched, transformation);
+        for (const int shift : {0, 50, 100}) {
+            widget.setImage(frame(shift, 100 + shift));
+            EXPECT_EQ(level(0), shift) << transformation;
+            EXPECT_EQ(level(199), 100 + shift) << transformation;
+        }
+        widget.removeImage();
+        EXPECT_EQ(level(199), 0);
+    }
+    widget.setImage(frame(0, 200));
+    EXPECT_NEAR(level(99), 100, 2);
+    widget.setScalingMode(ImageWidget::Stretched, ImageWidget::Fast);
+    EXPECT_EQ(level(99), 0);
+    widget.resize(100, 100);
+    EXPECT_EQ(level(99), 200);
+    widget.setImage(filled(2, 1, QColor(7, 7, 7)));
+    EXPECT_EQ(level(99), 7);
+}
+
 TEST_F(ImageWidgetTest, TheBackgroundIsSeenWhereTheImageIsNot) {
     QPalette colors = widget.palette();
     colors.setColor(QPalette::Window, Qt::blue);

@@ -1,7 +1,6 @@
 #include "Widgets/GreyScaler.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 #ifdef __SSE2__
@@ -38,21 +37,25 @@ std::vector<int> nearest(int from, int to) {
     return positions;
 }
 
+void writeLine(const uchar* from, int width, const std::vector<int>& columns, quint32* to) {
+    if (columns.size() == static_cast<std::size_t>(width)) // twice as fast without looking up
+        std::transform(from, from + width, to, grey);
+    else
+        std::transform(columns.begin(), columns.end(), to,
+                       [from](int column) { return grey(from[column]); });
+}
+
 void scaleFast(const QImage& image, QImage& target) {
     const std::vector<int> rows = nearest(image.height(), target.height());
     const std::vector<int> columns = nearest(image.width(), target.width());
-    const auto bytes = columns.size() * sizeof(quint32);
     const quint32* last = nullptr;
     for (int y = 0; y < target.height(); ++y) {
         const auto row = rows.begin() + y;
         quint32* to = pixelLine(target, y);
-        if (last && row[0] == row[-1]) {
-            std::memcpy(to, last, bytes);
-        } else {
-            const uchar* from = image.constScanLine(*row);
-            std::transform(columns.begin(), columns.end(), to,
-                           [from](int column) { return grey(from[column]); });
-        }
+        if (last && row[0] == row[-1])
+            std::copy_n(last, columns.size(), to);
+        else
+            writeLine(image.constScanLine(*row), image.width(), columns, to);
         last = to;
     }
 }
