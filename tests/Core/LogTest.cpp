@@ -75,8 +75,8 @@ TEST(Log, LevelsAreFoundByName) {
 
 TEST(Log, RecordsStandInTheFile) {
     VLR_LOG(Info) << "number " << 1234567 << ' ' << 0.5;
-    EXPECT_THAT(logFile(), HasSubstr("INFO tests/Core/LogTest.cpp:" + std::to_string(__LINE__ - 1) +
-                                     ": number 1234567 0.5\n"));
+    const std::string place = std::string(__FILE__) + ':' + std::to_string(__LINE__ - 1);
+    EXPECT_THAT(logFile(), HasSubstr(" INFO " + place + ": number 1234567 0.5\n"));
     EXPECT_THAT(Log::filePath(),
                 EndsWith("/log/" + QCoreApplication::applicationName().toStdString() + ".log"));
 }

@@ -4,8 +4,9 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <ostream>
-#include <sstream>
+#include <streambuf>
 #include <string>
 
 #include "Stream/QtStream.h"
@@ -38,22 +39,36 @@ public:
 
     template <class T>
     LogStream& operator<<(const T& value) {
-        if (m_active)
-            m_text << value;
+        if (m_stream)
+            *m_stream << value;
         return *this;
     }
     LogStream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-        if (m_active)
-            m_text << manipulator;
+        if (m_stream)
+            *m_stream << manipulator;
         return *this;
     }
 
 private:
+    // Short texts need no memory but that of the string which the record gets.
+    class VLR_CORE_EXPORT Buffer : public std::streambuf {
+    public:
+        Buffer();
+        std::string take();
+
+    private:
+        int_type overflow(int_type character) override;
+        void spill();
+
+        char m_area[256];
+        std::string m_spilt;
+    };
+
     LogLevel m_level;
     const char* m_file;
     int m_line;
-    bool m_active;
-    std::ostringstream m_text;
+    Buffer m_text;
+    std::optional<std::ostream> m_stream; // only where somebody listens
 };
 
 /// Makes a whole VLR_LOG statement an expression without value; binds weaker than <<. An "if"
