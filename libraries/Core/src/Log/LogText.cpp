@@ -1,5 +1,6 @@
 #include "Log/LogText.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace vlr {
@@ -19,7 +20,7 @@ bool isControl(unsigned char code) {
 // The length of the UTF-8 sequence at this place if terminals or viewers may take it for a control
 // character or line break, or write from right to left for it: U+0080 to U+009F, U+2028 to U+202E,
 // U+2066 to U+2069. Otherwise 0.
-std::size_t steeringSequence(const std::string& text, std::size_t at) {
+std::size_t steeringSequence(std::string_view text, std::size_t at) {
     const auto byte = [&](std::size_t offset) {
         return at + offset < text.size() ? static_cast<unsigned char>(text[at + offset]) : 0U;
     };
@@ -33,7 +34,7 @@ std::size_t steeringSequence(const std::string& text, std::size_t at) {
 
 // Whether it holds neither control characters nor bytes that steering sequences begin with. It
 // looks at all bytes without a branch, which the compiler turns into few instructions.
-bool isPlain(const std::string& text) {
+bool isPlain(std::string_view text) {
     unsigned found = 0;
     for (const char each : text) {
         const auto code = static_cast<unsigned char>(each);
@@ -51,7 +52,7 @@ void appendEscaped(std::string& line, unsigned char code) {
 
 } // namespace
 
-void appendPrintable(std::string& line, const std::string& text) {
+void appendPrintable(std::string& line, std::string_view text) {
     if (isPlain(text)) {
         line += text;
         return;
@@ -73,14 +74,15 @@ void appendPrintable(std::string& line, const std::string& text) {
 }
 
 std::string lineOf(const LogRecord& record) {
-    const std::string file = record.file;
+    const std::string_view file = record.file;
     std::string line;
     line.reserve(stampLength + file.size() + record.text.size() + 32); // level, line and marks
     line.append(stampLength, ' ').append(toText(record.level)).append(" ");
     appendPrintable(line, file);
     line.append(":").append(std::to_string(record.line)).append(": ");
     appendPrintable(line, record.text);
-    return line += '\n';
+    line += '\n';
+    return line;
 }
 
 void LogClock::stamp(std::string& line) {
@@ -96,7 +98,7 @@ void LogClock::stamp(std::string& line) {
     auto rest = now % 1000;
     for (std::size_t digit = 3; digit > 0; --digit, rest /= 10)
         m_text[millisecondsAt + digit - 1] = static_cast<char>('0' + rest % 10);
-    line.replace(0, stampLength, m_text, stampLength);
+    std::copy_n(m_text, stampLength, line.begin());
 }
 
 } // namespace vlr

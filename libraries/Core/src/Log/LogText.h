@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <ctime>
 #include <string>
+#include <string_view>
 
 namespace vlr {
 
@@ -15,7 +16,7 @@ constexpr std::size_t stampLength = sizeof("2024-02-29 23:59:59.999 ") - 1;
 
 /// Appends the text with its line breaks indented and control characters spelt out, so that it can
 /// neither pose as a record of its own nor steer the terminal it is shown on.
-void appendPrintable(std::string& line, const std::string& text);
+void appendPrintable(std::string& line, std::string_view text);
 
 /// stampLength blanks for the time, "LEVEL file:line: text" and a line break.
 std::string lineOf(const LogRecord& record);

@@ -134,33 +134,46 @@ void LogStream::Buffer::spill() {
 }
 
 LogStream::LogStream(LogLevel level, const char* file, int line) noexcept
-    : m_level(level), m_file(file ? file : ""), m_line(line) {
-    if (!Log::isEnabled(level))
-        return;
-    m_stream.emplace(&m_text);
-    // Whatever locale the application has chosen, a number shall read as in the source.
-    if (m_stream->getloc() != std::locale::classic())
-        m_stream->imbue(std::locale::classic());
-}
+    : m_level(level), m_file(file ? file : ""), m_line(line), m_isActive(Log::isEnabled(level)) {}
 
 LogStream::LogStream(LogStream&& other) noexcept
-    : m_level(other.m_level), m_file(other.m_file), m_line(other.m_line) {
-    if (!other.m_stream)
-        return;
-    m_stream.emplace(&m_text);
-    *m_stream << other.m_text.take();
-    m_stream->copyfmt(*other.m_stream);
-    other.m_stream.reset();
+    : m_level(other.m_level), m_file(other.m_file), m_line(other.m_line),
+      m_isActive(std::exchange(other.m_isActive, false)) {
+    append(std::string_view(other.m_text.take()));
+    if (other.m_stream)
+        stream().copyfmt(*other.m_stream);
 }
 
 LogStream::~LogStream() {
-    if (!m_stream)
+    if (!m_isActive)
         return;
     try {
         Log::write({m_level, m_file, m_line, m_text.take()});
     } catch (const std::exception& exception) {
         std::fprintf(stderr, "A log record was lost: %s\n", exception.what());
     }
+}
+
+bool LogStream::append(const char* text) {
+    return text && append(std::string_view(text));
+}
+
+bool LogStream::append(std::string_view text) {
+    m_text.sputn(text.data(), static_cast<std::streamsize>(text.size()));
+    return true;
+}
+
+bool LogStream::append(const QString& text) {
+    return append(std::string_view(text.toStdString()));
+}
+
+std::ostream& LogStream::stream() {
+    if (!m_stream) {
+        m_stream.emplace(&m_text);
+        // Whatever locale the application has chosen, a number shall read as in the source.
+        m_stream->imbue(std::locale::classic());
+    }
+    return *m_stream;
 }
 
 // Initialised before any code runs, since constructors of static objects may log.

@@ -8,6 +8,8 @@
 #include <ostream>
 #include <streambuf>
 #include <string>
+#include <string_view>
+#include <type_traits>
 
 #include "Stream/QtStream.h"
 
@@ -39,13 +41,13 @@ public:
 
     template <class T>
     LogStream& operator<<(const T& value) {
-        if (m_stream)
-            *m_stream << value;
+        if (m_isActive && !takesAsItIs(value))
+            stream() << value;
         return *this;
     }
     LogStream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-        if (m_stream)
-            *m_stream << manipulator;
+        if (m_isActive)
+            stream() << manipulator;
         return *this;
     }
 
@@ -64,11 +66,40 @@ private:
         std::string m_spilt;
     };
 
+    // Most records are texts and whole numbers, which read the same without a stream as long as
+    // nothing was set on one. Making a stream costs more than all else in such a record.
+    template <class T>
+    bool takesAsItIs(const T& value) {
+        using Plain = std::decay_t<T>;
+        constexpr bool isCharacters =
+            std::is_same_v<Plain, char*> || std::is_same_v<Plain, const char*>;
+        constexpr bool isText = isCharacters || std::is_same_v<T, std::string> ||
+                                std::is_same_v<T, std::string_view> || std::is_same_v<T, QString>;
+        constexpr bool isWholeNumber =
+            std::is_same_v<T, int> || std::is_same_v<T, unsigned> || std::is_same_v<T, long> ||
+            std::is_same_v<T, unsigned long> || std::is_same_v<T, long long> ||
+            std::is_same_v<T, unsigned long long>;
+        if (m_stream)
+            return false;
+        if constexpr (isText)
+            return append(value);
+        else if constexpr (isWholeNumber)
+            return append(std::string_view(std::to_string(value)));
+        else
+            return false;
+    }
+    bool append(const char* text); // not a null pointer, which streams have their own idea of
+    bool append(std::string_view text);
+    bool append(const QString& text);
+
+    std::ostream& stream();
+
     LogLevel m_level;
     const char* m_file;
     int m_line;
+    bool m_isActive;
     Buffer m_text;
-    std::optional<std::ostream> m_stream; // only where somebody listens
+    std::optional<std::ostream> m_stream; // made when it is needed
 };
 
 /// Makes a whole VLR_LOG statement an expression without value; binds weaker than <<. An "if"
