@@ -190,6 +190,21 @@ TEST(Log, NoTextPosesAsAnotherRecord) {
         "a\u0085b\u009bc\u2028d\u202ee\u2066f\u2069g \u00a0\u2027\u2070");
     EXPECT_THAT(logFile(), HasSubstr("a\\xc2\\x85b\\xc2\\x9bc\\xe2\\x80\\xa8d\\xe2\\x80\\xaee"
                                      "\\xe2\\x81\\xa6f\\xe2\\x81\\xa9g \u00a0\u2027\u2070\n"));
+    const std::pair<const char*, const char*> alone[] = {{"\t", "\t"},
+                                                         {"\n", "\n    "},
+                                                         {"\r\n", "\n    "},
+                                                         {"\r", "\\x0d"},
+                                                         {"\x1b", "\\x1b"},
+                                                         {"\x7f", "\\x7f"},
+                                                         {"\u009b", "\\xc2\\x9b"},
+                                                         {"\u202e", "\\xe2\\x80\\xae"},
+                                                         {"\xc2", "\xc2"}};
+    for (const auto& [text, shown] : alone) {
+        VLR_LOG(Info) << "a" << text << "b";
+        EXPECT_THAT(logFile(), EndsWith(std::string(": a") + shown + "b\n"));
+    }
+    Log::getInstance(LogLevel::Info, "a\nb\x1b.cpp", 1) << "plain";
+    EXPECT_THAT(logFile(), EndsWith("a\n    b\\x1b.cpp:1: plain\n"));
 }
 
 TEST(Log, UrgentRecordsAreInTheFileAtOnce) {
