@@ -108,13 +108,14 @@ TEST(Log, TheFileIsWhereTheApplicationKeepsItsData) {
     expectInPlace("the application's name");
     QCoreApplication::setOrganizationName(QStringLiteral("Others"));
     expectInPlace("the organization's name");
-    QStandardPaths::setTestModeEnabled(true);
-    expectInPlace("test mode");
-    QStandardPaths::setTestModeEnabled(false);
     qputenv("XDG_DATA_HOME", testFolder().toUtf8());
     expectInPlace("the folder of data");
     qunsetenv("XDG_DATA_HOME");
     expectInPlace("no folder of data");
+    QStandardPaths::setTestModeEnabled(true);
+    expectInPlace("test mode");
+    QStandardPaths::setTestModeEnabled(false);
+    expectInPlace("no test mode");
     qputenv("HOME", testFolder().toUtf8() + "/home");
     expectInPlace("the home");
     QCoreApplication::setOrganizationName({});
@@ -283,7 +284,7 @@ TEST(Log, OtherThreadsHandTheirRecordsOver) {
 
 TEST(Log, ThreadsDoNotMixTheirRecords) {
     constexpr int threadCount = 4;
-    constexpr int recordCount = 250;
+    constexpr int recordCount = 1000;
     std::atomic<int> heard{0};
     const int steady = Log::addListener([&](const vlr::LogRecord&) { ++heard; });
     const std::string text(300, 'x');
