@@ -31,7 +31,8 @@ struct LogRecord {
 };
 
 /// A record being written: what is streamed into it becomes one log record when it goes out of
-/// scope, normally at the end of the statement.
+/// scope, normally at the end of the statement. It takes what an std::ostream takes, manipulators
+/// included, and always writes numbers as the classic locale does.
 class VLR_CORE_EXPORT LogStream {
 public:
     LogStream(LogLevel level, const char* file, int line) noexcept;
@@ -115,8 +116,9 @@ struct LogStatement {
 ///
 /// Every record goes to a rotating file (log/<application>.log under the application's local
 /// data folder, 5 files of 2 MiB) and to standard error, each with time, level, source file and
-/// line. The file is opened with the first record after the QCoreApplication was made; where
-/// that is impossible, one line on standard error says so and the program goes on. Line breaks
+/// line. The file is opened with the first record after the QCoreApplication was made, and another
+/// one with the first record after the application's name or that folder changed; where that is
+/// impossible, one line on standard error says so and the program goes on. Line breaks
 /// inside a text are kept, indented, so that no text can pose as another record.
 ///
 /// A level can be given a stream of its own, which then replaces standard error for it: the
