@@ -2,10 +2,15 @@
 #include "Support/TestEnvironment.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
 #include <QtCore/QDir>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
 
+#include <atomic>
 #include <gmock/gmock.h>
+#include <iomanip>
+#include <limits>
 #include <locale>
 #include <sys/stat.h>
 #include <thread>
@@ -73,12 +78,48 @@ TEST(Log, LevelsAreFoundByName) {
     }
 }
 
-TEST(Log, RecordsStandInTheFile) {
+TEST(Log, RecordsStandInTheFileAndOnStandardError) {
+    const QDateTime before = QDateTime::currentDateTime();
+    testing::internal::CaptureStderr();
     VLR_LOG(Info) << "number " << 1234567 << ' ' << 0.5;
-    EXPECT_THAT(logFile(), HasSubstr("INFO tests/Core/LogTest.cpp:" + std::to_string(__LINE__ - 1) +
-                                     ": number 1234567 0.5\n"));
-    EXPECT_THAT(Log::filePath(),
-                EndsWith("/log/" + QCoreApplication::applicationName().toStdString() + ".log"));
+    const std::string place = std::string(__FILE__) + ':' + std::to_string(__LINE__ - 1);
+    const std::string line = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(line, EndsWith(" INFO " + place + ": number 1234567 0.5\n"));
+    EXPECT_THAT(logFile(), EndsWith(line));
+    const QDateTime time = QDateTime::fromString(QString::fromStdString(line.substr(0, 23)),
+                                                 QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+    EXPECT_TRUE(before <= time && time <= QDateTime::currentDateTime()) << line;
+}
+
+TEST(Log, TheFileIsWhereTheApplicationKeepsItsData) {
+    const QString name = QCoreApplication::applicationName();
+    const auto expectInPlace = [](const char* after) {
+        VLR_LOG(Info) << "record";
+        QString file = QCoreApplication::applicationName();
+        file.replace(QLatin1Char('/'), QLatin1Char('_'));
+        const QString folder =
+            QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+        EXPECT_EQ(Log::filePath(), (folder + QStringLiteral("/log/") + file).toStdString() + ".log")
+            << after;
+        EXPECT_THAT(logFile(), EndsWith("record\n")) << after;
+    };
+    expectInPlace("start");
+    QCoreApplication::setApplicationName(QStringLiteral("of/another"));
+    expectInPlace("the application's name");
+    QCoreApplication::setOrganizationName(QStringLiteral("Others"));
+    expectInPlace("the organization's name");
+    qputenv("XDG_DATA_HOME", testFolder().toUtf8());
+    expectInPlace("the folder of data");
+    qunsetenv("XDG_DATA_HOME");
+    expectInPlace("no folder of data");
+    QStandardPaths::setTestModeEnabled(true);
+    expectInPlace("test mode");
+    QStandardPaths::setTestModeEnabled(false);
+    expectInPlace("no test mode");
+    qputenv("HOME", testFolder().toUtf8() + "/home");
+    expectInPlace("the home");
+    QCoreApplication::setOrganizationName({});
+    QCoreApplication::setApplicationName(name);
 }
 
 TEST(Log, NumbersDoNotFollowTheLocale) {
@@ -93,6 +134,54 @@ TEST(Log, NumbersDoNotFollowTheLocale) {
     EXPECT_EQ(logRecords().back().text, "1234567 0.5");
 }
 
+// Whatever is streamed, and in whatever order, reads as in any other stream.
+TEST(Log, RecordsTakeWhatStreamsTake) {
+    struct NotPlain {
+        operator const char*() const { return "converted"; }
+    };
+    const auto expectSame = [](auto write) {
+        std::ostringstream expected;
+        write(expected);
+        {
+            vlr::LogStream record = Log::getInstance(LogLevel::Info, "a.cpp", 1);
+            write(record);
+        }
+        EXPECT_EQ(logRecords().back().text, expected.str());
+    };
+    char characters[] = "in an array\0cut";
+    const std::string around(255, 'a');
+    expectSame([&](auto& stream) {
+        stream << characters << ' ' << std::string("a\0b", 3) << std::string_view("view")
+               << QString::fromUtf8(" Größe ") << NotPlain();
+    });
+    expectSame([](auto& stream) {
+        stream << -7 << ' ' << 7U << ' ' << std::numeric_limits<long long>::min() << ' '
+               << std::numeric_limits<unsigned long>::max() << ' ' << short(-3) << true << 'c'
+               << static_cast<unsigned char>('u');
+    });
+    expectSame([](auto& stream) {
+        stream << 10 << ' ' << std::hex << 10 << ' ' << std::setw(5) << "x" << std::showbase << 255U
+               << std::setfill('.') << std::left << std::setw(6) << QString::fromUtf8("q") << '|';
+    });
+    expectSame([&](auto& stream) { // across the end of a buffer, with and without a stream
+        stream << around << "bc" << around << QString(600, u'd') << 0.25 << around << around << 'e';
+    });
+    expectSame(
+        [](auto& stream) { stream << "before" << static_cast<const char*>(nullptr) << "after"; });
+}
+
+TEST(Log, RecordsMoveOn) {
+    vlr::LogStream first = Log::getInstance(LogLevel::Info, "a.cpp", 1);
+    first << "moved " << std::hex << 255;
+    {
+        vlr::LogStream second = std::move(first);
+        second << ' ' << 255;
+    }
+    first << "no more";
+    ASSERT_EQ(logRecords().size(), 1U);
+    EXPECT_EQ(logRecords().back().text, "moved ff ff");
+}
+
 TEST(Log, NoTextPosesAsAnotherRecord) {
     VLR_LOG(Info) << "one\n2024-01-01 00:00:00.000 ERROR x:1: two\r\nthree\tx\x1b[2J\x7f\r\n\n";
     EXPECT_THAT(logFile(), HasSubstr(": one\n    2024-01-01 00:00:00.000 ERROR x:1: two\n"
@@ -102,6 +191,21 @@ TEST(Log, NoTextPosesAsAnotherRecord) {
         "a\u0085b\u009bc\u2028d\u202ee\u2066f\u2069g \u00a0\u2027\u2070");
     EXPECT_THAT(logFile(), HasSubstr("a\\xc2\\x85b\\xc2\\x9bc\\xe2\\x80\\xa8d\\xe2\\x80\\xaee"
                                      "\\xe2\\x81\\xa6f\\xe2\\x81\\xa9g \u00a0\u2027\u2070\n"));
+    const std::pair<const char*, const char*> alone[] = {{"\t", "\t"},
+                                                         {"\n", "\n    "},
+                                                         {"\r\n", "\n    "},
+                                                         {"\r", "\\x0d"},
+                                                         {"\x1b", "\\x1b"},
+                                                         {"\x7f", "\\x7f"},
+                                                         {"\u009b", "\\xc2\\x9b"},
+                                                         {"\u202e", "\\xe2\\x80\\xae"},
+                                                         {"\xc2", "\xc2"}};
+    for (const auto& [text, shown] : alone) {
+        VLR_LOG(Info) << "a" << text << "b";
+        EXPECT_THAT(logFile(), EndsWith(std::string(": a") + shown + "b\n"));
+    }
+    Log::getInstance(LogLevel::Info, "a\nb\x1b.cpp", 1) << "plain";
+    EXPECT_THAT(logFile(), EndsWith("a\n    b\\x1b.cpp:1: plain\n"));
 }
 
 TEST(Log, UrgentRecordsAreInTheFileAtOnce) {
@@ -176,6 +280,48 @@ TEST(Log, OtherThreadsHandTheirRecordsOver) {
     EXPECT_THAT(logFile(), HasSubstr("from elsewhere"));
     QCoreApplication::processEvents();
     EXPECT_EQ(stream.str(), "from elsewhere");
+}
+
+TEST(Log, ThreadsDoNotMixTheirRecords) {
+    constexpr int threadCount = 4;
+    constexpr int recordCount = 1000;
+    std::atomic<int> heard{0};
+    const int steady = Log::addListener([&](const vlr::LogRecord&) { ++heard; });
+    const std::string text(300, 'x');
+    testing::internal::CaptureStderr();
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < threadCount; ++thread)
+        threads.emplace_back([&] {
+            for (int i = 0; i < recordCount; ++i) {
+                const int passing = Log::addListener([](const vlr::LogRecord&) {});
+                Log::getInstance(LogLevel::Info, "a.cpp", 1) << text << i;
+                Log::removeListener(passing);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    Log::removeListener(steady);
+    EXPECT_EQ(heard, threadCount * recordCount);
+    const QRegularExpression line(
+        QStringLiteral("^[-\\d]{10} [:\\d]{8}\\.\\d{3} INFO a.cpp:1: x{300}"
+                       "\\d{1,3}$"));
+    for (const std::string& output : {testing::internal::GetCapturedStderr(), logFile()}) {
+        const QStringList lines =
+            QString::fromStdString(output).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        EXPECT_EQ(lines.size(), threadCount * recordCount);
+        EXPECT_EQ(lines.filter(line).size(), lines.size());
+    }
+}
+
+TEST(Log, RemovingAListenerMayLog) {
+    struct Farewell {
+        ~Farewell() { VLR_LOG(Info) << "farewell"; }
+    };
+    const int handle = Log::addListener(
+        [farewell = std::make_shared<Farewell>()](const vlr::LogRecord&) { (void)farewell; });
+    Log::removeListener(handle);
+    Log::removeListener(handle);
+    EXPECT_EQ(logCount(LogLevel::Info, "farewell"), 1);
 }
 
 TEST(Log, AStreamThatIsGoneGetsNoQueuedRecord) {

@@ -314,6 +314,29 @@ TEST(Settings, ApplyingNothingReadsTheFileAndLeavesItAlone) {
     EXPECT_EQ(readFile(Settings::filePath()), "a=22\n"); // not as it would be written here
 }
 
+TEST(Settings, LookingBringsAllTypesUpToDate) {
+    writeSettings("[General]\na=0\n");
+    ASSERT_EQ(Settings::get(QStringLiteral("a"), 7), 0);
+    writeFile(Settings::filePath(), "[General]\na=1\n");
+    QHash<QString, QVariant> values;
+    ASSERT_EQ(Settings::look(values), CaError::nullError);
+    EXPECT_EQ(values.value(QStringLiteral("a")), QVariant(QStringLiteral("1")));
+    EXPECT_EQ(Settings::get(QStringLiteral("a"), 7), 1);
+    EXPECT_EQ(Settings::get(QStringLiteral("a"), 7.0), 1.0);
+    EXPECT_TRUE(Settings::get(QStringLiteral("a"), false));
+    EXPECT_EQ(Settings::get(QStringLiteral("a"), ""), QStringLiteral("1"));
+}
+
+TEST(Settings, AListenerToDamageMayStore) {
+    expectLog(LogLevel::Warning, "The file is kept as");
+    writeSettings("damaged");
+    const int handle = vlr::Log::addListener(
+        [](const vlr::LogRecord&) { EXPECT_EQ(Settings::set(key, 5), CaError::nullError); });
+    Settings::get(key, 7);
+    vlr::Log::removeListener(handle);
+    EXPECT_EQ(Settings::get(key, 7), 5);
+}
+
 TEST(Settings, ASlashBeforeTheKeyMakesNoDifference) {
     EXPECT_EQ(vlr::Settings::set(QStringLiteral("/view/path"), "/data"), CaError::nullError);
     EXPECT_EQ(vlr::Settings::keys(), QStringList{QStringLiteral("view/path")});

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <memory>
+#include <mutex>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -43,7 +44,10 @@ bool matches(const vlr::LogRecord& record, vlr::LogLevel level, const std::strin
     return record.level == level && record.text.find(text) != std::string::npos;
 }
 
+// In whatever thread the record is written.
 void listen(const vlr::LogRecord& record) {
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
     records().push_back(record);
     // The column of layout buttons writes an empty "ERROR" line whenever it grows.
     bool expected =

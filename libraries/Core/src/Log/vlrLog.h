@@ -4,9 +4,12 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <ostream>
-#include <sstream>
+#include <streambuf>
 #include <string>
+#include <string_view>
+#include <type_traits>
 
 #include "Stream/QtStream.h"
 
@@ -28,7 +31,8 @@ struct LogRecord {
 };
 
 /// A record being written: what is streamed into it becomes one log record when it goes out of
-/// scope, normally at the end of the statement.
+/// scope, normally at the end of the statement. It takes what an std::ostream takes, manipulators
+/// included, and always writes numbers as the classic locale does.
 class VLR_CORE_EXPORT LogStream {
 public:
     LogStream(LogLevel level, const char* file, int line) noexcept;
@@ -38,22 +42,65 @@ public:
 
     template <class T>
     LogStream& operator<<(const T& value) {
-        if (m_active)
-            m_text << value;
+        if (m_isActive && !takesAsItIs(value))
+            stream() << value;
         return *this;
     }
     LogStream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-        if (m_active)
-            m_text << manipulator;
+        if (m_isActive)
+            stream() << manipulator;
         return *this;
     }
 
 private:
+    // Short texts need no memory but that of the string which the record gets.
+    class VLR_CORE_EXPORT Buffer : public std::streambuf {
+    public:
+        Buffer();
+        std::string take();
+
+    private:
+        int_type overflow(int_type character) override;
+        void spill();
+
+        char m_area[256];
+        std::string m_spilt;
+    };
+
+    // Most records are texts and whole numbers, which read the same without a stream as long as
+    // nothing was set on one. With a stream, such a record takes a quarter longer.
+    template <class T>
+    bool takesAsItIs(const T& value) {
+        using Plain = std::decay_t<T>;
+        constexpr bool isCharacters =
+            std::is_same_v<Plain, char*> || std::is_same_v<Plain, const char*>;
+        constexpr bool isText = isCharacters || std::is_same_v<T, std::string> ||
+                                std::is_same_v<T, std::string_view> || std::is_same_v<T, QString>;
+        constexpr bool isWholeNumber =
+            std::is_same_v<T, int> || std::is_same_v<T, unsigned> || std::is_same_v<T, long> ||
+            std::is_same_v<T, unsigned long> || std::is_same_v<T, long long> ||
+            std::is_same_v<T, unsigned long long>;
+        if (m_stream)
+            return false;
+        if constexpr (isText)
+            return append(value);
+        else if constexpr (isWholeNumber)
+            return append(std::string_view(std::to_string(value)));
+        else
+            return false;
+    }
+    bool append(const char* text); // not a null pointer, which streams have their own idea of
+    bool append(std::string_view text);
+    bool append(const QString& text);
+
+    std::ostream& stream();
+
     LogLevel m_level;
     const char* m_file;
     int m_line;
-    bool m_active;
-    std::ostringstream m_text;
+    bool m_isActive;
+    Buffer m_text;
+    std::optional<std::ostream> m_stream; // made when it is needed
 };
 
 /// Makes a whole VLR_LOG statement an expression without value; binds weaker than <<. An "if"
@@ -69,8 +116,9 @@ struct LogStatement {
 ///
 /// Every record goes to a rotating file (log/<application>.log under the application's local
 /// data folder, 5 files of 2 MiB) and to standard error, each with time, level, source file and
-/// line. The file is opened with the first record after the QCoreApplication was made; where
-/// that is impossible, one line on standard error says so and the program goes on. Line breaks
+/// line. The file is opened with the first record after the QCoreApplication was made, and another
+/// one with the first record after the application's name or that folder changed; where that is
+/// impossible, one line on standard error says so and the program goes on. Line breaks
 /// inside a text are kept, indented, so that no text can pose as another record.
 ///
 /// A level can be given a stream of its own, which then replaces standard error for it: the

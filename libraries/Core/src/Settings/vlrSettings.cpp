@@ -17,16 +17,82 @@ namespace {
 
 using Values = SettingsValues;
 
+// A value, and what it is as a number or truth value. That is found out once, since get() is called
+// far more often than the settings change.
+struct Setting {
+    QVariant value;
+    std::optional<bool> truth;
+    std::optional<int> integer;
+    std::optional<double> number; // finite
+};
+
 struct Table {
     bool isLoaded = false;
     QString path;
-    Values values;
+    QHash<QString, Setting> settings;
     Values complainedOf; // What the last warning for a key was about.
 };
 
 Table& table() {
     static auto* const instance = new Table;
     return *instance;
+}
+
+// QSettings makes a list of a text with commas that is not in quotes.
+std::optional<QString> toString(const QVariant& value) {
+    if (value.type() == QVariant::String) // nearly always: without the way through QVariant
+        return *static_cast<const QString*>(value.constData());
+    if (value.type() == QVariant::StringList)
+        return value.toStringList().join(QStringLiteral(", "));
+    if (value.type() == QVariant::ByteArray)
+        return value.toString();
+    return std::nullopt;
+}
+
+QString toTrimmed(const QVariant& value) {
+    return toString(value).value_or(QString()).trimmed();
+}
+
+std::optional<bool> toBool(const QString& text) {
+    static const QStringList trueWords{QStringLiteral("true"), QStringLiteral("1"),
+                                       QStringLiteral("yes"), QStringLiteral("on")};
+    static const QStringList falseWords{QStringLiteral("false"), QStringLiteral("0"),
+                                        QStringLiteral("no"), QStringLiteral("off")};
+    const QString word = text.toLower();
+    if (trueWords.contains(word))
+        return true;
+    return falseWords.contains(word) ? std::optional<bool>(false) : std::nullopt;
+}
+
+std::optional<int> toInteger(const QString& text) {
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    return isNumber ? std::optional<int>(number) : std::nullopt;
+}
+
+std::optional<double> toFinite(const QString& text) {
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    return isNumber && std::isfinite(number) ? std::optional<double>(number) : std::nullopt;
+}
+
+QHash<QString, Setting> understood(const Values& values) {
+    QHash<QString, Setting> settings;
+    settings.reserve(values.size());
+    for (auto value = values.cbegin(); value != values.cend(); ++value) {
+        const QString text = toTrimmed(value.value());
+        settings.insert(value.key(),
+                        {value.value(), toBool(text), toInteger(text), toFinite(text)});
+    }
+    return settings;
+}
+
+Values asStored(const QHash<QString, Setting>& settings) {
+    Values values;
+    values.reserve(settings.size());
+    for (auto setting = settings.cbegin(); setting != settings.cend(); ++setting)
+        values.insert(setting.key(), setting.value().value);
+    return values;
 }
 
 // The one that was read stays in use when the location changes.
@@ -42,7 +108,10 @@ Table& loaded() {
         return current;
     current.path = pathInUse();
     current.isLoaded = true;
-    const CaError error = readSettings(current.path, current.values);
+    Values values;
+    const CaError error = readSettings(current.path, values);
+    if (!values.isEmpty()) // Who listens to a warning about the file may have stored something.
+        current.settings = understood(values);
     if (!error.isNull())
         VLR_LOG(Warning) << error;
     return current;
@@ -70,41 +139,15 @@ QString plainKey(const QString& key) {
 // `expected` gives the words for what would have been right.
 template <class T, class Convert, class Expected>
 T valueOr(const QString& anyKey, const T& defaultValue, Convert convert, Expected expected) {
-    const Values& values = loaded().values;
-    const auto found = anyKey.startsWith(QLatin1Char('/')) ? values.constFind(plainKey(anyKey))
-                                                           : values.constFind(anyKey);
-    if (found == values.constEnd())
+    const QHash<QString, Setting>& settings = loaded().settings;
+    const auto found = anyKey.startsWith(QLatin1Char('/')) ? settings.constFind(plainKey(anyKey))
+                                                           : settings.constFind(anyKey);
+    if (found == settings.constEnd())
         return defaultValue;
     if (std::optional<T> value = convert(found.value()))
         return *std::move(value);
-    complain(found.key(), found.value(), expected());
+    complain(found.key(), found.value().value, expected());
     return defaultValue;
-}
-
-// QSettings makes a list of a text with commas that is not in quotes.
-std::optional<QString> toString(const QVariant& value) {
-    if (value.type() == QVariant::String) // nearly always: without the way through QVariant
-        return *static_cast<const QString*>(value.constData());
-    if (value.type() == QVariant::StringList)
-        return value.toStringList().join(QStringLiteral(", "));
-    if (value.type() == QVariant::ByteArray)
-        return value.toString();
-    return std::nullopt;
-}
-
-QString toTrimmed(const QVariant& value) {
-    return toString(value).value_or(QString()).trimmed();
-}
-
-std::optional<bool> toBool(const QVariant& value) {
-    static const QStringList trueWords{QStringLiteral("true"), QStringLiteral("1"),
-                                       QStringLiteral("yes"), QStringLiteral("on")};
-    static const QStringList falseWords{QStringLiteral("false"), QStringLiteral("0"),
-                                        QStringLiteral("no"), QStringLiteral("off")};
-    const QString word = toTrimmed(value).toLower();
-    if (trueWords.contains(word))
-        return true;
-    return falseWords.contains(word) ? std::optional<bool>(false) : std::nullopt;
 }
 
 std::optional<QSize> toSize(const QVariant& value) {
@@ -145,42 +188,50 @@ bool isForestalled(const SettingsChange& change, const Values& values) {
 }
 
 template <class T>
+std::optional<T> within(const std::optional<T>& number, T minimum, T maximum) {
+    return number && *number >= minimum && *number <= maximum ? number : std::nullopt;
+}
+
+template <class T>
 QString rangeText(const char* kind, T minimum, T maximum) {
     return QStringLiteral("%1 from %2 to %3").arg(QLatin1String(kind)).arg(minimum).arg(maximum);
+}
+
+CaError changeStored(const SettingsEdit& edit) {
+    Table& current = loaded();
+    Values values = asStored(current.settings);
+    const CaError error = changeSettings(current.path, edit, values);
+    if (error.isNull())
+        current.settings = understood(values);
+    return error;
 }
 
 } // namespace
 
 bool Settings::get(const QString& key, bool defaultValue) {
-    return valueOr(key, defaultValue, toBool, [] { return QStringLiteral("true or false"); });
+    return valueOr(
+        key, defaultValue, [](const Setting& setting) { return setting.truth; },
+        [] { return QStringLiteral("true or false"); });
 }
 
 int Settings::get(const QString& key, int defaultValue, int minimum, int maximum) {
-    const auto convert = [=](const QVariant& value) -> std::optional<int> {
-        bool isNumber = false;
-        const int number = toTrimmed(value).toInt(&isNumber);
-        if (!isNumber || number < minimum || number > maximum)
-            return std::nullopt;
-        return number;
-    };
-    return valueOr(key, defaultValue, convert,
-                   [=] { return rangeText("a whole number", minimum, maximum); });
+    return valueOr(
+        key, defaultValue,
+        [=](const Setting& setting) { return within(setting.integer, minimum, maximum); },
+        [=] { return rangeText("a whole number", minimum, maximum); });
 }
 
 double Settings::get(const QString& key, double defaultValue, double minimum, double maximum) {
-    const auto convert = [=](const QVariant& value) -> std::optional<double> {
-        bool isNumber = false;
-        const double number = toTrimmed(value).toDouble(&isNumber);
-        if (!isNumber || !std::isfinite(number) || number < minimum || number > maximum)
-            return std::nullopt;
-        return number;
-    };
-    return valueOr(key, defaultValue, convert,
-                   [=] { return rangeText("a number", minimum, maximum); });
+    return valueOr(
+        key, defaultValue,
+        [=](const Setting& setting) { return within(setting.number, minimum, maximum); },
+        [=] { return rangeText("a number", minimum, maximum); });
 }
 
 QString Settings::get(const QString& key, const QString& defaultValue) {
-    return valueOr(key, defaultValue, toString, [] { return QStringLiteral("a text"); });
+    return valueOr(
+        key, defaultValue, [](const Setting& setting) { return toString(setting.value); },
+        [] { return QStringLiteral("a text"); });
 }
 
 QString Settings::get(const QString& key, const char* defaultValue) {
@@ -188,12 +239,14 @@ QString Settings::get(const QString& key, const char* defaultValue) {
 }
 
 QSize Settings::get(const QString& key, const QSize& defaultValue) {
-    return valueOr(key, defaultValue, toSize, [] { return QStringLiteral("a size"); });
+    return valueOr(
+        key, defaultValue, [](const Setting& setting) { return toSize(setting.value); },
+        [] { return QStringLiteral("a size"); });
 }
 
 Vector3d Settings::get(const QString& key, const Vector3d& defaultValue) {
-    const auto convert = [](const QVariant& value) {
-        return vector3dFromText(toTrimmed(value).toStdString());
+    const auto convert = [](const Setting& setting) {
+        return vector3dFromText(toTrimmed(setting.value).toStdString());
     };
     return valueOr(key, defaultValue, convert, [] { return QStringLiteral("three numbers"); });
 }
@@ -237,17 +290,17 @@ CaError Settings::set(const QString& key, const Vector3d& value) {
 }
 
 QStringList Settings::keys() {
-    QStringList keys = loaded().values.keys();
+    QStringList keys = loaded().settings.keys();
     std::sort(keys.begin(), keys.end());
     return keys;
 }
 
 bool Settings::contains(const QString& key) {
-    return loaded().values.contains(plainKey(key));
+    return loaded().settings.contains(plainKey(key));
 }
 
 QVariant Settings::value(const QString& key) {
-    return loaded().values.value(plainKey(key));
+    return loaded().settings.value(plainKey(key)).value;
 }
 
 CaError Settings::remove(const QString& key) {
@@ -272,9 +325,9 @@ CaError Settings::look(QHash<QString, QVariant>& values) {
     if (error.isNull()) {
         current.path = path;
         current.isLoaded = true;
-        current.values = found;
+        current.settings = understood(found);
     }
-    values = current.values;
+    values = asStored(current.settings);
     return error;
 }
 
@@ -282,9 +335,7 @@ CaError Settings::write(const QString& anyKey, const QVariant& value) {
     const QString key = plainKey(anyKey);
     if (!isSettingsKey(key))
         return badKey(key);
-    Table& current = loaded();
-    return changeSettings(
-        current.path, [&](Values& values) { return put(key, value, values); }, current.values);
+    return changeStored([&](Values& values) { return put(key, value, values); });
 }
 
 CaError Settings::apply(const std::vector<SettingsChange>& changes, QStringList& conflicts) {
@@ -302,8 +353,7 @@ CaError Settings::apply(const std::vector<SettingsChange>& changes, QStringList&
                 isDifferent = true;
         return isDifferent;
     };
-    Table& current = loaded();
-    return changeSettings(current.path, edit, current.values);
+    return changeStored(edit);
 }
 
 } // namespace vlr
