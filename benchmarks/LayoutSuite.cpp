@@ -65,10 +65,15 @@ public:
             m_view.getView(static_cast<int>(i))->layout()->addWidget(m_panes[i]);
         }
         m_view.show();
+        m_origin = m_view.mapToGlobal(QPoint());
     }
 
     void drag(QuadViewGeometry::Splitter piece, const QPoint& pointer) {
-        emit m_pieces[piece]->mouseMove(m_view.mapToGlobal(pointer));
+        emit m_pieces[piece]->mouseMove(m_origin + pointer);
+    }
+    void showButtons(bool on) {
+        for (QtQVSimpleSplitter* piece : m_pieces)
+            piece->showButtons(on);
     }
     /// What the event loop does before it paints.
     void place() { QCoreApplication::sendPostedEvents(); }
@@ -79,6 +84,7 @@ private:
     QtQuadView m_view;
     QList<QtQVSimpleSplitter*> m_pieces = m_view.findChildren<QtQVSimpleSplitter*>();
     std::array<Pane*, 4> m_panes{};
+    QPoint m_origin;
 };
 
 // Two rows, one below the other.
@@ -113,16 +119,33 @@ void awaitExposed(QWidget& window) {
         throw std::runtime_error("A window does not appear.");
 }
 
-/// One iteration is one step; the widgets are placed after so many of them.
+/// Expand buttons are seen for the first seconds of a drag, and hidden for the rest of it.
+enum class Buttons { Hidden, Seen };
+
+/// One iteration is one step; the event loop has its turn after so many of them.
 Suite::Function dragOf(const std::shared_ptr<QuadView>& view, QuadViewGeometry::Splitter piece,
-                       int stepsPerPlacing) {
-    return [view, piece, stepsPerPlacing](benchmark::State& state) {
+                       int stepsPerTurn, Buttons buttons) {
+    return [=](benchmark::State& state) {
         awaitExposed(view->window());
+        view->showButtons(buttons == Buttons::Seen);
         int step = 0;
         for (auto _ : state) {
             view->drag(piece, pointerAt(step));
-            if (++step % stepsPerPlacing == 0)
+            if (++step % stepsPerTurn == 0)
                 view->place();
+        }
+    };
+}
+
+Suite::Function dragOf(const std::shared_ptr<NestedSplitters>& nested,
+                       void (NestedSplitters::*drag)(const QPoint&), int stepsPerTurn) {
+    return [=](benchmark::State& state) {
+        awaitExposed(nested->window());
+        int step = 0;
+        for (auto _ : state) {
+            (*nested.*drag)(pointerAt(step));
+            if (++step % stepsPerTurn == 0)
+                QCoreApplication::sendPostedEvents();
         }
     };
 }
@@ -163,6 +186,55 @@ void repaintPanes(benchmark::State& state, QuadView& view) {
     }
 }
 
+/// The widgets that a row of two views must move, without anything that decides where: frames with
+/// their panes, the line between them and the two lines that end at it.
+class BareRow {
+public:
+    BareRow() {
+        m_window.resize(areaSize);
+        for (QWidget*& frame : m_frames)
+            frame = new QWidget(&m_window);
+        for (std::size_t i = 0; i < m_panes.size(); ++i)
+            m_panes[i] = new Pane(m_frames[i]);
+        for (QWidget*& line : m_lines)
+            line = new QWidget(&m_window);
+        m_window.show();
+        m_window.setUpdatesEnabled(false);
+    }
+
+    void place(int x) {
+        constexpr int height = 440;
+        constexpr int thickness = 5;
+        const int width = areaSize.width();
+        m_frames[0]->setGeometry(0, 0, x, height);
+        m_panes[0]->setGeometry(0, 0, x, height);
+        m_frames[1]->setGeometry(x, 0, width - x, height);
+        m_panes[1]->setGeometry(0, 0, width - x, height);
+        m_lines[0]->setGeometry(x, 0, thickness, height);
+        m_lines[1]->setGeometry(0, height, x, thickness);
+        m_lines[2]->setGeometry(x, height, width - x, thickness);
+    }
+    QWidget& window() { return m_window; }
+
+private:
+    QWidget m_window;
+    std::array<QWidget*, 2> m_frames{};
+    std::array<Pane*, 2> m_panes{};
+    std::array<QWidget*, 3> m_lines{};
+};
+
+void addFloor(Suite& suite, const std::shared_ptr<NestedSplitters>& nested) {
+    const auto bare = std::make_shared<BareRow>();
+    suite.compare({"row-floor", "only setGeometry() of the widgets of a row / nested QSplitter", -1,
+                   [bare](benchmark::State& state) {
+                       awaitExposed(bare->window());
+                       int step = 0;
+                       for (auto _ : state)
+                           bare->place(pointerAt(step++).x());
+                   },
+                   dragOf(nested, &NestedSplitters::dragRow, 1)});
+}
+
 } // namespace
 
 void addLayout(Suite& suite) {
@@ -171,32 +243,27 @@ void addLayout(Suite& suite) {
     // What is not painted meanwhile would pile up as regions to be painted.
     view->window().setUpdatesEnabled(false);
     nested->window().setUpdatesEnabled(false);
-    const auto nestedRow = [nested](benchmark::State& state) {
-        awaitExposed(nested->window());
-        int step = 0;
-        for (auto _ : state) {
-            nested->dragRow(pointerAt(++step));
-            if (step % movesOfAFrame == 0)
-                QCoreApplication::sendPostedEvents();
-        }
+    const auto compare = [&](const std::string& name, const std::string& what,
+                             QuadViewGeometry::Splitter piece, int stepsPerTurn, Buttons buttons) {
+        suite.compare({name, what, aim, dragOf(view, piece, stepsPerTurn, buttons),
+                       dragOf(nested,
+                              piece == QuadViewGeometry::Up ? &NestedSplitters::dragRow
+                                                            : &NestedSplitters::dragCentre,
+                              stepsPerTurn)});
     };
-    const auto nestedCentre = [nested](benchmark::State& state) {
-        awaitExposed(nested->window());
-        int step = 0;
-        for (auto _ : state) {
-            nested->dragCentre(pointerAt(++step));
-            if (step % movesOfAFrame == 0)
-                QCoreApplication::sendPostedEvents();
-        }
-    };
-    suite.compare({"row", "row of two views, 16 moves a frame / nested QSplitter", aim,
-                   dragOf(view, QuadViewGeometry::Up, movesOfAFrame), nestedRow});
-    suite.compare({"row-one-by-one", "the same, placed after every move", aim,
-                   dragOf(view, QuadViewGeometry::Up, 1), nestedRow});
-    suite.compare({"centre", "all four views, 16 moves a frame / nested QSplitters", aim,
-                   dragOf(view, QuadViewGeometry::Center, movesOfAFrame), nestedCentre});
-    suite.compare({"centre-one-by-one", "the same, placed after every move", aim,
-                   dragOf(view, QuadViewGeometry::Center, 1), nestedCentre});
+    constexpr auto row = QuadViewGeometry::Up;
+    constexpr auto centre = QuadViewGeometry::Center;
+    compare("row", "row of two views, 16 moves a frame / nested QSplitter", row, movesOfAFrame,
+            Buttons::Seen);
+    compare("row-one-by-one", "the same, placed after every move, buttons hidden", row, 1,
+            Buttons::Hidden);
+    compare("row-with-buttons", "the same with the expand buttons", row, 1, Buttons::Seen);
+    compare("centre", "all four views, 16 moves a frame / nested QSplitters", centre, movesOfAFrame,
+            Buttons::Seen);
+    compare("centre-one-by-one", "the same, placed after every move, buttons hidden", centre, 1,
+            Buttons::Hidden);
+    compare("centre-with-buttons", "the same with the expand buttons", centre, 1, Buttons::Seen);
+    addFloor(suite, nested);
 }
 
 void addDrag(Suite& suite) {

@@ -160,8 +160,10 @@ void QtQVSimpleSplitter::showButtons(bool on) {
     updateButtonVisibility();
 }
 
+// Every step of a drag shows the pieces again: setVisible(), since QWidget::show() asks the
+// platform first how a window is to be shown.
 void QtQVSimpleSplitter::show() {
-    m_line->show();
+    m_line->setVisible(true);
     updateButtonVisibility();
     if (m_handle && !m_line->isLocked())
         showHandle();
