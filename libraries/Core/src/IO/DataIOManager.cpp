@@ -89,8 +89,8 @@ CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWri
     if (error.id() == vlr::passingReadError)
         return leaveUnreadFile(path, error);
     const auto known = readableDocuments().constFind(path);
-    const bool isKnown = error == CaError::nullError &&
-                         known != readableDocuments().constEnd() && *known == stored;
+    const bool isKnown =
+        error == CaError::nullError && known != readableDocuments().constEnd() && *known == stored;
     DataTreeNode root;
     if (error == CaError::nullError && !isKnown)
         error = vlr::readTree(stored, root, configurationLimits);
