@@ -31,6 +31,14 @@ QString unescaped(const QString& text) {
     return result;
 }
 
+// QString drops byte order marks at the beginning; in the middle of a document they are characters.
+QString decoded(const char* text) {
+    QString marks;
+    for (; text && qstrncmp(text, "\xEF\xBB\xBF", 3) == 0; text += 3)
+        marks += QChar(QChar::ByteOrderMark);
+    return marks.isEmpty() ? QString::fromUtf8(text) : marks + QString::fromUtf8(text);
+}
+
 bool isUtf8(const QByteArray& piece) {
     QTextCodec::ConverterState state;
     (void)QTextCodec::codecForName("UTF-8")->toUnicode(piece.constData(), piece.size(), &state);
@@ -168,10 +176,10 @@ private:
         const XML_Error error = XML_GetErrorCode(m_parser.get());
         const auto position = static_cast<int>(XML_GetCurrentByteIndex(m_parser.get()));
         constexpr int longestCharacter = 4;
-        if (error == XML_ERROR_INVALID_TOKEN && !isUtf8(m_document.mid(position, longestCharacter)))
-            refuse("it is not UTF-8 text");
-        else
-            refuse(XML_ErrorString(error));
+        const bool isForeign = error == XML_ERROR_PARTIAL_CHAR ||
+                               (error == XML_ERROR_INVALID_TOKEN &&
+                                !isUtf8(m_document.mid(position, longestCharacter)));
+        refuse(isForeign ? "it is not UTF-8 text" : XML_ErrorString(error));
     }
 
     // The parser may still tell some of what it has found before it stops.
@@ -229,7 +237,7 @@ private:
     }
 
     static QString text(Attributes attributes, const char* name) {
-        const QString value = QString::fromUtf8(find(attributes, name));
+        const QString value = decoded(find(attributes, name));
         return find(attributes, "escaped") ? unescaped(value) : value;
     }
 

@@ -229,7 +229,7 @@ private:
     }
 
     void writeNode(const DataTreeNode& node) {
-        if (m_isChecked)
+        if (m_isChecked && !isStopped())
             check(node);
         if (isStopped())
             return;
