@@ -66,11 +66,46 @@ TEST(ConfigurationFiles, WhatCouldNotBeLoadedIsNotStored) {
 
 TEST(ConfigurationFiles, AFileThatWasNeverLoadedIsKeptBeforeItIsReplaced) {
     const QString path = DataIOManager::configurationPath(name);
-    vlrTest::writeFile(path, "<vlr version=\"2\">newer</vlr>");
     vlrTest::expectLog(LogLevel::Warning, "It is kept as");
-    ASSERT_EQ(DataIOManager::storeConfiguration(name, makeConfiguration("x")), CaError::nullError);
-    EXPECT_EQ(filesBeside(path).size(), 2);
-    EXPECT_EQ(DataIOManager::loadConfiguration(name, makeConfiguration("y")), CaError::nullError);
+    int files = 1;
+    for (const char* document : {"", "<vlr version=\"2\">newer</vlr>"}) {
+        vlrTest::writeFile(path, document);
+        ASSERT_EQ(DataIOManager::storeConfiguration(name, makeConfiguration(document)),
+                  CaError::nullError);
+        EXPECT_EQ(filesBeside(path).size(), ++files);
+        EXPECT_EQ(DataIOManager::loadConfiguration(name, makeConfiguration("y")),
+                  CaError::nullError);
+    }
+}
+
+TEST(ConfigurationFiles, AFileThatSomebodyElseChangedIsKeptOnlyIfItIsDamaged) {
+    const QString path = DataIOManager::configurationPath(name);
+    const auto store = [](const char* childId) {
+        EXPECT_EQ(DataIOManager::storeConfiguration(name, makeConfiguration(childId)),
+                  CaError::nullError);
+    };
+    store("one");
+    const QByteArray good = vlrTest::readFile(path);
+    vlrTest::writeFile(path, QByteArray(good).replace("\"one\"", "\"two\""));
+    store("six");
+    EXPECT_EQ(filesBeside(path).size(), 1);
+
+    vlrTest::expectLog(LogLevel::Warning, "It is kept as");
+    const QByteArray damaged = QByteArray(good).replace("</vlr>", "</vll>");
+    for (const bool isLoaded : {false, true}) {
+        store("one");
+        if (isLoaded) {
+            EXPECT_EQ(DataIOManager::loadConfiguration(name, makeConfiguration("x")),
+                      CaError::nullError);
+        }
+        vlrTest::writeFile(path, damaged);
+        store("six");
+    }
+    QStringList kept = filesBeside(path);
+    kept.removeAll(QFileInfo(path).fileName());
+    EXPECT_EQ(kept.size(), 2);
+    for (const QString& file : kept)
+        EXPECT_EQ(vlrTest::readFile(QFileInfo(path).dir().filePath(file)), damaged);
 }
 
 TEST(ConfigurationFiles, AFileThatCannotBeReadAtPresentStays) {

@@ -9,6 +9,8 @@
 #include "Support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
+#include <map>
+#include <random>
 
 namespace {
 
@@ -60,6 +62,18 @@ QStringList descendants(const DataPointer<Data>& root) {
     while (const DataPointer<Data> item = it.next())
         ids << item->id();
     return ids;
+}
+
+void expectFirstChildIsFound(const Data& parent) {
+    std::map<QString, DataPointer<Data>> first;
+    for (int i = 0; i < parent.childCount(); ++i)
+        first.emplace(parent.child(i)->id(), parent.child(i));
+    for (const auto& each : first)
+        ASSERT_EQ(parent.hasChildAndGet(each.first), each.second) << each.first.toStdString();
+    for (int id = 0; id < 99; ++id) {
+        const QString text = QString::number(id);
+        ASSERT_EQ(parent.hasChildAndGet(text) != nullptr, first.count(text) == 1) << id;
+    }
 }
 
 struct DeletionCount {
@@ -133,6 +147,54 @@ TEST(Data, AChildMovesToItsNewParentAndObserversAreTold) {
     EXPECT_NE(to->removeChild(QStringLiteral("unknown")), CaError::nullError);
     EXPECT_EQ(to->removeChild(QStringLiteral("child")), CaError::nullError);
     EXPECT_EQ(child->parent(), nullptr);
+}
+
+// Against a look at all children. Some ids meet, some are empty.
+TEST(Data, FindsTheFirstChildWithAnIdWhateverHappened) {
+    std::mt19937 random(7);
+    const auto below = [&](unsigned end) { return static_cast<int>(random() % end); };
+    const DataPointer<Data> parents[] = {makeItem("a"), makeItem("b")};
+    const auto isTaken = [](const DataPointer<Data>& parent, const QString& id) {
+        for (int i = 0; i < parent->childCount(); ++i)
+            if (parent->child(i)->id() == id)
+                return !id.isEmpty();
+        return false;
+    };
+    vlrTest::expectLog(vlr::LogLevel::Warning, "several children with the same id");
+    for (int step = 0; step < 5000; ++step) {
+        const DataPointer<Data>& parent = parents[below(2)];
+        const DataPointer<Data>& other = parents[parent == parents[0]];
+        const QString id = below(5) == 0 ? QString() : QString::number(below(99));
+        const DataPointer<Data> child = parent->child(below(50));
+        const int action = child ? below(20) : 0;
+        if (action < 9) {
+            const DataPointer<Data> added = makeItem(id.toLatin1().constData());
+            const bool isRefused = isTaken(parent, id);
+            EXPECT_EQ(parent->addChild(added, true) != CaError::nullError, isRefused);
+        } else if (action < 12) {
+            child->setId(id);
+        } else if (action < 13) {
+            *child = *makeItem(id.toLatin1().constData());
+        } else if (action < 15) {
+            EXPECT_EQ(parent->removeChild(child.get()), CaError::nullError);
+        } else if (action < 18) {
+            const bool isRefused = isTaken(other, child->id());
+            EXPECT_EQ(other->addChild(child, true) != CaError::nullError, isRefused);
+        } else if (step % 10 == 0) {
+            DataTreeNode node;
+            ASSERT_EQ(parent->save(node), CaError::nullError);
+            ASSERT_EQ(parent->load(node), CaError::nullError);
+        } else {
+            DataTreeNode node(child->getClassId().toQString());
+            node.setId(id);
+            ASSERT_EQ(child->load(node), CaError::nullError);
+            ASSERT_EQ(parent->saveValues(node), CaError::nullError);
+            ASSERT_EQ(parent->restoreValues(node), CaError::nullError);
+        }
+        for (const auto& each : parents)
+            ASSERT_NO_FATAL_FAILURE(expectFirstChildIsFound(*each)) << "step " << step;
+    }
+    EXPECT_GT(parents[0]->childCount() + parents[1]->childCount(), 40);
 }
 
 TEST(DataIterator, VisitsParentsBeforeChildrenAndSiblingsInOrder) {
@@ -340,78 +402,4 @@ TEST(RecordFactory, TheFirstRegistrationWinsAndACopyEntersNothing) {
     EXPECT_EQ(Data::getFactory().at("Patient"), first);
     EXPECT_EQ(createPatientFactory(), 1);
     EXPECT_EQ(Data::getFactory().at("Patient"), first);
-}
-
-// --- XML
-
-TEST(TreeXml, CarriesAnyText) {
-    const QString texts[] = {
-        QString(),
-        QStringLiteral(" two  blanks "),
-        QStringLiteral("line\r\nbreak\ttab"),
-        QStringLiteral("<&>\"'"),
-        QString::fromUtf8("Zoë 山田 \xF0\x9F\x98\x80 e\xCC\x81"),
-        QString(QChar(1)) + QStringLiteral("a\\u0001b") + QChar(0x1f),
-        QString(QChar(0)) + QChar(0xFFFE) + QChar(0xD800),
-        QStringLiteral("back\\slash"),
-    };
-    for (const QString& text : texts) {
-        DataTreeNode node(QStringLiteral("X"));
-        node.setId(text);
-        node.setKey(text);
-        node.setAttribute(QStringLiteral("name"), text);
-        node.setAttribute(text + QLatin1Char('n'), QStringLiteral("1"));
-        node.setBinaryParts({text});
-        DataTreeNode read;
-        const QByteArray document = vlr::writeTree(node);
-        ASSERT_EQ(vlr::readTree(document, read), CaError::nullError) << document.constData();
-        EXPECT_EQ(read.id(), text);
-        EXPECT_EQ(read.key(), text);
-        EXPECT_EQ(read.attribute(QStringLiteral("name")), text);
-        EXPECT_EQ(read.attribute(text + QLatin1Char('n')), QStringLiteral("1"));
-        EXPECT_EQ(read.binaryParts(), QStringList{text});
-        EXPECT_EQ(vlr::writeTree(read), document);
-    }
-}
-
-TEST(TreeXml, RefusesWhatIsDamagedOrTooMuch) {
-    const QByteArray begin = "<?xml version=\"1.0\"?><vlr version=\"1\">";
-    const QByteArray item = "<data class=\"A\" id=\"\">";
-    QByteArray manyAttributes = begin + item;
-    for (int i = 0; i < 5000; ++i)
-        manyAttributes += "<attribute name=\"" + QByteArray::number(i) + "\" value=\"1\"/>";
-    manyAttributes += "</data></vlr>";
-    QByteArray flood; // The comment must not blind whoever counts quotes.
-    for (int i = 0; i < 60000; ++i)
-        flood += " a" + QByteArray::number(i) + "='>'";
-    flood = begin + "<!-- ' --><data class=\"A\" id=\"\"" + flood + "/></vlr>";
-    const struct {
-        QByteArray document;
-        const char* cause;
-    } cases[] = {
-        {"", "Premature end"},
-        {"not XML at all", "line 1"},
-        {begin + "</vlr>", "no data"},
-        {begin + item + "</data>" + item + "</data></vlr>", "more than one"},
-        {begin + item.repeated(100000), "nested deeper"},
-        {begin + item + "<data class=\"B\"/>", "line 1"},
-        {begin + "<attribute name=\"a\" value=\"b\"/></vlr>", "unexpected"},
-        {begin + item + "<script/></data></vlr>", "unexpected"},
-        {begin + item + "<attribute name=\"a\"><data/></attribute></data></vlr>", "unexpected"},
-        {"<vlr version=\"2\">" + item + "</data></vlr>", "unknown version"},
-        {"<!DOCTYPE vlr [<!ENTITY a \"b\">]>" + begin.mid(21) + item + "</data></vlr>",
-         "document type"},
-        {manyAttributes, "4096"},
-        {flood, "more than 16 attributes"},
-        {begin + item + "<attribute name=\"a\"/><attribute name=\"a\"/></data></vlr>", "two"},
-        {begin + item + "\xff</data></vlr>", "UTF-8"},
-        {QByteArray(5 << 20, ' '), "bytes"},
-    };
-    for (const auto& c : cases) {
-        DataTreeNode node(QStringLiteral("untouched"));
-        const CaError error = vlr::readTree(c.document, node);
-        EXPECT_NE(error.text().find(c.cause), std::string::npos)
-            << error.text() << " instead of " << c.cause;
-        EXPECT_EQ(node.className(), QStringLiteral("untouched"));
-    }
 }

@@ -34,10 +34,8 @@ QString text(const char* latin1) {
     return QString::fromLatin1(latin1);
 }
 
-MetaInformation patientWithId(const char* id) {
-    MetaInformation patient;
-    patient.setValue(text("id"), text(id));
-    return patient;
+MetaInformation patientWithId(const char* id, const char* uid = "") {
+    return {vlr::URI::patient(text(uid)), {{text("id"), text(id)}}};
 }
 
 QString databasePath() {
@@ -104,12 +102,9 @@ protected:
 } // namespace
 
 TEST(PatientTableModel, MarksTheCurrentPatientOnly) {
-    MetaInformation first = patientWithId("1");
-    first.setUri(vlr::URI::patient(text("a")));
-    MetaInformation second = patientWithId("2");
-    second.setUri(vlr::URI::patient(text("b")));
+    const MetaInformation second = patientWithId("2", "b");
     PatientTableModel model;
-    model.setPatients({first, second});
+    model.setPatients({patientWithId("1", "a"), second});
     model.setCurrentPatient(second.uri());
     for (int row = 0; row < 2; ++row) {
         const QModelIndex mark = model.index(row, PatientTableModel::Mark);
@@ -120,10 +115,8 @@ TEST(PatientTableModel, MarksTheCurrentPatientOnly) {
 }
 
 TEST(PatientTableModel, SortsDatesAsDates) {
-    MetaInformation patient = patientWithId("1");
-    patient.setValue(text("birthDate"), text("1968-03-05"));
     PatientTableModel model;
-    model.setPatients({patient});
+    model.setPatients({MetaInformation({}, {{text("birthDate"), text("1968-03-05")}})});
     const QModelIndex born = model.index(0, PatientTableModel::Born);
     EXPECT_EQ(model.data(born, Qt::DisplayRole), text("05 Mar 1968"));
     EXPECT_EQ(model.data(born, PatientTableModel::SortRole), QDate(1968, 3, 5));

@@ -11,6 +11,7 @@
 #include <QtCore/QUuid>
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 
 const char* const Data::CHANGED = "Data::CHANGED";
@@ -59,7 +60,7 @@ Data::Data(const Data& other)
     : CaSubject(other), m_id(other.m_id), m_unreadAttributes(other.m_unreadAttributes) {}
 
 Data& Data::operator=(const Data& other) {
-    m_id = other.m_id;
+    setId(other.m_id);
     return *this;
 }
 
@@ -91,7 +92,12 @@ bool Data::isA(const _vlr::StringMixer& id) const {
 }
 
 void Data::setId(const QString& id) {
+    auto* const index = m_parent ? m_parent->m_childIndex.get() : nullptr;
+    if (index)
+        index->remove(m_id, this);
     m_id = id;
+    if (index && !id.isEmpty())
+        index->insert(id, this);
 }
 
 DataPointer<Data> Data::child(int index) const {
@@ -101,10 +107,34 @@ DataPointer<Data> Data::child(int index) const {
 }
 
 DataPointer<Data> Data::hasChildAndGet(const QString& id) const {
+    constexpr std::size_t few = 16;
+    if (id.isEmpty() || m_children.size() <= few)
+        return findAmongAll(id);
+    const auto& index = childIndex();
+    const auto found = index.constFind(id);
+    if (found == index.constEnd())
+        return {};
+    const auto next = std::next(found);
+    const bool hasTwins = next != index.constEnd() && next.key() == id;
+    return hasTwins ? findAmongAll(id) : DataPointer<Data>(found.value());
+}
+
+DataPointer<Data> Data::findAmongAll(const QString& id) const {
     for (const auto& child : m_children)
         if (child->id() == id)
             return child;
     return {};
+}
+
+const QMultiHash<QString, Data*>& Data::childIndex() const {
+    if (!m_childIndex) {
+        m_childIndex = std::make_unique<QMultiHash<QString, Data*>>();
+        m_childIndex->reserve(childCount());
+        for (const auto& child : m_children)
+            if (!child->id().isEmpty())
+                m_childIndex->insert(child->id(), child.get());
+    }
+    return *m_childIndex;
 }
 
 CaError Data::addChild(const DataPointer<Data>& child, bool notify) {
@@ -132,6 +162,8 @@ CaError Data::addChild(const DataPointer<Data>& child, bool notify) {
     child->m_parent = this;
     child->m_formerStorageUri = {};
     m_children.push_back(child);
+    if (m_childIndex && !child->id().isEmpty())
+        m_childIndex->insert(child->id(), child.get());
     if (notify)
         this->notify(CHILD_ADDED, child.get());
     return CaError::nullError;
@@ -140,6 +172,8 @@ CaError Data::addChild(const DataPointer<Data>& child, bool notify) {
 void Data::eraseChild(std::size_t index) {
     const DataPointer<Data> child = m_children[index];
     m_children.erase(m_children.begin() + static_cast<std::ptrdiff_t>(index));
+    if (m_childIndex)
+        m_childIndex->remove(child->id(), child.get());
     child->leaveTree();
     notify(CHILD_REMOVED, child.get());
 }
@@ -246,16 +280,20 @@ CaError Data::load(DataTreeNode& node) {
 
 CaError Data::saveValues(DataTreeNode& node) {
     auto children = std::exchange(m_children, {});
+    m_childIndex.reset();
     const CaError error = save(node);
     m_children = std::move(children);
+    m_childIndex.reset();
     return error;
 }
 
 CaError Data::restoreValues(DataTreeNode& node) {
     auto children = std::exchange(m_children, {});
     auto parts = std::exchange(m_binaryParts, {});
+    m_childIndex.reset();
     const CaError error = load(node);
     m_children = std::move(children);
+    m_childIndex.reset();
     m_binaryParts = std::move(parts);
     return error;
 }
@@ -292,7 +330,7 @@ CaError Data::doLoad(DataTreeNode* node, QMap<QString, Data*>& references) {
     if (error != CaError::nullError)
         return error;
 
-    m_id = node->id();
+    setId(node->id());
     m_key = node->key();
     if (!m_key.isEmpty())
         references.insert(m_key, this);
@@ -302,6 +340,7 @@ CaError Data::doLoad(DataTreeNode* node, QMap<QString, Data*>& references) {
     for (const auto& child : m_children)
         child->leaveTree();
     m_children = std::move(children);
+    m_childIndex.reset();
     for (const auto& child : m_children)
         child->m_parent = this;
     return CaError::nullError;

@@ -7,12 +7,14 @@
 #include "Observer/CaSubject.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <atomic>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -160,6 +162,8 @@ private:
     CaError loadItem(DataTreeNode& node, QMap<QString, Data*>& references);
     CaError loadChildren(const DataTreeNode& node, QMap<QString, Data*>& references,
                          std::vector<DataPointer<Data>>& children);
+    DataPointer<Data> findAmongAll(const QString& id) const;
+    const QMultiHash<QString, Data*>& childIndex() const;
     void eraseChild(std::size_t index);
     const Data* root() const;
     CaError takePartsAlong();
@@ -170,6 +174,9 @@ private:
     QString m_key;
     Data* m_parent = nullptr;
     std::vector<DataPointer<Data>> m_children;
+    // The children that have an id, by their ids. Made when one of many is sought; from then on
+    // every change of a child or its id is a change here.
+    mutable std::unique_ptr<QMultiHash<QString, Data*>> m_childIndex;
     QMap<QString, BinaryPart> m_binaryParts;
     std::vector<std::pair<QString, QString>> m_unreadAttributes;
     vlr::URI m_storageUri;

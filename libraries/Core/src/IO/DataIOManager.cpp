@@ -13,6 +13,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QCryptographicHash>
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QUrl>
@@ -71,6 +72,13 @@ CaError leaveUnreadFile(const QString& path, const CaError& cause) {
     return unusable(path, cause);
 }
 
+// What the files were when they were last read well or written. A file that still is need not be
+// parsed before it is replaced.
+QHash<QString, QByteArray>& readableDocuments() {
+    static QHash<QString, QByteArray> documents;
+    return documents;
+}
+
 // Makes sure that nothing is lost when the file is written, unless it holds the document already.
 CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWritten) {
     QByteArray stored;
@@ -80,8 +88,11 @@ CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWri
         return CaError::nullError;
     if (error.id() == vlr::passingReadError)
         return leaveUnreadFile(path, error);
+    const auto known = readableDocuments().constFind(path);
+    const bool isKnown =
+        error == CaError::nullError && known != readableDocuments().constEnd() && *known == stored;
     DataTreeNode root;
-    if (error == CaError::nullError)
+    if (error == CaError::nullError && !isKnown)
         error = vlr::readTree(stored, root, configurationLimits);
     if (error != CaError::nullError)
         (void)keepDamagedFile(path, error);
@@ -172,11 +183,7 @@ vlr::StoredPatient storedForm(const Patient& patient) {
 CaError makeDocument(const Data& data, const vlr::TreeLimits& limits, DataTreeNode& root,
                      QByteArray& document) {
     const CaError error = data.save(root);
-    if (error != CaError::nullError)
-        return error;
-    document = vlr::writeTree(root);
-    DataTreeNode check;
-    return vlr::readTree(document, check, limits);
+    return error == CaError::nullError ? vlr::writeTree(root, document, limits) : error;
 }
 
 QByteArray digestOf(const QByteArray& document) {
@@ -255,6 +262,7 @@ CaError DataIOManager::loadConfiguration(const QString& name,
     if (error != CaError::nullError)
         return keepDamagedFile(path, error);
     untouchableFiles().remove(path);
+    readableDocuments().insert(path, document);
     return CaError::nullError;
 }
 
@@ -273,7 +281,11 @@ CaError DataIOManager::storeConfiguration(const QString& name,
         return error;
     bool isWritten = false;
     error = clearTheWay(path, document, isWritten);
-    return isWritten || error != CaError::nullError ? error : vlr::writeDurably(path, document);
+    if (error == CaError::nullError && !isWritten)
+        error = vlr::writeDurably(path, document);
+    if (error == CaError::nullError)
+        readableDocuments().insert(path, document);
+    return error;
 }
 
 vlr::PatientStore* DataIOManager::repository(CaError& error) {

@@ -15,15 +15,13 @@ const QString listingColumns = QStringLiteral(
     "SELECT uid, patient_id, name, sex, birth_date, changed, revision FROM patient ");
 
 MetaInformation listingRow(const QSqlQuery& row) {
-    MetaInformation information;
-    information.setUri(URI::patient(row.value(0).toString()));
-    information.setValue(QStringLiteral("id"), row.value(1).toString());
-    information.setValue(QStringLiteral("name"), row.value(2).toString());
-    information.setValue(QStringLiteral("sex"), row.value(3).toString());
-    information.setValue(QStringLiteral("birthDate"), row.value(4).toString());
-    information.setValue(QStringLiteral("changed"), row.value(5).toString());
-    information.setValue(QStringLiteral("revision"), row.value(6).toString());
-    return information;
+    return {URI::patient(row.value(0).toString()),
+            {{QStringLiteral("id"), row.value(1).toString()},
+             {QStringLiteral("name"), row.value(2).toString()},
+             {QStringLiteral("sex"), row.value(3).toString()},
+             {QStringLiteral("birthDate"), row.value(4).toString()},
+             {QStringLiteral("changed"), row.value(5).toString()},
+             {QStringLiteral("revision"), row.value(6).toString()}}};
 }
 
 // A null QString would be stored as NULL.

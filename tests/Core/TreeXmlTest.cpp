@@ -1,0 +1,305 @@
+#include "IO/TreeXml.h"
+
+#include "Data/DataTreeNode.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QTextCodec>
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+bool isSame(const DataTreeNode& a, const DataTreeNode& b) {
+    if (a.className() != b.className() || a.id() != b.id() || a.key() != b.key() ||
+        a.attributes() != b.attributes() || a.binaryParts() != b.binaryParts() ||
+        a.children().size() != b.children().size())
+        return false;
+    for (std::size_t i = 0; i < a.children().size(); ++i)
+        if (!isSame(*a.children()[i], *b.children()[i]))
+            return false;
+    return true;
+}
+
+// Expects that reader and writer agree about the tree; returns whether they take it.
+bool isTaken(const DataTreeNode& tree, const vlr::TreeLimits& limits) {
+    QByteArray checked("untouched");
+    const CaError writing = vlr::writeTree(tree, checked, limits);
+    const QByteArray unchecked = vlr::writeTree(tree);
+    DataTreeNode read(QStringLiteral("untouched"));
+    const CaError reading = vlr::readTree(unchecked, read, limits);
+    const bool isAccepted = writing == CaError::nullError;
+    EXPECT_EQ(reading == CaError::nullError, isAccepted) << writing << " / " << reading;
+    EXPECT_EQ(checked, isAccepted ? unchecked : QByteArray("untouched"));
+    EXPECT_EQ(isSame(read, tree), isAccepted) << unchecked.data();
+    return isAccepted;
+}
+
+// Trees on both sides of small limits, with texts in which everything occurs that is special.
+class RandomTree {
+public:
+    static constexpr int depth = 4;
+    static constexpr int items = 12;
+    static constexpr int attributes = 4;
+
+    DataTreeNode make() {
+        DataTreeNode root(text());
+        m_items = 1;
+        fill(root, 1);
+        return root;
+    }
+
+    int below(unsigned end) { return static_cast<int>(m_random() % end); }
+
+private:
+    QString text() {
+        static const ushort odd[] = {0,      1,      0x1F,   '\t',   '\n',   '\r',   '"',    '<',
+                                     '>',    '&',    '\'',   '\\',   'u',    '0',    ' ',    0x7F,
+                                     0x80,   0x7FF,  0x800,  0x2028, 0xD800, 0xDBFF, 0xDC00, 0xDFFF,
+                                     0xFDD0, 0xFEFF, 0xFFFD, 0xFFFE, 0xFFFF};
+        QString result;
+        for (int i = below(6); i > 0; --i)
+            result += QChar(below(2) == 0 ? odd[below(std::size(odd))]
+                                          : static_cast<ushort>(m_random() & 0xFFFFU));
+        return result;
+    }
+
+    // Seldom the same twice, but sometimes.
+    QString name() { return below(30) == 0 ? QStringLiteral("name") : text() + text(); }
+
+    void fill(DataTreeNode& node, int level) {
+        node.setId(text());
+        node.setKey(text());
+        for (int i = below(attributes + 2); i > 0; --i)
+            node.appendAttribute(name(), text());
+        for (int i = below(below(8) == 0 ? attributes + 2 : 2); i > 0; --i)
+            node.addBinaryPart(name());
+        for (int i = below(4); i > 0 && level <= depth && m_items <= items; --i) {
+            ++m_items;
+            fill(*node.addChild(text()), level + 1);
+        }
+    }
+
+    std::mt19937 m_random{5};
+    int m_items = 0;
+};
+
+DataTreeNode chain(int depth) {
+    DataTreeNode root(QStringLiteral("A"));
+    DataTreeNode* deepest = &root;
+    for (int i = 1; i < depth; ++i)
+        deepest = deepest->addChild(QStringLiteral("A"));
+    return root;
+}
+
+// How much memory this process had at most since the last call, above what it had then, in bytes.
+class MemoryPeak {
+public:
+    MemoryPeak() {
+        vlrTest::writeFile(QStringLiteral("/proc/self/clear_refs"), "5");
+        m_before = status("VmRSS:");
+    }
+    qint64 growth() const { return status("VmHWM:") - m_before; }
+
+private:
+    static qint64 status(const QByteArray& field) {
+        const QByteArray text = vlrTest::readFile(QStringLiteral("/proc/self/status"));
+        const int begin = text.indexOf(field) + field.size();
+        return text.mid(begin, text.indexOf("kB", begin) - begin).trimmed().toLongLong() * 1024;
+    }
+
+    qint64 m_before;
+};
+
+} // namespace
+
+TEST(TreeXml, HasOneLineForEachAttribute) {
+    DataTreeNode root(QStringLiteral("A"));
+    root.setId(QStringLiteral("a<>&\"'\t\r\n b"));
+    root.appendAttribute(QStringLiteral("n"), QString::fromUtf8("Zoë 山 \xF0\x9F\x98\x80"));
+    root.appendAttribute(QStringLiteral("back\\"), QString(QChar(1)));
+    root.addBinaryPart(QStringLiteral("raw"));
+    root.addChild(QStringLiteral("B"))->setKey(QStringLiteral("k"));
+    root.addChild(QStringLiteral("C"))->addChild(QStringLiteral("D"));
+    EXPECT_EQ(vlr::writeTree(root), QByteArray(R"(<?xml version="1.0" encoding="UTF-8"?>
+<vlr version="1">
+  <data class="A" id="a&lt;&gt;&amp;&quot;'&#9;&#13;&#10; b">
+    <attribute name="n" value="Zoë 山 😀"/>
+    <attribute name="back\\" value="\u0001" escaped="1"/>
+    <part name="raw"/>
+    <data class="B" id="" key="k"/>
+    <data class="C" id="">
+      <data class="D" id=""/>
+    </data>
+  </data>
+</vlr>
+)"));
+}
+
+TEST(TreeXml, CarriesAnyText) {
+    const QString texts[] = {
+        QString(),
+        QStringLiteral(" two  blanks "),
+        QStringLiteral("line\r\nbreak\ttab"),
+        QStringLiteral("<&>\"'"),
+        QString::fromUtf8("Zoë 山田 \xF0\x9F\x98\x80 e\xCC\x81"),
+        QString(QChar(1)) + QStringLiteral("a\\u0001b") + QChar(0x1f),
+        QString(QChar(0)) + QChar(0xFFFE) + QChar(0xD800),
+        QStringLiteral("back\\slash"),
+    };
+    for (const QString& text : texts) {
+        DataTreeNode node(QStringLiteral("X"));
+        node.setId(text);
+        node.setKey(text);
+        node.setAttribute(QStringLiteral("name"), text);
+        node.setAttribute(text + QLatin1Char('n'), QStringLiteral("1"));
+        node.setBinaryParts({text});
+        DataTreeNode read;
+        const QByteArray document = vlr::writeTree(node);
+        ASSERT_EQ(vlr::readTree(document, read), CaError::nullError) << document.constData();
+        EXPECT_EQ(read.id(), text);
+        EXPECT_EQ(read.key(), text);
+        EXPECT_EQ(read.attribute(QStringLiteral("name")), text);
+        EXPECT_EQ(read.attribute(text + QLatin1Char('n')), QStringLiteral("1"));
+        EXPECT_EQ(read.binaryParts(), QStringList{text});
+        EXPECT_EQ(vlr::writeTree(read), document);
+    }
+}
+
+// A text that is longer than the buffer grows by, with pairs that no cut may separate.
+TEST(TreeXml, CarriesLongTexts) {
+    const QString pair = QString::fromUtf8("\xF0\x9F\x98\x80");
+    for (const QString& begin : {QString(), QStringLiteral("x")}) {
+        DataTreeNode node(begin + pair.repeated(30000) + QString(100000, QLatin1Char('"')));
+        EXPECT_TRUE(isTaken(node, {}));
+    }
+}
+
+TEST(TreeXml, TakesExactlyWhatItCanReadAgain) {
+    RandomTree random;
+    int taken = 0;
+    int refused = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const DataTreeNode tree = random.make();
+        const vlr::TreeLimits limits{1000 + random.below(2000), RandomTree::depth,
+                                     RandomTree::items, RandomTree::attributes};
+        ++(isTaken(tree, limits) ? taken : refused);
+    }
+    EXPECT_GT(taken, 500);
+    EXPECT_GT(refused, 500);
+}
+
+TEST(TreeXml, TakesWhatIsAtItsLimitsAndNothingBeyond) {
+    const DataTreeNode deep = chain(7);
+    EXPECT_TRUE(isTaken(deep, {10000, 7, 7, 0}));
+    EXPECT_FALSE(isTaken(deep, {10000, 6, 7, 0}));
+    EXPECT_FALSE(isTaken(deep, {10000, 7, 6, 0}));
+    const int size = vlr::writeTree(deep).size();
+    EXPECT_TRUE(isTaken(deep, {size, 7, 7, 0}));
+    EXPECT_FALSE(isTaken(deep, {size - 1, 7, 7, 0}));
+    EXPECT_FALSE(isTaken(deep, {10, 7, 7, 0}));
+
+    for (const int count : {2, 16, 17, 100}) {
+        DataTreeNode attributes;
+        DataTreeNode parts;
+        for (int i = 0; i < count; ++i) {
+            attributes.appendAttribute(QString::number(i), QString());
+            parts.addBinaryPart(QString::number(i));
+        }
+        for (const DataTreeNode* node : {&attributes, &parts}) {
+            EXPECT_TRUE(isTaken(*node, {100000, 1, 1, count})) << count;
+            EXPECT_FALSE(isTaken(*node, {100000, 1, 1, count - 1})) << count;
+        }
+        attributes.appendAttribute(QString::number(count / 2), QString());
+        EXPECT_FALSE(isTaken(attributes, {100000, 1, 1, 200})) << count;
+    }
+}
+
+TEST(TreeXml, RefusesWhatIsDamagedOrTooMuch) {
+    const QByteArray begin = "<?xml version=\"1.0\"?><vlr version=\"1\">";
+    const QByteArray item = "<data class=\"A\" id=\"\">";
+    QByteArray manyAttributes = begin + item;
+    QByteArray fewAttributes;
+    for (int i = 0; i < 5000; ++i) {
+        manyAttributes += "<attribute name=\"" + QByteArray::number(i) + "\" value=\"1\"/>";
+        if (i < 50)
+            fewAttributes = manyAttributes.mid(begin.size() + item.size());
+    }
+    manyAttributes += "</data></vlr>";
+    QByteArray flood; // The comment must not blind whoever counts quotes.
+    for (int i = 0; i < 60000; ++i)
+        flood += " a" + QByteArray::number(i) + "='>'";
+    const auto utf16 = [&](QTextCodec::ConversionFlag flag) {
+        QTextCodec::ConverterState state(flag);
+        const QString text = QString::fromUtf8(begin + item + "</data></vlr>");
+        return QTextCodec::codecForName("UTF-16LE")->fromUnicode(text.data(), text.size(), &state);
+    };
+    flood = begin + "<!-- ' --><data class=\"A\" id=\"\"" + flood + "/></vlr>";
+    const struct {
+        QByteArray document;
+        const char* cause;
+    } cases[] = {
+        {"", "no element found"},
+        {"not XML at all", "line 1"},
+        {begin + "</vlr>", "no data"},
+        {begin + item + "</data>" + item + "</data></vlr>", "more than one"},
+        {begin + item.repeated(100000), "nested deeper"},
+        {begin + item + "<data class=\"B\"/>", "line 1"},
+        {begin + "<attribute name=\"a\" value=\"b\"/></vlr>", "unexpected"},
+        {begin + item + "<script/></data></vlr>", "unexpected"},
+        {begin + item + "<attribute name=\"a\"><data/></attribute></data></vlr>", "unexpected"},
+        {"<vlr version=\"2\">" + item + "</data></vlr>", "unknown version"},
+        {"<!DOCTYPE vlr [<!ENTITY a \"b\">]>" + begin.mid(21) + item + "</data></vlr>",
+         "document type"},
+        {manyAttributes, "4096"},
+        {flood, "more than 16 attributes"},
+        {begin + item + "<attribute name=\"a\"/><attribute name=\"a\"/></data></vlr>", "two"},
+        {begin + item + fewAttributes + "<attribute name=\"7\"/></data></vlr>", "two"},
+        {begin + item + "\xff</data></vlr>", "UTF-8"},
+        {begin + "<data class=\"\xc3 \"/></vlr>", "UTF-8"},
+        {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + begin.mid(21) + item + "\xe4",
+         "UTF-8"},
+        {utf16(QTextCodec::DefaultConversion), "UTF-8"},
+        {utf16(QTextCodec::IgnoreHeader), "UTF-8"},
+        {begin + item + "&other;</data></vlr>", "undefined entity"},
+        {begin + "<data class=\"a\" class=\"b\"/></vlr>", "duplicate attribute"},
+        {begin + "\n\n" + item + "<!-- \n -->\n<script/></data></vlr>", "line 5: unexpected"},
+        {QByteArray(5 << 20, ' '), "bytes"},
+    };
+    for (const auto& c : cases) {
+        DataTreeNode node(QStringLiteral("untouched"));
+        const CaError error = vlr::readTree(c.document, node);
+        EXPECT_NE(error.text().find(c.cause), std::string::npos)
+            << error.text() << " instead of " << c.cause;
+        EXPECT_EQ(node.className(), QStringLiteral("untouched"));
+    }
+}
+
+// Each of them would take the parser hours, or more memory than there is, if it got hold of it.
+TEST(TreeXml, TakesLittleMemoryForWhatItRefuses) {
+    const QByteArray begin = "<vlr version=\"1\"><data class=\"A\" id=\"\"";
+    QByteArray attributes = begin;
+    for (int i = 0; i < 1000000; ++i)
+        attributes += " attribute" + QByteArray::number(i) + "=\"\"";
+    QByteArray entities = "<!DOCTYPE vlr [<!ENTITY a0 \"lol\">";
+    for (int i = 1; i < 100; ++i) {
+        const QByteArray reference = "&a" + QByteArray::number(i - 1) + ';';
+        entities += "<!ENTITY a" + QByteArray::number(i) + " \"" + reference.repeated(1000) + "\">";
+    }
+    const QByteArray documents[] = {
+        attributes + "/></vlr>",
+        begin + " id=\"" + QByteArray(64 << 20, 'x') + "\"/></vlr>",
+        begin + '>' + QByteArray("<data class=\"\">").repeated(1000000),
+        begin + '>' + QByteArray("<data class=\"\"/>").repeated(1000000) + "</data></vlr>",
+        begin + '>' + QByteArray("<part name=\"\"/>").repeated(1000000) + "</data></vlr>",
+        entities + "]>" + begin + ">&a99;</data></vlr>",
+    };
+    attributes.clear();
+    for (const QByteArray& document : documents) {
+        const MemoryPeak peak;
+        DataTreeNode root;
+        const vlr::TreeLimits limits{qint64(64) << 20, 64, 1000, 4096};
+        EXPECT_NE(vlr::readTree(document, root, limits), CaError::nullError);
+        EXPECT_LT(peak.growth(), document.size()) << document.left(100).data();
+    }
+}
