@@ -25,6 +25,7 @@ struct Entry {
 
 constexpr Entry faults[] = {
     {"kill", "SIGKILL in loops of saves", &faultKill},
+    {"damage", "record files cut and mutated", &faultDamage},
 };
 
 struct Act {
@@ -34,6 +35,7 @@ struct Act {
 
 constexpr Act acts[] = {
     {"save", &actSave},
+    {"damage", &actDamage},
 };
 
 int act(const QStringList& arguments) {

@@ -23,6 +23,17 @@ const char* const noScratchError = "Settings::noScratch";
 
 using Values = SettingsValues;
 
+// A beginning of a settings file is a settings file, too, which only knows less. What is written
+// here therefore says where it ends; a file written by hand need not.
+const QByteArray firstLine = "; This file is whole if it has a last line \"; end\".\n";
+const QByteArray lastLine = "; end\n";
+
+bool isCutOff(const QByteArray& bytes) {
+    const QByteArray mark = firstLine.trimmed();
+    return !bytes.isEmpty() && mark.startsWith(bytes.left(mark.size())) &&
+           !bytes.contains('\n' + lastLine.trimmed());
+}
+
 // QSettings keeps the low 16 bits of a number, however long it is.
 ushort characterCode(const QString& digits, uint base) {
     uint code = 0;
@@ -61,6 +72,8 @@ bool holdsSerialisedObject(const QByteArray& bytes) {
 CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
     if (holdsSerialisedObject(bytes))
         return settingsError("damaged", QStringLiteral("it holds a serialised object"));
+    if (isCutOff(bytes))
+        return settingsError("damaged", QStringLiteral("it is cut off"));
     QSettings ini(iniFile, QSettings::IniFormat);
     ini.setIniCodec("UTF-8"); // for files written by hand; QSettings itself writes ASCII
     Values read;
@@ -97,7 +110,8 @@ CaError format(const QDir& scratch, const Values& values, QByteArray& bytes) {
     Values check;
     bytes.clear();
     if (!values.isEmpty()) { // QSettings makes no file for nothing.
-        CaError error = readWhole(path, fileLimit, bytes);
+        CaError error = readWhole(path, fileLimit - firstLine.size() - lastLine.size(), bytes);
+        bytes = firstLine + bytes + lastLine;
         if (error.isNull())
             error = parseCopy(scratch.filePath(QStringLiteral("check.ini")), bytes, check);
         if (!error.isNull())
