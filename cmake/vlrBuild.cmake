@@ -4,6 +4,7 @@ include(CMakePackageConfigHelpers)
 
 option(VLR_VERSION_INFORMATION "Compile the version, the revision and the time of the build in" ON)
 option(VLR_SANITIZE "Build with the address, undefined-behaviour and leak sanitizers" OFF)
+option(VLR_FUZZ "Build the programs of libFuzzer; needs clang and VLR_SANITIZE" OFF)
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -34,6 +35,11 @@ if(VLR_SANITIZE)
     target_compile_options(vlrBuildOptions INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(vlrBuildOptions INTERFACE -fsanitize=address,undefined)
+endif()
+if(VLR_FUZZ)
+    # Of a class that a library hides, clang finds another type in each library.
+    target_compile_options(vlrBuildOptions INTERFACE
+        -fsanitize=fuzzer-no-link -fno-sanitize=function,vptr)
 endif()
 
 # vlr_sanitizer_defaults(<executable>): what the sanitizers shall not report of libraries below.

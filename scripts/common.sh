@@ -4,6 +4,7 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 export root
 packages_managed=yes
+package_lists=("$root/scripts/packages.txt")
 
 say() { printf '== %s\n' "$*"; }
 complain() { printf '%s\n' "$*" >&2; }
@@ -20,7 +21,7 @@ fail() {
 # The comment at the top of the calling script.
 show_help() { sed -n '2,${/^#/!q;s/^# \{0,1\}//p}' "$0"; }
 
-needed_packages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$root/scripts/packages.txt"; }
+needed_packages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "${package_lists[@]}"; }
 
 missing_packages() {
     local package
@@ -32,7 +33,7 @@ missing_packages() {
 
 explain_software() {
     complain "This software is needed; install what is missing with the means of your system:"
-    sed -n 's/^[^#[:space:]][^#]*#/  -/p' "$root/scripts/packages.txt" >&2
+    sed -n 's/^[^#[:space:]][^#]*#/  -/p' "${package_lists[@]}" >&2
 }
 
 as_root() {
@@ -43,7 +44,7 @@ as_root() {
     fi
 }
 
-# Installs the packages of packages.txt that are missing. Where that cannot be tried for want of
+# Installs the packages of the lists, mostly packages.txt alone, that are missing. Where that cannot be tried for want of
 # apt-get, what is there may still do: configuring the build will tell.
 ensure_packages() {
     local -a missing

@@ -7,9 +7,16 @@
 // The kinds of fault, one file each. Their names and what they do are listed in main.cpp.
 
 void faultKill(Report& report);
+void faultRange(Report& report);
 void faultDamage(Report& report);
+void faultGiant(Report& report);
+void faultImage(Report& report);
 
 // What they run in processes of their own, by the name given to Child. The result is the exit code.
 
 int actSave(const QStringList& arguments);
 int actDamage(const QStringList& arguments);
+int actGiant(const QStringList& arguments);
+int actImage(const QStringList& arguments);
+int actImages(const QStringList& arguments);
+int actRange(const QStringList& arguments);

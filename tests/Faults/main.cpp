@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -26,23 +27,35 @@ struct Entry {
 constexpr Entry faults[] = {
     {"kill", "SIGKILL in loops of saves", &faultKill},
     {"damage", "record files cut and mutated", &faultDamage},
+    {"giant", "documents made to exhaust their reader", &faultGiant},
+    {"range", "settings of another type or out of range", &faultRange},
+    {"image", "damaged and oversized images", &faultImage},
 };
 
 struct Act {
     const char* name;
     int (*run)(const QStringList&);
+    bool makesApplication = false; ///< It makes the application object itself.
 };
 
 constexpr Act acts[] = {
-    {"save", &actSave},
-    {"damage", &actDamage},
+    {"save", &actSave},   {"damage", &actDamage}, {"giant", &actGiant},
+    {"image", &actImage}, {"images", &actImages},
 };
 
-int act(const QStringList& arguments) {
+const Act& findAct(const QString& name) {
     for (const Act& act : acts)
-        if (!arguments.isEmpty() && arguments.front() == QLatin1String(act.name))
-            return act.run(arguments.mid(1));
+        if (name == QLatin1String(act.name))
+            return act;
     throw std::runtime_error("There is no such act.");
+}
+
+int act(const QStringList& arguments, int& argc, char** argv) {
+    const Act& act = findAct(arguments.value(0));
+    std::unique_ptr<QApplication> application;
+    if (!act.makesApplication)
+        application = std::make_unique<QApplication>(argc, argv);
+    return act.run(arguments.mid(1));
 }
 
 // Each kind has user folders of its own, so that none finds what another one left.
@@ -88,11 +101,13 @@ int run(QStringList wanted) {
 int main(int argc, char** argv) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
-    QStringList arguments = QCoreApplication::arguments().mid(1);
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QFile::decodeName(argv[i]);
     try {
         if (!arguments.isEmpty() && arguments.front() == QLatin1String("--act"))
-            return act(arguments.mid(1));
+            return act(arguments.mid(1), argc, argv);
+        const QApplication application(argc, argv);
         return run(arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

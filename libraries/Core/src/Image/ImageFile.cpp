@@ -2,6 +2,7 @@
 
 #include "IO/DurableFile.h"
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QtEndian>
@@ -15,9 +16,14 @@ namespace vlr {
 
 namespace {
 
-CaError imageError(const char* id, const QString& path, const QString& text) {
+// What errors call an image file.
+QString nameOf(const QString& path) {
+    return QStringLiteral("image \"%1\"").arg(path);
+}
+
+CaError imageError(const char* id, const QString& name, const QString& text) {
     return CaError(std::string("Image::") + id,
-                   QStringLiteral("The image \"%1\" %2.").arg(path, text).toStdString());
+                   QStringLiteral("The %1 %2.").arg(name, text).toStdString());
 }
 
 CaError openRegular(QFile& file) {
@@ -27,9 +33,10 @@ CaError openRegular(QFile& file) {
             fileNotFoundError,
             QStringLiteral("The image \"%1\" does not exist.").arg(file.fileName()).toStdString());
     if (!info.isFile()) // A pipe would keep us waiting.
-        return imageError("notAFile", file.fileName(), QStringLiteral("is not a regular file"));
+        return imageError("notAFile", nameOf(file.fileName()),
+                          QStringLiteral("is not a regular file"));
     if (!file.open(QIODevice::ReadOnly))
-        return imageError("readFailed", file.fileName(),
+        return imageError("readFailed", nameOf(file.fileName()),
                           QStringLiteral("cannot be opened: %1").arg(file.errorString()));
     return CaError::nullError;
 }
@@ -80,43 +87,43 @@ PngChunks walkPng(QIODevice& file, const char* lastType) {
     return found;
 }
 
-CaError checkTexts(const PngChunks& chunks, const QString& path) {
+CaError checkTexts(const PngChunks& chunks, const QString& name) {
     constexpr int mostTexts = 16;
     constexpr qint64 mostBytes = qint64(4) << 20;
     if (chunks.compressed <= mostTexts && chunks.compressedBytes <= mostBytes)
         return CaError::nullError;
-    return imageError("tooLarge", path,
+    return imageError("tooLarge", name,
                       QStringLiteral("has more compressed texts or profiles than an image needs"));
 }
 
 // What the reader says of the page, on which it stands afterwards. The order of the questions is
 // not free: once Qt's TIFF reader has been asked for a size, it knows format and pages no more.
-CaError inspect(QImageReader& reader, const QString& path, int page, qint64 limit,
+CaError inspect(QImageReader& reader, const QString& name, int page, qint64 limit,
                 ImageInfo& info) {
     reader.setDecideFormatFromContent(true);
     reader.setAutoTransform(true);
     ImageInfo found;
     found.format = reader.format();
     if (!isKnownFormat(found.format))
-        return imageError("unknownFormat", path,
+        return imageError("unknownFormat", name,
                           QStringLiteral("is not a PNG, JPEG, BMP or TIFF file"));
     if (found.format == "tiff")
         found.pages = std::max(1, reader.imageCount());
     if (page < 0 || page >= found.pages || (page > 0 && !reader.jumpToImage(page)))
         return imageError(
-            "noSuchPage", path,
+            "noSuchPage", name,
             QStringLiteral("has %1 pages, but not a page %2").arg(found.pages).arg(page + 1));
     if (found.format == "png") {
-        const CaError error = checkTexts(walkPng(*reader.device(), "IDAT"), path);
+        const CaError error = checkTexts(walkPng(*reader.device(), "IDAT"), name);
         if (!error.isNull())
             return error;
     }
     found.size = reader.size();
     if (found.size.isEmpty())
-        return imageError("damaged", path, QStringLiteral("has a damaged header"));
+        return imageError("damaged", name, QStringLiteral("has a damaged header"));
     found.bytes = decodedBytes(found.size, reader.imageFormat());
     if (found.bytes > limit)
-        return imageError("tooLarge", path,
+        return imageError("tooLarge", name,
                           QStringLiteral("of %1 x %2 pixels needs %3 of memory, more than %4")
                               .arg(found.size.width())
                               .arg(found.size.height())
@@ -149,7 +156,7 @@ bool endsAsJpeg(const QByteArray& bytes) {
 }
 
 // For a BMP without compression the length is known; Qt leaves the lines missing from it black.
-bool endsAsBmp(QFile& file) {
+bool endsAsBmp(QIODevice& file) {
     const QByteArray header = file.seek(0) ? file.read(34) : QByteArray();
     if (header.size() < 34)
         return false;
@@ -165,24 +172,43 @@ bool endsAsBmp(QFile& file) {
     return quint32(number(10)) + (width * bits + 31) / 32 * 4 * height <= file.size();
 }
 
-CaError checkEnd(const QString& path, const QByteArray& format) {
-    QFile file(path);
-    CaError error = openRegular(file);
-    QByteArray bytes;
-    if (error.isNull() && format == "jpeg")
-        error = readWhole(path, defaultImageLimit, bytes);
-    if (!error.isNull())
-        return error;
+// `file` is opened for this alone: the reader's own stands where the reader left it.
+CaError checkEnd(QIODevice& file, const QString& name, const QByteArray& format) {
+    if (format == "jpeg" && file.size() > defaultImageLimit)
+        return imageError("tooLarge", name,
+                          QStringLiteral("has %1, more than %2")
+                              .arg(megabytes(file.size()), megabytes(defaultImageLimit)));
     const PngChunks png = format == "png" ? walkPng(file, "IEND") : PngChunks();
-    error = checkTexts(png, path);
+    const CaError error = checkTexts(png, name);
     if (!error.isNull())
         return error;
     const bool isComplete = format == "png"    ? png.isWhole
                             : format == "bmp"  ? endsAsBmp(file)
-                            : format == "jpeg" ? endsAsJpeg(bytes)
+                            : format == "jpeg" ? endsAsJpeg(file.readAll())
                                                : true; // libtiff notices
     return isComplete ? CaError::nullError
-                      : imageError("damaged", path, QStringLiteral("is cut off"));
+                      : imageError("damaged", name, QStringLiteral("is cut off"));
+}
+
+// Both devices have the same bytes.
+CaError decode(QIODevice& device, QIODevice& again, const QString& name, int page, qint64 limit,
+               const QSize& bound, QImage& image) {
+    QImageReader reader(&device);
+    ImageInfo info;
+    CaError error = inspect(reader, name, page, limit, info);
+    if (error.isNull())
+        error = checkEnd(again, name, info.format);
+    if (!error.isNull())
+        return error;
+    if (bound.isValid() &&
+        (info.size.width() > bound.width() || info.size.height() > bound.height()))
+        reader.setScaledSize(info.size.scaled(bound, Qt::KeepAspectRatio));
+    const QImage decoded = reader.read();
+    if (decoded.isNull())
+        return imageError("damaged", name,
+                          QStringLiteral("cannot be decoded: %1").arg(reader.errorString()));
+    image = decoded;
+    return CaError::nullError;
 }
 
 } // namespace
@@ -193,27 +219,29 @@ CaError readImageInfo(const QString& path, ImageInfo& info, qint64 limit) {
     if (!error.isNull())
         return error;
     QImageReader reader(&file);
-    return inspect(reader, path, 0, limit, info);
+    return inspect(reader, nameOf(path), 0, limit, info);
 }
 
 CaError readImage(const QString& path, QImage& image, int page, qint64 limit) {
     QFile file(path);
+    QFile again(path);
     CaError error = openRegular(file);
-    if (!error.isNull())
-        return error;
-    QImageReader reader(&file);
-    ImageInfo info;
-    error = inspect(reader, path, page, limit, info);
     if (error.isNull())
-        error = checkEnd(path, info.format);
-    if (!error.isNull())
-        return error;
-    const QImage decoded = reader.read();
-    if (decoded.isNull())
-        return imageError("damaged", path,
-                          QStringLiteral("cannot be decoded: %1").arg(reader.errorString()));
-    image = decoded;
-    return CaError::nullError;
+        error = openRegular(again);
+    return error.isNull() ? decode(file, again, nameOf(path), page, limit, QSize(), image) : error;
+}
+
+CaError readPng(const QByteArray& bytes, const QString& name, QImage& image, const QSize& bound,
+                qint64 limit) {
+    if (!bytes.startsWith("\x89PNG\r\n\x1a\n"))
+        return imageError("unknownFormat", name, QStringLiteral("is no PNG image"));
+    QBuffer buffer;
+    QBuffer again;
+    for (QBuffer* each : {&buffer, &again}) {
+        each->setData(bytes);
+        each->open(QIODevice::ReadOnly);
+    }
+    return decode(buffer, again, name, 0, limit, bound, image);
 }
 
 QStringList imageNameFilters() {

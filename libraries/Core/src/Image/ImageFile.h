@@ -30,6 +30,12 @@ VLR_CORE_EXPORT CaError readImageInfo(const QString& path, ImageInfo& info,
 VLR_CORE_EXPORT CaError readImage(const QString& path, QImage& image, int page = 0,
                                   qint64 limit = defaultImageLimit);
 
+/// Decodes a PNG in memory after the same checks; `name` is what errors call it. With a valid
+/// `bound` the image is scaled down to fit into that size (pixels), with its aspect ratio. May be
+/// called in any thread.
+VLR_CORE_EXPORT CaError readPng(const QByteArray& bytes, const QString& name, QImage& image,
+                                const QSize& bound = {}, qint64 limit = defaultImageLimit);
+
 /// The names by which image files are recognised in a folder: "*.png", "*.tif" and so on.
 VLR_CORE_EXPORT QStringList imageNameFilters();
 

@@ -9,7 +9,6 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtGui/QImageReader>
 
 #include <algorithm>
 
@@ -45,29 +44,6 @@ QString claimFile(const QString& folder, const QString& name) {
             break; // It is not the name.
     }
     return {};
-}
-
-CaError decode(const QByteArray& bytes, const QSize& bound, QImage& image) {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer, pngFormat);
-    const QSize size = reader.size();
-    constexpr qint64 bytesPerPixel = 4;
-    if (size.isEmpty())
-        return failure(QStringLiteral("The screenshot is no PNG image."));
-    if (qint64(size.width()) * size.height() > vlr::defaultImageLimit / bytesPerPixel)
-        return failure(QStringLiteral("The screenshot of %1 x %2 pixels is too large.")
-                           .arg(size.width())
-                           .arg(size.height()));
-    if (bound.isValid() && (size.width() > bound.width() || size.height() > bound.height()))
-        reader.setScaledSize(size.scaled(bound, Qt::KeepAspectRatio));
-    QImage decoded;
-    if (!reader.read(&decoded))
-        return failure(
-            QStringLiteral("The screenshot cannot be decoded: %1.").arg(reader.errorString()));
-    image = decoded;
-    return CaError::nullError;
 }
 
 } // namespace
@@ -148,7 +124,9 @@ QtScreenShotData::ImageReader QtScreenShotData::imageReader(const QSize& bound) 
     const CaError error = uri.isValid() ? IOManager::read(uri, bytes)
                                         : failure(QStringLiteral("The screenshot has no picture."));
     return [error, bytes, bound](QImage& image) {
-        return error == CaError::nullError ? decode(bytes, bound, image) : error;
+        return error == CaError::nullError
+                   ? vlr::readPng(bytes, QStringLiteral("screenshot"), image, bound)
+                   : error;
     };
 }
 

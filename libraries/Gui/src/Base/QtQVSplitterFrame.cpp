@@ -7,10 +7,10 @@
 
 namespace {
 
-constexpr int maximumWidth = 100;
+constexpr int maximumWidth = 64;
 
 int splitterWidth() {
-    return vlr::Settings::get(QStringLiteral("Velora/Application/QtQuadView/SplitterWidth"), 4, 0,
+    return vlr::Settings::get(QStringLiteral("Velora/Application/QtQuadView/SplitterWidth"), 4, 1,
                               maximumWidth);
 }
 

@@ -10,7 +10,7 @@
 ///
 /// Orientations: 0 a horizontal line (dragged up and down), 1 a vertical line (dragged left and
 /// right), anything else the cross, kept as 2. The width of a line's middle is the setting
-/// "Velora/Application/QtQuadView/SplitterWidth" (pixels, default 4).
+/// "Velora/Application/QtQuadView/SplitterWidth" (pixels, default 4, from 1 to 64).
 class VLR_GUI_EXPORT QtQVSplitterFrame : public QFrame {
     Q_OBJECT
 

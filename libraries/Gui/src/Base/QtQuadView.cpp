@@ -198,7 +198,9 @@ void QtQuadView::viewerDimensions(QSize& r0, QSize& r1, QSize& r2, QSize& r3) {
 }
 
 QSize QtQuadView::sizeHint() const {
-    return vlr::Settings::get(key("InitialSize"), QSize(1024, 1024));
+    // Layouts add sizes up, which must not go beyond what an int holds.
+    constexpr QSize most(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    return vlr::Settings::get(key("InitialSize"), QSize(1024, 1024)).boundedTo(most);
 }
 
 QSizePolicy QtQuadView::sizePolicy() const {

@@ -47,7 +47,7 @@ public:
     bool isAspectRatioLocked() const { return m_locked; }
     /// The four extents in per-mille.
     void viewerDimensions(QSize& r0, QSize& r1, QSize& r2, QSize& r3);
-    QSize sizeHint() const override; ///< The setting "InitialSize".
+    QSize sizeHint() const override; ///< The setting "InitialSize", within what widgets can be.
     QSizePolicy sizePolicy() const;
     using QWidget::setFocus;
 
