@@ -198,6 +198,19 @@ TEST(Settings, DamageFoundWhileWritingIsKeptAsideToo) {
     EXPECT_EQ(Settings::get(key, 0), 2);
 }
 
+// The beginning of a settings file is a settings file, too.
+TEST(Settings, AFileThatWasCutOffIsDamaged) {
+    ASSERT_EQ(Settings::set(QStringLiteral("a"), 1), CaError::nullError);
+    ASSERT_EQ(Settings::set(QStringLiteral("b"), 2), CaError::nullError);
+    const QByteArray whole = readFile(Settings::filePath());
+    writeSettings(whole.left(whole.lastIndexOf("b=")));
+    expectLog(LogLevel::Warning, "it is cut off");
+    EXPECT_EQ(Settings::get(QStringLiteral("a"), 7), 7);
+    EXPECT_EQ(keptAside().size(), 1);
+    writeSettings(whole + "c=3\n"); // by hand, behind the last line
+    EXPECT_EQ(Settings::get(QStringLiteral("a"), 7) + Settings::get(QStringLiteral("c"), 7), 4);
+}
+
 TEST(Settings, DamageFoundWhileWritingCostsNoOtherValue) {
     const QString other = QStringLiteral("other");
     for (const int value : {2, 1}) { // of which one is no change of what is known

@@ -155,25 +155,29 @@ quint32 crc32(const QByteArray& bytes) {
     return ~crc;
 }
 
-// Where the size stands depends on the format: it is found by what stands in front of it.
+template <class T>
+void put(QByteArray& bytes, int at, T number) {
+    bytes.replace(at, sizeof number, reinterpret_cast<const char*>(&number), sizeof number);
+}
+
+// Where the size stands depends on the format.
 QByteArray claiming(QByteArray image, const QByteArray& format, quint32 width, quint32 height) {
-    char* const bytes = image.data();
     if (format == "png") {
-        qToBigEndian(width, bytes + 16);
-        qToBigEndian(height, bytes + 20);
-        qToBigEndian(crc32(image.mid(12, 17)), bytes + 29);
+        put(image, 16, qToBigEndian(width));
+        put(image, 20, qToBigEndian(height));
+        put(image, 29, qToBigEndian(crc32(image.mid(12, 17))));
     } else if (format == "bmp") {
-        qToLittleEndian(width, bytes + 18);
-        qToLittleEndian(height, bytes + 22);
+        put(image, 18, qToLittleEndian(width));
+        put(image, 22, qToLittleEndian(height));
     } else if (format == "jpeg") {
         const int frame = std::max(image.indexOf("\xff\xc0"), image.indexOf("\xff\xc2"));
-        qToBigEndian(static_cast<quint16>(height), bytes + frame + 5);
-        qToBigEndian(static_cast<quint16>(width), bytes + frame + 7);
-    } else {
-        char* const entry = bytes + qFromLittleEndian<quint32>(bytes + 4) + 2;
-        for (int i = 0; i < 2; ++i) { // ImageWidth and ImageLength come first: tag, type, count
-            qToLittleEndian<quint16>(4, entry + 12 * i + 2);
-            qToLittleEndian(i == 0 ? width : height, entry + 12 * i + 8);
+        put(image, frame + 5, qToBigEndian(static_cast<quint16>(height)));
+        put(image, frame + 7, qToBigEndian(static_cast<quint16>(width)));
+    } else { // The tags ImageWidth and ImageLength come first: tag, type, count, value.
+        const int tags = static_cast<int>(qFromLittleEndian<quint32>(image.constData() + 4)) + 2;
+        for (const int tag : {0, 1}) {
+            put(image, tags + 12 * tag + 2, qToLittleEndian<quint16>(4));
+            put(image, tags + 12 * tag + 8, qToLittleEndian(tag == 0 ? width : height));
         }
     }
     return image;

@@ -4,6 +4,7 @@
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
 
+#include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
@@ -32,6 +33,12 @@ QPixmap picture(const QColor& color = Qt::red, const QSize& size = {301, 201}) {
     QPixmap result(size);
     result.fill(color);
     return result;
+}
+
+QByteArray pngOf(const QPixmap& pixmap) {
+    QBuffer buffer;
+    EXPECT_TRUE(pixmap.save(&buffer, "png"));
+    return buffer.data();
 }
 
 class ScreenshotTest : public GuiTest {
@@ -241,6 +248,8 @@ TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
              "iVBORw0KGgoAAAANSUhEUgAA6mAAAOpgCAAAAACluSqeAAAADElEQVR4nGNgoD0AAAB"
              "kAAGGZDw1AAAAAElFTkSuQmCC"),
          "60000 x 60000 pixels needs"},
+        // The last chunk is missing, and with it nobody knows what else.
+        {pngOf(picture()).chopped(12), "is cut off"},
     };
     const DataPointer<Patient> patient = makePatient(QStringLiteral("Jane"));
     for (const auto& each : cases) {

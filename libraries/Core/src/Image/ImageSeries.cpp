@@ -24,7 +24,7 @@ CaError seriesError(const char* id, const QString& text) {
 // The image files of the folder as a person would put them in order, wherever that person lives.
 QStringList imageFiles(const QString& folder) {
     QStringList names = QDir(folder).entryList(imageNameFilters(), QDir::Files);
-    QCollator collator(QLocale(QLocale::English));
+    QCollator collator{QLocale(QLocale::English)};
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::sort(names.begin(), names.end(), [&](const QString& a, const QString& b) {
