@@ -122,14 +122,16 @@ bool isToolRefused(const QByteArray&) {
 struct Reader {
     const char* name;
     bool (*refuses)(const QByteArray& document); ///< True as well for reading nothing of it.
-    QString (*file)();                           ///< Where it expects the document.
+    QString (*file)() = nullptr;                 ///< Where it expects the document.
+    /// The first ones that are none for it either: an entity means nothing to settings.
+    int giantCount = static_cast<int>(std::size(giants));
 };
 
 constexpr Reader readers[] = {
-    {"tree", &isTreeRefused, nullptr},
+    {"tree", &isTreeRefused},
     {"configuration", &isConfigurationRefused,
      [] { return DataIOManager::configurationPath(configurationName); }},
-    {"settings", &areSettingsRefused, &vlr::Settings::filePath},
+    {"settings", &areSettingsRefused, &vlr::Settings::filePath, 5},
     {"tool", &isToolRefused, &toolPath},
 };
 
@@ -168,7 +170,7 @@ void meet(int reader, int giant, Figures& figures, Report& report) {
 void faultGiant(Report& report) {
     Figures figures;
     for (int reader = 0; reader < static_cast<int>(std::size(readers)); ++reader)
-        for (int giant = 0; giant < static_cast<int>(std::size(giants)); ++giant)
+        for (int giant = 0; giant < readers[reader].giantCount; ++giant)
             meet(reader, giant, figures, report);
     report.done(std::to_string(std::size(readers)) + " readers, " +
                 std::to_string(std::size(giants)) + " documents");

@@ -40,7 +40,7 @@ struct Act {
 
 constexpr Act acts[] = {
     {"save", &actSave},   {"damage", &actDamage}, {"giant", &actGiant},
-    {"image", &actImage}, {"images", &actImages},
+    {"image", &actImage}, {"images", &actImages}, {"range", &actRange, true},
 };
 
 const Act& findAct(const QString& name) {

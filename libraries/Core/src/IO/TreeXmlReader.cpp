@@ -278,11 +278,20 @@ private:
     std::string m_fault;
 };
 
+// An item takes twenty times as much memory as its shortest element, so that too many of them are
+// to be noticed before any is made. Most documents are too short to hold that many.
+bool holdsTooManyItems(const QByteArray& document, int most) {
+    constexpr int shortestItem = 6; // "<data>"
+    return document.size() / shortestItem > most && document.count("<data") > most;
+}
+
 } // namespace
 
 CaError readTree(const QByteArray& document, DataTreeNode& root, const TreeLimits& limits) {
     if (document.size() > limits.bytes)
         return tooLargeTree(limits.bytes);
+    if (holdsTooManyItems(document, limits.nodes))
+        return malformedTree("more than " + std::to_string(limits.nodes) + " items");
     return Reader(document, limits).read(root);
 }
 

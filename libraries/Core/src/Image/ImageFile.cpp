@@ -96,6 +96,46 @@ CaError checkTexts(const PngChunks& chunks, const QString& name) {
                       QStringLiteral("has more compressed texts or profiles than an image needs"));
 }
 
+// The bytes of one sample of each pixel's colours where the JPEG comes in several scans, as a
+// progressive one does: its decoder then keeps the coefficients of all of them. The walk ends at
+// the first scan and leaves the file where it was.
+int coefficientsPerPixel(QIODevice& file) {
+    const qint64 start = file.pos();
+    int colours = 0;
+    bool isKept = false;
+    for (qint64 position = 2; file.seek(position);) {
+        const QByteArray segment = file.read(10);
+        if (segment.size() < 10 || segment.at(0) != '\xff')
+            break;
+        const auto marker = static_cast<uchar>(segment.at(1));
+        if (marker == 0xff) { // a fill byte
+            ++position;
+            continue;
+        }
+        if (marker >= 0xc0 && marker <= 0xc2) {
+            colours = static_cast<uchar>(segment.at(9));
+            isKept = marker == 0xc2;
+        } else if (marker == 0xda) {
+            isKept = isKept || static_cast<uchar>(segment.at(4)) < colours;
+            break;
+        }
+        position += 2 + qFromBigEndian<quint16>(segment.constData() + 2);
+    }
+    file.seek(start);
+    return isKept ? colours : 0;
+}
+
+// What decoding takes beside the image: the JPEG decoder's coefficients, the TIFF decoder's strip,
+// which may be the whole image, as it is stored and decoded, and an image that is to be turned.
+qint64 bytesBesideImage(const ImageInfo& info, int coefficients, qint64 fileSize, bool isTurned) {
+    constexpr qint64 coefficientBytes = 2;
+    const qint64 kept = info.format == "jpeg" ? coefficientBytes * coefficients *
+                                                    info.size.width() * info.size.height()
+                        : info.format == "tiff" ? info.bytes + std::min(info.bytes, fileSize)
+                                                : 0;
+    return kept + (isTurned ? info.bytes : 0);
+}
+
 // What the reader says of the page, on which it stands afterwards. The order of the questions is
 // not free: once Qt's TIFF reader has been asked for a size, it knows format and pages no more.
 CaError inspect(QImageReader& reader, const QString& name, int page, qint64 limit,
@@ -118,17 +158,22 @@ CaError inspect(QImageReader& reader, const QString& name, int page, qint64 limi
         if (!error.isNull())
             return error;
     }
+    const int coefficients = found.format == "jpeg" ? coefficientsPerPixel(*reader.device()) : 0;
     found.size = reader.size();
     if (found.size.isEmpty())
         return imageError("damaged", name, QStringLiteral("has a damaged header"));
     found.bytes = decodedBytes(found.size, reader.imageFormat());
-    if (found.bytes > limit)
+    const bool isTurned = reader.transformation() & QImageIOHandler::TransformationRotate90;
+    qint64 needed = found.bytes;
+    if (needed <= limit)
+        needed += bytesBesideImage(found, coefficients, reader.device()->size(), isTurned);
+    if (needed > limit)
         return imageError("tooLarge", name,
                           QStringLiteral("of %1 x %2 pixels needs %3 of memory, more than %4")
                               .arg(found.size.width())
                               .arg(found.size.height())
-                              .arg(megabytes(found.bytes), megabytes(limit)));
-    if (reader.transformation() & QImageIOHandler::TransformationRotate90)
+                              .arg(megabytes(needed), megabytes(limit)));
+    if (isTurned)
         found.size.transpose();
     info = found;
     return CaError::nullError;

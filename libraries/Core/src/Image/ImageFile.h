@@ -13,15 +13,17 @@ struct ImageInfo {
     QSize size;        ///< Pixels.
     QByteArray format; ///< "png", "jpeg", "bmp" or "tiff".
     int pages = 1;     ///< Images in the file; more than one only in TIFF.
-    qint64 bytes = 0;  ///< Memory that one decoded page needs at most.
+    qint64 bytes = 0;  ///< Memory of one decoded page at most, once it is decoded.
 };
 
-/// Most memory that one decoded image may need: 512 MiB.
+/// Most memory that decoding one image may need: 512 MiB. Beside the image itself that is the
+/// coefficients of a JPEG in several scans (two bytes for each colour of a pixel), up to twice the
+/// image for the strips of a TIFF, and once more the image where it is turned by 90 degrees.
 constexpr qint64 defaultImageLimit = qint64(512) << 20;
 
 /// Reads the header of a PNG, JPEG, BMP or TIFF file; the content decides, not the name. The
 /// error names the file and the cause: missing, not a regular file, not an image of these kinds,
-/// damaged header, larger than `limit` bytes once decoded (with both sizes), or a PNG with more
+/// damaged header, decoding needs more than `limit` bytes (with both sizes), or a PNG with more
 /// compressed texts and profiles than an image has that was not made to exhaust the memory.
 VLR_CORE_EXPORT CaError readImageInfo(const QString& path, ImageInfo& info,
                                       qint64 limit = defaultImageLimit);
