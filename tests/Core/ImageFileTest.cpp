@@ -8,6 +8,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QtEndian>
+#include <QtGui/QImageWriter>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -72,6 +73,10 @@ QByteArray hugePng() {
     return QByteArray::fromHex("89504e470d0a1a0a0000000d494844520000ea600000ea6008020000000fb0e215"
                                "000000004944415435af061e");
 }
+
+// What makes a JPEG one that is to be turned: orientation 6 as the only entry.
+const QByteArray turned =
+    QByteArray::fromHex("ffe1002245786966000049492a0008000000010012010300010000000600000000000000");
 
 void expectUnreadable(const QString& path, const char* cause, int page = 0) {
     QImage image;
@@ -156,6 +161,34 @@ TEST(ImageFile, TheLimitIsOnTheDecodedSize) {
     EXPECT_EQ(vlr::readImageInfo(inFolder("image"), info).id(), "Image::tooLarge");
 }
 
+TEST(ImageFile, TheLimitIsOnWhatTheDecoderNeedsToo) {
+    const qint64 pixels = 40 * 30 * 4;
+    QBuffer progressive;
+    QImageWriter writer(&progressive, "jpeg");
+    writer.setProgressiveScanWrite(true);
+    ASSERT_TRUE(writer.write(picture()));
+    const struct {
+        const char* what;
+        QByteArray image;
+        qint64 needed;
+    } cases[] = {
+        {"nothing beside the image", encoded("jpeg"), pixels},
+        {"coefficients of three colours", progressive.data(), pixels + 40 * 30 * 3 * 2},
+        {"the strip as it is stored and decoded", encoded("tiff"),
+         2 * pixels + encoded("tiff").size()},
+        {"the image before it is turned", encoded("jpeg").insert(2, turned), 2 * pixels},
+    };
+    for (const auto& each : cases) {
+        vlr::ImageInfo info;
+        writeFile(inFolder("image"), each.image);
+        EXPECT_EQ(vlr::readImageInfo(inFolder("image"), info, each.needed), CaError::nullError)
+            << each.what;
+        EXPECT_EQ(vlr::readImageInfo(inFolder("image"), info, each.needed - 1).id(),
+                  "Image::tooLarge")
+            << each.what;
+    }
+}
+
 TEST(ImageFile, ReadsThePagesOfATiff) {
     const QString path = inFolder("pages.tif");
     writeFile(path, tiff({{4, 3}, {20, 10}, {100000, 100000}}));
@@ -172,8 +205,6 @@ TEST(ImageFile, ReadsThePagesOfATiff) {
 }
 
 TEST(ImageFile, TurnsAPhotographUpright) {
-    const QByteArray turned = QByteArray::fromHex( // orientation 6 as the only entry
-        "ffe1002245786966000049492a0008000000010012010300010000000600000000000000");
     writeFile(inFolder("photo"), encoded("jpeg").insert(2, turned));
     vlr::ImageInfo info;
     ASSERT_EQ(vlr::readImageInfo(inFolder("photo"), info), CaError::nullError);
