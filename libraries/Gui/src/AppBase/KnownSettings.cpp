@@ -129,8 +129,6 @@ std::vector<KnownSetting> knownSettings() {
     std::vector<KnownSetting> settings = namesAndMeanings();
     for (KnownSetting& setting : settings)
         setting.key.prepend(QLatin1String("Velora/Application/"));
-    settings.push_back({QStringLiteral("vlrImageWidget/path"), SettingsType(), QStringLiteral("/"),
-                        Words::tr("The file that an image was saved to last.")});
     for (const KnownSetting& setting : added())
         put(setting, settings);
     return settings;
