@@ -1,7 +1,7 @@
 #include "IO/DurableFile.h"
+#include "IO/TemporaryFile.h"
 #include "Support/TestEnvironment.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
@@ -176,24 +176,26 @@ TEST(DurableFile, KeepsEveryDamagedFile) {
     EXPECT_TRUE(keptAs.isEmpty());
 }
 
-TEST(DurableFile, SweepsOnlyItsOwnOldTemporaries) {
-    const auto make = [](const char* name, int minutes) {
-        QFile file(inFolder(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(-60 * minutes);
-        EXPECT_TRUE(file.setFileTime(time, QFileDevice::FileModificationTime));
-    };
-    make(".vlr-a1B2c3", 61);
-    make(".vlr-x1B2c3", 59);
+// What is locked is in use, however old it is; all else was left by a process that is gone.
+TEST(DurableFile, SweepsWhatNobodyHasInUse) {
+    QByteArray inUse;
+    const int descriptor = vlr::openTemporaryFile(QFile::encodeName(testFolder()), inUse);
+    ASSERT_GE(descriptor, 0);
+    const timespec longAgo[2] = {};
+    ASSERT_EQ(futimens(descriptor, longAgo), 0);
+    writeFile(inFolder(".vlr-a1B2c3"), "new");
+    writeFile(inFolder(".vlr-fo1der/before.ini"), "new");
     for (const char* foreign :
          {"a.xml", "AppBase.xml.byHans", "settings.ini.forTom", "a.xml.qWeRtY", ".vlr-notes",
-          ".vlr-a1B2c34", ".vlr-a1B2c3~", "a.vlr-a1B2c3"})
-        make(foreign, 600);
-    QDir(testFolder()).mkdir(QStringLiteral(".vlr-folder"));
-    const QStringList before = entries(testFolder());
+          ".vlr-a1B2c34", ".vlr-a1B2c3~", "a.vlr-a1B2c3", ".vlr-folders/a"})
+        writeFile(inFolder(foreign), {});
+    QStringList expected = entries(testFolder());
+    expected.removeAll(QStringLiteral(".vlr-a1B2c3"));
+    expected.removeAll(QStringLiteral(".vlr-fo1der"));
     vlr::sweepTemporaryFiles(testFolder());
-    QStringList swept = before;
-    for (const QString& name : entries(testFolder()))
-        swept.removeAll(name);
-    EXPECT_EQ(swept.join(QLatin1Char(' ')).toStdString(), ".vlr-a1B2c3");
+    EXPECT_EQ(entries(testFolder()), expected);
+
+    close(descriptor);
+    vlr::sweepTemporaryFiles(testFolder());
+    EXPECT_FALSE(QFile::exists(QFile::decodeName(inUse)));
 }

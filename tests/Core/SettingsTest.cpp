@@ -261,6 +261,20 @@ TEST(Settings, AFailedWriteChangesNothing) {
     EXPECT_EQ(readFile(path), before);
 }
 
+// An empty lock file names no process; one with this process's number was not removed by it.
+TEST(Settings, LockFilesThatNobodyHoldsDoNotBlock) {
+    const QByteArray own = [] {
+        QLockFile lock(testFolder() + QStringLiteral("/lock"));
+        EXPECT_TRUE(lock.lock());
+        return readFile(testFolder() + QStringLiteral("/lock"));
+    }();
+    int value = 0;
+    for (const QByteArray& content : {own, QByteArray()}) {
+        writeFile(Settings::filePath() + QStringLiteral(".lock"), content);
+        EXPECT_EQ(Settings::set(QStringLiteral("Velora/Key"), ++value), CaError::nullError);
+    }
+}
+
 TEST(Settings, ChangesAreAppliedTogetherOrNotAtAll) {
     const QString group = QStringLiteral("Velora/Group"); // a key and a group
     const auto text = [](const char* value) { return QVariant(QString::fromUtf8(value)); };

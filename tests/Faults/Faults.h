@@ -11,6 +11,11 @@ void faultRange(Report& report);
 void faultDamage(Report& report);
 void faultGiant(Report& report);
 void faultImage(Report& report);
+void faultFullDisk(Report& report);
+void faultSyscalls(Report& report);
+void faultReadOnly(Report& report);
+void faultTwo(Report& report);
+void faultOrder(Report& report);
 
 // What they run in processes of their own, by the name given to Child. The result is the exit code.
 
@@ -20,3 +25,7 @@ int actGiant(const QStringList& arguments);
 int actImage(const QStringList& arguments);
 int actImages(const QStringList& arguments);
 int actRange(const QStringList& arguments);
+int actStore(const QStringList& arguments);
+int actLog(const QStringList& arguments);
+int actCount(const QStringList& arguments);
+int actAdd(const QStringList& arguments);

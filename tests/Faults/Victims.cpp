@@ -88,17 +88,23 @@ CaError storeSettings(int version) {
         changes.push_back(
             {settingsKey(part), vlr::Settings::value(settingsKey(part)), content(version, part)});
     QStringList conflicts;
-    return vlr::Settings::apply(changes, conflicts);
+    const CaError error = vlr::Settings::apply(changes, conflicts);
+    if (!conflicts.isEmpty())
+        return CaError("Victims::conflict",
+                       "Others than expected: " + conflicts.join(QLatin1Char(' ')).toStdString());
+    return error;
 }
 
 CaError loadSettings(int& version) {
-    vlr::Settings::reload();
-    const QString first = vlr::Settings::get(settingsKey(0), "");
+    vlr::Settings::reload(); // also the place of the file
+    QHash<QString, QVariant> values;
+    const CaError error = vlr::Settings::look(values);
+    const QString first = values.value(settingsKey(0)).toStringList().join(QLatin1String(", "));
     version = first.isEmpty() ? 0 : versionIn(first);
     for (int part = 0; part < parts && version > 0; ++part)
         if (vlr::Settings::get(settingsKey(part), "") != content(version, part))
             version = -1;
-    return CaError::nullError;
+    return error;
 }
 
 // --- patient

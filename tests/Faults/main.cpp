@@ -5,6 +5,7 @@
 
 #include "Faults.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtWidgets/QApplication>
@@ -30,6 +31,11 @@ constexpr Entry faults[] = {
     {"giant", "documents made to exhaust their reader", &faultGiant},
     {"range", "settings of another type or out of range", &faultRange},
     {"image", "damaged and oversized images", &faultImage},
+    {"fulldisk", "a disk that fills up at every byte of a save", &faultFullDisk},
+    {"syscalls", "every system call of a save failing", &faultSyscalls},
+    {"readonly", "folders, files and a log that may not be written", &faultReadOnly},
+    {"two", "two processes with one repository", &faultTwo},
+    {"order", "the order in which saves reach the disk", &faultOrder},
 };
 
 struct Act {
@@ -39,8 +45,9 @@ struct Act {
 };
 
 constexpr Act acts[] = {
-    {"save", &actSave},   {"damage", &actDamage}, {"giant", &actGiant},
-    {"image", &actImage}, {"images", &actImages}, {"range", &actRange, true},
+    {"save", &actSave},     {"store", &actStore},       {"log", &actLog},     {"count", &actCount},
+    {"add", &actAdd},       {"damage", &actDamage},     {"giant", &actGiant}, {"image", &actImage},
+    {"images", &actImages}, {"range", &actRange, true},
 };
 
 const Act& findAct(const QString& name) {
@@ -66,6 +73,10 @@ bool suffer(const Entry& fault, bool isLong) {
     qputenv("XDG_RUNTIME_DIR", folder);
     for (const char* place : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
         qputenv(place, folder + '/' + place);
+    const QByteArray scratch = folder + "/tmp";
+    if (!QDir().mkpath(QFile::decodeName(scratch)))
+        throw std::runtime_error("There is no place for temporary files.");
+    qputenv("TMPDIR", scratch);
     Report report(isLong);
     const auto start = std::chrono::steady_clock::now();
     try {

@@ -13,6 +13,8 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QCryptographicHash>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
@@ -240,6 +242,13 @@ QString fileName(const QString& name) {
 QString DataIOManager::configurationPath(const QString& name) {
     return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
            QStringLiteral("/configurations/") + fileName(name);
+}
+
+void DataIOManager::sweepTemporaryFiles() {
+    const QString settings = QFileInfo(vlr::Settings::filePath()).path();
+    const QString configurations = QFileInfo(configurationPath(QString())).path();
+    for (const QString& folder : {settings, configurations, QDir::tempPath()})
+        vlr::sweepTemporaryFiles(folder);
 }
 
 CaError DataIOManager::loadConfiguration(const QString& name,

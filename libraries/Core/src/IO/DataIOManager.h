@@ -42,6 +42,10 @@ public:
     /// where that gets too long a checksum stands for the end.
     static QString configurationPath(const QString& name);
 
+    /// Removes what programs that were ended in the middle of a save left: beside the settings and
+    /// the configurations, and among the temporary files. To be called when the program starts.
+    static void sweepTemporaryFiles();
+
     /// The URIs of all stored patients, by patient id.
     static CaError patientList(std::vector<vlr::URI>& uris);
     /// What is known of all stored patients without reading them: one query.

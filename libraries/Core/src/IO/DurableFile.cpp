@@ -1,13 +1,12 @@
 #include "IO/DurableFile.h"
 
 #include "IO/PrivateFile.h"
+#include "IO/TemporaryFile.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QRegularExpression>
 
 #include <algorithm>
 #include <cerrno>
@@ -134,11 +133,7 @@ int fill(int descriptor, const QByteArray& bytes, mode_t mode) {
         error = errno;
     if (error == 0)
         error = writeAll(descriptor, bytes);
-    if (error == 0)
-        error = synchronise(descriptor);
-    if (close(descriptor) != 0 && error == 0)
-        error = errno;
-    return error;
+    return error == 0 ? synchronise(descriptor) : error;
 }
 
 // Replaces the file, by way of a temporary one beside it. The number of the error or 0.
@@ -147,8 +142,8 @@ int replace(const QByteArray& target, const QByteArray& bytes) {
     const bool exists = stat(target.constData(), &status) == 0;
     if (exists && faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) != 0)
         return errno; // Who protects a file from writing means its content.
-    QByteArray temporary = folderOf(target) + "/.vlr-XXXXXX";
-    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC);
+    QByteArray temporary;
+    const int descriptor = openTemporaryFile(folderOf(target), temporary);
     if (descriptor < 0)
         return errno;
     int error = fill(descriptor, bytes, exists ? status.st_mode & 0777U : 0600U);
@@ -156,6 +151,9 @@ int replace(const QByteArray& target, const QByteArray& bytes) {
         error = errno;
     if (error != 0)
         unlink(temporary.constData());
+    // Not before: as long as it is open nobody sweeps it away. What close() could tell of the bytes
+    // the synchronisation has told already.
+    close(descriptor);
     return error;
 }
 
@@ -265,16 +263,6 @@ CaError keepAside(const QString& path, QString& keptAs) {
             keptAs = name;
     }
     return error == 0 ? CaError::nullError : systemError(keepAsideFailed, "rename", path, error);
-}
-
-void sweepTemporaryFiles(const QString& folder) {
-    static const QRegularExpression temporary(QStringLiteral("\\A\\.vlr-[A-Za-z0-9]{6}\\z"));
-    const QDateTime newest = QDateTime::currentDateTimeUtc().addSecs(-3600);
-    const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files | QDir::Hidden);
-    for (const QFileInfo& file : files)
-        if (!file.isSymLink() && file.lastModified() < newest &&
-            temporary.match(file.fileName()).hasMatch())
-            QFile::remove(file.filePath());
 }
 
 } // namespace vlr

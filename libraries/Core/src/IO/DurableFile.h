@@ -30,8 +30,9 @@ VLR_CORE_EXPORT CaError readWhole(const QString& path, qint64 limit, QByteArray&
 /// number where that is taken, and writes its new path to `keptAs`. Nothing is overwritten.
 VLR_CORE_EXPORT CaError keepAside(const QString& path, QString& keptAs);
 
-/// Removes what interrupted writeDurably() calls left in the folder: regular files older than an
-/// hour named ".vlr-" and six letters or digits.
+/// Removes what interrupted writeDurably() calls left in the folder: files and folders of this user
+/// named ".vlr-" and six letters or digits that no process has in use. Where the file system knows
+/// no locks, only those older than an hour.
 VLR_CORE_EXPORT void sweepTemporaryFiles(const QString& folder);
 
 /// The ids of the errors readWhole() gives for a file that does not exist, "File::notFound", and

@@ -2,15 +2,20 @@
 
 #include "IO/DurableFile.h"
 #include "IO/PrivateFile.h"
+#include "IO/TemporaryFile.h"
 #include "Log/vlrLog.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
-#include <QtCore/QTemporaryDir>
+#include <QtCore/QSysInfo>
+
+#include <algorithm>
+#include <system_error>
 
 namespace vlr {
 
@@ -19,7 +24,7 @@ namespace {
 constexpr qint64 fileLimit = qint64(4) << 20;
 constexpr int lockTimeout = 2000; // milliseconds
 const char* const damagedError = "Settings::damaged";
-const char* const noScratchError = "Settings::noScratch";
+const char* const noScratchError = "Settings::noScratch"; // It may be right the next time.
 
 using Values = SettingsValues;
 
@@ -68,6 +73,14 @@ bool holdsSerialisedObject(const QByteArray& bytes) {
     return object.match(plain).hasMatch();
 }
 
+bool holdsAssignment(const QByteArray& bytes) {
+    const QList<QByteArray> lines = bytes.split('\n');
+    return std::any_of(lines.begin(), lines.end(), [](const QByteArray& line) {
+        const QByteArray text = line.trimmed();
+        return text.indexOf('=') > 0 && text.front() != ';' && text.front() != '[';
+    });
+}
+
 // Reads the file, which holds these bytes.
 CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
     if (holdsSerialisedObject(bytes))
@@ -81,6 +94,12 @@ CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
     for (const QString& key : keys)
         if (isSettingsKey(key))
             read.insert(key, ini.value(key));
+    // Too many open files, for example, say nothing about what the file holds.
+    // QSettings takes a read that fails for the end of the file.
+    if (ini.status() == QSettings::AccessError || (keys.isEmpty() && holdsAssignment(bytes)))
+        return settingsError(
+            "noScratch",
+            QStringLiteral("The settings file \"%1\" cannot be read at present.").arg(iniFile));
     if (ini.status() != QSettings::NoError)
         return settingsError("damaged", QStringLiteral("it is not a settings file"));
     values = read;
@@ -139,8 +158,31 @@ CaError setAside(const QString& path, const CaError& reason) {
     return CaError::nullError;
 }
 
+// A process that was ended just when it had made its lock file left an empty one, which says of
+// nobody that he is gone. One that works fills the file long before the time is over.
+bool isAbandoned(const QLockFile& file) {
+    qint64 process = 0;
+    QString host;
+    QString application;
+    return file.error() == QLockFile::LockFailedError &&
+           !file.getLockInfo(&process, &host, &application);
+}
+
+// Where a lock file could not be removed it looks like that of a process that works. While it is
+// really in use the system's lock on it keeps it from being removed.
+void removeOwnRest(QLockFile& file) {
+    qint64 process = 0;
+    QString host;
+    QString application;
+    if (file.getLockInfo(&process, &host, &application) &&
+        process == QCoreApplication::applicationPid() && host == QSysInfo::machineHostName())
+        (void)file.removeStaleLockFile();
+}
+
 CaError lock(QLockFile& file, const QString& path) {
-    if (file.tryLock(lockTimeout))
+    removeOwnRest(file);
+    if (file.tryLock(lockTimeout) ||
+        (isAbandoned(file) && file.removeStaleLockFile() && file.tryLock(lockTimeout)))
         return CaError::nullError;
     const bool isTaken = file.error() == QLockFile::LockFailedError;
     return settingsError("locked",
@@ -168,11 +210,18 @@ CaError readNow(const QString& path, const QDir& scratch, Values& values) {
     return settingsError("damaged", QString::fromStdString(error.text()));
 }
 
+CaError noScratch(const ScratchFolder& folder) {
+    const auto reason = QString::fromStdString(std::generic_category().message(folder.error()));
+    return settingsError(
+        "noScratch", QStringLiteral("Could not make a folder for temporary files in \"%1\": %2.")
+                         .arg(QDir::tempPath(), reason));
+}
+
 // To be called with the lock held.
 CaError change(const QString& path, const SettingsEdit& edit, Values& values) {
-    const QTemporaryDir scratchFolder;
-    if (!scratchFolder.isValid())
-        return settingsError("noScratch", scratchFolder.errorString());
+    const ScratchFolder scratchFolder;
+    if (scratchFolder.error() != 0)
+        return noScratch(scratchFolder);
     const QDir scratch(scratchFolder.path());
     CaError error = readNow(path, scratch, values);
     const bool isDamaged = error.id() == damagedError;
@@ -207,13 +256,13 @@ CaError readSettings(const QString& path, SettingsValues& values) {
         return error;
     if (error.isNull())
         error = parse(path, bytes, values);
-    return error.isNull() ? error : setAside(path, error);
+    return error.isNull() || error.id() == noScratchError ? error : setAside(path, error);
 }
 
 CaError lookIntoSettings(const QString& path, SettingsValues& values) {
-    const QTemporaryDir scratch;
-    if (!scratch.isValid())
-        return settingsError("noScratch", scratch.errorString());
+    const ScratchFolder scratch;
+    if (scratch.error() != 0)
+        return noScratch(scratch);
     const CaError error = readNow(path, QDir(scratch.path()), values);
     return error.id() == damagedError ? settingsError("damaged", damageText(path, error)) : error;
 }

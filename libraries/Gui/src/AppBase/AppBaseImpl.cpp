@@ -16,7 +16,6 @@
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -139,9 +138,7 @@ void AppBaseImpl::loadConfiguration() {
     createQtScreenShotDataFactory();
     const DataPointer<Configuration> container(new Configuration);
     if (m_useConfiguration) {
-        vlr::sweepTemporaryFiles(QFileInfo(vlr::Settings::filePath()).path());
-        vlr::sweepTemporaryFiles(
-            QFileInfo(DataIOManager::configurationPath(m_configurationName)).path());
+        DataIOManager::sweepTemporaryFiles();
         (void)DataIOManager::loadConfiguration(m_configurationName, container);
         m_config = dataCast<AppBaseConfig>(container->hasChildAndGet(m_configurationId));
     }
