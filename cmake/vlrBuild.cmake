@@ -5,6 +5,7 @@ include(CMakePackageConfigHelpers)
 option(VLR_VERSION_INFORMATION "Compile the version, the revision and the time of the build in" ON)
 option(VLR_SANITIZE "Build with the address, undefined-behaviour and leak sanitizers" OFF)
 option(VLR_FUZZ "Build the programs of libFuzzer; needs clang and VLR_SANITIZE" OFF)
+option(VLR_SANITIZE_THREADS "Build with the thread sanitizer, which excludes the others" OFF)
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -35,6 +36,9 @@ if(VLR_SANITIZE)
     target_compile_options(vlrBuildOptions INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(vlrBuildOptions INTERFACE -fsanitize=address,undefined)
+elseif(VLR_SANITIZE_THREADS)
+    target_compile_options(vlrBuildOptions INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+    target_link_options(vlrBuildOptions INTERFACE -fsanitize=thread)
 endif()
 if(VLR_FUZZ)
     # Of a class that a library hides, clang finds another type in each library.
@@ -46,6 +50,9 @@ endif()
 function(vlr_sanitizer_defaults target)
     if(VLR_SANITIZE)
         target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake/SanitizerDefaults.cpp")
+    elseif(VLR_SANITIZE_THREADS)
+        target_sources(${target} PRIVATE
+            "${PROJECT_SOURCE_DIR}/cmake/ThreadSanitizerDefaults.cpp")
     endif()
 endfunction()
 

@@ -16,6 +16,11 @@ void faultSyscalls(Report& report);
 void faultReadOnly(Report& report);
 void faultTwo(Report& report);
 void faultOrder(Report& report);
+void faultRepository(Report& report);
+void faultTracker(Report& report);
+void faultOwners(Report& report);
+void faultDialogs(Report& report);
+void faultFlood(Report& report);
 
 // What they run in processes of their own, by the name given to Child. The result is the exit code.
 
@@ -29,3 +34,7 @@ int actStore(const QStringList& arguments);
 int actLog(const QStringList& arguments);
 int actCount(const QStringList& arguments);
 int actAdd(const QStringList& arguments);
+int actTrack(const QStringList& arguments);
+int actOwners(const QStringList& arguments);
+int actDialog(const QStringList& arguments);
+int actFlood(const QStringList& arguments);

@@ -36,6 +36,11 @@ constexpr Entry faults[] = {
     {"readonly", "folders, files and a log that may not be written", &faultReadOnly},
     {"two", "two processes with one repository", &faultTwo},
     {"order", "the order in which saves reach the disk", &faultOrder},
+    {"repository", "a repository locked, deleted, replaced under a form", &faultRepository},
+    {"tracker", "a tracker that goes away, markers that vanish", &faultTracker},
+    {"owners", "objects destroyed behind the library's back", &faultOwners},
+    {"dialogs", "every dialog left in every way", &faultDialogs},
+    {"flood", "floods of pointer moves, resizes and log records", &faultFlood},
 };
 
 struct Act {
@@ -45,9 +50,11 @@ struct Act {
 };
 
 constexpr Act acts[] = {
-    {"save", &actSave},     {"store", &actStore},       {"log", &actLog},     {"count", &actCount},
-    {"add", &actAdd},       {"damage", &actDamage},     {"giant", &actGiant}, {"image", &actImage},
-    {"images", &actImages}, {"range", &actRange, true},
+    {"save", &actSave},           {"store", &actStore}, {"log", &actLog},
+    {"count", &actCount},         {"add", &actAdd},     {"damage", &actDamage},
+    {"giant", &actGiant},         {"image", &actImage}, {"images", &actImages},
+    {"range", &actRange, true},   {"track", &actTrack}, {"owners", &actOwners},
+    {"dialog", &actDialog, true}, {"flood", &actFlood},
 };
 
 const Act& findAct(const QString& name) {

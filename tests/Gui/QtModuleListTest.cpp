@@ -304,3 +304,48 @@ TEST_F(QtModuleListTest, AWindowThatGoesFirstTakesTheModulesAlong) {
     EXPECT_EQ(list->registerModule(nullptr), -1);
     list.reset();
 }
+
+// As an application does that ends itself, or an observer that closes its window.
+TEST_F(QtModuleListTest, ModulesMayTakeTheWindowAndTheListAwayAtAnyMoment) {
+    using Hook = std::function<void()> RecordingModule::*;
+    const struct {
+        const char* moment;
+        int module;
+        Hook hook;
+        void (QtModuleList::*change)();
+    } cases[] = {
+        {"registration", 0, &RecordingModule::onActivate, &QtModuleList::next},
+        {"main widget", 1, &RecordingModule::onMainWidget, &QtModuleList::next},
+        {"activation", 1, &RecordingModule::onActivate, &QtModuleList::next},
+        {"deactivation", 0, &RecordingModule::onDeactivate, &QtModuleList::next},
+        {"end of all", 0, &RecordingModule::onDeactivate, &QtModuleList::deactivateAll},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.moment);
+        const QPointer<QtAppMainWindow> owner = new QtAppMainWindow(nullptr, nullptr, Qt::Window);
+        services.window = owner;
+        const QPointer<QtModuleList> child = new QtModuleList(owner, owner);
+        for (int i = 0; i < 2 && child; ++i) {
+            auto* module = new RecordingModule(QStringLiteral("m%1").arg(i));
+            if (i == each.module)
+                module->*each.hook = [owner] { delete owner.data(); };
+            child->registerModule(module);
+        }
+        if (child)
+            (child->*each.change)();
+        EXPECT_FALSE(owner);
+        EXPECT_FALSE(child);
+    }
+}
+
+TEST_F(QtModuleListTest, AModuleMayTakeTheWindowAwayWhileTheListGoes) {
+    const QPointer<QtAppMainWindow> owner = new QtAppMainWindow(nullptr, nullptr, Qt::Window);
+    services.window = owner;
+    const QPointer<QtModuleList> child = new QtModuleList(owner, owner);
+    auto* module = new RecordingModule(QStringLiteral("m"), &calls);
+    module->onDeactivate = [owner] { delete owner.data(); };
+    child->registerModule(module);
+    delete child.data();
+    EXPECT_FALSE(owner);
+    EXPECT_EQ(calls.count(QStringLiteral("m deleted")), 1);
+}

@@ -284,8 +284,7 @@ void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
         m_touchDialogs = new vlr::TouchDialogs(this);
         qApp->installEventFilter(m_touchDialogs);
     } else if (!onOrOff) {
-        delete m_touchDialogs;
-        m_touchDialogs = nullptr;
+        delete m_touchDialogs.data();
     }
     m_buttons->setTouchScreenMode(onOrOff);
     if (m_moduleSelector)
@@ -348,10 +347,15 @@ void QtAppMainWindow::occupyWindow(vlr::ControlList* list) {
     setNewCurrentModuleWidget(window);
 }
 
+// A control that loses its place may take the widget away, or the window.
 void QtAppMainWindow::occupyWindow(QtAppModuleProxy*, QWidget* widget) {
+    const QPointer<QtAppMainWindow> self = this;
+    const QPointer<QWidget> guarded = widget;
     vlr::ControlList::instance()->hideAll();
+    if (!self)
+        return;
     removeCurrentModuleWidget();
-    setNewCurrentModuleWidget(widget);
+    setNewCurrentModuleWidget(guarded);
 }
 
 void QtAppMainWindow::removeCurrentModuleWidget() {

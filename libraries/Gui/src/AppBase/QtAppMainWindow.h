@@ -113,7 +113,7 @@ private:
     QWidget* m_viewerWidget = nullptr;
     QVBoxLayout* m_viewerLayout = nullptr;
     bool m_touchScreenMode = false;
-    QObject* m_touchDialogs = nullptr; ///< Only in touch-screen mode.
+    QPointer<QObject> m_touchDialogs; ///< Only in touch-screen mode.
     QPointer<QWidget> m_currentModuleWidget;
     QWidget* m_controlArea = nullptr;
     QBoxLayout* m_contextLayout = nullptr;

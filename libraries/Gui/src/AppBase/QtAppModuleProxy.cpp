@@ -17,6 +17,8 @@ QtAppModuleProxy::QtAppModuleProxy(QtAppModule* module, QtAppMainWindow* mainWin
 }
 
 QtAppModuleProxy::~QtAppModuleProxy() {
+    // A module that takes the window away now must not take this along a second time.
+    setParent(nullptr);
     if (impl() && impl()->isActive())
         runDeactivation();
     delete m_module.data();
@@ -30,31 +32,34 @@ QtAppModule* QtAppModuleProxy::module() const {
     return m_module;
 }
 
+// Whatever is called here may ask for another module, or destroy this one, or the window and the
+// proxy with it.
 void QtAppModuleProxy::activate() {
     if (!m_enabled || !impl() || impl()->isActive())
         return;
+    const QPointer<QtAppModuleProxy> self = this;
     emit aboutToActivate();
-    if (!impl() || impl()->isActive())
+    if (!self || !impl() || impl()->isActive())
         return;
     impl()->preActivate();
     placeMainWidget();
-    // Whatever is called here may ask for another module, or destroy this one.
-    if (impl() && impl()->isActive())
+    if (self && impl() && impl()->isActive())
         m_module->activate();
-    if (!impl()) {
+    if (!self || !impl()) {
         if (auto* services = ApplicationServices::instance())
             services->resetCursor();
         return;
     }
     impl()->postActivate();
-    if (impl()->isActive())
+    if (self && impl() && impl()->isActive())
         emit raiseWidget(m_contextWidgetIndex);
 }
 
 void QtAppModuleProxy::placeMainWidget() {
-    QWidget* widget = m_module->getMainWidget();
+    const QPointer<QtAppModuleProxy> self = this;
+    const QPointer<QWidget> widget = m_module->getMainWidget();
     auto* services = ApplicationServices::instance();
-    if (widget && services && services->getMainWindow())
+    if (self && widget && services && services->getMainWindow())
         services->getMainWindow()->occupyWindow(this, widget);
 }
 
@@ -66,14 +71,17 @@ void QtAppModuleProxy::deactivate() {
 void QtAppModuleProxy::runDeactivation() {
     if (m_deactivating)
         return; // The module asks for another one from within its deactivate().
+    const QPointer<QtAppModuleProxy> self = this;
     m_deactivating = true;
     impl()->preDeactivate();
-    m_module->deactivate();
     if (impl())
+        m_module->deactivate();
+    if (self && impl())
         impl()->postDeactivate();
     else if (auto* services = ApplicationServices::instance())
         services->resetCursor();
-    m_deactivating = false;
+    if (self)
+        m_deactivating = false;
 }
 
 void QtAppModuleProxy::activate(bool on) {

@@ -31,13 +31,18 @@ QtModuleList::QtModuleList(QtAppMainWindow* mainWindow, QObject* parent)
     : QObject(parent), m_mainWindow(mainWindow) {}
 
 QtModuleList::~QtModuleList() {
-    for (const auto& proxy : m_proxies) {
+    // A module that takes the window away now must not take this along a second time.
+    setParent(nullptr);
+    // A module may register another one even while it is deactivated.
+    for (std::size_t i = 0; i < m_proxies.size(); ++i) {
+        const QPointer<QtAppModuleProxy> proxy = m_proxies[i];
         if (!proxy)
             continue;
         if (proxy->module())
             disconnectModule(proxy->module());
         proxy->deactivate();
-        proxy->storeConfiguration();
+        if (proxy)
+            proxy->storeConfiguration();
         delete proxy.data();
     }
 }
@@ -76,6 +81,8 @@ void QtModuleList::disconnectModule(QtAppModule* module) {
             disconnect(module, connection.signal, m_mainWindow, connection.slot);
 }
 
+// Modules, and whoever listens to them, may destroy the list, for example by ending the
+// application.
 int QtModuleList::registerModule(QtAppModule* module) {
     if (!module || !m_mainWindow)
         return -1;
@@ -83,13 +90,19 @@ int QtModuleList::registerModule(QtAppModule* module) {
     connectModule(module);
     m_proxies.emplace_back(newProxy);
     const int index = count() - 1;
+    const QPointer<QtModuleList> self = this;
     emit registered(newProxy->moduleName(), index);
-    if (index == 0 && m_currentIndex == -1 && isIndex(0)) {
-        m_currentIndex = 0;
-        proxy(0)->activate();
-        announceActivation(0);
-    }
+    if (self && index == 0 && m_currentIndex == -1 && isIndex(0))
+        activateProxy(0);
     return index;
+}
+
+void QtModuleList::activateProxy(int index) {
+    const QPointer<QtModuleList> self = this;
+    m_currentIndex = index;
+    proxy(index)->activate();
+    if (self)
+        announceActivation(index);
 }
 
 // A module may ask for another one while it is being activated; then the other one was
@@ -97,15 +110,20 @@ int QtModuleList::registerModule(QtAppModule* module) {
 void QtModuleList::announceActivation(int index) {
     if (m_currentIndex != index || !isIndex(index))
         return;
+    const QPointer<QtModuleList> self = this;
     emit activated(name(index), index);
-    if (m_currentIndex == index && isIndex(index))
+    if (self && m_currentIndex == index && isIndex(index))
         emit activated(proxy(index));
 }
 
-void QtModuleList::deactivateProxy(int index) {
+// False where the list did not survive it.
+bool QtModuleList::deactivateProxy(int index) {
+    const QPointer<QtModuleList> self = this;
     const QString moduleName = name(index);
     proxy(index)->deactivate();
-    emit deactivated(moduleName, index);
+    if (self)
+        emit deactivated(moduleName, index);
+    return self;
 }
 
 void QtModuleList::activate(int index) {
@@ -117,14 +135,11 @@ void QtModuleList::activate(int index) {
         return;
     if (isIndex(m_currentIndex)) {
         const int oldIndex = m_currentIndex;
-        deactivateProxy(oldIndex);
         // Whoever was told may have asked for another module meanwhile; then that stands.
-        if (m_currentIndex != oldIndex || !isIndex(index))
+        if (!deactivateProxy(oldIndex) || m_currentIndex != oldIndex || !isIndex(index))
             return;
     }
-    m_currentIndex = index;
-    proxy(index)->activate();
-    announceActivation(index);
+    activateProxy(index);
 }
 
 void QtModuleList::activate(QString name) {
@@ -140,11 +155,9 @@ void QtModuleList::previous() {
 }
 
 void QtModuleList::deactivateAll() {
-    for (int i = 0; i < count(); ++i) {
-        if (!isIndex(i))
-            continue;
-        deactivateProxy(i);
-    }
+    for (int i = 0; i < count(); ++i)
+        if (isIndex(i) && !deactivateProxy(i))
+            return;
     if (m_mainWindow)
         m_mainWindow->raiseContextWidget(0);
 }
@@ -154,7 +167,10 @@ void QtModuleList::deactivateAll() {
 void QtModuleList::setModuleEnabled(int index, bool enable) {
     if (!isIndex(m_currentIndex) || !isIndex(index))
         return;
+    const QPointer<QtModuleList> self = this;
     proxy(index)->setEnabled(enable);
+    if (!self || !isIndex(index))
+        return;
     if (enable)
         emit enabled(name(index), index);
     else
@@ -190,15 +206,14 @@ const QtAppModuleProxy* QtModuleList::currentModuleProxy() const {
 }
 
 void QtModuleList::generateEvents() {
-    for (int i = 0; i < count(); ++i) {
+    const QPointer<QtModuleList> self = this;
+    for (int i = 0; self && i < count(); ++i) {
         if (!isIndex(i))
             continue;
         emit registered(name(i), i);
-        if (!proxy(i)->isEnabled())
+        if (self && isIndex(i) && !proxy(i)->isEnabled())
             emit disabled(name(i), i);
     }
-    if (isIndex(m_currentIndex)) {
-        emit activated(name(m_currentIndex), m_currentIndex);
-        emit activated(proxy(m_currentIndex));
-    }
+    if (self)
+        announceActivation(m_currentIndex);
 }

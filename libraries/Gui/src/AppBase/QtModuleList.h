@@ -74,7 +74,8 @@ private:
     void disconnectModule(QtAppModule* module);
     void setModuleEnabled(int index, bool enable);
     void announceActivation(int index);
-    void deactivateProxy(int index);
+    void activateProxy(int index);
+    bool deactivateProxy(int index);
 
     QPointer<QtAppMainWindow> m_mainWindow;
     std::vector<QPointer<QtAppModuleProxy>> m_proxies;

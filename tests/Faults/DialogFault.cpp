@@ -1,0 +1,350 @@
+// Every dialog of the library, left in every way that there is.
+
+#include "Faults.h"
+
+#include "Cases.h"
+
+#include "AppBase/AppBase.h"
+#include "AppBase/AppBaseImpl.h"
+#include "AppBase/QtAboutDialog.h"
+#include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtAppModule.h"
+#include "AppBase/QtModuleConfigWidget.h"
+#include "AppBase/SettingsConflictDialog.h"
+#include "AppBase/SettingsKeyDialog.h"
+#include "Base/QtCaProgressMonitor.h"
+#include "Base/QtMessageBoxLogger.h"
+#include "Base/QtMsgBox.h"
+#include "Data/Study.h"
+#include "DataUtils/DataFactory.h"
+#include "DataUtils/QtPatientConfigurationWidget.h"
+#include "DataUtils/QtStudyConfigurationWidget.h"
+#include "IO/DataIOManager.h"
+#include "IO/TreeXml.h"
+#include "Log/vlrLog.h"
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDirIterator>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QPointer>
+#include <QtCore/QScopedValueRollback>
+#include <QtCore/QTimer>
+#include <QtTest/QTest>
+#include <QtWidgets/QAbstractItemView>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QCheckBox>
+#include <QtWidgets/QColorDialog>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateTimeEdit>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QSpinBox>
+
+namespace {
+
+class Module : public QtAppModule {
+public:
+    Module() : QtAppModule(QStringLiteral("Module"), false) {
+        if (!configuration()) // in the file
+            setConfiguration(new Study);
+    }
+    void activate() override {}
+    void deactivate() override {}
+};
+
+// An application with one of everything that a dialog may change.
+struct Workplace {
+    Workplace(int& argc, char** argv, const QString& patientId)
+        : impl(new AppBaseImpl(argc, argv, true, false)), application(argc, argv, impl) {
+        createStudyFactory();
+        for (const auto& link : {std::pair{"Patient", "QtPatientConfigurationWidget"},
+                                 std::pair{"Study", "QtStudyConfigurationWidget"},
+                                 std::pair{"ModuleConfig", "QtModuleConfigWidget"}})
+            linkDataToWidget(link.first, link.second, "", DataFactory::configurationRecord, "");
+        createQtPatientConfigurationWidgetFactory();
+        createQtStudyConfigurationWidgetFactory();
+        createQtModuleConfigWidgetFactory();
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+        // The first one in the editor.
+        (void)vlr::Settings::set(QStringLiteral("A/Text"), QStringLiteral("Before"));
+        auto* module = new Module;
+        options = DataPointer<Data>(module->configuration());
+        application.addModule(module);
+        patient->setPatientId(patientId);
+        patient->setName(QStringLiteral("Somebody"));
+        (void)patient->addChild(study, false);
+        (void)DataIOManager::storePatient(patient);
+        AppBase::setCurrentPatient(patient);
+        application.getMainWindow()->show();
+    }
+
+    QtAppMainWindow* window() { return application.getMainWindow(); }
+    [[nodiscard]] QByteArray fingerprint() const;
+
+    AppBaseImpl* impl;
+    AppBase application;
+    DataPointer<AppBaseConfig> config = impl->config();
+    DataPointer<Data> options; // of the module
+    DataPointer<ModuleConfig> moduleConfig{new ModuleConfig};
+    DataPointer<Patient> patient{new Patient};
+    DataPointer<Study> study{new Study};
+    DataPointer<Study> newStudy{new Study};
+    QString name = QStringLiteral("Name");
+    bool hasAnswered = false; // Something took the user's answer for a "yes".
+};
+
+// Whatever is stored, but for the log, and whatever there is in memory to be stored.
+QByteArray Workplace::fingerprint() const {
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    QStringList names;
+    QDirIterator files(QDir::homePath(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        names << files.next();
+    names.sort();
+    for (const QString& file : qAsConst(names)) {
+        QFile content(file);
+        // SQLite may write its own files whenever it likes; the patients are asked below.
+        if (file.contains(QLatin1String("/log/")) || file.contains(QLatin1String(".sqlite")) ||
+            !content.open(QIODevice::ReadOnly))
+            continue;
+        hash.addData(file.toUtf8());
+        hash.addData(&content);
+    }
+    for (const auto& item :
+         {DataPointer<Data>(config), DataPointer<Data>(patient), DataPointer<Data>(newStudy),
+          DataPointer<Data>(moduleConfig), DataPointer<Data>(options)}) {
+        DataTreeNode node;
+        if (item->save(node) == CaError::nullError)
+            hash.addData(vlr::writeTree(node));
+    }
+    std::vector<MetaInformation> patients;
+    (void)DataIOManager::patientMetaInfoList(patients);
+    for (const MetaInformation& each : patients)
+        hash.addData(
+            (each.value(QStringLiteral("id")) + each.value(QStringLiteral("revision"))).toUtf8());
+    hash.addData(name.toUtf8() + (hasAnswered ? "yes" : "no"));
+    return hash.result();
+}
+
+template <class Dialog, class... Arguments>
+void exec(Arguments&&... arguments) {
+    const QPointer<QDialog> dialog = new Dialog(std::forward<Arguments>(arguments)...);
+    dialog->exec();
+    delete dialog.data();
+}
+
+void edit(Workplace& place, const DataPointer<Data>& data, QString* name) {
+    DataFactory::DialogOptions options;
+    options.parent = place.window();
+    options.store = [patient = place.patient] { return DataIOManager::storePatient(patient); };
+    (void)DataFactory::displayConfigurationDialog(data.get(), name, options);
+}
+
+// A setting that somebody else changed, which the dialog asks about.
+void askAboutSettings(Workplace& place) {
+    vlr::SettingsDatabase source;
+    const vlr::SettingsEdits edits(source);
+    const vlr::SettingsConflict conflict{{QStringLiteral("A"), 1, 2}, 3, false};
+    exec<vlr::SettingsConflictDialog>(edits, std::vector<vlr::SettingsConflict>{conflict},
+                                      place.window());
+}
+
+void askForKey(Workplace& place, vlr::SettingsKeyDialog::Purpose purpose) {
+    vlr::SettingsDatabase source;
+    const vlr::SettingsEdits edits(source);
+    exec<vlr::SettingsKeyDialog>(edits, purpose, QStringLiteral("Victim/Key"), place.window());
+}
+
+void showProgress(Workplace& place) {
+    QtCaProgressMonitor::attach(place.window());
+    CaProgressMonitor::getInstance()->setMinimumDuration(0);
+    CaProgressMonitor::getInstance()->start("Working ", 1000000, true, true, 1);
+    QElapsedTimer time;
+    time.start();
+    bool isCancelled = false;
+    const CaConnection cancelled(*CaProgressMonitor::getInstance(), CaProgressMonitor::CANCELLED,
+                                 [&](auto&&...) { isCancelled = true; });
+    for (int i = 0; !isCancelled && !time.hasExpired(300); ++i)
+        CaProgressMonitor::getInstance()->tick();
+    CaProgressMonitor::getInstance()->end();
+}
+
+struct DialogEntry {
+    const char* name;
+    void (*open)(Workplace&);  // and runs it
+    bool takesOnEnter = false; // what was entered
+};
+
+constexpr DialogEntry dialogs[] = {
+    {"configuration", [](Workplace& p) { emit p.window()->configRequest(); }, true},
+    {"settings editor", [](Workplace& p) { emit p.window()->configFileEditorRequest(); }, true},
+    {"key of a new setting",
+     [](Workplace& p) { askForKey(p, vlr::SettingsKeyDialog::Purpose::Add); }},
+    {"new key of a setting",
+     [](Workplace& p) { askForKey(p, vlr::SettingsKeyDialog::Purpose::Rename); }},
+    {"conflict of settings", &askAboutSettings},
+    {"screenshot", [](Workplace& p) { emit p.window()->screenShotRequest(); }, true},
+    {"about", [](Workplace& p) { exec<QtAboutDialog>(p.window()); }},
+    {"patient", [](Workplace& p) { edit(p, p.patient, nullptr); }, true},
+    {"patient with a name", [](Workplace& p) { edit(p, p.patient, &p.name); }, true},
+    {"study", [](Workplace& p) { edit(p, p.study, nullptr); }, true},
+    {"new study", [](Workplace& p) { edit(p, p.newStudy, &p.name); }, true},
+    {"options of the module", [](Workplace& p) { edit(p, p.moduleConfig, nullptr); }, true},
+    {"exit question", [](Workplace& p) { p.window()->close(); }},
+    {"question",
+     [](Workplace& p) {
+         p.hasAnswered = QtMsgBox::postAndWait(p.window(), QtMsgBox::MsgQuestion, "Delete",
+                                               "Delete all?") == QMessageBox::Yes;
+     },
+     true},
+    {"message", [](Workplace&) { VLR_LOG(UserError) << "A message for the user"; }},
+    {"progress", &showProgress},
+};
+
+struct Way {
+    const char* name;
+    void (*leave)(QDialog&, Workplace&);
+    bool mayChange;
+    bool mustClose; // Not all dialogs have an owner, or take what is entered.
+};
+
+constexpr Way ways[] = {
+    {"Escape",
+     [](QDialog& dialog, Workplace&) {
+         // As at a keyboard: it goes where the focus is.
+         QWidget* const focus = dialog.focusWidget();
+         QTest::keyClick(focus ? focus : &dialog, Qt::Key_Escape);
+     },
+     false, true},
+    {"close", [](QDialog& dialog, Workplace&) { dialog.close(); }, false, true},
+    {"Enter",
+     [](QDialog& dialog, Workplace&) {
+         // A search line keeps it for itself.
+         const QPointer<QDialog> open = &dialog;
+         QWidget* const focus = dialog.focusWidget();
+         QTest::keyClick(focus ? focus : &dialog, Qt::Key_Return);
+         if (open && open->isVisible())
+             for (const QPointer<QPushButton> button : open->findChildren<QPushButton*>())
+                 if (button && button->isDefault())
+                     QTest::keyClick(button, Qt::Key_Return);
+     },
+     true, false},
+    {"owner deleted", [](QDialog&, Workplace& place) { delete place.window(); }, false, false},
+};
+
+constexpr long wayCount = static_cast<long>(std::size(ways));
+constexpr long dialogCount = static_cast<long>(std::size(dialogs));
+
+void editFirstCell(QAbstractItemView& view) {
+    QModelIndex cell = view.model()->index(0, 0);
+    while (view.model()->hasChildren(cell))
+        cell = view.model()->index(0, 0, cell);
+    view.setFocus();
+    view.setCurrentIndex(cell);
+    QTest::keyClick(&view, Qt::Key_F2);
+    QWidget* const editor = QApplication::focusWidget();
+    if (!editor || editor == &view)
+        return;
+    QTest::keyClicks(editor, QStringLiteral("7"));
+    QTest::keyClick(editor, Qt::Key_Return);
+}
+
+// Another value in every field that there is.
+void scribble(QDialog& dialog) {
+    for (auto* view : dialog.findChildren<QAbstractItemView*>())
+        if (view->isVisible() && view->model())
+            editFirstCell(*view);
+    for (auto* line : dialog.findChildren<QLineEdit*>())
+        if (!line->isReadOnly() && line->isVisible() &&
+            !qobject_cast<QAbstractSpinBox*>(line->parentWidget())) {
+            line->setFocus();
+            QTest::keyClicks(line, QStringLiteral("Scribble"));
+        }
+    for (auto* box : dialog.findChildren<QCheckBox*>())
+        box->toggle();
+    for (auto* box : dialog.findChildren<QComboBox*>())
+        box->setCurrentIndex((box->currentIndex() + 1) % std::max(box->count(), 1));
+    for (auto* box : dialog.findChildren<QAbstractSpinBox*>())
+        box->stepUp();
+}
+
+// Edits what dialog is open and leaves it; and again, until nothing is open any more.
+class User {
+public:
+    User(const Way& way, Workplace& place) : m_way(way), m_place(place) {
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { act(); });
+        m_timer.start(1);
+    }
+    [[nodiscard]] int dialogsSeen() const { return m_seen; }
+    [[nodiscard]] bool hadToForce() const { return m_forced; }
+
+private:
+    void act() {
+        const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || m_isActing)
+            return;
+        const QScopedValueRollback<bool> acting(m_isActing, true);
+        if (dialog != m_last) {
+            ++m_seen;
+            m_tries = 0;
+            m_last = dialog;
+            scribble(*dialog);
+        }
+        constexpr int patience = 20; // Escape may first leave a list or an editor.
+        if (dialog && ++m_tries > patience) {
+            m_forced = true;
+            dialog->reject();
+        } else if (dialog) {
+            m_way.leave(*dialog, m_place);
+        }
+    }
+
+    const Way& m_way;
+    Workplace& m_place;
+    QTimer m_timer;
+    QPointer<QDialog> m_last;
+    int m_seen = 0;
+    int m_tries = 0;
+    bool m_isActing = false;
+    bool m_forced = false;
+};
+
+std::string leave(const DialogEntry& dialog, const Way& way, Workplace& place) {
+    nameCase(std::string(dialog.name) + ", " + way.name);
+    const QByteArray before = place.fingerprint();
+    const User user(way, place);
+    dialog.open(place);
+    if (user.dialogsSeen() == 0)
+        return "no dialog came";
+    const bool isChanged = place.fingerprint() != before;
+    if (isChanged && !way.mayChange)
+        return "data changed";
+    if (!isChanged && way.mayChange && dialog.takesOnEnter)
+        return "nothing took what was entered";
+    return way.mustClose && user.hadToForce() ? "the dialog stays open" : "";
+}
+
+} // namespace
+
+int actDialog(const QStringList& arguments) {
+    int argc = 1;
+    char name[] = "vlrFaults";
+    char* argv[] = {name, nullptr};
+    // The end of a module writes its options; the file shall be there before, as it stays.
+    (void)Workplace(argc, argv, QStringLiteral("first"));
+    return doCases(arguments, [&](long number) {
+        Workplace place(argc, argv, QString::number(number));
+        return leave(dialogs[number / wayCount], ways[number % wayCount], place);
+    });
+}
+
+void faultDialogs(Report& report) {
+    const CaseResults results = runCases(report, QStringLiteral("dialog"), dialogCount * wayCount);
+    report.done(std::to_string(dialogCount) + " dialogs with every field changed, left in " +
+                std::to_string(wayCount) + " ways");
+    report.atMost("data changed on cancel, dialogs that stay or take nothing", results.bad, 0);
+    report.atMost("crashes", results.crashes, 0);
+    report.atMost("dialogs without end", results.stuck, 0);
+}

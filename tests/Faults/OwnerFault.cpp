@@ -1,0 +1,471 @@
+// Objects that are destroyed behind the library's back, in random schedules. The number of a
+// schedule is its seed.
+
+#include "Faults.h"
+
+#include "Cases.h"
+#include "QuietLog.h"
+
+#include "AppBase/ApplicationServices.h"
+#include "AppBase/CurrentItems.h"
+#include "AppBase/QtAboutDialog.h"
+#include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtAppModule.h"
+#include "AppBase/QtConfigDialog.h"
+#include "AppBase/QtModuleButtonSelector.h"
+#include "AppBase/QtModuleList.h"
+#include "AppBase/vlrControlList.h"
+#include "AppBase/vlrSettingsEditorDialog.h"
+#include "Base/QtCaProgressMonitor.h"
+#include "Base/QtMsgBox.h"
+#include "Base/QtQuadView.h"
+#include "DataUtils/DataFactory.h"
+#include "DataUtils/QtPatientConfigurationWidget.h"
+#include "Tools/SurgicalToolBox.h"
+#include "Widgets/QtDRBVisibilityBox.h"
+#include "Widgets/QtRigidVisibilityWidget.h"
+
+#include <QtCore/QPointer>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QTimer>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QDialog>
+#include <QtWidgets/QProgressDialog>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <vector>
+
+namespace {
+
+constexpr int stepsPerSchedule = 40;
+constexpr int mostNesting = 3;
+constexpr int mostObjects = 4; // of a kind
+
+class World;
+World* world = nullptr; // of the schedule that runs
+void disturb();
+
+class Module : public QtAppModule {
+public:
+    explicit Module(int number)
+        : QtAppModule(QStringLiteral("Module %1").arg(number), false), m_view(new QWidget) {}
+    ~Module() override { delete m_view.data(); }
+    void activate() override { disturb(); }
+    void deactivate() override { disturb(); }
+    QWidget* getMainWidget() override { return m_view; }
+
+private:
+    QPointer<QWidget> m_view;
+};
+
+class TestControl : public vlr::Control {
+public:
+    explicit TestControl(const std::string& name) : Control(name) {}
+    ~TestControl() override {
+        if (widget && !widget->parent())
+            delete widget.data();
+    }
+    bool isValid() override { return true; }
+    QString title() override { return QString::fromStdString(getName()); }
+    void release() override {
+        if (widget)
+            widget->setParent(nullptr);
+        disturb();
+    }
+    QPointer<QWidget> widget = new QWidget;
+};
+
+struct Observer {
+    std::vector<CaConnection> connections;
+};
+
+// What an application has, all of which may go at any time. The pointers notice it.
+class World : public ApplicationServices {
+public:
+    explicit World(quint32 seed) : m_random(seed) {
+        world = this;
+        makeWindow();
+    }
+    ~World() override;
+
+    QtAppMainWindow* getMainWindow() const override { return window; }
+    DataPointer<Patient> currentPatient() const override { return items.patient(); }
+    void setBusyCursor() override {}
+    void resetCursor() override {}
+
+    int dice(int sides) { return m_random.bounded(sides); }
+    void run() {
+        for (int i = 0; i < stepsPerSchedule; ++i)
+            act();
+    }
+    void act(); // any operation
+
+    void makeWindow() {
+        window = new QtAppMainWindow(DataPointer<MainWindowConfig>(new MainWindowConfig), nullptr,
+                                     Qt::Window);
+        list = new QtModuleList(window, dice(2) ? window.data() : nullptr);
+    }
+    template <class T>
+    T* any(std::vector<QPointer<T>>& all) {
+        all.erase(std::remove(all.begin(), all.end(), nullptr), all.end());
+        return all.empty() ? nullptr : all[static_cast<std::size_t>(dice(int(all.size())))].data();
+    }
+    TestControl* control() { return any(controls); }
+    vlr::ControlList* panes() { return vlr::ControlList::instance(); }
+    SurgicalTool* tool() {
+        const auto tools = box ? box->getTools() : std::vector<SurgicalTool*>();
+        return tools.empty() ? nullptr : tools[static_cast<std::size_t>(dice(int(tools.size())))];
+    }
+    CaSubject* subject() {
+        return subjects.empty() ? nullptr : subjects[std::size_t(dice(int(subjects.size())))].get();
+    }
+    // Nobody may destroy what is being destroyed.
+    void destroy(QObject* object) {
+        if (!object || !m_going.insert(object).second)
+            return;
+        QObject* const child = list && list->parent() == object ? list.data() : nullptr;
+        m_going.insert(child);
+        delete object;
+        m_going.erase(object);
+        m_going.erase(child);
+    }
+    void later(const std::function<void()>& what) { QTimer::singleShot(0, qApp, what); }
+    // While the dialog that comes is open, something happens, and it is left.
+    void inDialog(const std::function<void()>& open);
+
+    QPointer<QtAppMainWindow> window;
+    QPointer<QtModuleList> list;
+    std::vector<QPointer<QtAppModule>> modules;
+    std::vector<QPointer<TestControl>> controls;
+    std::vector<QPointer<QWidget>> panesContents; // of all controls that there were
+    std::unique_ptr<SurgicalToolBox> box;
+    QPointer<QtDRBVisibilityBox> group = new QtDRBVisibilityBox(nullptr);
+    std::vector<QPointer<QtRigidVisibilityWidget>> widgets;
+    CurrentItems items{[](CurrentItems::Item) { disturb(); }};
+    std::vector<std::unique_ptr<CaSubject>> subjects;
+    std::vector<std::unique_ptr<Observer>> observers;
+    std::vector<CaConnection> own;
+
+private:
+    QRandomGenerator m_random;
+    int m_nesting = 0;
+    std::set<QObject*> m_going;
+};
+
+void disturb() {
+    if (world && world->dice(3) == 0)
+        world->act();
+}
+
+void World::inDialog(const std::function<void()>& open) {
+    later([] {
+        disturb();
+        const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!world || !dialog)
+            return;
+        if (world->dice(3) == 0)
+            world->destroy(dialog->parentWidget());
+        if (dialog && world->dice(2))
+            dialog->accept();
+        if (dialog)
+            dialog->reject();
+    });
+    // Whatever opened meanwhile is closed at last.
+    QTimer closer;
+    QObject::connect(&closer, &QTimer::timeout, &closer, [] {
+        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
+            dialog->reject();
+    });
+    closer.start(1);
+    open();
+}
+
+template <class Dialog, class... Arguments>
+void exec(Arguments&&... arguments) {
+    const QPointer<QDialog> dialog = new Dialog(std::forward<Arguments>(arguments)...);
+    dialog->exec();
+    delete dialog.data();
+}
+
+void pollWidgets(World& w) {
+    for (const auto& widget : std::vector<QPointer<QtRigidVisibilityWidget>>(w.widgets))
+        if (widget)
+            QMetaObject::invokeMethod(widget, "update");
+    if (w.group)
+        for (const QPointer<QtRigidVisibilityWidget> each :
+             w.group->findChildren<QtRigidVisibilityWidget*>())
+            if (each)
+                QMetaObject::invokeMethod(each, "update");
+    if (w.group)
+        QMetaObject::invokeMethod(w.group, "updateSL");
+}
+
+void addWidget(World& w) {
+    const QPointer<QtRigidVisibilityWidget> widget = new QtRigidVisibilityWidget(w.tool(), nullptr);
+    w.widgets.emplace_back(widget);
+    QObject::connect(widget, &QtRigidVisibilityWidget::rigidVisibleSIG, widget, [] { disturb(); });
+    QObject::connect(w.group, &QtDRBVisibilityBox::allRigidsVisible, widget, [] { disturb(); });
+}
+
+void addTool(World& w) {
+    static int number = 0;
+    if (!w.box)
+        w.box = std::make_unique<SurgicalToolBox>();
+    SurgicalTool* const tool =
+        w.box->addTool({"Tool " + std::to_string(++number), {{0, 0, 0}, {50, 0, 0}, {0, 40, 0}}});
+    w.own.emplace_back(*tool, SurgicalTool::UNPLUGGED, [](auto&&...) { disturb(); });
+    if (w.group && w.box)
+        (void)w.group->addRigid(tool);
+}
+
+void observe(World& w) {
+    if (CaSubject* const subject = w.subject()) {
+        w.observers.push_back(std::make_unique<Observer>());
+        Observer* const observer = w.observers.back().get();
+        observer->connections.emplace_back(*subject, "event", [](auto&&...) { disturb(); });
+        subject->attach("event", observer, [](auto&&...) { disturb(); });
+        observer->connections.emplace_back();
+    }
+}
+
+// An observer detaches before it goes, as its contract says.
+void dropObserver(World& w) {
+    if (w.observers.empty())
+        return;
+    const std::unique_ptr<Observer> gone = std::move(w.observers.back());
+    w.observers.pop_back();
+    for (const auto& subject : w.subjects)
+        subject->detach(gone.get());
+}
+
+void dropSubject(World& w) {
+    if (w.subjects.empty())
+        return;
+    const auto at = w.subjects.begin() + w.dice(int(w.subjects.size()));
+    const std::unique_ptr<CaSubject> gone = std::move(*at);
+    w.subjects.erase(at);
+}
+
+void makePatientCurrent(World& w) {
+    const DataPointer<Patient> patient(new Patient);
+    (void)patient->addChild(DataPointer<Data>(new Study), false);
+    w.items.setPatient(patient);
+}
+
+// Somebody gives back a reference that is not his.
+void destroyCurrentPatient(World& w) {
+    Patient* const patient = w.items.patient().get();
+    if (patient)
+        patient->unref();
+}
+
+void work(World& w) {
+    CaProgressMonitor::getInstance()->setMinimumDuration(0);
+    CaProgressMonitor::getInstance()->start("Working ", w.dice(20), true, true, 1);
+    for (int i = 0; i < 10; ++i) {
+        w.later(&disturb);
+        CaProgressMonitor::getInstance()->tick();
+    }
+    if (w.dice(2))
+        CaProgressMonitor::getInstance()->end();
+}
+
+void cancelWork(World&) {
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (auto* dialog = qobject_cast<QProgressDialog*>(widget)) {
+            dialog->cancel();
+            return;
+        }
+}
+
+void place(World& w) {
+    if (TestControl* const control = w.control(); control && control->widget)
+        (void)w.panes()->occupyResource(vlr::ControlList::ResourcePosition(unsigned(w.dice(5))),
+                                        control, control->widget, 0.5F, 0.5F);
+}
+
+void placeOverAll(World& w) {
+    if (TestControl* const control = w.control(); control && control->widget)
+        (void)w.panes()->occupyResource(control, control->widget);
+}
+
+void addControl(World& w) {
+    static int number = 0;
+    auto* control = new TestControl("Control " + std::to_string(++number));
+    w.panesContents.emplace_back(control->widget);
+    w.controls.emplace_back(control);
+    (void)w.panes()->addControl(control);
+}
+
+void addSelector(World& w) {
+    if (!w.window || !w.list)
+        return;
+    auto* selector = new QtModuleButtonSelector(QtModuleSelector::Left, true, true, true, true);
+    QObject::connect(w.list, QOverload<QString, int>::of(&QtModuleList::registered), selector,
+                     &QtModuleSelector::addModule);
+    QObject::connect(w.list, QOverload<QString, int>::of(&QtModuleList::activated), selector,
+                     &QtModuleSelector::moduleActivated);
+    w.window->setModuleSelector(selector);
+    w.list->generateEvents();
+}
+
+void configure(World& w) {
+    const DataPointer<AppBaseConfig> config(new AppBaseConfig);
+    w.inDialog([&] { exec<QtConfigDialog>(config, w.list.data(), w.window.data()); });
+}
+
+void editPatient(World& w) {
+    DataFactory::DialogOptions options;
+    options.parent = w.window;
+    const DataPointer<Patient> patient(new Patient);
+    patient->setPatientId(QStringLiteral("1"));
+    options.store = [] {
+        disturb();
+        return world && world->dice(2) ? CaError::nullError : CaError("Fault", "Not stored.");
+    };
+    w.inDialog(
+        [&] { (void)DataFactory::displayConfigurationDialog(patient.get(), nullptr, options); });
+}
+
+using Operation = void (*)(World&);
+
+// clang-format off
+constexpr Operation operations[] = {
+    [](World& w) {
+        if (w.list && w.modules.size() < mostObjects) {
+            w.modules.emplace_back(new Module(w.dice(100)));
+            w.list->registerModule(w.modules.back());
+        }
+    },
+    [](World& w) { if (w.list) w.list->activate(w.dice(mostObjects + 2) - 1); },
+    [](World& w) { if (w.list) w.list->next(); },
+    [](World& w) { if (w.list) w.list->previous(); },
+    [](World& w) { if (w.list) w.list->deactivateAll(); },
+    [](World& w) { if (w.list) w.list->disableModule(w.dice(mostObjects)); },
+    [](World& w) { if (w.list) w.list->enableModule(w.dice(mostObjects)); },
+    [](World& w) { w.destroy(w.any(w.modules)); },
+    [](World& w) { if (auto* m = w.any(w.modules)) delete m->getMainWidget(); },
+    [](World& w) { if (auto* m = w.any(w.modules)) delete m->getWidget(); },
+    [](World& w) { if (auto* m = w.any(w.modules)) m->setConfiguration(new Patient); },
+    [](World& w) { if (w.dice(10) == 0) { w.destroy(w.window); w.destroy(w.list); w.makeWindow(); } },
+    [](World& w) { if (w.dice(10) == 0) { w.destroy(w.list); w.destroy(w.window); w.makeWindow(); } },
+    [](World& w) { if (w.window) w.window->occupyWindow(w.panes()); },
+    [](World& w) { if (w.window) w.window->setTouchScreenMode(w.dice(2) == 0); },
+    [](World& w) { if (w.window) w.window->setVisible(w.dice(2) == 0); },
+    &addSelector,
+    &addControl,
+    &place,
+    &placeOverAll,
+    [](World& w) { w.panes()->freeResource(w.dice(5)); },
+    [](World& w) { if (auto* c = w.control()) (void)w.panes()->showControl(c->title()); },
+    [](World& w) { if (auto* c = w.control()) (void)w.panes()->hideControl(c->title()); },
+    [](World& w) { if (auto* c = w.control()) w.panes()->removeControl(c); },
+    [](World& w) { if (auto* c = w.control()) w.panes()->controlInvalid(c); },
+    [](World& w) { if (auto* c = w.control()) w.panes()->controlValid(c); },
+    [](World& w) { if (auto* c = w.control()) delete c->widget.data(); },
+    [](World& w) { w.destroy(w.control()); },
+    [](World& w) { w.panes()->hideAll(); },
+    [](World& w) { if (w.dice(5) == 0) w.destroy(w.panes()->getViewer()); },
+    [](World& w) { if (w.dice(5) == 0) w.destroy(w.panes()->getWindow()); },
+    &addTool,
+    [](World& w) { if (w.box) (void)w.box->connectTo(); },
+    [](World& w) { if (SurgicalTool* t = w.tool()) (void)w.box->removeTool(t->getName()); },
+    [](World& w) { if (w.dice(4) == 0) w.box.reset(); },
+    [](World& w) { if (w.group) { addWidget(w); } else { w.group = new QtDRBVisibilityBox(nullptr); } },
+    [](World& w) { delete w.any(w.widgets); },
+    [](World& w) { if (w.group) w.group->removeAllRigids(); },
+    [](World& w) { if (w.dice(4) == 0) delete w.group; },
+    &pollWidgets,
+    &makePatientCurrent,
+    [](World& w) { w.items.setStudy(DataPointer<Study>(w.dice(2) ? new Study : nullptr)); },
+    [](World& w) { w.items.setDataItem(DataPointer<Data>(w.dice(2) ? new Study : nullptr)); },
+    [](World& w) { w.items.setPatient({}); },
+    &destroyCurrentPatient,
+    [](World& w) { w.subjects.push_back(std::make_unique<CaSubject>()); },
+    &observe,
+    &observe,
+    [](World& w) { if (CaSubject* s = w.subject()) s->notify("event"); },
+    [](World& w) { if (CaSubject* s = w.subject()) s->notify("event"); },
+    &dropObserver,
+    &dropSubject,
+    [](World& w) { QtCaProgressMonitor::attach(w.dice(3) ? w.window.data() : nullptr); },
+    &work,
+    &cancelWork,
+    [](World&) { CaProgressMonitor::getInstance()->reset(); },
+    [](World&) { CaProgressMonitor::getInstance()->end(); },
+    [](World& w) { CaProgressMonitor::getInstance()->setProgress(w.dice(20)); },
+    [](World& w) { if (w.dice(5) == 0) CaProgressMonitor::setInstance(nullptr); },
+    [](World& w) {
+        w.own.emplace_back(*CaProgressMonitor::getInstance(), CaProgressMonitor::CANCELLED,
+                           [](auto&&...) { disturb(); });
+    },
+    &configure,
+    &editPatient,
+    [](World& w) { w.inDialog([&] { exec<vlr::SettingsEditorDialog>(w.window.data()); }); },
+    [](World& w) { w.inDialog([&] { exec<QtAboutDialog>(w.window.data()); }); },
+    [](World& w) {
+        w.inDialog([&] {
+            (void)QtMsgBox::postAndWait(w.window, QtMsgBox::MsgQuestion, "Question", "Is it?");
+        });
+    },
+    [](World& w) { w.inDialog([&] { if (w.window) w.window->close(); }); },
+};
+// clang-format on
+
+void World::act() {
+    if (m_nesting >= mostNesting)
+        return;
+    ++m_nesting;
+    const int number = dice(static_cast<int>(std::size(operations)));
+    if (qEnvironmentVariableIsSet("VLR_FAULTS_TRACE"))
+        nameCase("operation " + std::to_string(number) + " at depth " + std::to_string(m_nesting));
+    operations[number](*this);
+    --m_nesting;
+}
+
+World::~World() {
+    CaProgressMonitor::setInstance(nullptr);
+    m_nesting = mostNesting; // Nothing more happens by itself.
+    for (const auto& control : std::vector<QPointer<TestControl>>(controls))
+        destroy(control);
+    for (const auto& widget : std::vector<QPointer<QtRigidVisibilityWidget>>(widgets))
+        delete widget.data();
+    for (const auto& widget : panesContents)
+        delete widget.data();
+    delete group;
+    destroy(list);
+    destroy(window);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+    world = nullptr;
+}
+
+std::string schedule(long seed) {
+    World one(static_cast<quint32>(seed));
+    one.run();
+    for (const auto& control : std::vector<QPointer<TestControl>>(one.controls))
+        one.destroy(control);
+    return one.panes()->getNumberOfControls() > 0 ? "the list holds controls that are gone" : "";
+}
+
+} // namespace
+
+int actOwners(const QStringList& arguments) {
+    const QuietLog quiet;
+    createQtPatientConfigurationWidgetFactory();
+    linkDataToWidget(Patient::className, "QtPatientConfigurationWidget", "",
+                     DataFactory::configurationRecord, "");
+    return doCases(arguments, &schedule);
+}
+
+void faultOwners(Report& report) {
+    const long schedules = report.extent(300, 10000);
+    const CaseResults results = runCases(report, QStringLiteral("owners"), schedules);
+    report.done(std::to_string(schedules) + " random schedules of " +
+                std::to_string(stepsPerSchedule) + " operations, seeds from 0");
+    report.atMost("crashes and sanitizers' reports", results.crashes, 0);
+    report.atMost("schedules without end", results.stuck, 0);
+    report.atMost("dangling controls", results.bad, 0);
+}
