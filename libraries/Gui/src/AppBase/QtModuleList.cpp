@@ -31,11 +31,11 @@ QtModuleList::QtModuleList(QtAppMainWindow* mainWindow, QObject* parent)
     : QObject(parent), m_mainWindow(mainWindow) {}
 
 QtModuleList::~QtModuleList() {
-    for (const auto& proxy : m_proxies) {
+    for (int i = 0; i < count(); ++i) {
+        const QPointer<QtAppModuleProxy> proxy = this->proxy(i);
         if (!proxy)
             continue;
-        if (proxy->module())
-            disconnectModule(proxy->module());
+        disconnectModule(i);
         proxy->deactivate();
         proxy->storeConfiguration();
         delete proxy.data();
@@ -62,18 +62,16 @@ int QtModuleList::findIndex(QString name) const {
 }
 
 void QtModuleList::connectModule(QtAppModule* module) {
+    std::vector<QMetaObject::Connection>& connections = m_connections.emplace_back();
     for (const ModuleConnection& connection : toList)
-        connect(module, connection.signal, this, connection.slot);
+        connections.push_back(connect(module, connection.signal, this, connection.slot));
     for (const ModuleConnection& connection : toWindow)
-        connect(module, connection.signal, m_mainWindow, connection.slot);
+        connections.push_back(connect(module, connection.signal, m_mainWindow, connection.slot));
 }
 
-void QtModuleList::disconnectModule(QtAppModule* module) {
-    for (const ModuleConnection& connection : toList)
-        disconnect(module, connection.signal, this, connection.slot);
-    if (m_mainWindow)
-        for (const ModuleConnection& connection : toWindow)
-            disconnect(module, connection.signal, m_mainWindow, connection.slot);
+void QtModuleList::disconnectModule(int index) {
+    for (const QMetaObject::Connection& connection : m_connections[static_cast<std::size_t>(index)])
+        disconnect(connection);
 }
 
 int QtModuleList::registerModule(QtAppModule* module) {
