@@ -39,13 +39,11 @@ public:
         QPixmap result;
         if (QPixmapCache::find(key, &result))
             return result;
-        if (mode == QIcon::Normal) {
-            result = render(size);
-        } else {
+        result = mode == QIcon::Normal ? render(size) : pixmap(size, QIcon::Normal, state);
+        if (mode != QIcon::Normal && !result.isNull()) {
             QStyleOption option(0);
             option.palette = QGuiApplication::palette();
-            result = QApplication::style()->generatedIconPixmap(
-                mode, pixmap(size, QIcon::Normal, state), &option);
+            result = QApplication::style()->generatedIconPixmap(mode, result, &option);
         }
         QPixmapCache::insert(key, result);
         return result;
