@@ -34,12 +34,11 @@ QtModuleList::~QtModuleList() {
     // A module that takes the window away now must not take this along a second time.
     setParent(nullptr);
     // A module may register another one even while it is deactivated.
-    for (std::size_t i = 0; i < m_proxies.size(); ++i) {
-        const QPointer<QtAppModuleProxy> proxy = m_proxies[i];
+    for (int i = 0; i < count(); ++i) {
+        const QPointer<QtAppModuleProxy> proxy = this->proxy(i);
         if (!proxy)
             continue;
-        if (proxy->module())
-            disconnectModule(proxy->module());
+        disconnectModule(i);
         proxy->deactivate();
         if (proxy)
             proxy->storeConfiguration();
@@ -67,18 +66,16 @@ int QtModuleList::findIndex(QString name) const {
 }
 
 void QtModuleList::connectModule(QtAppModule* module) {
+    std::vector<QMetaObject::Connection>& connections = m_connections.emplace_back();
     for (const ModuleConnection& connection : toList)
-        connect(module, connection.signal, this, connection.slot);
+        connections.push_back(connect(module, connection.signal, this, connection.slot));
     for (const ModuleConnection& connection : toWindow)
-        connect(module, connection.signal, m_mainWindow, connection.slot);
+        connections.push_back(connect(module, connection.signal, m_mainWindow, connection.slot));
 }
 
-void QtModuleList::disconnectModule(QtAppModule* module) {
-    for (const ModuleConnection& connection : toList)
-        disconnect(module, connection.signal, this, connection.slot);
-    if (m_mainWindow)
-        for (const ModuleConnection& connection : toWindow)
-            disconnect(module, connection.signal, m_mainWindow, connection.slot);
+void QtModuleList::disconnectModule(int index) {
+    for (const QMetaObject::Connection& connection : m_connections[static_cast<std::size_t>(index)])
+        disconnect(connection);
 }
 
 // Modules, and whoever listens to them, may destroy the list, for example by ending the

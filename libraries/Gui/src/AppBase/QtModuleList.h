@@ -71,7 +71,7 @@ private:
     QString name(int index) const;
     int findIndex(QString name) const;
     void connectModule(QtAppModule* module);
-    void disconnectModule(QtAppModule* module);
+    void disconnectModule(int index);
     void setModuleEnabled(int index, bool enable);
     void announceActivation(int index);
     void activateProxy(int index);
@@ -79,5 +79,6 @@ private:
 
     QPointer<QtAppMainWindow> m_mainWindow;
     std::vector<QPointer<QtAppModuleProxy>> m_proxies;
+    std::vector<std::vector<QMetaObject::Connection>> m_connections; // of each module
     int m_currentIndex = -1;
 };
