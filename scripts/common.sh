@@ -44,8 +44,8 @@ as_root() {
     fi
 }
 
-# Installs the packages of the lists, mostly packages.txt alone, that are missing. Where that cannot be tried for want of
-# apt-get, what is there may still do: configuring the build will tell.
+# Installs the packages of the lists, mostly packages.txt alone, that are missing. Where that cannot
+# be tried for want of apt-get, what is there may still do: configuring the build will tell.
 ensure_packages() {
     local -a missing
     if ! have apt-get || ! have dpkg-query; then

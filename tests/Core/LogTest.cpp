@@ -110,6 +110,8 @@ TEST(Log, TheFileIsWhereTheApplicationKeepsItsData) {
     expectInPlace("the organization's name");
     qputenv("XDG_DATA_HOME", testFolder().toUtf8());
     expectInPlace("the folder of data");
+    qputenv("HOME", testFolder().toUtf8());
+    expectInPlace("a home that is the folder of data");
     qunsetenv("XDG_DATA_HOME");
     expectInPlace("no folder of data");
     QStandardPaths::setTestModeEnabled(true);

@@ -234,6 +234,21 @@ TEST_F(ImageWidgetTest, SixteenBitsAreShownAndKept) {
     EXPECT_TRUE(widget.getQImage().isNull());
 }
 
+// An image may lie in memory of the application, which is not the widget's to draw into.
+TEST_F(ImageWidgetTest, LeavesTheMemoryOfAnEarlierImageAlone) {
+    constexpr int edge = 8;
+    std::vector<quint32> pixels(edge * edge, 0xff123456U);
+    widget.resize(edge, edge);
+    widget.setImage(
+        QImage(reinterpret_cast<uchar*>(pixels.data()), edge, edge, QImage::Format_RGB32));
+    EXPECT_EQ(widget.at(4, 4), QColor(0x12, 0x34, 0x56));
+    QImage grey(edge, edge, QImage::Format_Grayscale8);
+    grey.fill(7);
+    widget.setImage(grey);
+    EXPECT_EQ(widget.at(4, 4), QColor(7, 7, 7));
+    EXPECT_EQ(pixels, std::vector<quint32>(edge * edge, 0xff123456U));
+}
+
 TEST_F(ImageWidgetTest, OverlaysAreDrawnInOrderInImageCoordinates) {
     widget.setScalingMode(ImageWidget::Centered, ImageWidget::Fast);
     widget.setImage(filled(50, 50)); // drawn at (50, 0), twice as large

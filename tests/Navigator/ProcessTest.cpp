@@ -230,9 +230,11 @@ TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
         {"nothing", {}, {}, 0, "ok     module        Patients\n"},
         {"a setting of the wrong kind", settings, "[Velora]\nApplication\\MaxPatientID=many\n", 1,
          "FAULT  setting       Velora/Application/MaxPatientID: \"many\" is not"},
+        {"damaged settings", settings, "damaged", 1, "FAULT  settings      "},
         {"a damaged configuration", configurationFolder() + QStringLiteral("/Images.xml"), "<vlr",
          1, "FAULT  configuration Images.xml: line 1"},
     };
+    const QDir data(qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Navigator"));
     for (const auto& one : cases) {
         if (!one.file.isEmpty())
             writeFile(one.file, one.content);
@@ -244,5 +246,6 @@ TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
             EXPECT_EQ(readFile(one.file), one.content) << one.what;
             QFile::remove(one.file);
         }
+        EXPECT_EQ(data.entryList(QDir::Files), QStringList()) << one.what;
     }
 }

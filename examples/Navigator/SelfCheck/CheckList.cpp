@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <iostream>
+#include <utility>
 
 CheckList::CheckList()
     : m_listener(vlr::Log::addListener([this](const vlr::LogRecord& record) { collect(record); })) {
@@ -16,20 +17,27 @@ void CheckList::collect(const vlr::LogRecord& record) {
                             record.level == vlr::LogLevel::Info ||
                             record.level == vlr::LogLevel::UserInfo;
     // The column of layout buttons writes an empty line whenever it grows.
-    if (!isHarmless && !record.text.empty())
-        m_records.push_back(record.text);
+    if (isHarmless || record.text.empty())
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_records.push_back(record.text);
+}
+
+std::vector<std::string> CheckList::takeRecords() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_records, {});
 }
 
 void CheckList::check(const char* kind, const QString& subject,
                       const std::function<QString()>& problem) {
-    m_records.clear();
+    (void)takeRecords(); // Of before.
     std::string fault;
     try {
         fault = problem().toStdString();
     } catch (const std::exception& exception) {
         fault = exception.what();
     }
-    for (const std::string& record : m_records)
+    for (const std::string& record : takeRecords())
         if (fault.find(record) == std::string::npos)
             fault += (fault.empty() ? "" : " ") + record;
     ++m_count;

@@ -5,6 +5,8 @@
 #include <QtCore/QString>
 
 #include <functional>
+#include <mutex>
+#include <string>
 #include <vector>
 
 /// Checks one thing after the other and prints a line for each on standard output.
@@ -30,7 +32,9 @@ public:
 
 private:
     void collect(const vlr::LogRecord& record);
+    std::vector<std::string> takeRecords();
 
+    std::mutex m_mutex; ///< Records come from any thread.
     std::vector<std::string> m_records;
     int m_listener;
     int m_count = 0;

@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr int longestSilence = 60000; // milliseconds
+
 // What modules say for developers is left out.
 void forward(const QByteArray& line) {
     if (line.startsWith("ok ") || line.startsWith("FAULT "))
@@ -28,10 +30,14 @@ QString partsProblem() {
     child.setProcessEnvironment(ownEnvironment(home.path()));
     std::cout << std::flush;
     child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--self-check-parts")});
-    while (child.canReadLine() || child.waitForReadyRead(-1))
+    while (child.canReadLine() || child.waitForReadyRead(longestSilence))
         while (child.canReadLine())
             forward(child.readLine());
-    child.waitForFinished(-1);
+    if (child.state() != QProcess::NotRunning && !child.waitForFinished(longestSilence)) {
+        child.kill();
+        child.waitForFinished();
+        return QStringLiteral("The program does not go on.");
+    }
     if (child.exitStatus() != QProcess::NormalExit)
         return QStringLiteral("The program broke down.");
     return child.exitCode() == 0 ? QString() : QStringLiteral("There were faults.");

@@ -17,6 +17,10 @@
 #include <QtCore/QStandardPaths>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTranslator>
+#include <QtCore/QUrl>
+#include <QtCore/QUuid>
+
+#include <algorithm>
 
 namespace {
 
@@ -45,6 +49,19 @@ QString folderProblem(const QString& folder) {
                : QString();
 }
 
+// A record is only in the file when it can be read there.
+QString logProblem() {
+    const QByteArray mark = "Self-check " + QUuid::createUuid().toByteArray();
+    VLR_LOG(Info) << mark.constData();
+    vlr::Log::flush();
+    QFile file(QFile::decodeName(vlr::Log::filePath().c_str()));
+    constexpr qint64 enough = 4096;
+    if (!file.open(QIODevice::ReadOnly) || !file.seek(std::max<qint64>(0, file.size() - enough)))
+        return QStringLiteral("It cannot be written.");
+    return file.readAll().contains(mark) ? QString()
+                                         : QStringLiteral("What is logged does not get there.");
+}
+
 void checkStorage(CheckList& list) {
     QStringList folders;
     for (const auto place : {QStandardPaths::AppConfigLocation, QStandardPaths::AppDataLocation,
@@ -53,16 +70,17 @@ void checkStorage(CheckList& list) {
     folders.removeDuplicates();
     for (const QString& folder : qAsConst(folders))
         list.check("storage", folder, [&] { return folderProblem(folder); });
-    VLR_LOG(Info) << "Self-check";
-    list.check("log", QString::fromStdString(vlr::Log::filePath()), [] {
-        return vlr::Log::filePath().empty() ? QStringLiteral("It cannot be written.") : QString();
-    });
+    list.check("log", QStringLiteral("the log file"), &logProblem);
 }
 
-void checkSettings(CheckList& list) {
-    QHash<QString, QVariant> values;
-    list.check("settings", vlr::Settings::filePath(),
-               [&] { return text(vlr::Settings::look(values)); });
+// Gives the values, and whether they could be read: to ask for one of them would set a damaged
+// file aside.
+bool checkSettings(CheckList& list, QHash<QString, QVariant>& values) {
+    CaError error;
+    list.check("settings", vlr::Settings::filePath(), [&] {
+        error = vlr::Settings::look(values);
+        return text(error);
+    });
     for (const vlr::KnownSetting& setting : vlr::knownSettings())
         list.check("setting", setting.key, [&] {
             const QVariant stored = values.value(setting.key);
@@ -71,6 +89,7 @@ void checkSettings(CheckList& list) {
             return QStringLiteral("\"%1\" is not %2.")
                 .arg(vlr::rawSettingText(stored), vlr::describe(setting.type));
         });
+    return error == CaError::nullError;
 }
 
 QString documentProblem(const QString& path) {
@@ -89,6 +108,18 @@ void checkConfigurations(CheckList& list) {
     for (const QFileInfo& file : files)
         list.check("configuration", file.fileName(),
                    [&] { return documentProblem(file.filePath()); });
+}
+
+// To open one that is not there would make it.
+bool isRepositoryThere(const QHash<QString, QVariant>& settings) {
+    const QUrl url(
+        settings.value(QStringLiteral("Velora/Application/PatientRepository")).toString());
+    if (!url.isEmpty() && url.scheme() != QLatin1String("sqlite"))
+        return true;
+    return QFile::exists(url.isEmpty()
+                             ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                                   QStringLiteral("/patients.sqlite")
+                             : url.path());
 }
 
 void checkPatients(CheckList& list) {
@@ -134,8 +165,16 @@ void checkTranslations(CheckList& list) {
 
 void checkSite(CheckList& list) {
     checkStorage(list);
-    checkSettings(list);
+    QHash<QString, QVariant> settings;
+    const bool areSettingsReadable = checkSettings(list, settings);
     checkConfigurations(list);
-    checkPatients(list);
+    if (areSettingsReadable && isRepositoryThere(settings))
+        checkPatients(list);
+    else
+        list.check("patients", QStringLiteral("no repository yet"), [&] {
+            return areSettingsReadable
+                       ? QString()
+                       : QStringLiteral("Where it is stands in the settings, which are damaged.");
+        });
     checkTranslations(list);
 }

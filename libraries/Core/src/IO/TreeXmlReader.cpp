@@ -7,6 +7,7 @@
 #include <expat.h>
 #include <memory>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -160,7 +161,8 @@ private:
             isLast = end == static_cast<std::size_t>(m_document.size());
             if (values > mostValues) {
                 feed(fed, begin, false);
-                refuse("an element with more than " + std::to_string(mostValues) + " attributes");
+                refuse("an element with more than " + std::to_string(mostValues) + " attributes",
+                       lineOf(m_document.indexOf('<', static_cast<int>(begin))));
             } else if (isLast || end - fed >= pieceSize) {
                 feed(fed, end, isLast);
                 fed = end;
@@ -184,9 +186,13 @@ private:
 
     // The parser may still tell some of what it has found before it stops.
     void refuse(const std::string& fault) {
+        refuse(fault, XML_GetCurrentLineNumber(m_parser.get()));
+    }
+
+    void refuse(const std::string& fault, XML_Size line) {
         if (fault.empty() || !m_fault.empty())
             return;
-        m_fault = "line " + std::to_string(XML_GetCurrentLineNumber(m_parser.get())) + ": " + fault;
+        m_fault = "line " + std::to_string(line) + ": " + fault;
         XML_StopParser(m_parser.get(), XML_FALSE);
     }
 
@@ -214,6 +220,11 @@ private:
             refuse(TreeRules::checkNames(*m_open.back()));
             m_open.pop_back();
         }
+    }
+
+    XML_Size lineOf(int position) const {
+        const auto newlines = std::count(m_document.begin(), m_document.begin() + position, '\n');
+        return static_cast<XML_Size>(newlines) + 1;
     }
 
     void refuseElement(std::string_view name) {

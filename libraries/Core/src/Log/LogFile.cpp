@@ -50,7 +50,8 @@ LogPlace LogPlace::now() {
     place.application = QCoreApplication::applicationName();
     if (!place.isTest) // which leaves only the home of the user
         place.home = qgetenv("XDG_DATA_HOME");
-    if (place.home.isEmpty())
+    place.hasDataHome = !place.home.isEmpty();
+    if (!place.hasDataHome)
         place.home = qgetenv("HOME");
     return place;
 }
@@ -58,7 +59,7 @@ LogPlace LogPlace::now() {
 bool LogPlace::operator!=(const LogPlace& other) const {
     return hasApplication != other.hasApplication || isTest != other.isTest ||
            organization != other.organization || application != other.application ||
-           home != other.home;
+           hasDataHome != other.hasDataHome || home != other.home;
 }
 
 std::string logFilePath() {

@@ -17,6 +17,7 @@ struct LogPlace {
     bool isTest = false; ///< QStandardPaths::setTestModeEnabled()
     QString organization;
     QString application;
+    bool hasDataHome = false;
     QByteArray home; ///< The folder of the user's data or, without one, the user's home.
 
     static LogPlace now();

@@ -72,7 +72,8 @@ void ImageWidget::removeImage() {
 void ImageWidget::display(const QImage& image) {
     m_image = image;
     m_drawnFor = QSize();
-    if (image.isNull())
+    // What is shared with the old image is let go; it may lie in memory of the application.
+    if (image.isNull() || !m_isDrawnOwn)
         m_drawn = QImage();
     placeImage();
 }
@@ -149,14 +150,18 @@ const QImage& ImageWidget::drawn() {
     const auto transformation =
         m_transformationMode == Fast ? Qt::FastTransformation : Qt::SmoothTransformation;
     if (m_image.format() == QImage::Format_Grayscale8) {
+        if (!m_isDrawnOwn)
+            m_drawn = QImage(); // Not to be drawn into.
         scaleGrey(m_image, wanted, transformation, m_drawn);
     } else {
         m_drawn = forScreen(m_image);
         if (m_drawn.size() != wanted)
             m_drawn = m_drawn.scaled(wanted, Qt::IgnoreAspectRatio, transformation);
     }
+    m_isDrawnOwn = m_image.format() == QImage::Format_Grayscale8;
     m_drawn.setDevicePixelRatio(ratio);
-    m_drawnFor = wanted;
+    // Without memory for it, the next paint tries again.
+    m_drawnFor = m_drawn.isNull() ? QSize() : wanted;
     return m_drawn;
 }
 

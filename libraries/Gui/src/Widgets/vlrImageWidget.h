@@ -115,8 +115,9 @@ private:
     bool m_dragEnabled = false;
     bool m_mayDrag = false; ///< The button that was pressed has not begun a drag yet.
     QAction* m_saveAction;
-    QImage m_drawn;   ///< The image as it is on the screen, or memory for the next one.
-    QSize m_drawnFor; ///< Its size in device pixels; not valid when it must be made anew.
+    QImage m_drawn;            ///< The image as it is on the screen, or memory for the next one.
+    bool m_isDrawnOwn = false; ///< Not shared with an image of the application.
+    QSize m_drawnFor;          ///< Its size in device pixels; not valid when it must be made anew.
 };
 
 } // namespace vlr
