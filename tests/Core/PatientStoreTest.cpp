@@ -240,3 +240,16 @@ TEST(URI, NamesFilesPatientsAndParts) {
     EXPECT_FALSE(vlr::URI::patient(QString()).isValid());
     EXPECT_FALSE(vlr::URI::file(QStringLiteral("/tmp/x")).part(odd, odd).isValid());
 }
+
+// SQLite itself would take it for a new database.
+TEST(PatientStore, ADatabaseThatIsCutToItsHeaderIsRefusedAndStays) {
+    const QString path = vlrTest::testFolder() + QStringLiteral("/cut.sqlite");
+    const QByteArray rest = QByteArray("SQLite format 3").leftJustified(100, '\0');
+    for (const int size : {1, 100}) {
+        vlrTest::writeFile(path, rest.left(size));
+        CaError error;
+        EXPECT_EQ(vlr::PatientStore::open(QStringLiteral("sqlite:") + path, error), nullptr);
+        EXPECT_NE(error.text().find("it is cut off"), std::string::npos) << error.text();
+        EXPECT_EQ(vlrTest::readFile(path), rest.left(size));
+    }
+}

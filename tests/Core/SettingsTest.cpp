@@ -211,6 +211,19 @@ TEST(Settings, AFileThatWasCutOffIsDamaged) {
     EXPECT_EQ(Settings::get(QStringLiteral("a"), 7) + Settings::get(QStringLiteral("c"), 7), 4);
 }
 
+// What looks as if it held a setting, and does not, must not be taken for a passing failure for
+// ever.
+TEST(Settings, AFileWithoutAnySettingIsKeptAsideAndReplaced) {
+    int files = 0;
+    for (const char* content : {"\xEF\xBB\xBF; a=b was a setting\n", "foo ; a=b\n"}) {
+        writeSettings(content);
+        expectLog(LogLevel::Warning, "it is not a settings file");
+        EXPECT_EQ(Settings::get(QStringLiteral("a"), 7), 7) << content;
+        EXPECT_EQ(Settings::set(QStringLiteral("a"), 1), CaError::nullError) << content;
+        EXPECT_EQ(keptAside().size(), ++files) << content;
+    }
+}
+
 TEST(Settings, DamageFoundWhileWritingCostsNoOtherValue) {
     const QString other = QStringLiteral("other");
     for (const int value : {2, 1}) { // of which one is no change of what is known

@@ -41,12 +41,17 @@ void clearFolder(const QString& path) {
         QFile::remove(file.filePath());
 }
 
-// In its place or beside it. A database is a file that is worked in, so that its size has to do.
+// In its place or beside it. Opening a database may change its first page, but none behind that.
 bool isKept(const Record& record, const QByteArray& bytes) {
-    for (const QFileInfo& file : filesBeside(record.file()))
-        if (file.size() >= bytes.size() &&
-            (file.suffix() == QLatin1String("sqlite") || contentOf(file.filePath()) == bytes))
+    constexpr int firstPage = 4096;
+    for (const QFileInfo& file : filesBeside(record.file())) {
+        const QByteArray content = contentOf(file.filePath());
+        const bool isDatabase =
+            file.suffix() == QLatin1String("sqlite") && bytes.size() > firstPage;
+        if (content == bytes || (isDatabase && content.mid(firstPage, bytes.size() - firstPage) ==
+                                                   bytes.mid(firstPage)))
             return true;
+    }
     return bytes.isEmpty();
 }
 

@@ -57,6 +57,8 @@ void limitFiles(Report& report) {
         for (qint64 limit = 0; limit < size; limit += step)
             (void)storer.store("limit " + QByteArray::number(limit));
         sum.add(storer);
+        report.atLeast(std::string("file-size limit: saves refused of the ") + victim.name,
+                       storer.refused(), 1);
     }
     sum.figures("file-size limit", report);
 }

@@ -65,6 +65,11 @@ CaError SqlPatientStore::openFile() {
                                       "sqlite:/folder/patients.sqlite"));
     if (file.exists() && !file.isFile())
         return failure(QStringLiteral("not a regular file"));
+    // SQLite takes what is shorter than the header of a database for an empty one, and patients
+    // would be gone without a word.
+    constexpr qint64 shortestDatabase = 512;
+    if (file.size() > 0 && file.size() < shortestDatabase)
+        return failure(QStringLiteral("it is cut off"));
     if (makePrivateFolder(file.path()) != 0)
         return failure(QStringLiteral("the folder cannot be created"));
     CaError error = addDatabase(QStringLiteral("QSQLITE"));

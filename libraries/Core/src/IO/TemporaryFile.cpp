@@ -14,6 +14,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vlr {
 
@@ -95,11 +96,16 @@ ScratchFolder::ScratchFolder() {
             return;
         }
         m_descriptor = openFolder(m_path);
-        // Without a lock it may be swept in an hour, which is far away.
-        if (m_descriptor < 0 || claim(m_descriptor, m_path))
+        m_error = m_descriptor < 0 ? errno : 0;
+        // Where locks are not known it may be swept in an hour, which is far away.
+        if (m_descriptor >= 0 && claim(m_descriptor, m_path))
             return;
-        close(m_descriptor);
         rmdir(m_path.constData());
+        if (m_descriptor < 0) { // Nobody else could tell that it is in use.
+            m_path.clear();
+            return;
+        }
+        close(std::exchange(m_descriptor, -1));
     }
     m_path.clear();
     m_error = EBUSY;

@@ -112,9 +112,11 @@ int coefficientsPerPixel(QIODevice& file) {
             ++position;
             continue;
         }
-        if (marker >= 0xc0 && marker <= 0xc2) {
+        // 0xc4, 0xc8 and 0xcc among them are something else.
+        if ((marker & 0xf0U) == 0xc0 && (marker & 0x03U) <= 2 && (marker & 0x07U) != 4 &&
+            marker != 0xc8) {
             colours = static_cast<uchar>(segment.at(9));
-            isKept = marker == 0xc2;
+            isKept = (marker & 0x03U) == 2; // progressive
         } else if (marker == 0xda) {
             isKept = isKept || static_cast<uchar>(segment.at(4)) < colours;
             break;
@@ -223,13 +225,16 @@ CaError checkEnd(QIODevice& file, const QString& name, const QByteArray& format)
         return imageError("tooLarge", name,
                           QStringLiteral("has %1, more than %2")
                               .arg(megabytes(file.size()), megabytes(defaultImageLimit)));
+    const QByteArray jpeg = format == "jpeg" ? file.readAll() : QByteArray();
+    if (format == "jpeg" && jpeg.size() < file.size())
+        return CaError(passingReadError, name.toStdString() + " cannot be read at present.");
     const PngChunks png = format == "png" ? walkPng(file, "IEND") : PngChunks();
     const CaError error = checkTexts(png, name);
     if (!error.isNull())
         return error;
     const bool isComplete = format == "png"    ? png.isWhole
                             : format == "bmp"  ? endsAsBmp(file)
-                            : format == "jpeg" ? endsAsJpeg(file.readAll())
+                            : format == "jpeg" ? endsAsJpeg(jpeg)
                                                : true; // libtiff notices
     return isComplete ? CaError::nullError
                       : imageError("damaged", name, QStringLiteral("is cut off"));

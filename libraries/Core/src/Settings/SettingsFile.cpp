@@ -81,6 +81,21 @@ bool holdsAssignment(const QByteArray& bytes) {
     });
 }
 
+// QSettings takes a read that fails for the end of the file. Where it finds nothing in bytes that
+// look as if they held something, a copy is to say the same.
+bool isWithoutSettings(const QString& iniFile, const QByteArray& bytes) {
+    if (!holdsAssignment(bytes))
+        return true;
+    QByteArray read;
+    const ScratchFolder scratch;
+    const QString copy = scratch.path() + QStringLiteral("/copy.ini");
+    if (scratch.error() != 0 || !readWhole(iniFile, fileLimit, read).isNull() || read != bytes ||
+        !QFile::copy(iniFile, copy))
+        return false;
+    const QSettings again(copy, QSettings::IniFormat);
+    return again.allKeys().isEmpty() && again.status() != QSettings::AccessError;
+}
+
 // Reads the file, which holds these bytes.
 CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
     if (holdsSerialisedObject(bytes))
@@ -95,8 +110,8 @@ CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
         if (isSettingsKey(key))
             read.insert(key, ini.value(key));
     // Too many open files, for example, say nothing about what the file holds.
-    // QSettings takes a read that fails for the end of the file.
-    if (ini.status() == QSettings::AccessError || (keys.isEmpty() && holdsAssignment(bytes)))
+    if (ini.status() == QSettings::AccessError ||
+        (keys.isEmpty() && !isWithoutSettings(iniFile, bytes)))
         return settingsError(
             "noScratch",
             QStringLiteral("The settings file \"%1\" cannot be read at present.").arg(iniFile));

@@ -42,7 +42,8 @@ void QtAppModuleProxy::activate() {
     if (!self || !impl() || impl()->isActive())
         return;
     impl()->preActivate();
-    placeMainWidget();
+    if (self && impl())
+        placeMainWidget();
     if (self && impl() && impl()->isActive())
         m_module->activate();
     if (!self || !impl()) {
