@@ -267,7 +267,7 @@ private:
     void readAttribute(Attributes attributes) {
         m_isInLeaf = true;
         DataTreeNode& node = *m_open.back();
-        refuse(m_rules.checkAttributeCount(node.attributes().size() + 1));
+        refuse(m_rules.checkCount(node.attributes().size() + 1, "attributes"));
         node.appendAttribute(text(attributes, "name"), text(attributes, "value"));
     }
 
@@ -275,7 +275,8 @@ private:
         m_isInLeaf = true;
         DataTreeNode& node = *m_open.back();
         node.addBinaryPart(text(attributes, "name"));
-        refuse(m_rules.checkPartCount(static_cast<std::size_t>(node.binaryParts().size())));
+        refuse(m_rules.checkCount(static_cast<std::size_t>(node.binaryParts().size()),
+                                  "binary parts"));
     }
 
     const QByteArray& m_document;

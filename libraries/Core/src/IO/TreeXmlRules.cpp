@@ -46,17 +46,10 @@ std::string TreeRules::addItem(std::size_t ancestors) {
     return {};
 }
 
-std::string TreeRules::checkAttributeCount(std::size_t count) const {
+std::string TreeRules::checkCount(std::size_t count, const char* ofWhat) const {
     if (count > static_cast<std::size_t>(std::max(m_limits.attributesPerNode, 0)))
-        return "an item with more than " + std::to_string(m_limits.attributesPerNode) +
-               " attributes";
-    return {};
-}
-
-std::string TreeRules::checkPartCount(std::size_t count) const {
-    if (count > static_cast<std::size_t>(std::max(m_limits.attributesPerNode, 0)))
-        return "an item with more than " + std::to_string(m_limits.attributesPerNode) +
-               " binary parts";
+        return "an item with more than " + std::to_string(m_limits.attributesPerNode) + ' ' +
+               ofWhat;
     return {};
 }
 

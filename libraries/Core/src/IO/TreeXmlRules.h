@@ -17,9 +17,9 @@ public:
 
     /// One more item, under so many others.
     std::string addItem(std::size_t ancestors);
-    /// The item has so many attributes, the last of them perhaps not complete yet.
-    std::string checkAttributeCount(std::size_t count) const;
-    std::string checkPartCount(std::size_t count) const;
+    /// The item has so many "attributes" or "binary parts", the last of them perhaps not complete
+    /// yet. Both have the same limit.
+    std::string checkCount(std::size_t count, const char* ofWhat) const;
     /// To be asked once the item has all of its attributes.
     static std::string checkNames(const DataTreeNode& item);
 

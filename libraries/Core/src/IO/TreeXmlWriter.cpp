@@ -198,9 +198,10 @@ private:
     void check(const DataTreeNode& node) {
         m_fault = m_rules.addItem(m_ancestors);
         if (m_fault.empty())
-            m_fault = m_rules.checkAttributeCount(node.attributes().size());
+            m_fault = m_rules.checkCount(node.attributes().size(), "attributes");
         if (m_fault.empty())
-            m_fault = m_rules.checkPartCount(static_cast<std::size_t>(node.binaryParts().size()));
+            m_fault = m_rules.checkCount(static_cast<std::size_t>(node.binaryParts().size()),
+                                         "binary parts");
         if (m_fault.empty())
             m_fault = TreeRules::checkNames(node);
     }

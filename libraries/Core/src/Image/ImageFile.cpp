@@ -96,9 +96,9 @@ CaError checkTexts(const PngChunks& chunks, const QString& name) {
                       QStringLiteral("has more compressed texts or profiles than an image needs"));
 }
 
-// The bytes of one sample of each pixel's colours where the JPEG comes in several scans, as a
-// progressive one does: its decoder then keeps the coefficients of all of them. The walk ends at
-// the first scan and leaves the file where it was.
+// How many coefficients the decoder keeps for each pixel: one for each colour of a JPEG that comes
+// in several scans, as a progressive one does, otherwise none. The walk ends at the first scan and
+// leaves the file where it was.
 int coefficientsPerPixel(QIODevice& file) {
     const qint64 start = file.pos();
     int colours = 0;

@@ -9,8 +9,6 @@
 #include <QtCore/QLocale>
 #include <QtCore/QTranslator>
 
-#include <algorithm>
-
 namespace vlr {
 
 namespace {
