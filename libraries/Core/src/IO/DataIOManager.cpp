@@ -138,8 +138,9 @@ enum class Use { Reading, Listing, Storing };
 vlr::PatientStore* currentRepository(Use use, CaError& error) {
     Repository& repository = openRepository();
     if (repository.store && repository.store->isTakenAway()) {
-        VLR_LOG(Warning) << "The patient repository was renamed, replaced or removed while this "
-                            "program had it open. It is opened anew.";
+        VLR_LOG(Warning) << "The patient repository was renamed, replaced or removed, or its "
+                            "server disconnected, while this program had it open. It is opened "
+                            "anew.";
         repository.store.reset();
     }
     const std::string whyReadOnly = repository.store ? repository.store->whyReadOnly() : "";

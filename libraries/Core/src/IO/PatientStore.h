@@ -46,7 +46,7 @@ public:
 
     /// Why the repository could be opened for reading only; empty where it can be written to.
     virtual std::string whyReadOnly() const = 0;
-    /// Whether what was opened is no longer what the URL names.
+    /// Whether what was opened is no longer what the URL names, or no longer answers.
     virtual bool isTakenAway() const = 0;
 
     virtual CaError list(std::vector<MetaInformation>& patients) = 0;

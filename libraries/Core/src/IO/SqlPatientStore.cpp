@@ -37,7 +37,7 @@ SqlPatientStore::SqlPatientStore(const QUrl& url)
 SqlPatientStore::~SqlPatientStore() {
     // SQLite leaves the changes beside a file that was moved, where they would be lost as soon as
     // a new one takes its place.
-    if (isTakenAway())
+    if (isFileGone())
         (void)run(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
     m_database.close();
     m_database = QSqlDatabase();
@@ -47,15 +47,18 @@ SqlPatientStore::~SqlPatientStore() {
 CaError SqlPatientStore::failure(const QString& reason) const {
     return CaError("PatientStore::failed", "Patient repository \"" +
                                                m_url.toString(QUrl::RemovePassword).toStdString() +
-                                               "\": " + reason.trimmed().toStdString());
+                                               "\": " + reason.simplified().toStdString());
 }
 
-// A full disk shows itself at prepare(); exec() would then speak of a parameter count.
+// A full disk shows itself at prepare(); exec() would then speak of a parameter count. PostgreSQL
+// prepares neither transactions nor tables, so what has no values is run as it stands.
 CaError SqlPatientStore::query(const QString& sql, const QVariantList& values, QSqlQuery& query) {
     if (!m_database.isOpen())
         return failure(QStringLiteral("it is closed"));
     query = QSqlQuery(m_database);
     query.setForwardOnly(true);
+    if (values.isEmpty())
+        return query.exec(sql) ? CaError::nullError : failure(query.lastError().text());
     if (!query.prepare(sql))
         return failure(query.lastError().text());
     for (const QVariant& value : values)
@@ -78,9 +81,7 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, con
     if (error != CaError::nullError)
         return error;
     // What is read here decides what is written, so SQLite must take the write lock first.
-    error =
-        run(m_database.driverName() == QLatin1String("QSQLITE") ? QStringLiteral("BEGIN IMMEDIATE")
-                                                                : QStringLiteral("BEGIN"));
+    error = run(isServer() ? QStringLiteral("BEGIN") : QStringLiteral("BEGIN IMMEDIATE"));
     if (error != CaError::nullError)
         return error;
     error = work();

@@ -14,7 +14,8 @@
 namespace vlr {
 
 /// A repository in an SQL database: SQLite in a file, or PostgreSQL when several workstations
-/// share one. Both run the same statements; only opening and beginning differ.
+/// share one. Both run the same statements; only opening and beginning differ. A lock of somebody
+/// else is waited for at most 5 seconds, and so is a server that is gone.
 class SqlPatientStore : public PatientStore {
 public:
     static std::unique_ptr<PatientStore> open(const QUrl& url, CaError& error);
@@ -42,6 +43,8 @@ private:
     CaError openFileForReading(const CaError& reason);
     CaError readVersion(int& version);
     CaError makeTables();
+    bool isServer() const;
+    bool isFileGone() const;
     CaError checkWritable() const;
     CaError checkId(const StoredPatient& patient);
     CaError storePatientRow(const StoredPatient& patient);

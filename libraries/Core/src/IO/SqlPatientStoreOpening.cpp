@@ -14,6 +14,9 @@ namespace {
 
 constexpr int schemaVersion = 1;
 
+// The advisory lock on a server under which the tables are made; any number that stays the same.
+constexpr int lockOfTheTables = 1668246642;
+
 // BYTEA is PostgreSQL's name for bytes; SQLite takes any name and stores bytes as bytes.
 const char* const tables[] = {
     "CREATE TABLE IF NOT EXISTS repository (version INTEGER NOT NULL)",
@@ -46,7 +49,7 @@ CaError SqlPatientStore::addDatabase(const QString& driver) {
 }
 
 CaError SqlPatientStore::openServer() {
-    const CaError error = addDatabase(QStringLiteral("QPSQL"));
+    CaError error = addDatabase(QStringLiteral("QPSQL"));
     if (error != CaError::nullError)
         return error;
     m_database.setHostName(m_url.host());
@@ -54,7 +57,12 @@ CaError SqlPatientStore::openServer() {
     m_database.setUserName(m_url.userName());
     m_database.setPassword(m_url.password());
     m_database.setDatabaseName(m_url.path().mid(1));
-    return m_database.open() ? makeTables() : failure(m_database.lastError().text());
+    // A server that is gone is given up after 5 seconds: 3 for noticing it, 2 for reaching it anew.
+    m_database.setConnectOptions(QStringLiteral("connect_timeout=2;tcp_user_timeout=3000"));
+    if (!m_database.open())
+        return failure(m_database.lastError().text());
+    error = run(QStringLiteral("SET lock_timeout = 5000"));
+    return error == CaError::nullError ? makeTables() : error;
 }
 
 CaError SqlPatientStore::openFile() {
@@ -127,8 +135,17 @@ std::optional<SqlPatientStore::FileIdentity> SqlPatientStore::identity(const QSt
     return FileIdentity(status.st_dev, status.st_ino);
 }
 
-bool SqlPatientStore::isTakenAway() const {
+bool SqlPatientStore::isServer() const {
+    return m_database.driverName() == QLatin1String("QPSQL");
+}
+
+bool SqlPatientStore::isFileGone() const {
     return m_file && m_file != identity(m_url.path());
+}
+
+// The driver does not notice by itself that its connection has ended.
+bool SqlPatientStore::isTakenAway() const {
+    return isServer() ? !QSqlQuery(m_database).exec(QStringLiteral("SELECT 1")) : isFileGone();
 }
 
 // Whoever goes on writing to a file that was renamed or removed writes into nowhere.
@@ -136,7 +153,7 @@ CaError SqlPatientStore::checkWritable() const {
     if (!m_whyReadOnly.empty())
         return failure(QStringLiteral("it could be opened for reading only: ") +
                        QString::fromStdString(m_whyReadOnly));
-    if (isTakenAway())
+    if (isFileGone())
         return failure(QStringLiteral("the file was renamed, replaced or removed while this "
                                       "program had it open"));
     return CaError::nullError;
@@ -162,7 +179,10 @@ CaError SqlPatientStore::makeTables() {
     if (version > schemaVersion)
         return failure(QStringLiteral("it was made by a newer version of this program"));
     return inTransaction([this] {
-        CaError error;
+        // "IF NOT EXISTS" alone does not keep two workstations from making the same table.
+        CaError error = isServer() ? run(QStringLiteral("SELECT pg_advisory_xact_lock(%1)")
+                                             .arg(lockOfTheTables))
+                                   : CaError();
         for (const char* sql : tables)
             if (error == CaError::nullError)
                 error = run(QString::fromLatin1(sql));
