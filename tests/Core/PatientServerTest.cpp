@@ -1,0 +1,114 @@
+#include "Data/Patient.h"
+#include "IO/DataIOManager.h"
+#include "IO/PatientStore.h"
+#include "Settings/vlrSettings.h"
+#include "Support/PostgresServer.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlQuery>
+
+#include <atomic>
+#include <gmock/gmock.h>
+#include <thread>
+
+using testing::HasSubstr;
+
+namespace {
+
+class PatientServerTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!m_server.isInstalled() || !QSqlDatabase::isDriverAvailable(QStringLiteral("QPSQL")))
+            GTEST_SKIP() << "PostgreSQL or its driver for Qt is not installed.";
+        m_server.start();
+        ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/PatientRepository"),
+                                     m_server.url()),
+                  CaError::nullError);
+        m_patient->setPatientId(QStringLiteral("1"));
+    }
+    ~PatientServerTest() override { DataIOManager::closeRepository(); }
+
+    CaError storeAs(const char* name) {
+        m_patient->setName(QString::fromLatin1(name));
+        return DataIOManager::storePatient(m_patient);
+    }
+    QString storedName() {
+        DataIOManager::closeRepository();
+        DataPointer<Patient> loaded;
+        EXPECT_EQ(DataIOManager::loadPatient(m_patient->storageUri(), loaded), CaError::nullError);
+        return loaded ? loaded->name() : QString();
+    }
+
+    vlrTest::PostgresServer m_server;
+    DataPointer<Patient> m_patient{new Patient};
+};
+
+} // namespace
+
+TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
+    ASSERT_EQ(storeAs("Before"), CaError::nullError);
+    m_server.kill();
+    vlrTest::expectLog(vlr::LogLevel::Warning, "its server disconnected");
+    EXPECT_THAT(storeAs("Typed").text(), HasSubstr("Unable to connect"));
+    m_server.start();
+    EXPECT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
+    EXPECT_EQ(storedName(), QStringLiteral("Typed"));
+
+    // Nobody has to fail first where the server was restarted meanwhile.
+    m_server.kill();
+    m_server.start();
+    EXPECT_EQ(storeAs("After"), CaError::nullError);
+    EXPECT_EQ(storedName(), QStringLiteral("After"));
+}
+
+TEST_F(PatientServerTest, ALockIsNotWaitedForForEver) {
+    ASSERT_EQ(storeAs("Before"), CaError::nullError);
+    const QUrl url(m_server.url());
+    auto other = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), QStringLiteral("other"));
+    other.setHostName(url.host());
+    other.setPort(url.port());
+    other.setDatabaseName(url.path().mid(1));
+    ASSERT_TRUE(other.open(url.userName(), QString()));
+    QSqlQuery lock(other);
+    ASSERT_TRUE(lock.exec(QStringLiteral("BEGIN")) &&
+                lock.exec(QStringLiteral("LOCK TABLE patient")));
+    EXPECT_THAT(storeAs("Typed").text(), HasSubstr("lock timeout"));
+    ASSERT_TRUE(lock.exec(QStringLiteral("ROLLBACK")));
+    EXPECT_EQ(storedName(), QStringLiteral("Before"));
+    EXPECT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
+}
+
+TEST_F(PatientServerTest, WorkstationsThatStartAtOnceAgreeOnTablesAndIds) {
+    constexpr int workstations = 8;
+    constexpr int patients = 20;
+    std::atomic<int> opened{0};
+    std::atomic<int> stored{0};
+    std::atomic<int> refused{0};
+    std::vector<std::thread> threads;
+    for (int number = 0; number < workstations; ++number)
+        threads.emplace_back([&, number, url = m_server.url()] {
+            CaError error;
+            const auto store = vlr::PatientStore::open(url, error);
+            EXPECT_TRUE(store) << error.text();
+            // All begin when the last one is there.
+            for (++opened; store && opened < workstations;)
+                std::this_thread::yield();
+            for (int id = 0; store && id < patients; ++id) {
+                vlr::StoredPatient patient;
+                patient.uid = QStringLiteral("%1 of %2").arg(id).arg(number);
+                patient.patientId = QString::number(id);
+                patient.document = "document";
+                error = store->store(patient, [] { return CaError::nullError; });
+                stored += error == CaError::nullError;
+                refused += error.id() == DataIOManager::idTakenError;
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(stored, patients);
+    EXPECT_EQ(refused, (workstations - 1) * patients);
+    std::vector<QString> ids;
+    EXPECT_EQ(DataIOManager::patientIds(ids), CaError::nullError);
+    EXPECT_EQ(ids.size(), std::size_t(patients));
+}

@@ -1,0 +1,110 @@
+#include "Support/PostgresServer.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QThread>
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace vlrTest {
+
+namespace {
+
+// PostgreSQL refuses to run as root.
+constexpr uid_t nobody = 65534;
+
+bool isRoot() {
+    return geteuid() == 0;
+}
+
+// Debian keeps the programs of each version apart from those that everybody runs.
+QString folderOfPrograms() {
+    const QDir versions(QStringLiteral("/usr/lib/postgresql"));
+    for (const QString& version : versions.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        if (QFile::exists(versions.filePath(version + QStringLiteral("/bin/postgres"))))
+            return versions.filePath(version + QStringLiteral("/bin/"));
+    return {};
+}
+
+int freePort() {
+    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* const where = reinterpret_cast<sockaddr*>(&address);
+    const bool isBound = bind(socket, where, size) == 0 && getsockname(socket, where, &size) == 0;
+    close(socket);
+    return isBound ? ntohs(address.sin_port) : 0;
+}
+
+} // namespace
+
+PostgresServer::PostgresServer() : m_programs(folderOfPrograms()) {}
+
+PostgresServer::~PostgresServer() {
+    kill();
+}
+
+QStringList PostgresServer::asServerUser(const QString& program,
+                                         const QStringList& arguments) const {
+    QStringList line{QStringLiteral("--pdeathsig"), QStringLiteral("QUIT")};
+    if (isRoot())
+        line << QStringLiteral("--reuid=%1").arg(nobody) << QStringLiteral("--regid=%1").arg(nobody)
+             << QStringLiteral("--clear-groups");
+    return line << m_programs + program << arguments;
+}
+
+int PostgresServer::run(const QString& program, const QStringList& arguments) const {
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(QStringLiteral("setpriv"), asServerUser(program, arguments));
+    process.waitForFinished();
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+void PostgresServer::start() {
+    const QString data = m_folder.filePath(QStringLiteral("data"));
+    if (m_port == 0) {
+        ASSERT_TRUE(!isRoot() || chown(qPrintable(m_folder.path()), nobody, nobody) == 0);
+        ASSERT_EQ(run(QStringLiteral("initdb"),
+                      {QStringLiteral("--no-sync"), QStringLiteral("--username=vlr"),
+                       QStringLiteral("--encoding=UTF8"), QStringLiteral("--locale=C"), data}),
+                  0);
+        m_port = freePort();
+    }
+    const QString port = QString::number(m_port);
+    m_process.setStandardOutputFile(QProcess::nullDevice());
+    m_process.setStandardErrorFile(m_folder.filePath(QStringLiteral("log")));
+    m_process.start(QStringLiteral("setpriv"),
+                    asServerUser(QStringLiteral("postgres"),
+                                 {QStringLiteral("-F"), QStringLiteral("-D"), data,
+                                  QStringLiteral("-h"), QStringLiteral("127.0.0.1"),
+                                  QStringLiteral("-k"), QString(), QStringLiteral("-p"), port}));
+    QElapsedTimer timer;
+    for (timer.start(); timer.elapsed() < 30000; QThread::msleep(50))
+        if (run(QStringLiteral("pg_isready"),
+                {QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"), port}) ==
+            0)
+            return;
+    FAIL() << "The PostgreSQL server does not answer.";
+}
+
+void PostgresServer::kill() {
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    // PostgreSQL takes SIGQUIT for an immediate shutdown; SIGKILL would leave its children.
+    ::kill(static_cast<pid_t>(m_process.processId()), SIGQUIT);
+    m_process.waitForFinished();
+}
+
+QString PostgresServer::url() const {
+    return QStringLiteral("postgresql://vlr@127.0.0.1:%1/postgres").arg(m_port);
+}
+
+} // namespace vlrTest

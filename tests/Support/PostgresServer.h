@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QtCore/QProcess>
+#include <QtCore/QString>
+#include <QtCore/QTemporaryDir>
+
+namespace vlrTest {
+
+/// A PostgreSQL server of its own with an empty database, on a free port of this machine; gone
+/// with the object, and with this process if that dies.
+///
+///     PostgresServer server;
+///     if (!server.isInstalled()) GTEST_SKIP();
+///     server.start();
+///     open(server.url());
+class PostgresServer {
+public:
+    PostgresServer();
+    ~PostgresServer();
+    PostgresServer(const PostgresServer&) = delete;
+    PostgresServer& operator=(const PostgresServer&) = delete;
+
+    bool isInstalled() const { return !m_programs.isEmpty(); }
+    /// Returns when it answers; a test failure where it does not within 30 seconds.
+    void start();
+    /// At once, as when it crashes: its clients lose their connections.
+    void kill();
+    /// "postgresql://vlr@127.0.0.1:<port>/postgres"
+    QString url() const;
+
+private:
+    int run(const QString& program, const QStringList& arguments) const;
+    QStringList asServerUser(const QString& program, const QStringList& arguments) const;
+
+    QString m_programs;
+    QTemporaryDir m_folder;
+    QProcess m_process;
+    int m_port = 0;
+};
+
+} // namespace vlrTest
