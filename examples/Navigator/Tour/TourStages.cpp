@@ -46,7 +46,7 @@ void makeSeries(const TourActions& actions, const QString& folder, const QSize& 
     actions.expect(QDir().mkpath(folder), "the series cannot be made");
     for (int i = 1; i <= 4; ++i) {
         QImage image(i == 4 ? lastSize : QSize(320, 240), QImage::Format_Grayscale8);
-        image.fill(i * 20);
+        image.fill(uint(i * 20));
         QPainter painter(&image);
         painter.setBrush(Qt::gray);
         painter.drawEllipse(QPoint(160, 120), 20 + 15 * i, 30 + 15 * i);

@@ -33,6 +33,7 @@ public:
     void add(const QString& key, const SettingsType& type);
     void rename(const QString& key, const QString& newKey);
     void remove(const QString& key);
+    using QAbstractItemModel::revert;
     void revert(const QString& key);
     CaError apply(std::vector<SettingsConflict>& conflicts);
     void resolve(const std::vector<SettingsConflict>& conflicts);

@@ -37,7 +37,7 @@ void QtCounterWidget::createInterface(const int& frames) {
     for (int i = 0; i < frames; ++i) {
         auto* frame = new QLabel(this);
         frame->setFixedSize(m_width, m_height);
-        frame->setFrameStyle(QFrame::Panel | QFrame::Raised);
+        frame->setFrameStyle(int(QFrame::Panel) | QFrame::Raised);
         frame->setPixmap(dark);
         grid->addWidget(frame, i / framesPerRow, i % framesPerRow);
         m_frames.push_back(frame);

@@ -60,7 +60,7 @@ QPushButton* QtQVSimpleSplitter::createButton(const QPixmap* pixmap) {
     button->setFocusPolicy(Qt::NoFocus);
     button->setVisible(true);
     m_line->setFrameStyle(
-        (getOrientation() != QtQVSplitterFrame::Horizontal ? QFrame::VLine : QFrame::HLine) |
+        int(getOrientation() != QtQVSplitterFrame::Horizontal ? QFrame::VLine : QFrame::HLine) |
         QFrame::Raised);
     m_boxHint = m_box->sizeHint();
     m_boxRect.setSize(m_boxHint);

@@ -21,17 +21,17 @@ QtQVSplitterFrame::QtQVSplitterFrame(QWidget* parent, int orientation)
       m_orientation(orientation == Horizontal || orientation == Vertical ? orientation : Cross) {
     switch (m_orientation) {
     case Vertical:
-        setFrameStyle(QFrame::VLine | QFrame::Raised);
+        setFrameStyle(int(QFrame::VLine) | QFrame::Raised);
         setMidLineWidth(splitterWidth());
         m_dragCursor = QCursor(Qt::SizeHorCursor);
         break;
     case Horizontal:
-        setFrameStyle(QFrame::HLine | QFrame::Raised);
+        setFrameStyle(int(QFrame::HLine) | QFrame::Raised);
         setMidLineWidth(splitterWidth());
         m_dragCursor = QCursor(Qt::SizeVerCursor);
         break;
     default:
-        setFrameStyle(QFrame::Box | QFrame::Raised);
+        setFrameStyle(int(QFrame::Box) | QFrame::Raised);
         m_dragCursor = QCursor(Qt::SizeAllCursor);
     }
     setCursor(m_dragCursor);

@@ -406,7 +406,7 @@ void QtQuadView::setHViewDimension(int index, int percent) {
 // --- placing
 
 void QtQuadView::setViewFrameStyle(QFrame* frame) {
-    frame->setFrameStyle(QFrame::Box | QFrame::Plain);
+    frame->setFrameStyle(int(QFrame::Box) | QFrame::Plain);
     frame->setLineWidth(0);
 }
 

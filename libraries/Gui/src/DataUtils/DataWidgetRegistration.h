@@ -28,7 +28,7 @@ public:
         Widget##DataFactoryRegistration() { registerWidget(this); }                                \
         std::string name() const override { return #Widget; }                                      \
     };                                                                                             \
-    EXPORT [[gnu::used]] inline int create##Widget##Factory() {                                    \
+    [[gnu::used]] EXPORT inline int create##Widget##Factory() {                                    \
         [[gnu::used]] static const auto* const registration = new Widget##DataFactoryRegistration; \
         Q_UNUSED(registration)                                                                     \
         return 1;                                                                                  \
