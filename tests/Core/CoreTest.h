@@ -1,8 +1,15 @@
 #pragma once
 
+#include "Support/TestEnvironment.h"
+
 #include <QtCore/QFile>
 
 #include <gtest/gtest.h>
+
+/// A file of that name in the folder of the running test.
+inline QString inFolder(const char* name) {
+    return vlrTest::testFolder() + QLatin1Char('/') + QLatin1String(name);
+}
 
 /// Makes reading the file fail with an input error for as long as the object lives.
 class UnreadableFile {
