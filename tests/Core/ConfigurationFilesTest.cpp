@@ -1,11 +1,6 @@
 #include "CoreTest.h"
 #include "IO/DataIOManager.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-
-#include <gtest/gtest.h>
-
 using vlr::LogLevel;
 
 namespace {

@@ -2,9 +2,12 @@
 
 #include "Support/TestEnvironment.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
 
 /// A file of that name in the folder of the running test.
 inline QString inFolder(const char* name) {

@@ -2,10 +2,6 @@
 #include "CoreTest.h"
 #include "IO/TemporaryFile.h"
 
-#include <QtCore/QDir>
-
-#include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace vlrTest;
@@ -57,9 +53,9 @@ TEST(DurableFile, FullDiskLeavesTheOldFile) {
 
 TEST(DurableFile, FailsWhereNothingCanOrMayBeWritten) {
     writeFile(inFolder("file"), "old");
-    writeFile(inFolder("protected"), "old");
-    const auto readOnly = QFile::ReadOwner | QFile::ReadOther;
-    ASSERT_TRUE(QFile::setPermissions(inFolder("protected"), readOnly));
+    writeFile(inFolder("open/protected"), "old");
+    chmod(QFile::encodeName(inFolder("open")).constData(), 0777);
+    chmod(QFile::encodeName(inFolder("open/protected")).constData(), 0444);
     ASSERT_TRUE(QFile::link(inFolder("loop"), inFolder("loop")));
     ASSERT_EQ(mkfifo(QFile::encodeName(inFolder("pipe")).constData(), 0600), 0);
     for (const char* name : {"file/below", "loop", "pipe", ".", "no/such/../folder/"})
@@ -67,7 +63,7 @@ TEST(DurableFile, FailsWhereNothingCanOrMayBeWritten) {
     expectFailure(QString(), "new");
     QDir(testFolder()).mkdir(QStringLiteral("closed"));
     const ReadOnlyFolder closed(inFolder("closed"));
-    for (const char* name : {"closed/a.xml", "closed/sub/a.xml", "protected"})
+    for (const char* name : {"closed/a.xml", "closed/sub/a.xml", "open/protected"})
         expectFailure(inFolder(name), "new");
 }
 

@@ -5,11 +5,7 @@
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
-#include <QtCore/QFileInfo>
 #include <QtGui/QImageWriter>
-
-#include <gmock/gmock.h>
-#include <sys/stat.h>
 
 using namespace vlrTest;
 using testing::HasSubstr;

@@ -3,17 +3,14 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
-#include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
 
 #include <atomic>
 #include <functional>
-#include <gmock/gmock.h>
 #include <iomanip>
 #include <limits>
 #include <locale>
-#include <sys/stat.h>
 #include <thread>
 
 using namespace vlrTest;
@@ -232,6 +229,22 @@ TEST(Log, OwnStreamReplacesStandardError) {
     EXPECT_THAT(error, testing::Not(testing::AnyOf(HasSubstr("first"), HasSubstr("second"))));
     EXPECT_THAT(error, HasSubstr("third"));
     EXPECT_THAT(logFile(), HasSubstr("first\n    line\n"));
+}
+
+// As a message box does that runs an event loop.
+TEST(Log, AStreamMayLogItself) {
+    struct : std::stringbuf {
+        int sync() override {
+            VLR_LOG(Info) << "nested";
+            return 0;
+        }
+    } buffer;
+    std::ostream stream(&buffer);
+    const Routed warnings(LogLevel::Warning, stream, 0);
+    expectLog(LogLevel::Warning, "outer");
+    VLR_LOG(Warning) << "outer";
+    EXPECT_EQ(buffer.str(), "outer");
+    EXPECT_EQ(logCount(LogLevel::Info, "nested"), 1);
 }
 
 TEST(Log, OtherThreadsHandTheirRecordsOverToAStreamThatIsStillThere) {

@@ -2,13 +2,10 @@
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
 
 #include <cmath>
 #include <functional>
-#include <gmock/gmock.h>
 
 using namespace vlrTest;
 using vlr::LogLevel;
