@@ -13,8 +13,8 @@ DataPointer<Configuration> makeConfiguration(const char* childId) {
     return configuration;
 }
 
-CaError store(const char* childId) {
-    return DataIOManager::storeConfiguration(name, makeConfiguration(childId));
+CaError store(const char* childId, const QString& as = name) {
+    return DataIOManager::storeConfiguration(as, makeConfiguration(childId));
 }
 
 CaError load() {
@@ -46,9 +46,7 @@ TEST(ConfigurationFiles, ComeBackAsTheyWereStoredAndAreNotTouchedWithoutNeed) {
 TEST(ConfigurationFiles, ALongNameHasAFileOfItsOwn) {
     const QString longName(300, QChar(u'Ü'));
     for (const char* end : {"1", "2"})
-        ASSERT_EQ(DataIOManager::storeConfiguration(longName + QLatin1String(end),
-                                                    makeConfiguration(end)),
-                  CaError::nullError);
+        ASSERT_EQ(store(end, longName + QLatin1String(end)), CaError::nullError);
     const auto loaded = makeConfiguration("x");
     ASSERT_EQ(DataIOManager::loadConfiguration(longName + QLatin1Char('1'), loaded),
               CaError::nullError);
@@ -114,11 +112,10 @@ TEST(ConfigurationFiles, NoNameLeavesTheFolderAndWhatCouldNotBeLoadedIsNotStored
         const QString odd = QString::fromUtf8(text);
         const QString path = DataIOManager::configurationPath(odd);
         EXPECT_EQ(QFileInfo(path).path(), folder) << text;
-        EXPECT_EQ(DataIOManager::storeConfiguration(odd, makeConfiguration("x")),
-                  CaError::nullError);
+        EXPECT_EQ(store("x", odd), CaError::nullError);
         EXPECT_TRUE(QFileInfo(path).isFile()) << text;
     }
-    EXPECT_NE(DataIOManager::storeConfiguration({}, makeConfiguration("x")), CaError::nullError);
+    EXPECT_NE(store("x", {}), CaError::nullError);
     // What could not be loaded is not stored either.
     const auto huge = makeConfiguration("x");
     huge->child(0)->setId(QString(5 << 20, u'x'));

@@ -38,35 +38,25 @@ QStringList keptAside() {
 } // namespace
 
 TEST(Settings, ValuesSurviveReloading) {
-    const double number = 0.1 + 0.2;
-    const Vector3d vector(1.0 / 3, -2e-300, 5);
-    ASSERT_EQ(Settings::set(QStringLiteral("bool"), true), CaError::nullError);
-    ASSERT_EQ(Settings::set(QStringLiteral("a/int"), -8), CaError::nullError);
-    ASSERT_EQ(Settings::set(QStringLiteral("a/double"), number), CaError::nullError);
-    ASSERT_EQ(Settings::set(QStringLiteral("General/size"), QSize(0, 5)), CaError::nullError);
-    ASSERT_EQ(Settings::set(QStringLiteral("a/b c/vector"), vector), CaError::nullError);
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_TRUE(Settings::get(QStringLiteral("bool"), false));
-        EXPECT_EQ(Settings::get(QStringLiteral("a/int"), 0), -8);
-        EXPECT_EQ(Settings::get(QStringLiteral("a/double"), 0.0), number);
-        EXPECT_EQ(Settings::get(QStringLiteral("General/size"), QSize()), QSize(0, 5));
-        EXPECT_EQ(Settings::get(QStringLiteral("a/b c/vector"), Vector3d(0, 0, 0)), vector);
-        EXPECT_EQ(Settings::keys().join(QLatin1Char(' ')),
-                  QStringLiteral("General/size a/b c/vector a/double a/int bool"));
-        Settings::reload();
-    }
-}
-
-TEST(Settings, TextsSurviveReloading) {
+    const auto expectSurvives = [](const char* name, const auto& value, const auto& absent) {
+        const QString path = QLatin1String(name);
+        ASSERT_EQ(Settings::set(path, value), CaError::nullError) << name;
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(Settings::get(path, absent), value) << name;
+            Settings::reload();
+        }
+    };
+    expectSurvives("bool", true, false);
+    expectSurvives("a/int", -8, 0);
+    expectSurvives("a/double", 0.1 + 0.2, 0.0);
+    expectSurvives("General/size", QSize(0, 5), QSize());
+    expectSurvives("a/b c/vector", Vector3d(1.0 / 3, -2e-300, 5), Vector3d(0, 0, 0));
     for (const char* text :
          {"", " blank ", "a, b", "a;b#c", "\"quoted\" \\x41", "two\nlines\t", "[a]\nb=c", "@foo",
-          "@Size(1 2)", "@Variant(abc)", "@@", "Größe 中 😀", "%41%",
-          "\x01"
-          "2af"}) {
-        ASSERT_EQ(Settings::set(key, text), CaError::nullError) << text;
-        Settings::reload();
-        EXPECT_EQ(Settings::get(key, "default"), QString::fromUtf8(text));
-    }
+          "@Size(1 2)", "@Variant(abc)", "@@", "Größe 中 😀", "%41%", "\0012af"})
+        expectSurvives("text", QString::fromUtf8(text), QStringLiteral("absent"));
+    EXPECT_EQ(Settings::keys().join(QLatin1Char(' ')),
+              QStringLiteral("General/size a/b c/vector a/double a/int bool text"));
 }
 
 TEST(Settings, UnderstandsValuesWrittenByHand) {

@@ -82,14 +82,6 @@ private:
     int m_items = 0;
 };
 
-DataTreeNode chain(int depth) {
-    DataTreeNode root(QStringLiteral("A"));
-    DataTreeNode* deepest = &root;
-    for (int i = 1; i < depth; ++i)
-        deepest = deepest->addChild(QStringLiteral("A"));
-    return root;
-}
-
 } // namespace
 
 TEST(TreeXml, HasOneLineForEachAttribute) {
@@ -139,7 +131,10 @@ TEST(TreeXml, TakesExactlyWhatItCanReadAgain) {
 }
 
 TEST(TreeXml, TakesWhatIsAtItsLimitsAndNothingBeyond) {
-    const DataTreeNode deep = chain(7);
+    DataTreeNode deep(QStringLiteral("A"));
+    DataTreeNode* deepest = &deep;
+    for (int level = 1; level < 7; ++level)
+        deepest = deepest->addChild(QStringLiteral("A"));
     EXPECT_TRUE(isTaken(deep, {10000, 7, 7, 0}));
     EXPECT_FALSE(isTaken(deep, {10000, 6, 7, 0}));
     EXPECT_FALSE(isTaken(deep, {10000, 7, 6, 0}));
