@@ -1,5 +1,4 @@
 #include "ClassId/StringMixer.h"
-#include "Exception/vlrWatchdogException.h"
 #include "Stream/QtStream.h"
 
 #include <gtest/gtest.h>
@@ -22,13 +21,4 @@ TEST(QtStream, WritesUtf8AndIsoDates) {
     std::ostringstream stream;
     stream << QString::fromUtf8("Ångström") << '|' << QDate(2024, 2, 29) << '|' << QDate();
     EXPECT_EQ(stream.str(), "Ångström|2024-02-29|");
-}
-
-TEST(WatchdogException, IsCaughtAsAnyOfItsBasesWithItsText) {
-    try {
-        throw vlr::WatchdogException("Assertion x failed");
-    } catch (const vlr::Exception& exception) {
-        EXPECT_EQ(exception.text(), "Assertion x failed");
-        EXPECT_STREQ(static_cast<const std::exception&>(exception).what(), "Assertion x failed");
-    }
 }

@@ -1,133 +1,97 @@
 #include "Observer/CaSubject.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <memory>
 #include <string>
 #include <vector>
+
+using testing::ElementsAre;
 
 namespace {
 
 const char* const event = "Test::CHANGED";
 
-// Writes its name into the common list whenever it is told the event.
-struct Observer {
-    Observer(CaSubject& observed, std::vector<std::string>& list, std::string text)
-        : subject(&observed), calls(&list), name(std::move(text)) {
-        subject->attach(event, this, &Observer::changed);
+class CaSubjectTest : public testing::Test {
+protected:
+    // An observer that notes its number whenever it is told the event, and then acts.
+    void attach(int number, const std::function<void()>& action = {}) {
+        subject->attach(event, &keys[number], [this, number, action](auto&&...) {
+            calls.push_back(number);
+            if (action)
+                action();
+        });
     }
-    ~Observer() {
-        if (subject)
-            subject->detach(this);
-    }
-    void changed(CaSubject*, void*, const char*, void*) {
-        calls->push_back(name);
-        if (action)
-            action();
-    }
-    CaSubject* subject;
-    std::vector<std::string>* calls;
-    std::string name;
-    std::function<void()> action;
-};
 
-using Names = std::vector<std::string>;
+    std::unique_ptr<CaSubject> subject = std::make_unique<CaSubject>();
+    std::vector<int> calls;
+    char keys[6] = {};
+};
 
 } // namespace
 
-TEST(CaSubject, TellsTheObserversOfAnEventInOrderWithAllArguments) {
-    CaSubject subject;
+TEST_F(CaSubjectTest, TellsTheObserversOfAnEventWithAllArguments) {
     int client = 0;
     int data = 0;
-    Names calls;
+    std::vector<std::string> events;
     const auto record = [&](CaSubject* from, void* clientData, const char* name, void* eventData) {
-        EXPECT_EQ(from, &subject);
+        EXPECT_EQ(from, subject.get());
         EXPECT_EQ(clientData, &client);
         EXPECT_EQ(eventData, &data);
-        calls.emplace_back(name);
+        events.emplace_back(name);
     };
-    subject.attach("one", &client, record, &client);
-    subject.attach("two", &client, record, &client);
+    subject->attach("one", &client, record, &client);
+    subject->attach("two", &client, record, &client);
     // Events are told apart by text, not by address.
-    subject.notify(std::string("two").c_str(), &data);
-    subject.notify("one", &data);
-    subject.notify("three", &data);
-    EXPECT_EQ(calls, (Names{"two", "one"}));
+    for (const char* name : {"two", "one", "three"})
+        subject->notify(std::string(name).c_str(), &data);
+    EXPECT_THAT(events, ElementsAre("two", "one"));
 }
 
-TEST(CaSubject, ObserversMayGoDuringANotification) {
-    Names calls;
-    CaSubject subject;
-    auto first = std::make_unique<Observer>(subject, calls, "first");
-    auto second = std::make_unique<Observer>(subject, calls, "second");
-    auto third = std::make_unique<Observer>(subject, calls, "third");
-    auto fourth = std::make_unique<Observer>(subject, calls, "fourth");
-    first->action = [&] { subject.detach(event, first.get()); };
-    second->action = [&] {
-        third.reset();
-        second.reset();
-    };
-
-    subject.notify(event);
-    EXPECT_EQ(calls, (Names{"first", "second", "fourth"}));
-    subject.notify(event);
-    EXPECT_EQ(calls, (Names{"first", "second", "fourth", "fourth"}));
-}
-
-TEST(CaSubject, AnObserverAttachedDuringANotificationHearsTheNextOne) {
-    Names calls;
-    CaSubject subject;
-    std::unique_ptr<Observer> late;
-    Observer first(subject, calls, "first");
-    first.action = [&] {
-        if (!late)
-            late = std::make_unique<Observer>(subject, calls, "late");
-    };
-    subject.notify(event);
-    EXPECT_EQ(calls, (Names{"first"}));
-    subject.notify(event);
-    EXPECT_EQ(calls, (Names{"first", "first", "late"}));
-}
-
-TEST(CaSubject, MayBeDestroyedDuringItsOwnNotification) {
-    Names calls;
-    auto subject = std::make_unique<CaSubject>();
-    Observer first(*subject, calls, "first");
-    Observer second(*subject, calls, "second");
-    first.action = [&] {
-        first.subject = second.subject = nullptr;
-        subject.reset();
-    };
+TEST_F(CaSubjectTest, ObserversMayComeAndGoDuringANotification) {
+    attach(1, [&] { subject->detach(event, &keys[1]); });
+    attach(2, [&] {
+        subject->detach(&keys[3]);
+        subject->detach(&keys[2]);
+        attach(5); // hears the next one
+    });
+    attach(3);
+    attach(4);
     subject->notify(event);
-    EXPECT_EQ(calls, (Names{"first"}));
+    EXPECT_THAT(calls, ElementsAre(1, 2, 4));
+    subject->notify(event);
+    EXPECT_THAT(calls, ElementsAre(1, 2, 4, 4, 5));
 }
 
-TEST(CaSubject, ACopyStartsWithoutObservers) {
-    Names calls;
-    CaSubject original;
-    Observer observer(original, calls, "observer");
-    CaSubject copy(original);
+TEST_F(CaSubjectTest, MayBeDestroyedDuringItsOwnNotification) {
+    attach(1, [&] { subject.reset(); });
+    attach(2);
+    subject->notify(event);
+    EXPECT_THAT(calls, ElementsAre(1));
+}
+
+TEST_F(CaSubjectTest, ACopyStartsWithoutObservers) {
+    attach(1);
+    CaSubject copy(*subject);
     CaSubject assigned;
-    assigned = original;
+    assigned = *subject;
     copy.notify(event);
     assigned.notify(event);
-    EXPECT_TRUE(calls.empty());
-    original.notify(event);
-    EXPECT_EQ(calls.size(), 1U);
+    EXPECT_THAT(calls, ElementsAre());
+    subject->notify(event);
+    EXPECT_THAT(calls, ElementsAre(1));
 }
 
-TEST(CaConnection, DetachesWhenItGoesAndOutlivesTheSubject) {
-    int calls = 0;
-    const auto count = [&](CaSubject*, void*, const char*, void*) { ++calls; };
-    auto subject = std::make_unique<CaSubject>();
+TEST_F(CaSubjectTest, AConnectionDetachesWhenItGoesAndOutlivesTheSubject) {
+    const auto note = [this](auto&&...) { calls.push_back(0); };
     {
-        CaConnection connection(*subject, event, count);
+        CaConnection connection(*subject, event, note);
         CaConnection moved(std::move(connection));
         subject->notify(event);
     }
     subject->notify(event);
-    EXPECT_EQ(calls, 1);
+    EXPECT_THAT(calls, ElementsAre(0));
 
-    CaConnection connection(*subject, event, count);
+    CaConnection connection(*subject, event, note);
     subject.reset();
     connection.disconnect();
 }

@@ -1,22 +1,13 @@
 #include "IO/DurableFile.h"
+#include "CoreTest.h"
 #include "IO/TemporaryFile.h"
-#include "Support/TestEnvironment.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
-
-#include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace vlrTest;
 using testing::HasSubstr;
 
 namespace {
-
-QString inFolder(const char* name) {
-    return testFolder() + QLatin1Char('/') + QLatin1String(name);
-}
 
 QStringList entries(const QString& folder) {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
@@ -31,13 +22,17 @@ void expectFailure(const QString& path, const QByteArray& bytes) {
 
 } // namespace
 
-TEST(DurableFile, CreatesFoldersAndReplacesLongerContent) {
+TEST(DurableFile, CreatesFoldersForTheUserAloneAndReplacesLongerContent) {
     const QString path = inFolder("a/b/c.xml");
     for (const QByteArray& bytes : {QByteArray(100000, 'x'), QByteArray("short"), QByteArray()}) {
         ASSERT_EQ(vlr::writeDurably(path, bytes), CaError::nullError);
         EXPECT_EQ(readFile(path), bytes);
         EXPECT_EQ(entries(inFolder("a/b")), QStringList(QStringLiteral("c.xml")));
     }
+    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                        QFile::WriteOther | QFile::ExeOther;
+    for (const char* made : {"a", "a/b", "a/b/c.xml"})
+        EXPECT_EQ(QFile::permissions(inFolder(made)) & others, QFile::Permissions()) << made;
 }
 
 // The sizes lie on both sides of Qt's write buffer, whose last part only flush() writes.
@@ -56,8 +51,11 @@ TEST(DurableFile, FullDiskLeavesTheOldFile) {
         }
 }
 
-TEST(DurableFile, FailsWhereNothingCanBeWritten) {
+TEST(DurableFile, FailsWhereNothingCanOrMayBeWritten) {
     writeFile(inFolder("file"), "old");
+    writeFile(inFolder("open/protected"), "old");
+    chmod(QFile::encodeName(inFolder("open")).constData(), 0777);
+    chmod(QFile::encodeName(inFolder("open/protected")).constData(), 0444);
     ASSERT_TRUE(QFile::link(inFolder("loop"), inFolder("loop")));
     ASSERT_EQ(mkfifo(QFile::encodeName(inFolder("pipe")).constData(), 0600), 0);
     for (const char* name : {"file/below", "loop", "pipe", ".", "no/such/../folder/"})
@@ -65,8 +63,8 @@ TEST(DurableFile, FailsWhereNothingCanBeWritten) {
     expectFailure(QString(), "new");
     QDir(testFolder()).mkdir(QStringLiteral("closed"));
     const ReadOnlyFolder closed(inFolder("closed"));
-    expectFailure(inFolder("closed/a.xml"), "new");
-    expectFailure(inFolder("closed/sub/a.xml"), "new");
+    for (const char* name : {"closed/a.xml", "closed/sub/a.xml", "open/protected"})
+        expectFailure(inFolder(name), "new");
 }
 
 TEST(DurableFile, FollowsLinksAndKeepsPermissions) {
@@ -98,26 +96,10 @@ TEST(DurableFile, FollowsARelativeLinkFromWhereItReallyIs) {
     EXPECT_FALSE(QFile::exists(inFolder("shared/s.xml")));
 }
 
-TEST(DurableFile, WhatIsNewIsForTheUserAlone) {
-    ASSERT_EQ(vlr::writeDurably(inFolder("a/b"), "new"), CaError::nullError);
-    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
-                        QFile::WriteOther | QFile::ExeOther;
-    for (const char* made : {"a", "a/b"})
-        EXPECT_EQ(QFile::permissions(inFolder(made)) & others, QFile::Permissions()) << made;
-}
-
-TEST(DurableFile, DoesNotReplaceAProtectedFile) {
-    writeFile(inFolder("a"), "old");
-    ASSERT_TRUE(QFile::setPermissions(inFolder("a"), QFile::ReadOwner | QFile::ReadOther));
-    QDir(testFolder()).mkdir(QStringLiteral("x"));
-    const ReadOnlyFolder withoutRights(inFolder("x"));
-    expectFailure(inFolder("a"), "new");
-}
-
 TEST(DurableFile, ReadsUpToTheLimit) {
-    QByteArray bytes;
     for (const int size : {0, 65536, 100000}) {
         const QByteArray content(size, 'x');
+        QByteArray bytes;
         writeFile(inFolder("a"), content);
         ASSERT_EQ(vlr::readWhole(inFolder("a"), size, bytes), CaError::nullError);
         EXPECT_EQ(bytes, content);
@@ -133,47 +115,43 @@ TEST(DurableFile, RefusesToRead) {
         chmod(QFile::encodeName(path).constData(), 0);
     }
     const ReadOnlyFolder withoutRights(testFolder());
-    const struct {
-        QString path;
-        const char* id;
-    } cases[] = {
+    const char* const failed = "File::readFailed";
+    const std::pair<QString, const char*> cases[] = {
         {inFolder("missing"), vlr::fileNotFoundError},
         {inFolder("large/below"), vlr::fileNotFoundError},
         // Taken for missing, these would be written anew.
-        {inFolder("unreadable/a"), "File::readFailed"},
-        {inFolder("locked/a"), "File::readFailed"},
-        {inFolder("large"), "File::readFailed"},
-        {inFolder("pipe"), "File::readFailed"},
-        {testFolder(), "File::readFailed"},
-        {QStringLiteral("/dev/null"), "File::readFailed"},
-        {QStringLiteral("/proc/self/maps"), "File::readFailed"}, // states a size of 0
-        {QString(), "File::readFailed"},
+        {inFolder("unreadable/a"), failed},
+        {inFolder("locked/a"), failed},
+        {inFolder("large"), failed},
+        {inFolder("pipe"), failed},
+        {testFolder(), failed},
+        {QStringLiteral("/dev/null"), failed},
+        {QStringLiteral("/proc/self/maps"), failed}, // states a size of 0
+        {QString(), failed},
     };
-    for (const auto& each : cases) {
+    for (const auto& [path, id] : cases) {
         QByteArray bytes = "untouched";
-        const CaError error = vlr::readWhole(each.path, 10, bytes);
-        EXPECT_EQ(error.id(), each.id) << each.path.toStdString();
-        EXPECT_THAT(error.description(), HasSubstr(each.path.toStdString()));
+        const CaError error = vlr::readWhole(path, 10, bytes);
+        EXPECT_EQ(error.id(), id) << path.toStdString();
+        EXPECT_THAT(error.description(), HasSubstr(path.toStdString()));
         EXPECT_EQ(bytes, "untouched");
     }
 }
 
 TEST(DurableFile, KeepsEveryDamagedFile) {
     const QString path = inFolder("a.xml");
-    QStringList kept;
+    QByteArray kept;
+    QString keptAs;
     for (const char* text : {"1", "2", "3"}) {
         writeFile(path, text);
-        QString keptAs;
         ASSERT_EQ(vlr::keepAside(path, keptAs), CaError::nullError);
         EXPECT_TRUE(keptAs.startsWith(path + QStringLiteral(".damaged-"))) << keptAs.toStdString();
         EXPECT_FALSE(QFile::exists(path));
-        kept << keptAs;
+        kept += readFile(keptAs);
     }
-    EXPECT_EQ(readFile(kept.at(0)) + readFile(kept.at(1)) + readFile(kept.at(2)), "123");
-
-    QString keptAs;
+    EXPECT_EQ(kept, "123");
+    EXPECT_EQ(entries(testFolder()).size(), 3);
     EXPECT_THAT(vlr::keepAside(path, keptAs).description(), HasSubstr(path.toStdString()));
-    EXPECT_TRUE(keptAs.isEmpty());
 }
 
 // What is locked is in use, however old it is; all else was left by a process that is gone.

@@ -28,9 +28,8 @@ TEST(ImageConverters, GreyOfSixteenBitsIsSpreadOverTheDisplayRange) {
 }
 
 TEST(ImageConverters, PixelsSurviveThereAndBack) {
-    const Image::PixelType types[] = {Image::Grey8, Image::Grey16, Image::Rgb8,
-                                      Image::Rgba8, Image::Rgb16,  Image::Rgba16};
-    for (const Image::PixelType type : types) {
+    for (const Image::PixelType type :
+         {Image::Grey8, Image::Grey16, Image::Rgb8, Image::Rgba8, Image::Rgb16, Image::Rgba16}) {
         Image image(7, 5, type); // an odd width: Qt's lines are longer than ours
         for (int y = 0; y < 5; ++y)
             for (std::size_t i = 0; i < image.bytesPerLine(); ++i)
@@ -43,16 +42,13 @@ TEST(ImageConverters, PixelsSurviveThereAndBack) {
                 std::equal(image.line(y), image.line(y) + image.bytesPerLine(), back.line(y)))
                 << type << ' ' << y;
     }
-    const QImage colour = [] {
-        QImage image(2, 1, QImage::Format_RGB32);
-        image.setPixel(0, 0, qRgb(1, 2, 3));
-        image.setPixel(1, 0, qRgb(255, 0, 128));
-        return image;
-    }();
+    QImage colour(2, 1, QImage::Format_RGB32);
+    colour.setPixel(0, 0, qRgb(1, 2, 3));
+    colour.setPixel(1, 0, qRgb(255, 0, 128));
     const Image converted = ImageConverters::makeImage(colour);
-    const unsigned char expected[] = {1, 2, 3, 255, 0, 128};
     ASSERT_EQ(converted.type(), Image::Rgb8);
-    EXPECT_TRUE(std::equal(expected, expected + 6, converted.line(0)));
+    EXPECT_EQ(QByteArray(reinterpret_cast<const char*>(converted.line(0)), 6),
+              QByteArray("\1\2\3\xff\0\x80", 6));
 }
 
 TEST(ImageConverters, ImagesWithoutPixelsStayWithout) {

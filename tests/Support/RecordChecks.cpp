@@ -1,20 +1,19 @@
 #include "Support/RecordChecks.h"
 
 #include "Data/CaFactory.h"
-#include "Data/DataTreeNode.h"
 #include "IO/TreeXml.h"
 
 #include <gtest/gtest.h>
 
 namespace vlrTest {
 
-namespace {
-
-DataTreeNode saved(const Data& record) {
+DataTreeNode saved(const Data& item) {
     DataTreeNode node;
-    EXPECT_EQ(record.save(node), CaError::nullError);
+    EXPECT_EQ(item.save(node), CaError::nullError);
     return node;
 }
+
+namespace {
 
 // What a record of the class makes of the node.
 DataTreeNode loadedAndSaved(CaFactory& factory, DataTreeNode node) {

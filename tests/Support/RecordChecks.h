@@ -1,11 +1,15 @@
 #pragma once
 
 #include "Data/Data.h"
+#include "Data/DataTreeNode.h"
 
 #include <functional>
 #include <vector>
 
 namespace vlrTest {
+
+/// The item as it is stored; a test failure where it cannot be.
+DataTreeNode saved(const Data& item);
 
 /// Fails unless every class in Data::getFactory() stores and reads each of its attributes: another
 /// value comes back from the stored text, one that is missing or malformed leaves the member as it

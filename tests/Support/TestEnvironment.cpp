@@ -25,20 +25,16 @@ struct Expectation {
     bool seen = false;
 };
 
-std::vector<Expectation>& expectations() {
-    static std::vector<Expectation> list;
-    return list;
-}
+// What belongs to the running test.
+struct State {
+    std::vector<Expectation> expectations;
+    std::vector<vlr::LogRecord> records;
+    QTemporaryDir home;
+    QTemporaryDir folder;
+    int listener = 0;
+};
 
-std::vector<vlr::LogRecord>& records() {
-    static std::vector<vlr::LogRecord> list;
-    return list;
-}
-
-std::unique_ptr<QTemporaryDir>& folder() {
-    static std::unique_ptr<QTemporaryDir> dir;
-    return dir;
-}
+std::unique_ptr<State> state;
 
 bool matches(const vlr::LogRecord& record, vlr::LogLevel level, const std::string& text) {
     return record.level == level && record.text.find(text) != std::string::npos;
@@ -48,13 +44,13 @@ bool matches(const vlr::LogRecord& record, vlr::LogLevel level, const std::strin
 void listen(const vlr::LogRecord& record) {
     static std::mutex mutex;
     const std::lock_guard<std::mutex> lock(mutex);
-    records().push_back(record);
+    state->records.push_back(record);
     // The column of layout buttons writes an empty "ERROR" line whenever it grows.
     bool expected =
         record.level == vlr::LogLevel::Debug || record.level == vlr::LogLevel::Info ||
         (record.level == vlr::LogLevel::Error && record.text.empty() &&
          std::string(record.file).find("QtControlAreaControlButtons") != std::string::npos);
-    for (Expectation& expectation : expectations())
+    for (Expectation& expectation : state->expectations)
         if (matches(record, expectation.level, expectation.text))
             expected = expectation.seen = true;
     if (!expected)
@@ -64,33 +60,26 @@ void listen(const vlr::LogRecord& record) {
 
 class Listener : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo&) override {
-        m_home = std::make_unique<QTemporaryDir>();
-        const QByteArray root = QFile::encodeName(m_home->path());
+        state = std::make_unique<State>();
+        const QByteArray root = QFile::encodeName(state->home.path());
         qputenv("HOME", root);
         qputenv("XDG_CONFIG_HOME", root + "/config");
         qputenv("XDG_DATA_HOME", root + "/data");
         qputenv("XDG_CACHE_HOME", root + "/cache");
         qputenv("XDG_RUNTIME_DIR", root);
-        folder() = std::make_unique<QTemporaryDir>();
-        records().clear();
-        expectations().clear();
         vlr::Settings::reload();
-        m_listener = vlr::Log::addListener(&listen);
+        state->listener = vlr::Log::addListener(&listen);
     }
 
     void OnTestEnd(const testing::TestInfo&) override {
-        vlr::Log::removeListener(m_listener);
-        for (const Expectation& expectation : expectations())
+        vlr::Log::removeListener(state->listener);
+        for (const Expectation& expectation : state->expectations)
             if (!expectation.seen)
                 ADD_FAILURE() << "Missing log record: " << vlr::toText(expectation.level)
                               << " with \"" << expectation.text << '"';
-        expectations().clear();
-        folder().reset();
-        m_home.reset();
+        state->home.remove();
+        state->folder.remove();
     }
-
-    std::unique_ptr<QTemporaryDir> m_home;
-    int m_listener = 0;
 };
 
 } // namespace
@@ -103,22 +92,22 @@ int runTests(int argc, char** argv) {
 }
 
 void expectLog(vlr::LogLevel level, const std::string& text) {
-    expectations().push_back({level, text});
+    state->expectations.push_back({level, text});
 }
 
 const std::vector<vlr::LogRecord>& logRecords() {
-    return records();
+    return state->records;
 }
 
 int logCount(vlr::LogLevel level, const std::string& text) {
     int count = 0;
-    for (const vlr::LogRecord& record : records())
+    for (const vlr::LogRecord& record : state->records)
         count += matches(record, level, text) ? 1 : 0;
     return count;
 }
 
 QString testFolder() {
-    return folder()->path();
+    return state->folder.path();
 }
 
 void writeFile(const QString& path, const QByteArray& bytes) {

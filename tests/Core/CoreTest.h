@@ -1,8 +1,18 @@
 #pragma once
 
-#include <QtCore/QFile>
+#include "Support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+/// A file of that name in the folder of the running test.
+inline QString inFolder(const char* name) {
+    return vlrTest::testFolder() + QLatin1Char('/') + QLatin1String(name);
+}
 
 /// Makes reading the file fail with an input error for as long as the object lives.
 class UnreadableFile {
