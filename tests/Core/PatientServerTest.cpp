@@ -5,7 +5,6 @@
 #include "Support/PostgresServer.h"
 #include "Support/TestEnvironment.h"
 
-#include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
 #include <atomic>
@@ -19,8 +18,8 @@ namespace {
 class PatientServerTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (!m_server.isInstalled() || !QSqlDatabase::isDriverAvailable(QStringLiteral("QPSQL")))
-            GTEST_SKIP() << "PostgreSQL or its driver for Qt is not installed.";
+        if (!m_server.isInstalled())
+            GTEST_SKIP() << vlrTest::PostgresServer::isMissing;
         m_server.start();
         ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/PatientRepository"),
                                      m_server.url()),
@@ -64,12 +63,8 @@ TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
 
 TEST_F(PatientServerTest, ALockIsNotWaitedForForEver) {
     ASSERT_EQ(storeAs("Before"), CaError::nullError);
-    const QUrl url(m_server.url());
-    auto other = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), QStringLiteral("other"));
-    other.setHostName(url.host());
-    other.setPort(url.port());
-    other.setDatabaseName(url.path().mid(1));
-    ASSERT_TRUE(other.open(url.userName(), QString()));
+    QSqlDatabase other = m_server.connection(QStringLiteral("other"));
+    ASSERT_TRUE(other.open());
     QSqlQuery lock(other);
     ASSERT_TRUE(lock.exec(QStringLiteral("BEGIN")) &&
                 lock.exec(QStringLiteral("LOCK TABLE patient")));

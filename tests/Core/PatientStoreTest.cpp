@@ -6,6 +6,7 @@
 #include "IO/IOManager.h"
 #include "IO/TreeXml.h"
 #include "Settings/vlrSettings.h"
+#include "Support/PostgresServer.h"
 #include "Support/RecordChecks.h"
 
 #include <QtCore/QStandardPaths>
@@ -13,6 +14,7 @@
 #include <QtSql/QSqlQuery>
 
 #include <functional>
+#include <memory>
 
 // Above all what could cost a patient's data while every call reports success.
 
@@ -52,25 +54,29 @@ QString databasePath() {
            QStringLiteral("/patients.sqlite");
 }
 
-QVariant sql(const char* statement) {
-    QVariant value;
-    {
-        auto database =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
-        database.setDatabaseName(databasePath());
-        EXPECT_TRUE(database.open());
-        QSqlQuery query(database);
-        EXPECT_TRUE(query.exec(QLatin1String(statement))) << statement;
-        if (query.next())
-            value = query.value(0);
-    }
-    QSqlDatabase::removeDatabase(QStringLiteral("beside"));
-    return value;
-}
-
 class PatientStoreTest : public testing::Test {
 protected:
     ~PatientStoreTest() override { DataIOManager::closeRepository(); }
+
+    // In the repository, past the library.
+    QVariant sql(const char* statement) const {
+        const QString connection = QStringLiteral("beside");
+        QVariant value;
+        {
+            QSqlDatabase database =
+                m_server ? m_server->connection(connection)
+                         : QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+            if (!m_server)
+                database.setDatabaseName(databasePath());
+            EXPECT_TRUE(database.open());
+            QSqlQuery query(database);
+            EXPECT_TRUE(query.exec(QLatin1String(statement))) << statement;
+            if (query.next())
+                value = query.value(0);
+        }
+        QSqlDatabase::removeDatabase(connection);
+        return value;
+    }
 
     // A patient with one item that has one part.
     static DataPointer<Patient> makePatient(const QString& id) {
@@ -116,11 +122,33 @@ protected:
         EXPECT_EQ(item->binaryPart(name, bytes), CaError::nullError);
         return bytes;
     }
+
+    std::unique_ptr<vlrTest::PostgresServer> m_server; // None for a file.
 };
+
+// What has to hold for a file and for a server.
+class EveryPatientStoreTest : public PatientStoreTest,
+                              public testing::WithParamInterface<const char*> {
+protected:
+    void SetUp() override {
+        if (QLatin1String(GetParam()) == QLatin1String("file"))
+            return;
+        m_server = std::make_unique<vlrTest::PostgresServer>();
+        if (!m_server->isInstalled())
+            GTEST_SKIP() << vlrTest::PostgresServer::isMissing;
+        m_server->start();
+        ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/PatientRepository"),
+                                     m_server->url()),
+                  CaError::nullError);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Patients, EveryPatientStoreTest, testing::Values("file", "server"),
+                         [](const auto& test) { return std::string(test.param); });
 
 } // namespace
 
-TEST_F(PatientStoreTest, APatientComesBackWithItsTreeAndItsBinaryParts) {
+TEST_P(EveryPatientStoreTest, APatientComesBackWithItsTreeAndItsBinaryParts) {
     for (const char* text : {"山田^太郎", "Nun\u0303ez  ' \"; DROP TABLE patient", "\7", ""}) {
         const auto patient = makePatient(QStringLiteral(" id ") + QString::fromUtf8(text));
         patient->setName(QString::fromUtf8(text));
@@ -146,7 +174,7 @@ TEST_F(PatientStoreTest, APatientComesBackWithItsTreeAndItsBinaryParts) {
     }
 }
 
-TEST_F(PatientStoreTest, TheListingKnowsThePatientsById) {
+TEST_P(EveryPatientStoreTest, TheListingKnowsThePatientsById) {
     const QString stored[] = {QStringLiteral("3"), QStringLiteral("1"), QStringLiteral("2")};
     for (const QString& id : stored)
         store(makePatient(id));
@@ -177,7 +205,7 @@ TEST_F(PatientStoreTest, AnItemWithoutAPlaceHasNoUriForItsParts) {
     EXPECT_EQ(item->saveBinaryParts().text(), "Data: No URI found.");
 }
 
-TEST_F(PatientStoreTest, AnItemBringsItsPartsToAnotherPatient) {
+TEST_P(EveryPatientStoreTest, AnItemBringsItsPartsToAnotherPatient) {
     const auto from = loadedPatient("1");
     const auto to = loadedPatient("2");
     to->child(0)->setId(QStringLiteral("own"));
@@ -188,7 +216,7 @@ TEST_F(PatientStoreTest, AnItemBringsItsPartsToAnotherPatient) {
     EXPECT_EQ(sql("SELECT count(*) FROM binary_part").toInt(), 2);
 }
 
-TEST_F(PatientStoreTest, ARemovalCanBeTakenBackAsLongAsThePartsAreThere) {
+TEST_P(EveryPatientStoreTest, ARemovalCanBeTakenBackAsLongAsThePartsAreThere) {
     const auto patient = loadedPatient("1");
     const auto item = patient->child(0);
     remove(patient, item);
@@ -207,7 +235,7 @@ TEST_F(PatientStoreTest, ARemovalCanBeTakenBackAsLongAsThePartsAreThere) {
     EXPECT_EQ(bytesOf(reloaded(patient)->child(0)), "bytes");
 }
 
-TEST_F(PatientStoreTest, APartWithoutBytesFailsTheStore) {
+TEST_P(EveryPatientStoreTest, APartWithoutBytesFailsTheStore) {
     const auto patient = loadedPatient("1");
     sql("DELETE FROM binary_part");
     patient->setName(QStringLiteral("New"));
@@ -215,7 +243,7 @@ TEST_F(PatientStoreTest, APartWithoutBytesFailsTheStore) {
     EXPECT_EQ(reloaded(patient)->name(), QStringLiteral("Doe^Jane"));
 }
 
-TEST_F(PatientStoreTest, PartsMadeDuringTheStoreAreStored) {
+TEST_P(EveryPatientStoreTest, PartsMadeDuringTheStoreAreStored) {
     const RecordFactory<Encoder> factory;
     const auto patient = makePatient(QStringLiteral("1"));
     add(patient, new Encoder);
@@ -223,7 +251,7 @@ TEST_F(PatientStoreTest, PartsMadeDuringTheStoreAreStored) {
     EXPECT_EQ(bytesOf(reloaded(patient)->child(1)), "encoded");
 }
 
-TEST_F(PatientStoreTest, RemovedPartsAreGoneAndUnchangedOnesAreLeftAlone) {
+TEST_P(EveryPatientStoreTest, RemovedPartsAreGoneAndUnchangedOnesAreLeftAlone) {
     const auto patient = makePatient(QStringLiteral("1"));
     const auto item = patient->child(0);
     item->setBinaryPart(QStringLiteral("secret"), "secret");
@@ -264,7 +292,7 @@ TEST_F(PatientStoreTest, AFullDiskKeepsThePatientAndItsPartsAsTheyWere) {
     EXPECT_EQ(bytesOf(reloaded(patient)->child(0)), larger);
 }
 
-TEST_F(PatientStoreTest, WhatCouldNotBeLoadedOrWouldGetMixedUpIsNotStored) {
+TEST_P(EveryPatientStoreTest, WhatCouldNotBeLoadedOrWouldGetMixedUpIsNotStored) {
     const auto patient = makePatient(QStringLiteral("1"));
     const auto expectRefused = [&](const DataPointer<Data>& child, const char* cause) {
         add(patient, child);
@@ -303,7 +331,7 @@ TEST_F(PatientStoreTest, WhatCouldNotBeLoadedOrWouldGetMixedUpIsNotStored) {
     EXPECT_NE(IOManager::write(vlr::URI::file(inFolder("a")), tooLarge), CaError::nullError);
 }
 
-TEST_F(PatientStoreTest, RemovingIsWholeAndOnlyOfWhatIsThere) {
+TEST_P(EveryPatientStoreTest, RemovingIsWholeAndOnlyOfWhatIsThere) {
     const auto patient = loadedPatient("1");
     EXPECT_NE(DataIOManager::removePatient(vlr::URI()), CaError::nullError);
     EXPECT_NE(DataIOManager::removePatient(vlr::URI::patient(part)), CaError::nullError);
@@ -341,7 +369,7 @@ TEST_F(PatientStoreTest, ADatabaseThatWasTakenAwayIsNotWrittenToAndUsedAgainWhen
 
 // --- what is not changed, or changed by somebody else
 
-TEST_F(PatientStoreTest, AnUnchangedPatientIsNotStoredAgain) {
+TEST_P(EveryPatientStoreTest, AnUnchangedPatientIsNotStoredAgain) {
     const auto patient = loadedPatient("1");
     EXPECT_FALSE(DataIOManager::hasUnstoredChanges(patient));
     const auto isStoredAgain = [&] {
@@ -374,7 +402,7 @@ TEST_F(PatientStoreTest, AnUnchangedPatientIsNotStoredAgain) {
     }
 }
 
-TEST_F(PatientStoreTest, WhatSomebodyElseStoredIsReplacedOnlyIfTheUserWantsIt) {
+TEST_P(EveryPatientStoreTest, WhatSomebodyElseStoredIsReplacedOnlyIfTheUserWantsIt) {
     for (const bool isRemoved : {false, true}) {
         const auto patient = makePatient(QString::number(isRemoved));
         store(patient);
@@ -415,7 +443,7 @@ TEST_F(PatientStoreTest, OnAReadOnlyDiskPatientsAreReadAndStoredOnceTheyCanBe) {
     EXPECT_EQ(reloaded(patient)->name(), QStringLiteral("New"));
 }
 
-TEST_F(PatientStoreTest, APatientWithoutItsDataOrFromTheFutureIsAnError) {
+TEST_P(EveryPatientStoreTest, APatientWithoutItsDataOrFromTheFutureIsAnError) {
     const auto patient = loadedPatient("1");
     sql("DELETE FROM document");
     EXPECT_THAT(errorOfStoring(patient), HasSubstr("missing"));
@@ -424,7 +452,7 @@ TEST_F(PatientStoreTest, APatientWithoutItsDataOrFromTheFutureIsAnError) {
     EXPECT_THAT(errorOfStoring(patient), HasSubstr("newer version"));
 }
 
-TEST_F(PatientStoreTest, TheStoreReadsNoMoreThanItMay) {
+TEST_P(EveryPatientStoreTest, TheStoreReadsNoMoreThanItMay) {
     const auto patient = loadedPatient("1");
     CaError error;
     vlr::PatientStore* const store = DataIOManager::repository(error);

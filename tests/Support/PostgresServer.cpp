@@ -51,6 +51,10 @@ PostgresServer::~PostgresServer() {
     kill();
 }
 
+bool PostgresServer::isInstalled() const {
+    return !m_programs.isEmpty() && QSqlDatabase::isDriverAvailable(QStringLiteral("QPSQL"));
+}
+
 QStringList PostgresServer::asServerUser(const QString& program,
                                          const QStringList& arguments) const {
     QStringList line{QStringLiteral("--pdeathsig"), QStringLiteral("QUIT")};
@@ -88,9 +92,8 @@ void PostgresServer::start() {
                                   QStringLiteral("-k"), QString(), QStringLiteral("-p"), port}));
     QElapsedTimer timer;
     for (timer.start(); timer.elapsed() < 30000; QThread::msleep(50))
-        if (run(QStringLiteral("pg_isready"),
-                {QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"), port}) ==
-            0)
+        if (run(QStringLiteral("pg_isready"), {QStringLiteral("-h"), QStringLiteral("127.0.0.1"),
+                                               QStringLiteral("-p"), port}) == 0)
             return;
     FAIL() << "The PostgreSQL server does not answer.";
 }
@@ -105,6 +108,15 @@ void PostgresServer::kill() {
 
 QString PostgresServer::url() const {
     return QStringLiteral("postgresql://vlr@127.0.0.1:%1/postgres").arg(m_port);
+}
+
+QSqlDatabase PostgresServer::connection(const QString& name) const {
+    auto database = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+    database.setHostName(QStringLiteral("127.0.0.1"));
+    database.setPort(m_port);
+    database.setUserName(QStringLiteral("vlr"));
+    database.setDatabaseName(QStringLiteral("postgres"));
+    return database;
 }
 
 } // namespace vlrTest

@@ -3,6 +3,7 @@
 #include <QtCore/QProcess>
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
+#include <QtSql/QSqlDatabase>
 
 namespace vlrTest {
 
@@ -10,7 +11,7 @@ namespace vlrTest {
 /// with the object, and with this process if that dies.
 ///
 ///     PostgresServer server;
-///     if (!server.isInstalled()) GTEST_SKIP();
+///     if (!server.isInstalled()) GTEST_SKIP() << PostgresServer::isMissing;
 ///     server.start();
 ///     open(server.url());
 class PostgresServer {
@@ -20,13 +21,18 @@ public:
     PostgresServer(const PostgresServer&) = delete;
     PostgresServer& operator=(const PostgresServer&) = delete;
 
-    bool isInstalled() const { return !m_programs.isEmpty(); }
+    /// What to say where it is not installed.
+    static constexpr const char* isMissing = "PostgreSQL or its driver for Qt is not installed.";
+
+    bool isInstalled() const;
     /// Returns when it answers; a test failure where it does not within 30 seconds.
     void start();
     /// At once, as when it crashes: its clients lose their connections.
     void kill();
     /// "postgresql://vlr@127.0.0.1:<port>/postgres"
     QString url() const;
+    /// A connection of that name beside the library's, not yet open.
+    QSqlDatabase connection(const QString& name) const;
 
 private:
     int run(const QString& program, const QStringList& arguments) const;

@@ -180,9 +180,10 @@ CaError SqlPatientStore::makeTables() {
         return failure(QStringLiteral("it was made by a newer version of this program"));
     return inTransaction([this] {
         // "IF NOT EXISTS" alone does not keep two workstations from making the same table.
-        CaError error = isServer() ? run(QStringLiteral("SELECT pg_advisory_xact_lock(%1)")
-                                             .arg(lockOfTheTables))
-                                   : CaError();
+        CaError error =
+            isServer()
+                ? run(QStringLiteral("SELECT pg_advisory_xact_lock(%1)").arg(lockOfTheTables))
+                : CaError();
         for (const char* sql : tables)
             if (error == CaError::nullError)
                 error = run(QString::fromLatin1(sql));
