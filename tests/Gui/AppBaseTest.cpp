@@ -10,7 +10,6 @@
 #include "Data/DataItem.h"
 #include "Data/ProcessData.h"
 #include "Gui/GuiTest.h"
-#include "IO/DataIOManager.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
@@ -317,16 +316,14 @@ TEST_F(AppBaseTest, AChildOfAnotherClassInTheConfigurationGivesTheDefaults) {
     EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Normal);
 }
 
-TEST_F(AppBaseTest, WithoutConfigurationNothingIsReadOrWritten) {
-    writeFile(configuration(), "left alone");
-    app(false);
-    EXPECT_EQ(runUntil(), 0);
-    endApp();
-    EXPECT_EQ(readFile(configuration()), QByteArray("left alone"));
-}
-
-TEST_F(AppBaseTest, AConfigurationThatCannotBeStoredIsLoggedAndTheOldFileStays) {
+TEST_F(AppBaseTest, TheFileStaysWithoutConfigurationAndWhereNothingCanBeStored) {
     writeFile(configuration(), configurationByHand);
+    app(false);
+    EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Normal) << "not read";
+    runUntil();
+    endApp();
+    EXPECT_EQ(readFile(configuration()), configurationByHand);
+
     app();
     expectLog(vlr::LogLevel::Error, "AppBaseImpl::run(): Could not store configuration. Reason: ");
     {

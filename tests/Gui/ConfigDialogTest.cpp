@@ -117,21 +117,17 @@ TEST_F(ConfigDialogTest, HasATabForEveryRecordWithAWidget) {
 
 TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
     list.registerModule(new RecordingModule("Plan"_s));
-    const struct {
-        const char* way;
-        std::function<void(QtConfigDialog&)> leave;
-        bool writes;
-    } cases[] = {
-        {"Cancel", [](QtConfigDialog& d) { click(d, "cancel"); }, false},
-        {"Escape", [](QtConfigDialog& d) { QTest::keyClick(&d, Qt::Key_Escape); }, false},
-        {"close", [](QtConfigDialog& d) { d.close(); }, false},
-        {"Return",
-         [](QtConfigDialog& d) { QTest::keyClick(d.findChild<QSpinBox*>(), Qt::Key_Return); },
-         true},
-        {"Ok", [](QtConfigDialog& d) { click(d, "ok"); }, true},
+    const auto pressReturn = [](QtConfigDialog& dialog) {
+        QTest::keyClick(dialog.findChild<QSpinBox*>(), Qt::Key_Return);
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.way);
+    const std::tuple<const char*, std::function<void(QtConfigDialog&)>, bool> cases[] = {
+        {"Cancel", [](QtConfigDialog& dialog) { click(dialog, "cancel"); }, false},
+        {"Escape", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); }, false},
+        {"close", [](QtConfigDialog& dialog) { dialog.close(); }, false},
+        {"Return", pressReturn, true},
+        {"Ok", [](QtConfigDialog& dialog) { click(dialog, "ok"); }, true}};
+    for (const auto& [way, leave, writes] : cases) {
+        SCOPED_TRACE(way);
         config = DataPointer<AppBaseConfig>(new AppBaseConfig);
         QStringList heard;
         const CaConnection observer(*config, Data::CHANGED, [&](auto&&...) {
@@ -150,14 +146,14 @@ TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
         int colorChanges = 0;
         const CaConnection colorObserver(*config->mainWindowConfig()->quadViewConfig(),
                                          Data::CHANGED, [&](auto&&...) { ++colorChanges; });
-        each.leave(*dialog);
-        EXPECT_EQ(colorChanges, each.writes ? QuadViewConfig::colorCount : 0) << "once per colour";
+        leave(*dialog);
+        EXPECT_EQ(colorChanges, writes ? QuadViewConfig::colorCount : 0) << "once per colour";
         EXPECT_FALSE(dialog->isVisible());
-        EXPECT_EQ(dialog->result(), each.writes ? QDialog::Accepted : QDialog::Rejected);
-        EXPECT_EQ(take(heard), each.writes ? "11, 13" : "");
-        EXPECT_EQ(color(2), each.writes ? QColor(1, 2, 3) : QColor(Qt::red));
+        EXPECT_EQ(dialog->result(), writes ? QDialog::Accepted : QDialog::Rejected);
+        EXPECT_EQ(take(heard), writes ? "11, 13" : "");
+        EXPECT_EQ(color(2), writes ? QColor(1, 2, 3) : QColor(Qt::red));
         EXPECT_EQ(color(3), QColor(Qt::blue));
-        EXPECT_EQ(makeDialog()->findChild<QSpinBox*>()->value() == count->value(), each.writes);
+        EXPECT_EQ(makeDialog()->findChild<QSpinBox*>()->value() == count->value(), writes);
     }
 }
 
@@ -186,10 +182,8 @@ TEST_F(ConfigDialogTest, FieldsComeBeforeTheButtonsAndHaveKeys) {
     const auto dialog = makeDialog();
     auto* showMode = dialog->findChild<QComboBox*>();
     auto* touchScreen = dialog->findChild<QCheckBox*>();
-    QList<QWidget*> expected{showMode};
-    for (QWidget* button : colorButtons(*dialog))
-        expected << button;
-    expected << touchScreen;
+    const auto colors = colorButtons(*dialog);
+    QList<QWidget*> expected{showMode, colors[0], colors[1], colors[2], colors[3], touchScreen};
     for (const char* name : {"about", "cancel", "ok"})
         expected << dialog->findChild<QPushButton*>(QString::fromLatin1(name));
     for (QWidget* widget : expected) {
@@ -201,9 +195,9 @@ TEST_F(ConfigDialogTest, FieldsComeBeforeTheButtonsAndHaveKeys) {
     QTest::keyClick(dialog.get(), Qt::Key_T, Qt::AltModifier);
     EXPECT_TRUE(QTest::qWaitFor([&] { return touchScreen->isChecked(); }));
     QColor offered;
-    inNextDialog<QColorDialog>([&](QColorDialog& colors) {
-        offered = colors.currentColor();
-        colors.reject();
+    inNextDialog<QColorDialog>([&](QColorDialog& opened) {
+        offered = opened.currentColor();
+        opened.reject();
     });
     QTest::keyClick(dialog.get(), Qt::Key_3, Qt::AltModifier);
     EXPECT_TRUE(QTest::qWaitFor([&] { return offered == QColor(Qt::red); }));

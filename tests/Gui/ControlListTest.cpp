@@ -6,6 +6,7 @@
 #include <QtWidgets/QStackedWidget>
 
 using namespace vlrTest;
+using testing::HasSubstr;
 using vlr::ControlList;
 
 namespace {
@@ -127,28 +128,21 @@ TEST_F(ControlListTest, KeepsControlsByNameInOrder) {
 TEST_F(ControlListTest, RefusesPlacementsInOrderWithTheirMessages) {
     addControls();
     TestControl unknown("unknown");
-    const struct {
-        TestControl* control;
-        unsigned position;
-        float width, height;
-        const char* message;
-        int line;
-    } cases[] = {
+    const std::tuple<TestControl*, unsigned, float, float, const char*, int> cases[] = {
         {nullptr, 4, 2, 2, "Undefined position", 341},
         {nullptr, 3, 2, 2, "Undefined control", 346},
         {&unknown, 0, 1.0000001F, 0.5F, "Width and/or height parameter are wrong", 352},
         {&first, 0, 0.5F, -0.0001F, "Width and/or height parameter are wrong", 352},
         {&first, 0, std::nanf(""), 0.5F, "Width and/or height parameter are wrong", 352},
         {&unknown, 0, 0, 1, "Cannot find controlItem", 359},
-        {&notReady, 0, 0, 1, "ControlItem is not valid", 364},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.message);
-        expectLog(vlr::LogLevel::Error, c.message);
-        QWidget* const widget = c.control ? c.control->widget.data() : nullptr;
-        EXPECT_FALSE(list()->occupyResource(static_cast<ControlList::ResourcePosition>(c.position),
-                                            c.control, widget, c.width, c.height));
-        EXPECT_EQ(lastLine(vlr::LogLevel::Error), c.line);
+        {&notReady, 0, 0, 1, "ControlItem is not valid", 364}};
+    for (const auto& [control, position, width, height, message, line] : cases) {
+        SCOPED_TRACE(message);
+        expectLog(vlr::LogLevel::Error, message);
+        QWidget* const widget = control ? control->widget.data() : nullptr;
+        EXPECT_FALSE(list()->occupyResource(static_cast<ControlList::ResourcePosition>(position),
+                                            control, widget, width, height));
+        EXPECT_EQ(lastLine(vlr::LogLevel::Error), line);
     }
     EXPECT_TRUE(place(0, first, 0.0F, 1.0F));
     const QPointer<QWidget> stack = list()->getWindow();
@@ -172,19 +166,15 @@ TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
         list()->viewerDimensions(r[0], r[1], r[2], r[3]);
         return r[0];
     };
-    const struct {
-        unsigned position;
-        float width, height;
-        QSize upperLeft;
-    } cases[] = {{0, 0.3F, 0.2F, {300, 200}},
-                 {1, 0.3F, 0.2F, {700, 200}},
-                 {2, 0.3F, 0.2F, {300, 800}},
-                 {3, 0.3F, 0.2F, {700, 800}},
-                 {0, 1.0F, 0.0F, {1000, 0}}};
+    const std::tuple<unsigned, float, float, QSize> cases[] = {{0, 0.3F, 0.2F, {300, 200}},
+                                                               {1, 0.3F, 0.2F, {700, 200}},
+                                                               {2, 0.3F, 0.2F, {300, 800}},
+                                                               {3, 0.3F, 0.2F, {700, 800}},
+                                                               {0, 1.0F, 0.0F, {1000, 0}}};
     list()->getViewer()->resize(1000, 1000);
-    for (const auto& c : cases) {
-        ASSERT_TRUE(place(c.position, first, c.width, c.height));
-        EXPECT_EQ(shownUpperLeft(), c.upperLeft) << c.position;
+    for (const auto& [position, width, height, upperLeft] : cases) {
+        ASSERT_TRUE(place(position, first, width, height));
+        EXPECT_EQ(shownUpperLeft(), upperLeft) << position;
         list()->freeResourcesOf(nullptr);
     }
     list()->setViewerDimensions({420, 360}, {580, 360}, {420, 640}, {580, 640});
@@ -227,20 +217,17 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(first.widget->parent(), nullptr);
 
-    const struct {
-        const char* what;
-        std::function<void()> end;
-        int pageAfter;
-    } ends[] = {{"a pane of its own", [&] { (void)place(1, second); }, 1},
-                {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 0},
-                {"its removal", [&] { list()->removeControl(&second); }, 0}};
-    for (const auto& each : ends) {
-        SCOPED_TRACE(each.what);
+    const std::tuple<const char*, std::function<void()>, int> ends[] = {
+        {"a pane of its own", [&] { (void)place(1, second); }, 1},
+        {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 0},
+        {"its removal", [&] { list()->removeControl(&second); }, 0}};
+    for (const auto& [what, end, pageAfter] : ends) {
+        SCOPED_TRACE(what);
         ASSERT_TRUE(list()->occupyResource(&second, other.get()));
         const int releases = second.releases;
-        each.end();
+        end();
         EXPECT_EQ(other->parent(), nullptr);
-        EXPECT_EQ(page(), each.pageAfter);
+        EXPECT_EQ(page(), pageAfter);
         EXPECT_EQ(second.releases > releases, !list()->getControl("second"));
     }
 }
@@ -309,6 +296,8 @@ TEST_F(ControlListTest, AControlThatBecomesInvalidLosesItsPanes) {
     EXPECT_EQ(first.releases, 1);
     EXPECT_FALSE(list()->isControlValid("first"));
     EXPECT_EQ(pane(1)->contentWidget(), nullptr);
+    pane(1)->widgetActivatedSL();
+    EXPECT_EQ(take(calls), "current ");
 }
 
 TEST_F(ControlListTest, OutlivesAWindowAndIsMadeAnewWhenDestroyed) {
@@ -335,6 +324,14 @@ TEST_F(ControlListTest, OutlivesAWindowAndIsMadeAnewWhenDestroyed) {
 TEST_F(ControlListTest, SurvivesControlsThatGoWhileTheyAreReleased) {
     expectLog(vlr::LogLevel::Error, "was destroyed without having been removed");
     expectLog(vlr::LogLevel::Error, "is not in the list.");
+    auto* const silent = new TestControl("silent");
+    silent->saysGoodbye = false;
+    list()->addControl(silent);
+    ASSERT_TRUE(place(0, *silent));
+    testing::internal::CaptureStdout();
+    delete silent;
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("cleanControler"));
+
     list()->addControl(&first);
     using Act = std::function<void(TestControl*)>;
     const Act releases[] = {

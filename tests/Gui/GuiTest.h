@@ -4,6 +4,7 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "Data/Patient.h"
+#include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
 #include "Support/MessageBoxes.h"
 #include "Support/TestEnvironment.h"

@@ -47,6 +47,7 @@ TEST_F(QtAppMainWindowTest, ContextWidgetsAreRaisedByTheirIndex) {
     // The indices stand for good, also when a widget is given twice or destroyed.
     EXPECT_EQ(window.addContextWidget(a), 1);
     delete a;
+    window.raiseContextWidget(0);
     window.raiseContextWidget(2);
     EXPECT_EQ(window.contextStack()->currentWidget(), b);
     window.raiseContextWidget(1);
@@ -86,15 +87,11 @@ TEST_F(QtAppMainWindowTest, TheViewerAreaHoldsOneModuleWidgetAtMost) {
 TEST_F(QtAppMainWindowTest, LayoutDirectionsFollowTheTable) {
     using D = MainWindowConfig;
     using B = QBoxLayout;
-    const struct {
-        D::LayoutDirections direction;
-        B::Direction control, controlWithButtons, context;
-    } cases[] = {
+    const std::tuple<D::LayoutDirections, B::Direction, B::Direction, B::Direction> cases[] = {
         {D::LeftRight, B::TopToBottom, B::TopToBottom, B::LeftToRight},
         {D::RightLeft, B::TopToBottom, B::RightToLeft, B::RightToLeft},
         {D::TopBottom, B::TopToBottom, B::TopToBottom, B::TopToBottom},
-        {D::BottomTop, B::BottomToTop, B::BottomToTop, B::BottomToTop},
-    };
+        {D::BottomTop, B::BottomToTop, B::BottomToTop, B::BottomToTop}};
     const DataPointer<MainWindowConfig> config(new MainWindowConfig);
     auto owner = std::make_unique<Window>(config);
     Window& window = *owner;
@@ -102,14 +99,14 @@ TEST_F(QtAppMainWindowTest, LayoutDirectionsFollowTheTable) {
         EXPECT_EQ(controlLayout(window)->direction(), control);
         EXPECT_EQ(contextLayout(window)->direction(), context);
     };
-    for (const auto& c : cases) {
-        window.setSecondaryLayoutDirection(c.direction);
-        expectDirections(c.control, c.context);
-        window.setSecondaryLayoutDirection(c.direction, true);
-        expectDirections(c.controlWithButtons, c.context);
-        config->setInnerLayoutDirection(c.direction);
+    for (const auto& [direction, control, controlWithButtons, context] : cases) {
+        window.setSecondaryLayoutDirection(direction);
+        expectDirections(control, context);
+        window.setSecondaryLayoutDirection(direction, true);
+        expectDirections(controlWithButtons, context);
+        config->setInnerLayoutDirection(direction);
         config->notify(Data::CHANGED);
-        expectDirections(c.control, c.context);
+        expectDirections(control, context);
     }
     window.setSecondaryLayoutDirection(static_cast<D::LayoutDirections>(4));
     window.setMainLayoutDirection(D::LeftRight);
@@ -152,27 +149,23 @@ TEST_F(QtAppMainWindowTest, TheSplitterRemembersItsSizes) {
 
 TEST_F(QtAppMainWindowTest, TheButtonsMakeTheRequestsSomebodyListensTo) {
     Window window;
-    const struct {
-        const char* name;
-        const char* toolTip;
-        void (QtAppMainWindow::*request)();
-    } cases[] = {
+    const std::tuple<const char*, const char*, void (QtAppMainWindow::*)()> cases[] = {
         {"Screenshot", "Create Screenshot", &QtAppMainWindow::screenShotRequest},
         {"Configure", "Application Configuration", &QtAppMainWindow::configRequest},
         {"ConfigureFileEditor", "Launch Application Configuration File Editor",
-         &QtAppMainWindow::configFileEditorRequest},
-    };
-    for (const auto& c : cases) {
-        QToolButton* button = window.button(c.name);
-        ASSERT_TRUE(button) << c.name;
-        EXPECT_EQ(button->toolTip().toStdString(), c.toolTip);
+         &QtAppMainWindow::configFileEditorRequest}};
+    for (const auto& [name, toolTip, request] : cases) {
+        SCOPED_TRACE(name);
+        QToolButton* button = window.button(name);
+        ASSERT_TRUE(button);
+        EXPECT_EQ(button->toolTip().toStdString(), toolTip);
         EXPECT_FALSE(button->icon().isNull());
-        EXPECT_FALSE(button->isEnabled()) << c.name;
+        EXPECT_FALSE(button->isEnabled());
         {
-            QSignalSpy spy(&window, c.request);
-            EXPECT_TRUE(button->isEnabled()) << c.name;
+            QSignalSpy spy(&window, request);
+            EXPECT_TRUE(button->isEnabled());
             button->click();
-            EXPECT_EQ(spy.size(), 1) << c.name;
+            EXPECT_EQ(spy.size(), 1);
         }
         EXPECT_TRUE(QTest::qWaitFor([&] { return !button->isEnabled(); }, 5000));
     }
@@ -216,21 +209,18 @@ TEST_F(QtAppMainWindowTest, ClosingAsksAndOnlyYesLeaves) {
 }
 
 TEST_F(QtAppMainWindowTest, TheScreenshotShortcutIsASetting) {
-    const struct {
-        const char* setting;
-        Qt::Key key;
-        Qt::KeyboardModifiers modifiers;
-    } cases[] = {{nullptr, Qt::Key_F2, Qt::NoModifier}, {"Ctrl+P", Qt::Key_P, Qt::ControlModifier}};
-    for (const auto& c : cases) {
-        if (c.setting)
-            setting("ScreenshotShortcut", QString::fromLatin1(c.setting));
+    const std::tuple<const char*, Qt::Key, Qt::KeyboardModifiers> cases[] = {
+        {"", Qt::Key_F2, Qt::NoModifier}, {"Ctrl+P", Qt::Key_P, Qt::ControlModifier}};
+    for (const auto& [keys, key, modifiers] : cases) {
+        if (*keys)
+            setting("ScreenshotShortcut", keys);
         Window window;
         showActive(window);
         // Anywhere in the application, not only in the window itself.
         QWidget other;
         showActive(other);
         QSignalSpy spy(&window, &QtAppMainWindow::screenShotRequest);
-        QTest::keyClick(&other, c.key, c.modifiers);
+        QTest::keyClick(&other, key, modifiers);
         EXPECT_EQ(spy.size(), 1);
     }
     setting("ScreenshotShortcut", "no such key"_s);
@@ -239,25 +229,23 @@ TEST_F(QtAppMainWindowTest, TheScreenshotShortcutIsASetting) {
 }
 
 TEST_F(QtAppMainWindowTest, TheSelectorStandsOnTheSideItReports) {
-    const struct {
-        int position;
-        int row, column;
-    } cases[] = {{0, 1, 0}, {1, 1, 2}, {2, 0, 1}, {3, 2, 1}, {4, -1, -1}, {-1, -1, -1}};
+    const std::tuple<int, int, int> cases[] = {{0, 1, 0}, {1, 1, 2},   {2, 0, 1},
+                                               {3, 2, 1}, {4, -1, -1}, {-1, -1, -1}};
     Window window;
     auto* grid = qobject_cast<QGridLayout*>(window.centralWidget()->layout());
     QPointer<QtModuleSelector> selector;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.position);
+    for (const auto& [position, expectedRow, expectedColumn] : cases) {
+        SCOPED_TRACE(position);
         const QPointer<QtModuleSelector> previous = selector;
-        selector = new QtModuleSelector(static_cast<QtModuleSelector::Position>(c.position));
+        selector = new QtModuleSelector(static_cast<QtModuleSelector::Position>(position));
         window.setModuleSelector(selector);
         EXPECT_FALSE(previous);
         int row = -1, column = -1, rows = 0, columns = 0;
         if (grid->indexOf(selector) >= 0)
             grid->getItemPosition(grid->indexOf(selector), &row, &column, &rows, &columns);
-        EXPECT_EQ(row, c.row);
-        EXPECT_EQ(column, c.column);
-        EXPECT_EQ(selector->isHidden(), c.row < 0);
+        EXPECT_EQ(row, expectedRow);
+        EXPECT_EQ(column, expectedColumn);
+        EXPECT_EQ(selector->isHidden(), expectedRow < 0);
     }
     window.setModuleSelector(selector);
     EXPECT_TRUE(selector) << "the same one again";

@@ -5,7 +5,6 @@
 #include "Base/QtQuadView.h"
 #include "Exception/vlrWatchdogException.h"
 #include "Gui/GuiTest.h"
-#include "IO/DataIOManager.h"
 
 #include <QtCore/QMetaMethod>
 
@@ -28,15 +27,9 @@ TEST_F(QtAppModuleTest, HandsOnTheSignalsOfItsImplementation) {
         SCOPED_TRACE(signature.constData());
         QSignalSpy spy(&module, ("2" + signature).constData());
         ASSERT_TRUE(spy.isValid());
-        const int type = signal.parameterCount() ? signal.parameterType(0) : QMetaType::Void;
-        if (type == QMetaType::QString)
-            signal.invoke(impl, Q_ARG(QString, "B"_s));
-        else if (type == QMetaType::Int)
-            signal.invoke(impl, Q_ARG(int, 7));
-        else if (type == QMetaType::Bool)
-            signal.invoke(impl, Q_ARG(bool, true));
-        else
-            signal.invoke(impl);
+        const int type = signal.parameterCount() ? signal.parameterType(0) : QMetaType::UnknownType;
+        const QVariant argument(type, nullptr);
+        signal.invoke(impl, QGenericArgument(QMetaType::typeName(type), argument.constData()));
         EXPECT_EQ(spy.size(), 1);
         handedOn += spy.size();
     }

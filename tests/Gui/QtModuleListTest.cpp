@@ -1,7 +1,6 @@
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "Gui/GuiTest.h"
-#include "IO/DataIOManager.h"
 
 #include <QtCore/QFile>
 #include <QtWidgets/QStackedWidget>
@@ -266,33 +265,27 @@ TEST_F(QtModuleListTest, AWindowThatGoesFirstTakesTheModulesAlongWhileItIsWhole)
 TEST_F(QtModuleListTest, ModulesMayTakeTheWindowAndTheListAwayAtAnyMoment) {
     using Hook = std::function<void()> RecordingModule::*;
     const auto next = [](QtModuleList* each) { each->next(); };
-    const struct {
-        const char* moment;
-        int module;
-        Hook hook;
-        std::function<void(QtModuleList*)> change;
-    } cases[] = {
+    const std::tuple<const char*, int, Hook, std::function<void(QtModuleList*)>> cases[] = {
         {"registration", 0, &RecordingModule::onActivate, next},
         {"main widget", 1, &RecordingModule::onMainWidget, next},
         {"activation", 1, &RecordingModule::onActivate, next},
         {"deactivation", 0, &RecordingModule::onDeactivate, next},
         {"end of all", 0, &RecordingModule::onDeactivate,
          std::mem_fn(&QtModuleList::deactivateAll)},
-        {"end of list", 0, &RecordingModule::onDeactivate, [](QtModuleList* each) { delete each; }},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.moment);
+        {"end of list", 0, &RecordingModule::onDeactivate, [](auto* each) { delete each; }}};
+    for (const auto& [moment, index, hook, change] : cases) {
+        SCOPED_TRACE(moment);
         const QPointer<QtAppMainWindow> owner = new QtAppMainWindow(nullptr, nullptr, Qt::Window);
         services.window = owner;
         const QPointer<QtModuleList> child = new QtModuleList(owner, owner);
         for (int i = 0; i < 2 && child; ++i) {
             auto* module = new RecordingModule("m%1"_s.arg(i), &calls);
-            if (i == each.module)
-                module->*each.hook = [owner] { delete owner.data(); };
+            if (i == index)
+                module->*hook = [owner] { delete owner.data(); };
             child->registerModule(module);
         }
         if (child)
-            each.change(child);
+            change(child);
         EXPECT_FALSE(owner);
         EXPECT_FALSE(child);
         EXPECT_EQ(calls.count("m0 deleted"_s), 1);

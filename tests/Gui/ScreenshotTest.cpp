@@ -1,7 +1,6 @@
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/QtScreenShotDialog.h"
 #include "Gui/GuiTest.h"
-#include "IO/DataIOManager.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
@@ -75,10 +74,7 @@ protected:
 } // namespace
 
 TEST_F(ScreenshotTest, NamesOfPatientsBecomeNamesOfFiles) {
-    const struct {
-        QString name;
-        QString file;
-    } cases[] = {
+    const std::pair<QString, QString> cases[] = {
         {"Doe^Jane"_s, "Doe^Jane.png"_s},
         {"../../etc/passwd"_s, "_._.._etc_passwd.png"_s},
         {".."_s, "_..png"_s},
@@ -90,11 +86,11 @@ TEST_F(ScreenshotTest, NamesOfPatientsBecomeNamesOfFiles) {
         {"left\xE2\x80\xAEright"_s, "left_right.png"_s},
         {QString(5000, QLatin1Char('x')), QString(180, QLatin1Char('x')) + ".png"_s},
     };
-    for (const auto& each : cases) {
+    for (const auto& [name, file] : cases) {
         const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-        record->setScreenShot(picture(), each.name);
-        EXPECT_EQ(files(), QStringList(each.file)) << each.file.toStdString();
-        EXPECT_EQ(QImage(folder() + QLatin1Char('/') + each.file).size(), QSize(301, 201));
+        record->setScreenShot(picture(), name);
+        EXPECT_EQ(files(), QStringList(file)) << file.toStdString();
+        EXPECT_EQ(QImage(folder() + QLatin1Char('/') + file).size(), QSize(301, 201));
         QDir(folder()).removeRecursively();
     }
     EXPECT_EQ(QDir(testFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
@@ -139,11 +135,13 @@ TEST_F(ScreenshotTest, TheItemTakesTheNameAndTheRecordsBelongToIt) {
     EXPECT_EQ(QImage(folder() + "/same_2.png"_s).pixelColor(0, 0), QColor(Qt::blue));
 }
 
-TEST_F(ScreenshotTest, WithoutNamePictureOrItemNoFileIsWritten) {
-    const DataPointer<QtScreenShotData> record(new QtScreenShotData);
+TEST_F(ScreenshotTest, NothingIsStoredWithoutNamePicturePlaceOrItem) {
+    const DataPointer<Exposed> record(new Exposed);
     record->saveImage("empty"_s);
+    EXPECT_EQ(record->doBinSave(), CaError::nullError) << "there is nothing to store";
     record->setScreenShot(picture());
     record->saveImage({});
+    EXPECT_THAT(record->doBinSave().text(), HasSubstr("QtScreenShotData: No URI found."));
     take(nullptr, "Save");
     EXPECT_FALSE(QDir(folder()).exists());
 }
@@ -194,18 +192,8 @@ TEST_F(ScreenshotTest, ThePictureIsStoredWithThePatient) {
     EXPECT_EQ(screenshotOf(*loaded)->screenShot().toImage().pixelColor(5, 5), QColor(Qt::blue));
 }
 
-TEST_F(ScreenshotTest, WithoutAPlaceThePictureIsNotStored) {
-    const DataPointer<Exposed> record(new Exposed);
-    EXPECT_EQ(record->doBinSave(), CaError::nullError) << "there is nothing to store";
-    record->setScreenShot(picture());
-    EXPECT_THAT(record->doBinSave().text(), HasSubstr("QtScreenShotData: No URI found."));
-}
-
 TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
-    const struct {
-        QByteArray bytes;
-        const char* reason;
-    } cases[] = {
+    const std::pair<QByteArray, const char*> cases[] = {
         {"These are not the bytes you look for.", "no PNG image"},
         {{}, "no PNG image"},
         // The header claims 60,000 x 60,000 pixels.
@@ -216,9 +204,9 @@ TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
         // The last chunk is missing, and with it nobody knows what else.
         {pngOf(picture()).chopped(12), "is cut off"},
     };
-    for (const auto& each : cases) {
+    for (const auto& [bytes, reason] : cases) {
         const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-        record->setBinaryPart("screenShot"_s, each.bytes);
+        record->setBinaryPart("screenShot"_s, bytes);
         ASSERT_EQ(patient->addChild(record, true), CaError::nullError);
     }
     ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
@@ -226,7 +214,7 @@ TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
     for (int i = 0; i < loaded->childCount(); ++i) {
         QImage image;
         EXPECT_THAT(screenshotOf(*loaded, i)->readImage(image, {10, 10}).text(),
-                    HasSubstr(cases[i].reason));
+                    HasSubstr(cases[i].second));
         EXPECT_TRUE(image.isNull());
         EXPECT_TRUE(screenshotOf(*loaded, i)->screenShot().isNull());
     }
