@@ -8,26 +8,16 @@
 #include "Base/QtMessageLine.h"
 #include "Data/Study.h"
 #include "Gui/GuiTest.h"
-#include "IO/DataIOManager.h"
 
-#include <QtCore/QDateTime>
-#include <QtCore/QPointer>
-#include <QtTest/QTest>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QColorDialog>
 #include <QtWidgets/QComboBox>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QSpinBox>
 #include <QtWidgets/QTabWidget>
 
 using namespace vlrTest;
 
 namespace {
-
-QString text(const char* utf8) {
-    return QString::fromUtf8(utf8);
-}
 
 // Counts what it is asked for; ok() and cancel() are slots.
 class CountingWidget : public QtDataConfigurationWidget {
@@ -38,10 +28,10 @@ public:
 
 public slots:
     bool ok() override {
-        calls << text("ok");
+        calls << "ok"_s;
         return false;
     }
-    void cancel() override { calls << text("cancel"); }
+    void cancel() override { calls << "cancel"_s; }
 
 public:
     inline static QStringList calls;
@@ -49,9 +39,9 @@ public:
 
 VLR_REGISTER_DATA_WIDGET(CountingWidget, )
 
-class ConfigDialogTest : public GuiTest {
+class ConfigDialogTest : public WindowTest {
 protected:
-    ConfigDialogTest() : window({}, nullptr, Qt::Window), list(&window, nullptr) {
+    ConfigDialogTest() {
         createQtAppBaseConfigWidgetFactory();
         linkDataToWidget("AppBaseConfig", "QtAppBaseConfigWidget", "", 4, "");
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
@@ -63,39 +53,29 @@ protected:
         EXPECT_TRUE(QTest::qWaitForWindowActive(dialog.get()));
         return dialog;
     }
-    static QString titles(const QtConfigDialog& dialog) {
+    std::string titles() {
+        const auto dialog = makeDialog();
         QStringList result;
-        const auto* tabs = dialog.findChild<QTabWidget*>();
+        const auto* tabs = dialog->findChild<QTabWidget*>();
         for (int i = 0; i < tabs->count(); ++i)
             result << tabs->tabText(i);
-        return result.join(QLatin1Char('|'));
+        return take(result, "|");
     }
     static void click(const QDialog& dialog, const char* name) {
-        QTest::mouseClick(dialog.findChild<QPushButton*>(text(name)), Qt::LeftButton);
-    }
-    // What the file of the configuration holds after it was stored.
-    QByteArray storedText() const {
-        const DataPointer<Configuration> container(new Configuration);
-        EXPECT_EQ(container->addChild(config, false), CaError::nullError);
-        EXPECT_EQ(DataIOManager::storeConfiguration(text("Test"), container), CaError::nullError);
-        (void)container->removeChild(config.get());
-        return readFile(DataIOManager::configurationPath(text("Test")));
+        QTest::mouseClick(dialog.findChild<QPushButton*>(QString::fromLatin1(name)),
+                          Qt::LeftButton);
     }
     QColor color(int index) const {
         return config->mainWindowConfig()->quadViewConfig()->resourceColor(index);
     }
 
     DataPointer<AppBaseConfig> config{new AppBaseConfig};
-    QtAppMainWindow window;
-    QtModuleList list;
+    QtModuleList list{window.get(), nullptr};
 };
 
 // The colour buttons of the dialog in their order.
 QList<QPushButton*> colorButtons(const QtConfigDialog& dialog) {
-    QList<QPushButton*> buttons;
-    for (auto* button : dialog.findChild<QtAppBaseConfigWidget*>()->findChildren<QPushButton*>())
-        buttons << button;
-    return buttons;
+    return dialog.findChild<QtAppBaseConfigWidget*>()->findChildren<QPushButton*>();
 }
 
 QColor shownColor(const QPushButton& button) {
@@ -113,81 +93,83 @@ void chooseColor(QPushButton* button, const QColor& color, bool accept) {
 } // namespace
 
 TEST_F(ConfigDialogTest, HasATabForEveryRecordWithAWidget) {
-    EXPECT_EQ(titles(*makeDialog()), text("Application Configuration"));
-    auto* module = new RecordingModule(text("Plan & Go"));
+    const std::string application = "Application Configuration";
+    const std::string general = application + "|Plan && Go General Options";
+    EXPECT_EQ(titles(), application);
+    auto* module = new RecordingModule("Plan & Go"_s);
     list.registerModule(module);
-    list.registerModule(new RecordingModule(text("Other")));
-    EXPECT_EQ(titles(*makeDialog()), text("Application Configuration|Plan && Go General Options"));
+    list.registerModule(new RecordingModule("Other"_s));
+    EXPECT_EQ(titles(), general);
     module->setConfiguration(new Study);
-    EXPECT_EQ(titles(*makeDialog()), text("Application Configuration|Plan && Go General Options"));
+    EXPECT_EQ(titles(), general);
     createCountingWidgetFactory();
     linkDataToWidget("Study", "CountingWidget", "", 4, "");
-    EXPECT_EQ(titles(*makeDialog()), text("Application Configuration|Plan && Go General Options|"
-                                          "Plan && Go Configuration"));
+    EXPECT_EQ(titles(), general + "|Plan && Go Configuration");
+
+    // Its slots are called twice: once as those of a tab's widget, once by name.
+    click(*makeDialog(), "ok");
+    click(*makeDialog(), "cancel");
+    EXPECT_EQ(take(CountingWidget::calls), "ok, ok, cancel, cancel");
+
     const QtConfigDialog empty({}, nullptr, nullptr);
-    EXPECT_EQ(titles(empty), QString());
+    EXPECT_EQ(empty.findChild<QTabWidget*>()->count(), 0);
 }
 
 TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
-    auto* module = new RecordingModule(text("Plan"));
-    list.registerModule(module);
-    const struct {
-        const char* way;
-        std::function<void(QtConfigDialog&)> leave;
-        bool writes;
-    } cases[] = {
-        {"Cancel", [](QtConfigDialog& d) { click(d, "cancel"); }, false},
-        {"Escape", [](QtConfigDialog& d) { QTest::keyClick(&d, Qt::Key_Escape); }, false},
-        {"close", [](QtConfigDialog& d) { d.close(); }, false},
-        {"Return",
-         [](QtConfigDialog& d) { QTest::keyClick(d.findChild<QSpinBox*>(), Qt::Key_Return); },
-         true},
-        {"Ok", [](QtConfigDialog& d) { click(d, "ok"); }, true},
+    list.registerModule(new RecordingModule("Plan"_s));
+    const auto pressReturn = [](QtConfigDialog& dialog) {
+        QTest::keyClick(dialog.findChild<QSpinBox*>(), Qt::Key_Return);
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.way);
+    const std::tuple<const char*, std::function<void(QtConfigDialog&)>, bool> cases[] = {
+        {"Cancel", [](QtConfigDialog& dialog) { click(dialog, "cancel"); }, false},
+        {"Escape", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); }, false},
+        {"close", [](QtConfigDialog& dialog) { dialog.close(); }, false},
+        {"Return", pressReturn, true},
+        {"Ok", [](QtConfigDialog& dialog) { click(dialog, "ok"); }, true}};
+    for (const auto& [way, leave, writes] : cases) {
+        SCOPED_TRACE(way);
         config = DataPointer<AppBaseConfig>(new AppBaseConfig);
         QStringList heard;
         const CaConnection observer(*config, Data::CHANGED, [&](auto&&...) {
-            heard << QString::number(config->isTouchScreenModeEnabled()) +
-                         QString::number(config->showMode());
+            heard << "%1%2"_s.arg(config->isTouchScreenModeEnabled()).arg(config->showMode());
         });
         const auto dialog = makeDialog();
         auto* showMode = dialog->findChild<QComboBox*>();
-        EXPECT_EQ(showMode->currentText(), text("Normal"));
-        showMode->setCurrentIndex(showMode->findText(text("Full Screen")));
+        EXPECT_EQ(showMode->currentText(), "Normal"_s);
+        showMode->setCurrentIndex(showMode->findText("Full Screen"_s));
         dialog->findChild<QCheckBox*>()->setChecked(true);
         chooseColor(colorButtons(*dialog).at(2), QColor(1, 2, 3), true);
         EXPECT_EQ(shownColor(*colorButtons(*dialog).at(2)), QColor(1, 2, 3));
         auto* count = dialog->findChild<QSpinBox*>();
         EXPECT_EQ(count->maximum(), 10);
         count->setValue(count->value() == 7 ? 8 : 7);
-        const QColor before = color(2);
-        QStringList heardColors;
+        int colorChanges = 0;
         const CaConnection colorObserver(*config->mainWindowConfig()->quadViewConfig(),
-                                         Data::CHANGED,
-                                         [&](auto&&...) { heardColors << color(2).name(); });
-        const QByteArray fileBefore = storedText();
-        each.leave(*dialog);
-        EXPECT_EQ(heardColors.size(), each.writes ? QuadViewConfig::colorCount : 0)
-            << "once per colour";
-        EXPECT_EQ(storedText() == fileBefore, !each.writes);
+                                         Data::CHANGED, [&](auto&&...) { ++colorChanges; });
+        leave(*dialog);
+        EXPECT_EQ(colorChanges, writes ? QuadViewConfig::colorCount : 0) << "once per colour";
         EXPECT_FALSE(dialog->isVisible());
-        EXPECT_EQ(dialog->result(), each.writes ? QDialog::Accepted : QDialog::Rejected);
-        EXPECT_EQ(heard.join(QLatin1Char(' ')), text(each.writes ? "11 13" : ""));
-        EXPECT_EQ(color(2), each.writes ? QColor(1, 2, 3) : before);
+        EXPECT_EQ(dialog->result(), writes ? QDialog::Accepted : QDialog::Rejected);
+        EXPECT_EQ(take(heard), writes ? "11, 13" : "");
+        EXPECT_EQ(color(2), writes ? QColor(1, 2, 3) : QColor(Qt::red));
         EXPECT_EQ(color(3), QColor(Qt::blue));
-        EXPECT_EQ(makeDialog()->findChild<QSpinBox*>()->value() == count->value(), each.writes);
+        EXPECT_EQ(makeDialog()->findChild<QSpinBox*>()->value() == count->value(), writes);
     }
 }
 
-TEST_F(ConfigDialogTest, AChosenColourIsSeenInTheLayoutButtons) {
+TEST_F(ConfigDialogTest, AChosenColourIsSeenInTheLayoutButtonsOnceItIsStored) {
     const QtControlAreaControlButtons buttons(config->mainWindowConfig()->quadViewConfig(),
                                               nullptr);
-    const auto* main = buttons.findChild<QAbstractButton*>(text("allAlike"));
+    const auto* main = buttons.findChild<QAbstractButton*>("allAlike"_s);
     const auto picture = [&] { return main->icon().pixmap(main->iconSize()).toImage(); };
     const QImage before = picture();
     const auto dialog = makeDialog();
+    const QList<QColor> defaults = {Qt::yellow, Qt::green, Qt::red, Qt::blue};
+    for (int i = 0; i < defaults.size(); ++i) {
+        auto* button = colorButtons(*dialog).at(i);
+        chooseColor(button, QColor(200, 0, 200), false);
+        EXPECT_EQ(shownColor(*button), defaults[i]) << "not chosen";
+    }
     chooseColor(colorButtons(*dialog).at(1), QColor(200, 0, 200), true);
     EXPECT_EQ(picture(), before);
     click(*dialog, "ok");
@@ -200,12 +182,10 @@ TEST_F(ConfigDialogTest, FieldsComeBeforeTheButtonsAndHaveKeys) {
     const auto dialog = makeDialog();
     auto* showMode = dialog->findChild<QComboBox*>();
     auto* touchScreen = dialog->findChild<QCheckBox*>();
-    QList<QWidget*> expected{showMode};
-    for (QWidget* button : colorButtons(*dialog))
-        expected << button;
-    expected << touchScreen;
+    const auto colors = colorButtons(*dialog);
+    QList<QWidget*> expected{showMode, colors[0], colors[1], colors[2], colors[3], touchScreen};
     for (const char* name : {"about", "cancel", "ok"})
-        expected << dialog->findChild<QPushButton*>(text(name));
+        expected << dialog->findChild<QPushButton*>(QString::fromLatin1(name));
     for (QWidget* widget : expected) {
         EXPECT_EQ(dialog->focusWidget(), widget);
         QTest::keyClick(dialog->focusWidget(), Qt::Key_Tab);
@@ -214,14 +194,13 @@ TEST_F(ConfigDialogTest, FieldsComeBeforeTheButtonsAndHaveKeys) {
     EXPECT_EQ(dialog->focusWidget(), showMode);
     QTest::keyClick(dialog.get(), Qt::Key_T, Qt::AltModifier);
     EXPECT_TRUE(QTest::qWaitFor([&] { return touchScreen->isChecked(); }));
-    inNextDialog<QColorDialog>([](QColorDialog& colors) {
-        EXPECT_EQ(colors.currentColor(), QColor(Qt::red));
-        colors.setCurrentColor(QColor(1, 2, 3));
-        colors.accept();
+    QColor offered;
+    inNextDialog<QColorDialog>([&](QColorDialog& opened) {
+        offered = opened.currentColor();
+        opened.reject();
     });
     QTest::keyClick(dialog.get(), Qt::Key_3, Qt::AltModifier);
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return shownColor(*colorButtons(*dialog).at(2)) == QColor(1, 2, 3); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return offered == QColor(Qt::red); }));
 }
 
 // --- taken away meanwhile
@@ -234,8 +213,7 @@ TEST_F(ConfigDialogTest, MayGoWhileAColourIsChosen) {
 }
 
 TEST_F(ConfigDialogTest, MayGoWhenTheFirstChangeIsHeard) {
-    auto* module = new RecordingModule(text("Plan"));
-    list.registerModule(module);
+    list.registerModule(new RecordingModule("Plan"_s));
     auto dialog = makeDialog();
     chooseColor(colorButtons(*dialog).at(2), QColor(1, 2, 3), true);
     dialog->findChild<QComboBox*>()->setCurrentIndex(3);
@@ -255,73 +233,45 @@ TEST_F(ConfigDialogTest, LayoutsBeyondTheFieldsRangeStayUnlessTheNumberIsEdited)
     QtModuleConfigWidget widget(module.get(), {}, nullptr, {});
     EXPECT_TRUE(widget.ok());
     EXPECT_EQ(module->noDimensionSets(), 12);
-    EXPECT_TRUE(widget.findChild<QtMessageLine*>()->text().contains(text("12")));
+    EXPECT_TRUE(widget.findChild<QtMessageLine*>()->text().contains("12"_s));
     widget.findChild<QSpinBox*>()->setValue(9);
     EXPECT_TRUE(widget.ok());
     EXPECT_EQ(module->noDimensionSets(), 9);
 }
 
-TEST_F(ConfigDialogTest, AColourThatIsNotChosenStays) {
-    const auto dialog = makeDialog();
-    const Qt::GlobalColor colors[] = {Qt::yellow, Qt::green, Qt::red, Qt::blue};
-    for (int i = 0; i < 4; ++i) {
-        auto* button = colorButtons(*dialog).at(i);
-        chooseColor(button, QColor(1, 2, 3), false);
-        EXPECT_EQ(shownColor(*button), QColor(colors[i]));
-    }
-}
-
-// Once as every tab's widget, once by name.
-TEST_F(ConfigDialogTest, WidgetsWithSlotsAreCalledByNameToo) {
-    auto* module = new RecordingModule(text("Plan"));
-    list.registerModule(module);
-    module->setConfiguration(new Study);
-    createCountingWidgetFactory();
-    linkDataToWidget("Study", "CountingWidget", "", 4, "");
-    click(*makeDialog(), "ok");
-    click(*makeDialog(), "cancel");
-    EXPECT_EQ(CountingWidget::calls.join(QLatin1Char(' ')), text("ok ok cancel cancel"));
-}
-
 TEST_F(ConfigDialogTest, WidgetsForOtherDataAreEmpty) {
     const DataPointer<Data> study(new Study);
     QtAppBaseConfigWidget application(study.get(), {}, nullptr, {});
-    QtModuleConfigWidget moduleWidget(study.get(), {}, nullptr, {});
-    for (QtDataConfigurationWidget* widget :
-         std::initializer_list<QtDataConfigurationWidget*>{&application, &moduleWidget}) {
-        EXPECT_TRUE(widget->findChildren<QWidget*>().isEmpty());
-        EXPECT_TRUE(widget->ok());
-    }
+    QtModuleConfigWidget module(study.get(), {}, nullptr, {});
+    EXPECT_TRUE(application.ok() && module.ok());
+    EXPECT_TRUE(application.children().isEmpty() && module.children().isEmpty());
 }
 
 TEST_F(ConfigDialogTest, AboutShowsTheBuild) {
     const auto dialog = makeDialog();
     QString shown;
     inNextDialog<QtAboutDialog>([&](QtAboutDialog& about) {
-        shown = about.findChild<QLabel*>(text("aboutText"))->text();
+        shown = about.findChild<QLabel*>("aboutText"_s)->text();
         QTest::keyClick(&about, Qt::Key_Return);
     });
     QTest::keyClick(dialog.get(), Qt::Key_A, Qt::AltModifier);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !shown.isEmpty(); }));
-    const vlr::VersionInformation information = vlr::versionInformation();
     EXPECT_TRUE(dialog->isVisible());
-    for (const QString& part : {text("Generated ") + information.buildTime, information.version,
-                                information.revision, text(QT_VERSION_STR), text(qVersion())})
-        EXPECT_TRUE(!part.isEmpty() && shown.contains(part)) << part.toStdString();
-    const QDateTime built =
-        QDateTime::fromString(information.buildTime, text("yyyy-MM-dd hh:mm:ss 'UTC'"));
+    const vlr::VersionInformation information = vlr::versionInformation();
+    EXPECT_FALSE(information.version.isEmpty());
     int last = -1;
-    for (const QString& part :
-         {text("Generated "), text(QT_VERSION_STR), text("vlrGui"), text("vlrNavigation")}) {
+    for (const QString& part : {"Generated "_s + information.buildTime, QT_VERSION_STR ""_s,
+                                "<td>vlrGui&"_s, "<td>vlrNavigation&"_s}) {
         EXPECT_LT(last, shown.indexOf(part)) << part.toStdString();
         last = shown.indexOf(part);
     }
-    EXPECT_EQ(shown.count(text("<td>") + information.version + text("</td>")),
+    for (const QString& part : {information.revision, QString::fromLatin1(qVersion())})
+        EXPECT_TRUE(!part.isEmpty() && shown.contains(part)) << part.toStdString();
+    EXPECT_EQ(shown.count("<td>"_s + information.version + "</td>"_s),
               information.libraries.size());
-    EXPECT_TRUE(built.isValid()) << information.buildTime.toStdString();
-    EXPECT_LE(built, QDateTime::currentDateTimeUtc().addDays(1));
-    EXPECT_EQ(QtAboutDialog::text({}),
-              text("This Dialog was compiled without version information."));
+    EXPECT_THAT(information.buildTime.toStdString(),
+                testing::MatchesRegex("20[0-9-]{8} [0-9:]{8} UTC"));
+    EXPECT_EQ(QtAboutDialog::text({}), "This Dialog was compiled without version information."_s);
 }
 
 #include "ConfigDialogTest.moc"

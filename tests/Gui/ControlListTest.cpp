@@ -3,15 +3,10 @@
 #include "Base/QtQuadView.h"
 #include "Gui/GuiTest.h"
 
-#include <QtTest/QSignalSpy>
-#include <QtTest/QTest>
-#include <QtWidgets/QHBoxLayout>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QStackedWidget>
 
-#include <random>
-
 using namespace vlrTest;
+using testing::HasSubstr;
 using vlr::ControlList;
 
 namespace {
@@ -52,15 +47,16 @@ public:
     std::function<void()> onRelease;
 };
 
-class ControlListTest : public GuiTest {
+class ControlListTest : public WindowTest {
 protected:
     ControlListTest() {
-        services.window = &window;
-        for (const char* signal :
-             {SIGNAL(controlAdded(QString)), SIGNAL(controlAppeared(QString)),
-              SIGNAL(controlHidden(QString)), SIGNAL(controlRemoved(QString)),
-              SIGNAL(currentControlChanged(QString)), SIGNAL(controlsRemoved())})
-            spies.push_back(std::make_unique<QSignalSpy>(list(), signal));
+        follow("added", &ControlList::controlAdded);
+        follow("appeared", &ControlList::controlAppeared);
+        follow("hidden", &ControlList::controlHidden);
+        follow("removed", &ControlList::controlRemoved);
+        follow("current", &ControlList::currentControlChanged);
+        QObject::connect(list(), &ControlList::controlsRemoved, &context,
+                         [this] { calls << "all removed"_s; });
     }
     ~ControlListTest() override { list()->removeControl(nullptr); }
 
@@ -74,157 +70,132 @@ protected:
                                       &control, control.widget, width, height);
     }
 
-    // The signals since the last call: "added A; current B".
-    QString signalTexts() {
-        const char* names[] = {"added", "appeared", "hidden", "removed", "current", "all removed"};
-        QStringList texts;
-        for (std::size_t i = 0; i < spies.size(); ++i) {
-            for (const QList<QVariant>& arguments : *spies[i])
-                texts << QString::fromLatin1(names[i]) + QLatin1Char(' ') +
-                             arguments.value(0).toString();
-            spies[i]->clear();
-        }
-        return texts.join(QStringLiteral("; ")).trimmed();
+    void follow(const char* what, void (ControlList::*signal)(QString)) {
+        QObject::connect(list(), signal, &context, [this, what](const QString& label) {
+            calls << "%1 %2"_s.arg(QLatin1String(what), label);
+        });
+    }
+    void addControls() {
+        for (TestControl* control : {&first, &second, &third, &notReady})
+            list()->addControl(control);
+        calls.clear();
     }
 
-    FakeServices services;
-    QtAppMainWindow window{nullptr, nullptr, Qt::Window};
-    std::vector<std::unique_ptr<QSignalSpy>> spies;
+    QObject context;
+    TestControl first{"first"};
+    TestControl second{"second"};
+    TestControl third{"third"};
+    TestControl notReady{"notReady", false};
 };
 
-const vlr::LogRecord* lastRecord(vlr::LogLevel level) {
-    const vlr::LogRecord* found = nullptr;
+// The line that the last record of the level names.
+int lastLine(vlr::LogLevel level) {
+    int line = -1;
     for (const vlr::LogRecord& record : logRecords())
         if (record.level == level)
-            found = &record;
-    return found;
+            line = record.line;
+    return line;
 }
 
 } // namespace
 
 TEST_F(ControlListTest, KeepsControlsByNameInOrder) {
-    TestControl b("b");
-    TestControl a("a");
-    TestControl notReady("c", false);
-    TestControl again("a");
-    EXPECT_TRUE(list()->addControl(&b));
-    EXPECT_TRUE(list()->addControl(&a));
+    TestControl again("first");
+    EXPECT_TRUE(list()->addControl(&second));
+    EXPECT_TRUE(list()->addControl(&first));
     EXPECT_TRUE(list()->addControl(&notReady));
-    EXPECT_EQ(signalTexts(), QStringLiteral("added b; added a"));
-    expectLog(vlr::LogLevel::Error, "control with name: a already exist");
+    EXPECT_EQ(take(calls), "added second, added first");
+    expectLog(vlr::LogLevel::Error, "control with name: first already exist");
     EXPECT_FALSE(list()->addControl(&again));
-    EXPECT_EQ(lastRecord(vlr::LogLevel::Error)->line, 242);
-    EXPECT_STREQ(lastRecord(vlr::LogLevel::Error)->file,
-                 "libraries/Gui/src/AppBase/vlrControlList");
-    EXPECT_EQ(list()->getControl("a"), &a);
+    EXPECT_EQ(lastLine(vlr::LogLevel::Error), 242);
+    EXPECT_STREQ(logRecords().back().file, "libraries/Gui/src/AppBase/vlrControlList");
+    EXPECT_EQ(list()->getControl("first"), &first);
     EXPECT_EQ(list()->getNumberOfControls(), 3);
     bool ok = false;
-    EXPECT_EQ(list()->getControlNameAtIndex(ok, 1), "b");
+    EXPECT_EQ(list()->getControlNameAtIndex(ok, 1), "notReady");
     EXPECT_TRUE(ok);
     EXPECT_EQ(list()->getControlNameAtIndex(ok, 3), "");
     EXPECT_FALSE(ok);
-    EXPECT_FALSE(list()->isControlValid("c"));
+    EXPECT_FALSE(list()->isControlValid("notReady"));
     emit notReady.becameValid(list(), &notReady);
-    EXPECT_TRUE(list()->isControlValid("c"));
-    EXPECT_EQ(signalTexts(), QStringLiteral("appeared c"));
-    list()->removeControl(&a);
-    EXPECT_EQ(signalTexts(), QStringLiteral("removed a; all removed"));
-    EXPECT_EQ(list()->getControl("a"), nullptr);
+    EXPECT_TRUE(list()->isControlValid("notReady"));
+    EXPECT_EQ(take(calls), "appeared notReady");
+    list()->removeControl(&first);
+    EXPECT_EQ(take(calls), "removed first, all removed");
+    EXPECT_EQ(list()->getControl("first"), nullptr);
 }
 
 TEST_F(ControlListTest, RefusesPlacementsInOrderWithTheirMessages) {
-    TestControl good("good");
+    addControls();
     TestControl unknown("unknown");
-    TestControl notReady("notReady", false);
-    list()->addControl(&good);
-    list()->addControl(&notReady);
-    struct Case {
-        TestControl* control;
-        unsigned position;
-        float width, height;
-        const char* message;
-        int line;
-    };
-    const Case cases[] = {
+    const std::tuple<TestControl*, unsigned, float, float, const char*, int> cases[] = {
         {nullptr, 4, 2, 2, "Undefined position", 341},
         {nullptr, 3, 2, 2, "Undefined control", 346},
         {&unknown, 0, 1.0000001F, 0.5F, "Width and/or height parameter are wrong", 352},
-        {&good, 0, 0.5F, -0.0001F, "Width and/or height parameter are wrong", 352},
-        {&good, 0, std::nanf(""), 0.5F, "Width and/or height parameter are wrong", 352},
+        {&first, 0, 0.5F, -0.0001F, "Width and/or height parameter are wrong", 352},
+        {&first, 0, std::nanf(""), 0.5F, "Width and/or height parameter are wrong", 352},
         {&unknown, 0, 0, 1, "Cannot find controlItem", 359},
-        {&notReady, 0, 0, 1, "ControlItem is not valid", 364},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.message);
-        expectLog(vlr::LogLevel::Error, c.message);
-        QWidget* const widget = c.control ? c.control->widget.data() : nullptr;
-        EXPECT_FALSE(list()->occupyResource(static_cast<ControlList::ResourcePosition>(c.position),
-                                            c.control, widget, c.width, c.height));
-        EXPECT_EQ(lastRecord(vlr::LogLevel::Error)->line, c.line);
+        {&notReady, 0, 0, 1, "ControlItem is not valid", 364}};
+    for (const auto& [control, position, width, height, message, line] : cases) {
+        SCOPED_TRACE(message);
+        expectLog(vlr::LogLevel::Error, message);
+        QWidget* const widget = control ? control->widget.data() : nullptr;
+        EXPECT_FALSE(list()->occupyResource(static_cast<ControlList::ResourcePosition>(position),
+                                            control, widget, width, height));
+        EXPECT_EQ(lastLine(vlr::LogLevel::Error), line);
     }
-    EXPECT_TRUE(place(0, good, 0.0F, 1.0F));
+    EXPECT_TRUE(place(0, first, 0.0F, 1.0F));
     const QPointer<QWidget> stack = list()->getWindow();
     ControlList* const same = list();
     delete list()->getViewer();
     expectLog(vlr::LogLevel::Error, "No valid controler attached");
-    EXPECT_FALSE(same->occupyResource(ControlList::UpperLeft, &good, nullptr, 0.5F, 0.5F));
+    EXPECT_FALSE(same->occupyResource(ControlList::UpperLeft, &first, nullptr, 0.5F, 0.5F));
     expectLog(vlr::LogLevel::Error, "Viewer is not defined.");
     same->setViewerDimensions({}, {}, {}, {});
-    EXPECT_EQ(lastRecord(vlr::LogLevel::Error)->line, 660);
+    EXPECT_EQ(lastLine(vlr::LogLevel::Error), 660);
     EXPECT_TRUE(ControlList::instance()->getViewer()) << "made anew";
     EXPECT_EQ(list()->getWindow(), stack);
 }
 
 TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
     services.window = nullptr;
-    TestControl control("control");
-    list()->addControl(&control);
-    struct Case {
-        unsigned position;
-        float width, height;
-        QSize upperLeft;
-    };
-    const Case cases[] = {{0, 0.3F, 0.2F, {300, 200}},
-                          {1, 0.3F, 0.2F, {700, 200}},
-                          {2, 0.3F, 0.2F, {300, 800}},
-                          {3, 0.3F, 0.2F, {700, 800}},
-                          {0, 1.0F, 0.0F, {1000, 0}}};
-    list()->getViewer()->resize(1000, 1000);
-    for (const Case& c : cases) {
-        ASSERT_TRUE(place(c.position, control, c.width, c.height));
-        ASSERT_TRUE(list()->showControl(QStringLiteral("control")));
+    addControls();
+    const auto shownUpperLeft = [] {
+        EXPECT_TRUE(list()->showControl("first"_s));
         QSize r[4];
         list()->viewerDimensions(r[0], r[1], r[2], r[3]);
-        EXPECT_EQ(r[0], c.upperLeft) << c.position;
+        return r[0];
+    };
+    const std::tuple<unsigned, float, float, QSize> cases[] = {{0, 0.3F, 0.2F, {300, 200}},
+                                                               {1, 0.3F, 0.2F, {700, 200}},
+                                                               {2, 0.3F, 0.2F, {300, 800}},
+                                                               {3, 0.3F, 0.2F, {700, 800}},
+                                                               {0, 1.0F, 0.0F, {1000, 0}}};
+    list()->getViewer()->resize(1000, 1000);
+    for (const auto& [position, width, height, upperLeft] : cases) {
+        ASSERT_TRUE(place(position, first, width, height));
+        EXPECT_EQ(shownUpperLeft(), upperLeft) << position;
         list()->freeResourcesOf(nullptr);
     }
     list()->setViewerDimensions({420, 360}, {580, 360}, {420, 640}, {580, 640});
     list()->getViewer()->equalize();
-    ASSERT_TRUE(list()->showControl(QStringLiteral("control")));
-    QSize r[4];
-    list()->viewerDimensions(r[0], r[1], r[2], r[3]);
-    EXPECT_EQ(r[0], QSize(420, 360)) << "the layout set while it was current";
+    EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "the layout set while it was current";
 }
 
 TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
-    TestControl first("first");
-    TestControl second("second");
-    list()->addControl(&first);
-    list()->addControl(&second);
+    addControls();
     expectLog(vlr::LogLevel::CaError, "Child REMOVED");
     ASSERT_TRUE(place(0, first));
-    auto* const more = new QLabel(QStringLiteral("more"));
-    const QPointer<QWidget> guard(more);
+    const QPointer<QWidget> more = new QLabel("more"_s);
     ASSERT_TRUE(list()->occupyResource(ControlList::LowerRight, &first, more, 0.5F, 0.5F));
     testing::internal::CaptureStdout();
     ASSERT_TRUE(place(0, second));
-    const std::string trace = testing::internal::GetCapturedStdout();
     const std::string line =
         "void vlr::ControlList::cleanControler( std::vector<controlerT>::iterator index )\n";
-    EXPECT_EQ(trace, line + line);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), line + line);
     EXPECT_EQ(first.releases, 1);
     EXPECT_TRUE(first.widget) << "it took this one back";
-    EXPECT_FALSE(guard) << "and left that one to the pane";
+    EXPECT_FALSE(more) << "and left that one to the pane";
     EXPECT_EQ(pane(0)->contentWidget(), second.widget.data());
     EXPECT_EQ(pane(3)->contentWidget(), nullptr);
     list()->freeResource(0);
@@ -233,41 +204,36 @@ TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
 }
 
 TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
-    TestControl first("first");
-    TestControl second("second");
-    list()->addControl(&first);
-    list()->addControl(&second);
+    addControls();
     ASSERT_TRUE(place(1, second));
     EXPECT_EQ(page(), 1);
     ASSERT_TRUE(list()->occupyResource(&first, first.widget));
     EXPECT_EQ(page(), 0);
-    QWidget* const whole = first.widget->parentWidget();
-    EXPECT_EQ(whole->layout()->spacing(), 0);
-    EXPECT_EQ(whole->layout()->contentsMargins(), QMargins(10, 0, 10, 2));
-    auto* const other = new QLabel(QStringLiteral("other"));
-    ASSERT_TRUE(list()->occupyResource(&second, other));
+    const QLayout* const whole = first.widget->parentWidget()->layout();
+    EXPECT_EQ(whole->spacing(), 0);
+    EXPECT_EQ(whole->contentsMargins(), QMargins(10, 0, 10, 2));
+    const auto other = std::make_unique<QLabel>("other"_s);
+    ASSERT_TRUE(list()->occupyResource(&second, other.get()));
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(first.widget->parent(), nullptr);
-    ASSERT_TRUE(place(1, second));
-    EXPECT_EQ(page(), 1);
-    EXPECT_EQ(other->parent(), nullptr) << "its own pane ends its full size";
-    ASSERT_TRUE(list()->occupyResource(&second, other));
-    EXPECT_TRUE(list()->occupyResource(nullptr, nullptr));
-    EXPECT_EQ(other->parent(), nullptr);
-    ASSERT_TRUE(list()->occupyResource(&second, other));
-    const int releases = second.releases;
-    list()->removeControl(&second);
-    EXPECT_GT(second.releases, releases);
-    EXPECT_EQ(other->parent(), nullptr);
-    delete other;
+
+    const std::tuple<const char*, std::function<void()>, int> ends[] = {
+        {"a pane of its own", [&] { (void)place(1, second); }, 1},
+        {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 0},
+        {"its removal", [&] { list()->removeControl(&second); }, 0}};
+    for (const auto& [what, end, pageAfter] : ends) {
+        SCOPED_TRACE(what);
+        ASSERT_TRUE(list()->occupyResource(&second, other.get()));
+        const int releases = second.releases;
+        end();
+        EXPECT_EQ(other->parent(), nullptr);
+        EXPECT_EQ(page(), pageAfter);
+        EXPECT_EQ(second.releases > releases, !list()->getControl("second"));
+    }
 }
 
 TEST_F(ControlListTest, OneThatIsPutIntoThePlaceMeanwhileIsReleasedToo) {
-    TestControl first("first");
-    TestControl second("second");
-    TestControl third("third");
-    for (TestControl* control : {&first, &second, &third})
-        list()->addControl(control);
+    addControls();
     ASSERT_TRUE(place(0, first));
     first.onRelease = [&] { (void)place(0, third); };
     ASSERT_TRUE(place(0, second));
@@ -283,144 +249,111 @@ TEST_F(ControlListTest, OneThatIsPutIntoThePlaceMeanwhileIsReleasedToo) {
 }
 
 TEST_F(ControlListTest, ShowsAndHidesInTheWindow) {
-    TestControl control("control");
-    TestControl waiting("waiting", false);
-    list()->addControl(&control);
-    list()->addControl(&waiting);
-    ASSERT_TRUE(place(2, control));
-    signalTexts();
-    EXPECT_TRUE(list()->showControl(QStringLiteral("control")));
-    EXPECT_EQ(signalTexts(), QStringLiteral("appeared control; current control"));
-    EXPECT_EQ(list()->getWindow()->window(), &window);
+    list()->addControl(&first);
+    list()->addControl(&notReady);
+    ASSERT_TRUE(place(2, first));
+    calls.clear();
+    EXPECT_TRUE(list()->showControl("first"_s));
+    EXPECT_EQ(take(calls), "current first, appeared first");
+    EXPECT_EQ(list()->getWindow()->window(), window.get());
     EXPECT_EQ(list()->getViewer()->getCurrentView(), 2);
-    EXPECT_FALSE(list()->showControl(QStringLiteral("waiting")));
-    EXPECT_FALSE(list()->showControl(QStringLiteral("nobody")));
-    EXPECT_EQ(signalTexts(), QStringLiteral("current ; current"));
+    EXPECT_FALSE(list()->showControl("notReady"_s));
+    EXPECT_FALSE(list()->showControl("nobody"_s));
+    EXPECT_EQ(take(calls), "current , current ");
 
     QWidget moduleWidget;
     QPointer<QWidget> stack = list()->getWindow();
-    window.occupyWindow(nullptr, &moduleWidget);
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "Hide control: control"), 1);
-    EXPECT_EQ(lastRecord(vlr::LogLevel::Info)->line, 594);
-    EXPECT_EQ(signalTexts(), QStringLiteral("hidden control; hidden waiting; current ; current"));
-    EXPECT_EQ(control.releases, 1);
+    window->occupyWindow(nullptr, &moduleWidget);
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "Hide control: first"), 1);
+    EXPECT_EQ(lastLine(vlr::LogLevel::Info), 594);
+    EXPECT_EQ(take(calls), "current , hidden first, current , hidden notReady");
+    EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(stack->parent(), nullptr);
-    EXPECT_EQ(moduleWidget.window(), &window);
+    EXPECT_EQ(moduleWidget.window(), window.get());
     EXPECT_EQ(list()->getViewer()->getCurrentView(), -1);
-    window.occupyWindow(nullptr, nullptr);
+    window->occupyWindow(nullptr, nullptr);
 }
 
 TEST_F(ControlListTest, ThePressedPaneNamesTheCurrentControl) {
-    TestControl control("control");
-    list()->addControl(&control);
-    ASSERT_TRUE(place(3, control));
-    signalTexts();
+    addControls();
+    ASSERT_TRUE(place(3, first));
     pane(3)->widgetActivatedSL();
     pane(0)->widgetActivatedSL();
-    EXPECT_EQ(signalTexts(), QStringLiteral("current control; current"));
+    EXPECT_EQ(take(calls), "current first, current ");
     pane(3)->widgetActivatedSL();
-    list()->removeControl(&control);
-    expectLog(vlr::LogLevel::Error, "Control control is not defined.");
+    list()->removeControl(&first);
+    expectLog(vlr::LogLevel::Error, "Control first is not defined.");
     list()->setViewerDimensions({500, 500}, {500, 500}, {500, 500}, {500, 500});
-    EXPECT_EQ(lastRecord(vlr::LogLevel::Error)->line, 673);
+    EXPECT_EQ(lastLine(vlr::LogLevel::Error), 673);
 }
 
 TEST_F(ControlListTest, AControlThatBecomesInvalidLosesItsPanes) {
-    TestControl control("control");
-    list()->addControl(&control);
-    ASSERT_TRUE(place(1, control));
-    emit control.becameInvalid(list(), &control);
+    addControls();
+    ASSERT_TRUE(place(1, first));
+    emit first.becameInvalid(list(), &first);
     EXPECT_EQ(logCount(vlr::LogLevel::Info, "Remove widget: 1"), 1);
-    EXPECT_EQ(lastRecord(vlr::LogLevel::Info)->line, 142);
-    EXPECT_EQ(control.releases, 1);
-    EXPECT_FALSE(list()->isControlValid("control"));
+    EXPECT_EQ(lastLine(vlr::LogLevel::Info), 142);
+    EXPECT_EQ(first.releases, 1);
+    EXPECT_FALSE(list()->isControlValid("first"));
     EXPECT_EQ(pane(1)->contentWidget(), nullptr);
+    pane(1)->widgetActivatedSL();
+    EXPECT_EQ(take(calls), "current ");
 }
 
 TEST_F(ControlListTest, OutlivesAWindowAndIsMadeAnewWhenDestroyed) {
-    TestControl control("control");
-    list()->addControl(&control);
-    ASSERT_TRUE(place(0, control));
+    addControls();
+    ASSERT_TRUE(place(0, first));
     const QPointer<QWidget> stack = list()->getWindow();
     {
         QtAppMainWindow other(nullptr, nullptr, Qt::Window);
         services.window = &other;
-        ASSERT_TRUE(list()->showControl(QStringLiteral("control")));
-        services.window = &window;
+        ASSERT_TRUE(list()->showControl("first"_s));
+        services.window = window.get();
     }
     EXPECT_EQ(list()->getWindow(), stack);
-    EXPECT_EQ(control.widget->parent(), pane(0));
+    EXPECT_EQ(first.widget->parent(), pane(0));
     delete stack.data();
-    EXPECT_FALSE(control.widget);
-    control.widget = new QLabel;
-    ASSERT_TRUE(place(0, control));
-    ASSERT_TRUE(list()->showControl(QStringLiteral("control")));
-    EXPECT_EQ(control.widget->window(), &window);
+    EXPECT_FALSE(first.widget);
+    first.widget = new QLabel;
+    ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(list()->showControl("first"_s));
+    EXPECT_EQ(first.widget->window(), window.get());
 }
 
 // Controls are careless: they are destroyed without a word, also from within their own release.
-TEST_F(ControlListTest, SurvivesControlsThatAreDestroyedAtAnyMoment) {
+TEST_F(ControlListTest, SurvivesControlsThatGoWhileTheyAreReleased) {
     expectLog(vlr::LogLevel::Error, "was destroyed without having been removed");
-    expectLog(vlr::LogLevel::Error, "Undefined control");
     expectLog(vlr::LogLevel::Error, "is not in the list.");
-    expectLog(vlr::LogLevel::CaError, "Child REMOVED");
-    std::array<QPointer<TestControl>, 6> controls;
-    std::mt19937 random(7);
-    const auto number = [&random](int to) { return static_cast<unsigned>(random()) % to; };
-    for (int step = 0; step < 3000; ++step) {
-        QPointer<TestControl>& control = controls[number(6U)];
-        if (!control) {
-            control = new TestControl("c" + std::to_string(&control - controls.data()));
-            control->saysGoodbye = number(3U) == 0;
-            control->takesBack = number(2U) == 0;
-            if (number(4U) == 0)
-                control->onRelease = [&control] { delete control.data(); };
-            else if (number(4U) == 0)
-                control->onRelease = [&control] { list()->removeControl(control); };
-            else if (number(4U) == 0)
-                control->onRelease = [] { list()->hideAll(); };
-        }
-        if (!list()->getControl(control->name())) {
-            ASSERT_TRUE(list()->addControl(control));
-        }
-        if (!control->widget)
-            control->widget = new QLabel;
-        const QString name = QString::fromStdString(control->name());
-        switch (number(10U)) {
-        case 0:
-        case 1:
-        case 2:
-            (void)place(number(4U), *control, 0.5F, 0.25F);
-            break;
-        case 3:
-            (void)list()->occupyResource(control, control->widget);
-            break;
-        case 4:
-            (void)list()->showControl(name);
-            break;
-        case 5:
-            (void)list()->hideControl(name);
-            break;
-        case 6:
-            list()->freeResourcesOf(control);
-            list()->freeResource(static_cast<int>(number(4U)));
-            break;
-        case 7:
-            list()->controlInvalid(control);
-            if (control)
-                list()->controlValid(control);
-            break;
-        case 8:
-            list()->removeControl(control);
-            if (control && !list()->getControl(control->name()))
+    auto* const silent = new TestControl("silent");
+    silent->saysGoodbye = false;
+    list()->addControl(silent);
+    ASSERT_TRUE(place(0, *silent));
+    testing::internal::CaptureStdout();
+    delete silent;
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("cleanControler"));
+
+    list()->addControl(&first);
+    using Act = std::function<void(TestControl*)>;
+    const Act releases[] = {
+        [&](TestControl*) { (void)place(0, first); },
+        [&](TestControl*) { (void)list()->occupyResource(&first, first.widget); },
+        [](TestControl* control) { (void)list()->hideControl(control->title()); },
+        [](TestControl* control) { list()->controlInvalid(control); },
+        [](TestControl* control) { list()->removeControl(control); }};
+    const Act answers[] = {[](TestControl* control) { delete control; },
+                           [](TestControl* control) { list()->removeControl(control); },
+                           [](TestControl*) { list()->hideAll(); }};
+    for (const Act& release : releases)
+        for (const Act& answer : answers)
+            for (const bool isOverAll : {false, true}) {
+                const QPointer<TestControl> control = new TestControl("control");
+                control->saysGoodbye = false;
+                control->onRelease = [&] { answer(control); };
+                list()->addControl(control);
+                ASSERT_TRUE(isOverAll ? list()->occupyResource(control, control->widget)
+                                      : place(0, *control));
+                release(control);
                 delete control.data();
-            break;
-        default:
-            delete control.data();
-        }
-        pane(static_cast<int>(number(4U)))->widgetActivatedSL();
-    }
-    for (const QPointer<TestControl>& control : controls)
-        delete control.data();
-    EXPECT_EQ(list()->getNumberOfControls(), 0);
+                EXPECT_EQ(list()->getNumberOfControls(), 1);
+            }
 }

@@ -2,6 +2,28 @@
 
 namespace vlrTest {
 
+void showActive(QWidget& widget) {
+    widget.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&widget));
+    widget.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&widget));
+}
+
+QBoxLayout* controlLayout(const QtAppMainWindow& window) {
+    const QWidget* area = window.findChild<QSplitter*>()->widget(0);
+    return qobject_cast<QBoxLayout*>(area->layout());
+}
+
+QBoxLayout* contextLayout(const QtAppMainWindow& window) {
+    return controlLayout(window)->findChild<QBoxLayout*>();
+}
+
+std::string take(QStringList& list, const char* separator) {
+    const std::string text = list.join(QLatin1String(separator)).toStdString();
+    list.clear();
+    return text;
+}
+
 GuiTest::GuiTest() : m_application(m_argc, m_argv) {}
 
 RecordingModule::RecordingModule(const QString& name, QStringList* calls, bool lockView)

@@ -6,7 +6,8 @@
 
 namespace {
 
-using IconsTest = vlrTest::GuiTest;
+using namespace vlrTest;
+using IconsTest = GuiTest;
 
 const char* const path = ":/icons/default/Exit.svg";
 
@@ -24,7 +25,7 @@ QImage painted(const QIcon& icon, const QRect& place, QIcon::Mode mode, qreal ra
 // Qt's engine for the format tells what is right.
 TEST_F(IconsTest, LooksAsItsFileDoesInEverySizeAndMode) {
     const QIcon expected(QString::fromLatin1(path));
-    const QIcon icon = vlr::icon(QStringLiteral("Exit"));
+    const QIcon icon = vlr::icon("Exit"_s);
     ASSERT_FALSE(expected.pixmap(16).isNull());
     for (const QSize& size : {QSize(16, 16), QSize(48, 48), QSize(40, 20)})
         for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled, QIcon::Selected}) {
@@ -40,10 +41,10 @@ TEST_F(IconsTest, LooksAsItsFileDoesInEverySizeAndMode) {
 
 TEST_F(IconsTest, NothingIsDrawnWithoutASize) {
     for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled, QIcon::Selected})
-        EXPECT_TRUE(vlr::icon(QStringLiteral("Exit")).pixmap(QSize(0, 0), mode).isNull()) << mode;
+        EXPECT_TRUE(vlr::icon("Exit"_s).pixmap(QSize(0, 0), mode).isNull()) << mode;
 }
 
 TEST_F(IconsTest, AnUnknownNameGivesANullIcon) {
-    vlrTest::expectLog(vlr::LogLevel::Warning, "There is no icon :/icons/default/NoSuchIcon.svg");
-    EXPECT_TRUE(vlr::icon(QStringLiteral("NoSuchIcon")).isNull());
+    expectLog(vlr::LogLevel::Warning, "There is no icon :/icons/default/NoSuchIcon.svg");
+    EXPECT_TRUE(vlr::icon("NoSuchIcon"_s).isNull());
 }

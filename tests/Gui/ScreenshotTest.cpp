@@ -1,27 +1,14 @@
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/QtScreenShotDialog.h"
 #include "Gui/GuiTest.h"
-#include "IO/DataIOManager.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QPushButton>
-
-#include <gmock/gmock.h>
 
 using namespace vlrTest;
 using testing::HasSubstr;
 
 namespace {
-
-class PatientServices : public FakeServices {
-public:
-    DataPointer<Patient> currentPatient() const override { return patient; }
-
-    DataPointer<Patient> patient;
-};
 
 // The protected part, for the tests.
 class Exposed : public QtScreenShotData {
@@ -29,8 +16,8 @@ public:
     using QtScreenShotData::doBinSave;
 };
 
-QPixmap picture(const QColor& color = Qt::red, const QSize& size = {301, 201}) {
-    QPixmap result(size);
+QPixmap picture(const QColor& color = Qt::red) {
+    QPixmap result(301, 201);
     result.fill(color);
     return result;
 }
@@ -46,31 +33,22 @@ protected:
     ScreenshotTest() {
         createQtScreenShotDataFactory();
         createPatientFactory();
+        setting("ScreenshotLocation", folder());
         window.resize(301, 201);
+        patient->setPatientId("7"_s);
+        patient->setName("Jane"_s);
+        services.patient = patient;
     }
     ~ScreenshotTest() override { DataIOManager::closeRepository(); }
 
-    QString folder() const { return testFolder() + QStringLiteral("/shots"); }
-    void useFolder() {
-        ASSERT_EQ(
-            vlr::Settings::set(QStringLiteral("Velora/Application/ScreenshotLocation"), folder()),
-            CaError::nullError);
-    }
+    QString folder() const { return testFolder() + "/shots"_s; }
     QStringList files() const { return QDir(folder()).entryList(QDir::Files | QDir::Hidden); }
-    DataPointer<Patient> makePatient(const QString& name) {
-        services.patient = new Patient;
-        services.patient->setPatientId(QStringLiteral("7"));
-        services.patient->setName(name);
-        return services.patient;
-    }
     // Takes a screenshot of the window and presses the button.
     void take(Data* item, const char* button, QSize* preview = nullptr) {
         QtScreenShotDialog dialog(item, nullptr);
         inNextDialog<QtScreenShotDialog>([&](QtScreenShotDialog& shown) {
             if (preview)
-                *preview = shown.findChild<QLabel*>(QStringLiteral("preview"))
-                               ->pixmap(Qt::ReturnByValue)
-                               .size();
+                *preview = shown.findChild<QLabel*>("preview"_s)->pixmap(Qt::ReturnByValue).size();
             for (QPushButton* each : shown.findChildren<QPushButton*>())
                 if (each->text() == QLatin1String(button))
                     each->click();
@@ -88,35 +66,31 @@ protected:
         return loaded;
     }
 
-    PatientServices services;
+    FakeServices services;
+    DataPointer<Patient> patient{new Patient};
     QWidget window;
 };
 
 } // namespace
 
 TEST_F(ScreenshotTest, NamesOfPatientsBecomeNamesOfFiles) {
-    useFolder();
-    const struct {
-        QString name;
-        QString file;
-    } cases[] = {
-        {QStringLiteral("Doe^Jane"), QStringLiteral("Doe^Jane.png")},
-        {QStringLiteral("../../etc/passwd"), QStringLiteral("_._.._etc_passwd.png")},
-        {QStringLiteral(".."), QStringLiteral("_..png")},
-        {QStringLiteral("."), QStringLiteral("_.png")},
-        {QStringLiteral("a\\b:c*d?e\"f<g>h|i%j"), QStringLiteral("a_b_c_d_e_f_g_h_i_j.png")},
-        {QString::fromUtf8("a\0b\n", 4), QStringLiteral("a_b_.png")},
-        {QStringLiteral("  "), QStringLiteral("_.png")},
-        {QString::fromUtf8("Zoe\xCC\x88 M\xC3\xBCller"),
-         QString::fromUtf8("Zoe\xCC\x88 M\xC3\xBCller.png")},
-        {QString::fromUtf8("left\xE2\x80\xAEright"), QStringLiteral("left_right.png")},
-        {QString(5000, QLatin1Char('x')), QString(180, QLatin1Char('x')) + QStringLiteral(".png")},
+    const std::pair<QString, QString> cases[] = {
+        {"Doe^Jane"_s, "Doe^Jane.png"_s},
+        {"../../etc/passwd"_s, "_._.._etc_passwd.png"_s},
+        {".."_s, "_..png"_s},
+        {"."_s, "_.png"_s},
+        {"a\\b:c*d?e\"f<g>h|i%j"_s, "a_b_c_d_e_f_g_h_i_j.png"_s},
+        {QString::fromUtf8("a\0b\n", 4), "a_b_.png"_s},
+        {"  "_s, "_.png"_s},
+        {"Zoe\xCC\x88 M\xC3\xBCller"_s, "Zoe\xCC\x88 M\xC3\xBCller.png"_s},
+        {"left\xE2\x80\xAEright"_s, "left_right.png"_s},
+        {QString(5000, QLatin1Char('x')), QString(180, QLatin1Char('x')) + ".png"_s},
     };
-    for (const auto& each : cases) {
+    for (const auto& [name, file] : cases) {
         const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-        record->setScreenShot(picture(), each.name);
-        EXPECT_EQ(files(), QStringList(each.file)) << each.file.toStdString();
-        EXPECT_EQ(QImage(folder() + QLatin1Char('/') + each.file).size(), QSize(301, 201));
+        record->setScreenShot(picture(), name);
+        EXPECT_EQ(files(), QStringList(file)) << file.toStdString();
+        EXPECT_EQ(QImage(folder() + QLatin1Char('/') + file).size(), QSize(301, 201));
         QDir(folder()).removeRecursively();
     }
     EXPECT_EQ(QDir(testFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
@@ -128,91 +102,80 @@ TEST_F(ScreenshotTest, NamesOfPatientsBecomeNamesOfFiles) {
 }
 
 TEST_F(ScreenshotTest, TheDefaultFolderIsMade) {
-    const DataPointer<Patient> patient = makePatient(QStringLiteral("Doe/Jane"));
+    ASSERT_EQ(vlr::Settings::remove("Velora/Application/ScreenshotLocation"_s), CaError::nullError);
+    patient->setName("Doe/Jane"_s);
     take(patient.get(), "Save");
-    const QStringList names =
-        QDir(QDir::homePath() + QStringLiteral("/Desktop")).entryList(QDir::Files);
+    const QStringList names = QDir(QDir::homePath() + "/Desktop"_s).entryList(QDir::Files);
     ASSERT_EQ(names.size(), 1);
     EXPECT_THAT(names.first().toStdString(),
                 testing::MatchesRegex("Screenshot_Doe_Jane_[0-9]{8}_[0-9]{6}\\.png"));
 }
 
-TEST_F(ScreenshotTest, TheItemTakesTheNameAndTheRecordBelongsToIt) {
-    useFolder();
-    const DataPointer<Patient> patient = makePatient(QStringLiteral("Jane"));
+TEST_F(ScreenshotTest, TheItemTakesTheNameAndTheRecordsBelongToIt) {
     QSize preview;
     take(patient.get(), "Save", &preview);
     EXPECT_EQ(preview, QSize(150, 100));
     ASSERT_TRUE(screenshotOf(*patient));
-    EXPECT_EQ(screenshotOf(*patient)->id(), QStringLiteral("SCD_") + patient->id());
-    EXPECT_EQ(files(), QStringList(patient->id() + QStringLiteral(".png")));
+    EXPECT_EQ(screenshotOf(*patient)->id(), "SCD_"_s + patient->id());
     EXPECT_EQ(screenshotOf(*patient)->screenShot().size(), QSize(301, 201));
+    EXPECT_EQ(files(), QStringList(patient->id() + ".png"_s));
     take(patient.get(), "Cancel");
     EXPECT_EQ(patient->childCount(), 1);
     EXPECT_EQ(files().size(), 1);
-}
 
-TEST_F(ScreenshotTest, ScreenshotsOfOneSecondAreAllKept) {
-    useFolder();
-    const DataPointer<Patient> patient = makePatient(QStringLiteral("Jane"));
-    for (int i = 0; i < 4; ++i)
+    // Those of one second are all kept.
+    for (int i = 0; i < 3; ++i)
         take(patient.get(), "Save");
     EXPECT_EQ(patient->childCount(), 4);
     EXPECT_EQ(files().size(), 4);
-
     const DataPointer<QtScreenShotData> other(new QtScreenShotData);
     for (const QColor color : {Qt::green, Qt::blue})
-        other->setScreenShot(picture(color), QStringLiteral("same"));
-    EXPECT_EQ(QImage(folder() + QStringLiteral("/same.png")).pixelColor(0, 0), QColor(Qt::green));
-    EXPECT_EQ(QImage(folder() + QStringLiteral("/same_2.png")).pixelColor(0, 0), QColor(Qt::blue));
+        other->setScreenShot(picture(color), "same"_s);
+    EXPECT_EQ(QImage(folder() + "/same.png"_s).pixelColor(0, 0), QColor(Qt::green));
+    EXPECT_EQ(QImage(folder() + "/same_2.png"_s).pixelColor(0, 0), QColor(Qt::blue));
 }
 
-TEST_F(ScreenshotTest, WithoutNamePictureOrItemNoFileIsWritten) {
-    useFolder();
-    const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-    record->saveImage(QStringLiteral("empty"));
+TEST_F(ScreenshotTest, NothingIsStoredWithoutNamePicturePlaceOrItem) {
+    const DataPointer<Exposed> record(new Exposed);
+    record->saveImage("empty"_s);
+    EXPECT_EQ(record->doBinSave(), CaError::nullError) << "there is nothing to store";
     record->setScreenShot(picture());
     record->saveImage({});
+    EXPECT_THAT(record->doBinSave().text(), HasSubstr("QtScreenShotData: No URI found."));
     take(nullptr, "Save");
     EXPECT_FALSE(QDir(folder()).exists());
 }
 
-TEST_F(ScreenshotTest, AFolderThatCannotBeWrittenToLeavesTheRecord) {
-    useFolder();
+TEST_F(ScreenshotTest, AFileThatCannotBeWrittenLeavesTheRecordAndNoHalfFile) {
     ASSERT_TRUE(QDir().mkpath(folder()));
-    const DataPointer<Patient> patient = makePatient(QStringLiteral("Jane"));
-    expectLog(vlr::LogLevel::Error,
-              "Saving of screenshot '" + folder().toStdString() + "/Screenshot_Jane_");
+    const std::string message =
+        "Saving of screenshot '" + folder().toStdString() + "/Screenshot_Jane_";
+    expectLog(vlr::LogLevel::Error, message);
     {
         const ReadOnlyFolder closed(folder());
         take(patient.get(), "Save");
     }
+    {
+        const FullDisk full;
+        take(patient.get(), "Save");
+    }
+    EXPECT_EQ(logCount(vlr::LogLevel::Error, message), 2);
     EXPECT_EQ(files(), QStringList());
-    ASSERT_TRUE(screenshotOf(*patient));
-    EXPECT_FALSE(screenshotOf(*patient)->screenShot().isNull());
-}
-
-TEST_F(ScreenshotTest, AFullDiskLeavesNoHalfFile) {
-    useFolder();
-    const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-    expectLog(vlr::LogLevel::Error, "Saving of screenshot '");
-    const FullDisk full;
-    record->setScreenShot(picture(), QStringLiteral("x"));
-    EXPECT_EQ(files(), QStringList());
+    ASSERT_EQ(patient->childCount(), 2);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_FALSE(screenshotOf(*patient, i)->screenShot().isNull());
 }
 
 TEST_F(ScreenshotTest, ThePictureIsStoredWithThePatient) {
-    useFolder();
-    const DataPointer<Patient> patient = makePatient(QStringLiteral("Jane"));
     const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-    record->setId(QStringLiteral("SCD_first"));
+    record->setId("SCD_first"_s);
     record->setScreenShot(picture(Qt::green));
     ASSERT_EQ(patient->addChild(record, true), CaError::nullError);
     ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
 
     DataPointer<Patient> loaded = reload(patient);
     ASSERT_TRUE(loaded && screenshotOf(*loaded));
-    EXPECT_EQ(screenshotOf(*loaded)->id(), QLatin1String("SCD_first"));
+    EXPECT_EQ(screenshotOf(*loaded)->id(), "SCD_first"_s);
     EXPECT_EQ(screenshotOf(*loaded)->screenShot().toImage().pixelColor(5, 5), QColor(Qt::green));
     QImage small;
     EXPECT_EQ(screenshotOf(*loaded)->readImage(small, {100, 100}), CaError::nullError);
@@ -229,18 +192,8 @@ TEST_F(ScreenshotTest, ThePictureIsStoredWithThePatient) {
     EXPECT_EQ(screenshotOf(*loaded)->screenShot().toImage().pixelColor(5, 5), QColor(Qt::blue));
 }
 
-TEST_F(ScreenshotTest, WithoutAPlaceThePictureIsNotStored) {
-    const DataPointer<Exposed> record(new Exposed);
-    EXPECT_EQ(record->doBinSave(), CaError::nullError) << "there is nothing to store";
-    record->setScreenShot(picture());
-    EXPECT_THAT(record->doBinSave().text(), HasSubstr("QtScreenShotData: No URI found."));
-}
-
 TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
-    const struct {
-        QByteArray bytes;
-        const char* reason;
-    } cases[] = {
+    const std::pair<QByteArray, const char*> cases[] = {
         {"These are not the bytes you look for.", "no PNG image"},
         {{}, "no PNG image"},
         // The header claims 60,000 x 60,000 pixels.
@@ -251,10 +204,9 @@ TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
         // The last chunk is missing, and with it nobody knows what else.
         {pngOf(picture()).chopped(12), "is cut off"},
     };
-    const DataPointer<Patient> patient = makePatient(QStringLiteral("Jane"));
-    for (const auto& each : cases) {
+    for (const auto& [bytes, reason] : cases) {
         const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-        record->setBinaryPart(QStringLiteral("screenShot"), each.bytes);
+        record->setBinaryPart("screenShot"_s, bytes);
         ASSERT_EQ(patient->addChild(record, true), CaError::nullError);
     }
     ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
@@ -262,7 +214,7 @@ TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
     for (int i = 0; i < loaded->childCount(); ++i) {
         QImage image;
         EXPECT_THAT(screenshotOf(*loaded, i)->readImage(image, {10, 10}).text(),
-                    HasSubstr(cases[i].reason));
+                    HasSubstr(cases[i].second));
         EXPECT_TRUE(image.isNull());
         EXPECT_TRUE(screenshotOf(*loaded, i)->screenShot().isNull());
     }
