@@ -1,12 +1,11 @@
-// A tracker for tests: one tool, whose markers appear and vanish as it is told on its standard
-// input. It speaks through the published OpenIGTLink library.
+// A tracker for tests: the tool "Pointer", whose markers appear and vanish as it is told on its
+// standard input. It speaks through the published OpenIGTLink library.
 //
 //     vlrIgtlServer PORT          0 takes any free port
-//     > tool NAME
 //     > see 0 1 3                 the markers that are seen from now on
-//     > end                       or the end of the input
 //
-// It prints "port N" once it listens, and tells each client what is seen every 20 ms.
+// It prints "port N" once it listens, and tells each client what is seen every 20 ms, until its
+// input ends.
 
 #include <igtlClientSocket.h>
 #include <igtlPointMessage.h>
@@ -16,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 #include <poll.h>
 #include <sstream>
 #include <string>
@@ -76,28 +76,19 @@ private:
         const ssize_t size = read(STDIN_FILENO, bytes.data(), bytes.size());
         if (size <= 0)
             return false;
-        m_input.append(bytes.data(), static_cast<std::size_t>(size));
-        for (auto end = m_input.find('\n'); end != std::string::npos; end = m_input.find('\n')) {
-            std::istringstream line(m_input.substr(0, end));
-            m_input.erase(0, end + 1);
-            std::string command;
-            line >> command;
-            if (command == "end")
-                return false;
-            if (command == "tool")
-                line >> m_tool;
-            if (command == "see") {
-                m_seen.clear();
-                for (std::size_t marker = 0; line >> marker;)
-                    m_seen.push_back(marker);
-            }
+        // Who writes a line writes it at once.
+        std::istringstream input(std::string(bytes.data(), static_cast<std::size_t>(size)));
+        for (std::string text, command; std::getline(input, text);) {
+            std::istringstream line(text);
+            line >> command; // There is none but "see".
+            m_seen.assign(std::istream_iterator<std::size_t>(line), {});
         }
         return true;
     }
 
     bool send() {
         auto message = igtl::PointMessage::New();
-        message->SetDeviceName(m_tool.c_str());
+        message->SetDeviceName("Pointer");
         for (const std::size_t marker : m_seen) {
             auto point = igtl::PointElement::New();
             point->SetName(std::to_string(marker).c_str());
@@ -114,8 +105,6 @@ private:
     Listener::Pointer m_server;
     igtl::ClientSocket::Pointer m_client;
     bool m_isGood = false;
-    std::string m_input;
-    std::string m_tool = "Pointer";
     std::vector<std::size_t> m_seen;
 };
 
