@@ -83,9 +83,7 @@ TEST(NavigatorProcess, DamagedConfigurationIsKeptAside) {
     const std::string whole = good.at("AppBase.xml");
     const QString file = configurationFolder() + QStringLiteral("/AppBase.xml");
     const QByteArray documents[] = {
-        {},
         QByteArray::fromStdString(whole.substr(0, whole.size() / 2)),
-        "These are not the bytes you look for.",
         "<vlr version=\"1\">" +
             QByteArray("<data class=\"Configuration\" id=\"\">").repeated(100000)};
     for (const QByteArray& document : documents) {
