@@ -1,12 +1,11 @@
-// A tracker for tests: one tool, whose markers appear and vanish as it is told on its standard
-// input. It speaks through the published OpenIGTLink library.
+// A tracker for tests: the tool "Pointer", whose markers appear and vanish as it is told on its
+// standard input. It speaks through the published OpenIGTLink library.
 //
 //     vlrIgtlServer PORT          0 takes any free port
-//     > tool NAME
 //     > see 0 1 3                 the markers that are seen from now on
-//     > end                       or the end of the input
 //
-// It prints "port N" once it listens, and tells each client what is seen every 20 ms.
+// It prints "port N" once it listens, and tells each client what is seen every 20 ms, until its
+// input ends.
 
 #include <igtlClientSocket.h>
 #include <igtlPointMessage.h>
@@ -16,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 #include <poll.h>
 #include <sstream>
 #include <string>
@@ -48,79 +48,54 @@ public:
     }
 };
 
-class Tracker {
-public:
-    explicit Tracker(int port) : m_server(Listener::New()) {
-        m_isGood = m_server->listenAt(port);
-        if (m_isGood)
-            std::cout << "port " << m_server->GetServerPort() << std::endl;
-    }
-
-    int run() {
-        while (m_isGood && readCommands()) {
-            if (!m_client || !m_client->GetConnected())
-                m_client = m_server->WaitForConnection(period);
-            else if (!send())
-                m_client = nullptr;
-        }
-        return m_isGood ? 0 : 1;
-    }
-
-private:
-    // Waits for a period at most. False at the end of the input.
-    bool readCommands() {
-        pollfd input{STDIN_FILENO, POLLIN, 0};
-        if (poll(&input, 1, m_client ? period : 0) == 0)
-            return true;
-        std::array<char, 4096> bytes;
-        const ssize_t size = read(STDIN_FILENO, bytes.data(), bytes.size());
-        if (size <= 0)
-            return false;
-        m_input.append(bytes.data(), static_cast<std::size_t>(size));
-        for (auto end = m_input.find('\n'); end != std::string::npos; end = m_input.find('\n')) {
-            std::istringstream line(m_input.substr(0, end));
-            m_input.erase(0, end + 1);
-            std::string command;
-            line >> command;
-            if (command == "end")
-                return false;
-            if (command == "tool")
-                line >> m_tool;
-            if (command == "see") {
-                m_seen.clear();
-                for (std::size_t marker = 0; line >> marker;)
-                    m_seen.push_back(marker);
-            }
-        }
+// Waits for so many milliseconds at most. False at the end of the input.
+bool readCommands(int milliseconds, std::vector<std::size_t>& seen) {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (poll(&input, 1, milliseconds) == 0)
         return true;
+    std::array<char, 4096> bytes;
+    const ssize_t size = read(STDIN_FILENO, bytes.data(), bytes.size());
+    if (size <= 0)
+        return false;
+    // Who writes a line writes it at once.
+    std::istringstream lines(std::string(bytes.data(), static_cast<std::size_t>(size)));
+    for (std::string text, command; std::getline(lines, text);) {
+        std::istringstream line(text);
+        line >> command; // There is none but "see".
+        seen.assign(std::istream_iterator<std::size_t>(line), {});
     }
+    return true;
+}
 
-    bool send() {
-        auto message = igtl::PointMessage::New();
-        message->SetDeviceName(m_tool.c_str());
-        for (const std::size_t marker : m_seen) {
-            auto point = igtl::PointElement::New();
-            point->SetName(std::to_string(marker).c_str());
-            point->SetGroupName("Marker");
-            const auto& position = positions.at(marker);
-            point->SetPosition(position[0], position[1], position[2]);
-            message->AddPointElement(point);
-        }
-        message->Pack();
-        return m_client->Send(message->GetPackPointer(),
-                              static_cast<igtlUint64>(message->GetPackSize())) != 0;
+bool send(igtl::ClientSocket& client, const std::vector<std::size_t>& seen) {
+    auto message = igtl::PointMessage::New();
+    message->SetDeviceName("Pointer");
+    for (const std::size_t marker : seen) {
+        auto point = igtl::PointElement::New();
+        point->SetName(std::to_string(marker).c_str());
+        point->SetGroupName("Marker");
+        const auto& position = positions.at(marker);
+        point->SetPosition(position[0], position[1], position[2]);
+        message->AddPointElement(point);
     }
-
-    Listener::Pointer m_server;
-    igtl::ClientSocket::Pointer m_client;
-    bool m_isGood = false;
-    std::string m_input;
-    std::string m_tool = "Pointer";
-    std::vector<std::size_t> m_seen;
-};
+    message->Pack();
+    return client.Send(message->GetPackPointer(),
+                       static_cast<igtlUint64>(message->GetPackSize())) != 0;
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
-    return Tracker(argc > 1 ? std::atoi(argv[1]) : 0).run();
+    auto server = Listener::New();
+    if (!server->listenAt(argc > 1 ? std::atoi(argv[1]) : 0))
+        return 1;
+    std::cout << "port " << server->GetServerPort() << std::endl;
+    igtl::ClientSocket::Pointer client;
+    std::vector<std::size_t> seen;
+    while (readCommands(client ? period : 0, seen)) {
+        if (!client || !client->GetConnected())
+            client = server->WaitForConnection(period);
+        else if (!send(*client, seen))
+            client = nullptr;
+    }
 }

@@ -2,9 +2,11 @@
 
 #include "Support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using namespace vlrTest;
+using testing::AllOf;
+using testing::HasSubstr;
 
 namespace {
 
@@ -29,12 +31,6 @@ TEST(ToolGeometry, IsReadFromItsFile) {
 }
 
 TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
-    QByteArray deep;
-    for (int i = 0; i < 5000; ++i)
-        deep += "<a>";
-    QByteArray flood = "<marker x='0' y='0' z='0' ";
-    for (int i = 0; i < 3000; ++i)
-        flood += "a" + QByteArray::number(i) + "='' ";
     const QByteArray marker = "<marker x='1' y='2' z='3'/>";
     const struct {
         const char* what;
@@ -48,8 +44,8 @@ TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
         {"too large", tool(threeMarkers) + QByteArray(70000, ' '), "65536"},
         {"document type", "<!DOCTYPE a [<!ENTITY b 'c'>]>" + tool(threeMarkers), "document type"},
         {"not UTF-8", tool(threeMarkers, "version='1' name='\xff'"), "UTF-8"},
-        {"deep", tool(deep), "unexpected element \"a\""},
-        {"attributes", tool(flood + "/>" + threeMarkers), "more attributes"},
+        {"deep", tool(QByteArray("<a>").repeated(5000)), "unexpected element \"a\""},
+        {"attributes", tool(QByteArray("<a b='' ").repeated(3000)), "more attributes"},
         {"version", tool(threeMarkers, "version='2' name='A'"), "version \"2\""},
         {"no version", tool(threeMarkers, "name='A'"), "no attribute \"version\""},
         {"no name", tool(threeMarkers, "version='1' name='  '"), "name"},
@@ -60,23 +56,19 @@ TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
         {"nan", tool("<marker x='nan' y='0' z='0'/>"), "\"nan\""},
         {"inf", tool("<marker x='0' y='-inf' z='0'/>"), "\"-inf\""},
         {"metres off", tool("<marker x='0' y='0' z='1000.5'/>"), "\"1000.5\""},
-        {"comma", tool("<marker x='1,5' y='0' z='0'/>"), "\"1,5\""},
         {"text inside", tool("hello" + threeMarkers), "unexpected text"},
         {"two markers", tool(marker + "<marker x='0' y='2' z='3'/>"), "not 2"},
         {"too many", tool(marker.repeated(33)), "more than 32"},
         {"a line", tool(marker + "<marker x='2' y='4' z='6'/><marker x='3' y='6' z='9'/>"), "line"},
     };
+    const QString path = testFolder() + QStringLiteral("/bad tool.xml");
+    vlr::ToolGeometry geometry{"untouched", {}};
     for (const auto& c : cases) {
-        const QString path = testFolder() + QStringLiteral("/bad tool.xml");
         writeFile(path, c.bytes);
-        vlr::ToolGeometry geometry{"untouched", {}};
         const CaError error = vlr::readToolGeometry(path, geometry);
-        EXPECT_FALSE(error.isNull()) << c.what;
-        EXPECT_NE(error.text().find("bad tool.xml"), std::string::npos) << c.what << error;
-        EXPECT_NE(error.text().find(c.cause), std::string::npos) << c.what << ": " << error;
+        EXPECT_THAT(error.text(), AllOf(HasSubstr("bad tool.xml"), HasSubstr(c.cause))) << c.what;
         EXPECT_EQ(geometry.name, "untouched") << c.what;
     }
-    vlr::ToolGeometry geometry;
-    const CaError error = vlr::readToolGeometry(QStringLiteral("/nowhere/a.xml"), geometry);
-    EXPECT_NE(error.text().find("/nowhere/a.xml"), std::string::npos) << error;
+    EXPECT_THAT(vlr::readToolGeometry(QStringLiteral("/nowhere/a.xml"), geometry).text(),
+                HasSubstr("/nowhere/a.xml"));
 }

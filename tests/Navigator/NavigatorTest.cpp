@@ -2,6 +2,9 @@
 
 #include "IO/DataIOManager.h"
 
+#include <QtCore/QBuffer>
+#include <QtCore/QDir>
+
 namespace vlrTest {
 
 NavigatorTest::NavigatorTest() {
@@ -9,6 +12,7 @@ NavigatorTest::NavigatorTest() {
 }
 
 void NavigatorTest::restart() {
+    panes.reset();
     application.reset();
     application = std::make_unique<AppBase>(m_argc, m_argv);
 }
@@ -19,12 +23,48 @@ void NavigatorTest::show(QtAppModule* module) {
     ASSERT_TRUE(QTest::qWaitForWindowExposed(window(), patience));
 }
 
+ImagesModule* NavigatorTest::showImages(const QStringList& paths) {
+    panes = std::make_shared<VolumePanes>();
+    auto* const module = new ImagesModule(panes, paths);
+    show(module);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !panes->series().isEmpty(); }, patience));
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window()));
+    return module;
+}
+
 DataPointer<Patient> storePatient(const char* id, const char* name) {
     DataPointer<Patient> patient(new Patient);
     patient->setPatientId(QString::fromLatin1(id));
     patient->setName(QString::fromLatin1(name));
     EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
     return patient;
+}
+
+DataPointer<Patient> loadPatient(const Patient& stored) {
+    DataPointer<Patient> patient;
+    EXPECT_EQ(DataIOManager::loadPatient(stored.storageUri(), patient), CaError::nullError);
+    return patient;
+}
+
+QByteArray png(const QImage& image) {
+    QBuffer buffer;
+    EXPECT_TRUE(buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG"));
+    return buffer.data();
+}
+
+QByteArray png(int width, int height, QImage::Format format) {
+    QImage image(width, height, format);
+    image.fill(QColor(100, 100, 100));
+    return png(image);
+}
+
+QString writeImages(const char* name, const std::vector<QByteArray>& files) {
+    const QString folder = testFolder() + QLatin1Char('/') + QLatin1String(name);
+    EXPECT_TRUE(QDir().mkpath(folder));
+    int number = 0;
+    for (const QByteArray& bytes : files)
+        writeFile(QStringLiteral("%1/%2.png").arg(folder).arg(++number), bytes);
+    return folder;
 }
 
 } // namespace vlrTest

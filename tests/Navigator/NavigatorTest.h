@@ -2,9 +2,13 @@
 
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "Images/ImagesModule.h"
+#include "Images/PlaneView.h"
+#include "Progress/CaProgressMonitor.h"
 #include "Support/TestEnvironment.h"
 
 #include <QtTest/QTest>
+#include <QtWidgets/QPushButton>
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -20,13 +24,26 @@ protected:
     void restart();
     /// Adds the module and shows the window.
     void show(QtAppModule* module);
+    /// Shows the module Images and waits for what it opens. Without paths that is the example:
+    /// 128 voxels of 1 mm a side, the cross-hair at (64, 64, 64).
+    ImagesModule* showImages(const QStringList& paths = {});
+    /// Shows the window with another module.
+    void activate(QtAppModule* module) { application->activateModule(module->name()); }
+
     QtAppMainWindow* window() const { return application->getMainWindow(); }
     template <class Widget>
     Widget* find(const char* name) const {
         return window()->findChild<Widget*>(QString::fromLatin1(name));
     }
+    void click(const char* button) const {
+        QTest::mouseClick(find<QPushButton>(button), Qt::LeftButton);
+    }
+    PlaneView* view(Plane plane) const {
+        return qobject_cast<PlaneView*>(panes->planeControl(plane)->view());
+    }
 
     std::unique_ptr<AppBase> application;
+    std::shared_ptr<VolumePanes> panes; // They go before the application.
 
 private:
     int m_argc = 1;
@@ -36,7 +53,27 @@ private:
 
 constexpr int patience = 60000;
 
+/// A user who cancels what is going on, at the tick with the number.
+class CancellingMonitor : public CaProgressMonitor {
+public:
+    explicit CancellingMonitor(int atTick = 1) : m_left(atTick) {}
+    void tick() override {
+        if (--m_left == 0)
+            notify(CANCELLED);
+    }
+
+private:
+    int m_left;
+};
+
 /// Stores a patient under the id, as another workstation would.
 DataPointer<Patient> storePatient(const char* id, const char* name = "Somebody");
+DataPointer<Patient> loadPatient(const Patient& stored);
+
+QByteArray png(const QImage& image);
+/// A file of an image in one grey.
+QByteArray png(int width, int height, QImage::Format format = QImage::Format_Grayscale8);
+/// Makes a folder of the name with the files 1.png, 2.png and so on; the folder's path.
+QString writeImages(const char* name, const std::vector<QByteArray>& files);
 
 } // namespace vlrTest

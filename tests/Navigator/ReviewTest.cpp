@@ -11,7 +11,6 @@
 #include <QtTest/QSignalSpy>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QListView>
-#include <QtWidgets/QPushButton>
 
 #include <gmock/gmock.h>
 
@@ -20,11 +19,19 @@ using testing::HasSubstr;
 
 namespace {
 
-const QByteArray broken = "These are not the bytes you look for.";
+DataPointer<QtScreenShotData> makeScreenshot(const QString& id, const QColor& color) {
+    const DataPointer<QtScreenShotData> record(new QtScreenShotData);
+    QPixmap picture(40, 30);
+    picture.fill(color);
+    record->setId(id);
+    record->setScreenShot(picture);
+    return record;
+}
 
-QString recordId(int second) {
-    return QStringLiteral("SCD_Screenshot_Jane_20260301_0700%1")
-        .arg(second, 2, 10, QLatin1Char('0'));
+// As another workstation does that has the same patient open.
+void changeElsewhere(const DataPointer<Patient>& patient) {
+    patient->setName(QStringLiteral("Somebody, Else"));
+    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
 }
 
 class ReviewTest : public NavigatorTest {
@@ -34,52 +41,49 @@ protected:
         DataIOManager::closeRepository();
     }
 
-    static DataPointer<QtScreenShotData> makeScreenshot(const QString& id, const QColor& color) {
-        const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-        QPixmap picture(40, 30);
-        picture.fill(color);
-        record->setId(id);
-        record->setScreenShot(picture);
-        return record;
-    }
-    // Makes a stored patient current, as he is read at the next start.
-    void useStored(const DataPointer<Patient>& patient) {
-        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
-        AppBase::setCurrentPatient(stored(patient));
-    }
-    static DataPointer<Patient> stored(const DataPointer<Patient>& patient) {
-        DataPointer<Patient> loaded;
-        EXPECT_EQ(DataIOManager::loadPatient(patient->storageUri(), loaded), CaError::nullError);
-        return loaded;
-    }
-    // Red, green and blue, a second after each other.
-    void useThree() {
+    // Shows a patient with the records as he is read at the next start.
+    void showPatient(const std::vector<DataPointer<QtScreenShotData>>& records) {
         const DataPointer<Patient> patient = storePatient("1", "Jane");
-        int second = 0;
-        for (const QColor color : {Qt::red, Qt::green, Qt::blue})
-            ASSERT_EQ(patient->addChild(makeScreenshot(recordId(++second), color), false),
-                      CaError::nullError);
-        useStored(patient);
+        for (const auto& record : records)
+            ASSERT_EQ(patient->addChild(record, false), CaError::nullError);
+        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+        AppBase::setCurrentPatient(loadPatient(*patient));
+        show(new ReviewModule);
     }
+    // Red, green and blue, a second after each other, and before them one that is broken.
+    void showFour() {
+        const QString id = QStringLiteral("SCD_Screenshot_Jane_20260301_07000%1");
+        const DataPointer<QtScreenShotData> broken(new QtScreenShotData);
+        broken->setId(id.arg(0));
+        broken->setBinaryPart(QStringLiteral("screenShot"), "These are not the bytes.");
+        showPatient({broken, makeScreenshot(id.arg(1), Qt::red),
+                     makeScreenshot(id.arg(2), Qt::green), makeScreenshot(id.arg(3), Qt::blue)});
+        ASSERT_EQ(model()->rowCount(), 4);
+    }
+    static int storedCount() { return loadPatient(*AppBase::getCurrentPatient())->childCount(); }
 
     QListView* list() const { return find<QListView>("screenshots"); }
-    ScreenshotModel* model() const { return qobject_cast<ScreenshotModel*>(list()->model()); }
-    QModelIndex row(int number) const { return model()->index(number); }
+    QAbstractItemModel* model() const { return list()->model(); }
+    QModelIndex row(int number) const { return model()->index(number, 0); }
     QColor thumbnail(int number) const {
         (void)row(number).data(Qt::DecorationRole);
         waitUntilIdle();
         const auto picture = row(number).data(Qt::DecorationRole).value<QPixmap>();
         return picture.isNull() ? QColor() : picture.toImage().pixelColor(0, 0);
     }
+    // What the middle of the large picture shows, while it is open.
+    QColor opened() const {
+        auto* const page = find<QWidget>("screenshot");
+        if (!page->isVisible() || list()->isVisible())
+            return {};
+        waitUntilIdle();
+        return page->grab().toImage().pixelColor(page->rect().center());
+    }
     void waitUntilIdle() const {
         const auto decoders = window()->findChildren<BackgroundDecoder*>();
         ASSERT_FALSE(decoders.isEmpty());
-        ASSERT_TRUE(QTest::qWaitFor(
-            [&] {
-                return std::none_of(decoders.begin(), decoders.end(),
-                                    [](const BackgroundDecoder* each) { return each->isBusy(); });
-            },
-            patience));
+        for (const BackgroundDecoder* each : decoders)
+            ASSERT_TRUE(QTest::qWaitFor([&] { return !each->isBusy(); }, patience));
     }
     // The rows of which something is to be seen.
     int visibleRows() const {
@@ -88,64 +92,37 @@ protected:
             count += list()->visualRect(row(i)).intersects(list()->viewport()->rect()) ? 1 : 0;
         return count;
     }
-    void answer(QMessageBox::StandardButton button, QString* question = nullptr) {
+    void press(Qt::Key key) const { QTest::keyClick(list(), key); }
+    static void answer(QMessageBox::StandardButton button, QString* question = nullptr) {
         answerNextMessageBox([button, question](QMessageBox& box) {
             if (question)
                 *question = box.text();
             QTest::mouseClick(box.button(button), Qt::LeftButton);
         });
     }
-    bool isNoteShown(const char* text) const {
+    std::string note() const {
         const auto* const note = find<QLabel>("reviewNote");
-        return note->isVisible() && note->text() == QLatin1String(text);
+        return note->isVisible() ? note->text().toStdString() : "";
     }
 };
 
 } // namespace
 
-TEST_F(ReviewTest, SaysWhyThereIsNothing) {
-    show(new ReviewModule);
-    EXPECT_TRUE(isNoteShown("No patient chosen"));
-    EXPECT_FALSE(find<QPushButton>("deleteScreenshot")->isEnabled());
-    const DataPointer<Patient> patient = storePatient("1");
-    AppBase::setCurrentPatient(patient);
-    EXPECT_TRUE(isNoteShown("No screenshots of this patient"));
-    QTest::keyClick(list(), Qt::Key_Delete);
-    QTest::keyClick(list(), Qt::Key_Return);
-    EXPECT_TRUE(isNoteShown("No screenshots of this patient"));
-}
-
-TEST_F(ReviewTest, ShowsTheNewestFirst) {
-    useThree();
-    show(new ReviewModule);
-    ASSERT_EQ(model()->rowCount(), 3);
-    EXPECT_EQ(thumbnail(0), QColor(Qt::blue));
-    EXPECT_EQ(thumbnail(2), QColor(Qt::red));
-    EXPECT_EQ(row(2).data().toString(), QLatin1String("01 Mar 2026 07:00:01"));
-    AppBase::setCurrentPatient(nullptr);
-    EXPECT_TRUE(isNoteShown("No patient chosen"));
-}
-
 TEST_F(ReviewTest, DecodesOnlyWhatIsSeen) {
-    const DataPointer<Patient> patient = storePatient("1", "Jane");
+    std::vector<DataPointer<QtScreenShotData>> records;
     for (int i = 0; i < 500; ++i)
-        ASSERT_EQ(patient->addChild(makeScreenshot(QString::number(i), Qt::red), false),
-                  CaError::nullError);
-    useStored(patient);
+        records.push_back(makeScreenshot(QString::number(i), Qt::red));
     window()->resize(1000, 700);
-    auto* const module = new ReviewModule;
-    QSignalSpy decoded(module->getMainWidget()->findChild<ScreenshotModel*>(),
-                       &QAbstractItemModel::dataChanged);
-    show(module);
+    showPatient(records);
+    QSignalSpy decoded(model(), &QAbstractItemModel::dataChanged);
     waitUntilIdle();
     ASSERT_EQ(model()->rowCount(), 500);
     ASSERT_GT(visibleRows(), 2);
     // Those beside them may have been seen while the window found its size.
-    EXPECT_GE(decoded.size(), visibleRows());
     EXPECT_LE(decoded.size(), 2 * visibleRows());
 
     decoded.clear();
-    QTest::keyClick(list(), Qt::Key_End);
+    press(Qt::Key_End);
     QCoreApplication::processEvents();
     waitUntilIdle();
     EXPECT_EQ(list()->currentIndex().row(), 499);
@@ -154,128 +131,108 @@ TEST_F(ReviewTest, DecodesOnlyWhatIsSeen) {
     EXPECT_LE(decoded.size(), 2 * visibleRows());
 }
 
-TEST_F(ReviewTest, OpensOneAndComesBack) {
-    useThree();
-    show(new ReviewModule);
-    QTest::keyClick(list(), Qt::Key_End);
-    QTest::keyClick(list(), Qt::Key_Return);
-    auto* const page = find<QWidget>("screenshot");
-    const auto isOpen = [&] { return page->isVisible() && !list()->isVisible(); };
-    ASSERT_TRUE(isOpen());
-    waitUntilIdle();
-    EXPECT_EQ(page->grab().toImage().pixelColor(page->rect().center()), QColor(Qt::red));
-    QTest::keyClick(page, Qt::Key_Escape);
-    EXPECT_FALSE(isOpen());
-    EXPECT_EQ(list()->currentIndex().row(), 2);
+TEST_F(ReviewTest, ShowsTheNewestFirstAndOpensOne) {
+    showFour();
+    EXPECT_EQ(thumbnail(0), QColor(Qt::blue));
+    EXPECT_EQ(thumbnail(2), QColor(Qt::red));
+    EXPECT_EQ(row(2).data().toString(), QLatin1String("01 Mar 2026 07:00:01"));
+    EXPECT_EQ(thumbnail(3), QColor());
+    const char* const reason = "The screenshot is no PNG image.";
+    EXPECT_EQ(row(3).data(ScreenshotModel::ReasonRole).toString(), QLatin1String(reason));
+    EXPECT_THAT(row(3).data(Qt::AccessibleTextRole).toString().toStdString(), HasSubstr(reason));
+    press(Qt::Key_End);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(opened().isValid());
+    EXPECT_THAT(find<QWidget>("screenshot")->accessibleDescription().toStdString(),
+                HasSubstr(reason));
+    QTest::keyClick(find<QWidget>("screenshot"), Qt::Key_Escape);
+    EXPECT_FALSE(opened().isValid());
+    EXPECT_EQ(list()->currentIndex().row(), 3);
 
     const QPoint first = list()->visualRect(row(0)).center();
     QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, first);
-    EXPECT_FALSE(isOpen()) << "one click selects";
+    EXPECT_FALSE(opened().isValid()) << "one click selects";
     QTest::mouseDClick(list()->viewport(), Qt::LeftButton, {}, first);
-    ASSERT_TRUE(isOpen());
-    waitUntilIdle();
-    EXPECT_EQ(page->grab().toImage().pixelColor(page->rect().center()), QColor(Qt::blue));
-    QTest::mouseClick(find<QPushButton>("backToAll"), Qt::LeftButton);
-    EXPECT_FALSE(isOpen());
-    QTest::mouseClick(find<QPushButton>("openScreenshot"), Qt::LeftButton);
-    EXPECT_TRUE(isOpen());
+    EXPECT_EQ(opened(), QColor(Qt::blue));
+    click("backToAll");
+    EXPECT_FALSE(opened().isValid());
+    click("openScreenshot");
+    EXPECT_EQ(opened(), QColor(Qt::blue));
     // Pictures of another patient do not stay on the screen.
     AppBase::setCurrentPatient(storePatient("2"));
-    EXPECT_TRUE(isNoteShown("No screenshots of this patient"));
-}
-
-TEST_F(ReviewTest, ABrokenOneTellsItsReason) {
-    const DataPointer<Patient> patient = storePatient("1");
-    const DataPointer<QtScreenShotData> damaged(new QtScreenShotData);
-    damaged->setId(recordId(9));
-    damaged->setBinaryPart(QStringLiteral("screenShot"), broken);
-    ASSERT_EQ(patient->addChild(damaged, false), CaError::nullError);
-    ASSERT_EQ(patient->addChild(makeScreenshot(recordId(1), Qt::green), false), CaError::nullError);
-    useStored(patient);
-    show(new ReviewModule);
-    EXPECT_EQ(thumbnail(0), QColor());
-    const char* const reason = "The screenshot is no PNG image.";
-    EXPECT_EQ(row(0).data(ScreenshotModel::ReasonRole).toString(), QLatin1String(reason));
-    EXPECT_THAT(row(0).data(Qt::AccessibleTextRole).toString().toStdString(), HasSubstr(reason));
-    EXPECT_EQ(thumbnail(1), QColor(Qt::green)) << "the others do not suffer";
-    QTest::keyClick(list(), Qt::Key_Home);
-    QTest::keyClick(list(), Qt::Key_Return);
-    waitUntilIdle();
-    EXPECT_THAT(find<QWidget>("screenshot")->accessibleDescription().toStdString(),
-                HasSubstr(reason));
+    EXPECT_EQ(note(), "No screenshots of this patient");
+    press(Qt::Key_Delete);
+    press(Qt::Key_Return);
+    EXPECT_EQ(note(), "No screenshots of this patient");
+    AppBase::setCurrentPatient(nullptr);
+    EXPECT_EQ(note(), "No patient chosen");
+    EXPECT_FALSE(find<QPushButton>("deleteScreenshot")->isEnabled());
 }
 
 TEST_F(ReviewTest, DeletingAsksFirst) {
-    useThree();
-    show(new ReviewModule);
-    const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    QTest::keyClick(list(), Qt::Key_Home);
+    showFour();
+    press(Qt::Key_Home);
     QString question;
     answer(QMessageBox::No, &question);
-    QTest::keyClick(list(), Qt::Key_Delete);
+    press(Qt::Key_Delete);
     EXPECT_THAT(question.toStdString(), HasSubstr("01 Mar 2026 07:00:03"));
-    EXPECT_EQ(model()->rowCount(), 3);
-    EXPECT_EQ(stored(patient)->childCount(), 3);
+    EXPECT_EQ(model()->rowCount(), 4);
+    EXPECT_EQ(storedCount(), 4);
 
     answer(QMessageBox::Yes);
-    QTest::mouseClick(find<QPushButton>("deleteScreenshot"), Qt::LeftButton);
-    ASSERT_EQ(model()->rowCount(), 2);
+    click("deleteScreenshot");
+    ASSERT_EQ(model()->rowCount(), 3);
     EXPECT_EQ(thumbnail(0), QColor(Qt::green));
-    EXPECT_EQ(stored(patient)->childCount(), 2);
+    EXPECT_EQ(storedCount(), 3);
 
     // The one that is open, and then the last one.
-    QTest::keyClick(list(), Qt::Key_Return);
+    press(Qt::Key_Return);
     answer(QMessageBox::Yes);
     QTest::keyClick(find<QWidget>("screenshot"), Qt::Key_Delete);
     EXPECT_TRUE(list()->isVisible());
     EXPECT_EQ(thumbnail(0), QColor(Qt::red));
-    answer(QMessageBox::Yes);
-    QTest::keyClick(list(), Qt::Key_Delete);
-    EXPECT_TRUE(isNoteShown("No screenshots of this patient"));
-    EXPECT_EQ(stored(patient)->childCount(), 0);
-}
-
-// As another workstation does that has the same patient open.
-static void changeElsewhere(const DataPointer<Patient>& patient) {
-    patient->setName(QStringLiteral("Somebody, Else"));
-    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    for (int i = 0; i < 2; ++i) {
+        answer(QMessageBox::Yes);
+        press(Qt::Key_Delete);
+    }
+    EXPECT_EQ(note(), "No screenshots of this patient");
+    EXPECT_EQ(storedCount(), 0);
 }
 
 TEST_F(ReviewTest, AFailureToDeleteIsTakenBack) {
-    useThree();
-    show(new ReviewModule);
+    showFour();
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    changeElsewhere(stored(patient));
-    QTest::keyClick(list(), Qt::Key_Home);
+    changeElsewhere(loadPatient(*patient));
+    press(Qt::Key_Home);
     expectLog(vlr::LogLevel::UserError, "The screenshot was not deleted. ");
-    answerNextMessageBox([this](QMessageBox& box) {
+    answerNextMessageBox([](QMessageBox& box) {
         answer(QMessageBox::Ok);
         QTest::mouseClick(box.button(QMessageBox::Yes), Qt::LeftButton);
     });
-    QTest::keyClick(list(), Qt::Key_Delete);
-    EXPECT_EQ(patient->childCount(), 3);
-    ASSERT_EQ(model()->rowCount(), 3);
+    press(Qt::Key_Delete);
+    EXPECT_EQ(patient->childCount(), 4);
+    ASSERT_EQ(model()->rowCount(), 4);
     EXPECT_EQ(thumbnail(0), QColor(Qt::blue)) << "it is in its old place, with its picture";
     EXPECT_EQ(list()->currentIndex().row(), 0);
 }
 
 TEST_F(ReviewTest, ANewScreenshotIsStoredAtOnceAndShown) {
-    useThree();
-    show(new ReviewModule);
+    showFour();
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
     inNextDialog<QtScreenShotDialog>([](QtScreenShotDialog& dialog) {
         dialog.findChild<QPushButton*>(QStringLiteral("save"))->click();
     });
     application->requestScreenshot();
-    EXPECT_EQ(model()->rowCount(), 4);
-    const DataPointer<Patient> read = stored(patient);
-    ASSERT_EQ(read->childCount(), 4);
-    EXPECT_EQ(dataCast<QtScreenShotData>(read->child(3))->screenShot().size(), window()->size());
+    EXPECT_EQ(model()->rowCount(), 5);
+    const DataPointer<Patient> read = loadPatient(*patient);
+    ASSERT_EQ(read->childCount(), 5);
+    EXPECT_EQ(dataCast<QtScreenShotData>(read->child(4))->screenShot().size(), window()->size());
 
     changeElsewhere(read);
     expectLog(vlr::LogLevel::UserError, "The screenshot is not in the repository yet. ");
     answer(QMessageBox::Ok);
-    ASSERT_EQ(patient->addChild(makeScreenshot(recordId(50), Qt::white), true), CaError::nullError);
-    EXPECT_EQ(model()->rowCount(), 5);
-    EXPECT_EQ(stored(patient)->childCount(), 4);
+    ASSERT_EQ(patient->addChild(makeScreenshot(QStringLiteral("SCD_2"), Qt::white), true),
+              CaError::nullError);
+    EXPECT_EQ(model()->rowCount(), 6);
+    EXPECT_EQ(storedCount(), 5);
 }
