@@ -9,9 +9,15 @@
 
 #include <QtCore/QPointer>
 #include <QtCore/QStringList>
+#include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
 
 #include <functional>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -27,6 +33,16 @@ private:
     char m_name[8] = "GuiTest";
     char* m_argv[2] = {m_name, nullptr};
     QApplication m_application;
+};
+
+/// Counts how often a widget and what is in it now are painted, and how often they are resized.
+class PaintCounter : public QObject {
+public:
+    explicit PaintCounter(QWidget& widget);
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+    int paints = 0;
+    int resizes = 0;
 };
 
 /// Stands for the running application and counts what it is asked for.
