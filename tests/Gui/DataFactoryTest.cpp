@@ -7,21 +7,14 @@
 #include "DataUtils/QtDataConfigurationDialog.h"
 #include "DataUtils/QtDecoratedDataConfigurationWidget.h"
 #include "Gui/GuiTest.h"
+#include "Gui/Text.h"
 
-#include <QtTest/QSignalSpy>
-#include <QtTest/QTest>
 #include <QtWidgets/QGroupBox>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
 
 namespace {
-
-QString text(const char* utf8) {
-    return QString::fromUtf8(utf8);
-}
 
 // A study of another class, which nobody linked.
 class SpecialStudy : public DataRecord<SpecialStudy, Study> {
@@ -100,6 +93,13 @@ protected:
     static void click(const QDialog& dialog, const char* button) {
         QTest::mouseClick(dialog.findChild<QPushButton*>(text(button)), Qt::LeftButton);
     }
+    static QtDecoratedDataConfigurationWidget* decorated(const QDialog& dialog) {
+        return dialog.findChild<QtDecoratedDataConfigurationWidget*>();
+    }
+    // The field of the item's name is in the first box.
+    static QLineEdit* nameEdit(const QDialog& dialog) {
+        return dialog.findChildren<QGroupBox*>().first()->findChild<QLineEdit*>();
+    }
 
     DataPointer<Study> study{new Study};
 };
@@ -112,20 +112,17 @@ TEST_F(DataFactoryTest, ListsWhatIsLinkedByType) {
     linkDataToWidget("AppBaseConfig", "QtAppBaseConfigWidget", "Application Configuration", 4, "");
     DataFactory::linkDataToWidget("Zebra", "None", "", 2, "");
     DataFactory::linkDataToWidget("Zebra", "None", "", 6, "");
-    const struct {
-        int mask;
-        const char* expected;
-    } cases[] = {{0, "AppBaseConfig Study Zebra"},
-                 {4, "AppBaseConfig Study Zebra"},
-                 {6, "Zebra"},
-                 {1, "Study"},
-                 {8, ""},
-                 {2, "Zebra"}};
-    for (const auto& each : cases) {
-        const QString list = DataFactory::dataList(each.mask).join(QLatin1Char(' '));
-        EXPECT_EQ(list, text(each.expected)) << each.mask;
-        EXPECT_EQ(DataFactory::dataDescriptionList(each.mask).join(QLatin1Char(' ')), list);
-        EXPECT_EQ(DataFactory::isType(study.get(), each.mask), list.contains(text("Study")));
+    const std::pair<int, const char*> cases[] = {{0, "AppBaseConfig Study Zebra"},
+                                                 {4, "AppBaseConfig Study Zebra"},
+                                                 {6, "Zebra"},
+                                                 {1, "Study"},
+                                                 {8, ""},
+                                                 {2, "Zebra"}};
+    for (const auto& [mask, expected] : cases) {
+        const QString list = DataFactory::dataList(mask).join(QLatin1Char(' '));
+        EXPECT_EQ(list, text(expected)) << mask;
+        EXPECT_EQ(DataFactory::dataDescriptionList(mask).join(QLatin1Char(' ')), list);
+        EXPECT_EQ(DataFactory::isType(study.get(), mask), list.contains(text("Study")));
     }
     const DataPointer<Data> derived(new SpecialStudy);
     EXPECT_FALSE(DataFactory::isType(derived.get(), 0));
@@ -134,29 +131,23 @@ TEST_F(DataFactoryTest, ListsWhatIsLinkedByType) {
 
 TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
     QWidget parent;
-    link("some argument");
     auto* widget = DataFactory::configurationWidget(study.get(), &parent);
     ASSERT_TRUE(qobject_cast<InstitutionWidget*>(widget));
     EXPECT_EQ(widget->parentWidget(), &parent);
+
+    struct Other : DataWidgetRegistration<QtModuleConfigWidget> {
+        Other() { registerWidget(this); }
+        std::string name() const override { return "InstitutionWidget"; }
+    } other;
+    EXPECT_EQ(createInstitutionWidgetFactory(), 1) << "does not register again";
+    widget = DataFactory::configurationWidget(study.get(), &parent);
+    EXPECT_TRUE(qobject_cast<QtModuleConfigWidget*>(widget)) << "the later one";
 
     const DataPointer<Data> derived(new SpecialStudy);
     EXPECT_FALSE(DataFactory::configurationWidget(derived.get(), &parent));
     EXPECT_FALSE(DataFactory::configurationWidget(nullptr, &parent));
     DataFactory::linkDataToWidget("Study", "NobodyRegisteredThis", "", 1, "");
     EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
-}
-
-TEST_F(DataFactoryTest, ALaterRegistrationOfTheNameReplacesTheFirst) {
-    struct Other : DataWidgetRegistration<QtModuleConfigWidget> {
-        Other() { registerWidget(this); }
-        std::string name() const override { return "InstitutionWidget"; }
-    } other;
-    EXPECT_EQ(createInstitutionWidgetFactory(), 1) << "does not register again";
-    const std::unique_ptr<QWidget> widget(DataFactory::configurationWidget(study.get(), nullptr));
-    EXPECT_TRUE(qobject_cast<QtModuleConfigWidget*>(widget.get()));
-    InstitutionWidgetDataFactoryRegistration again;
-    const std::unique_ptr<QWidget> own(DataFactory::configurationWidget(study.get(), nullptr));
-    EXPECT_TRUE(qobject_cast<InstitutionWidget*>(own.get()));
 }
 
 TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
@@ -173,11 +164,7 @@ TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
 // --- the dialog
 
 TEST_F(DataFactoryTest, OnlyAcceptingChangesTheData) {
-    const struct {
-        const char* way;
-        std::function<void(QDialog&)> leave;
-        bool accepts;
-    } cases[] = {
+    const std::tuple<const char*, std::function<void(QDialog&)>, bool> cases[] = {
         {"Escape", [](QDialog& d) { QTest::keyClick(d.focusWidget(), Qt::Key_Escape); }, false},
         {"close", [](QDialog& d) { d.close(); }, false},
         {"Cancel", [](const QDialog& d) { click(d, "cancel"); }, false},
@@ -185,16 +172,16 @@ TEST_F(DataFactoryTest, OnlyAcceptingChangesTheData) {
         {"Enter", [](QDialog& d) { QTest::keyClick(d.focusWidget(), Qt::Key_Enter); }, true},
         {"OK", [](const QDialog& d) { click(d, "ok"); }, true},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.way);
+    for (const auto& [way, leave, accepts] : cases) {
+        SCOPED_TRACE(way);
         study->setInstitution(text("before"));
         const CaError error = display([&](QDialog& dialog) {
             type(dialog, "after");
             EXPECT_EQ(study->institution(), text("before"));
-            each.leave(dialog);
+            leave(dialog);
         });
-        EXPECT_EQ(study->institution(), text(each.accepts ? "after" : "before"));
-        EXPECT_EQ(error.id(), each.accepts ? "" : DataFactory::operationCanceledError);
+        EXPECT_EQ(study->institution(), text(accepts ? "after" : "before"));
+        EXPECT_EQ(error.id(), accepts ? "" : DataFactory::operationCanceledError);
     }
     EXPECT_EQ(InstitutionWidget::cancelled, 0) << "the frame does not call it";
 }
@@ -202,9 +189,8 @@ TEST_F(DataFactoryTest, OnlyAcceptingChangesTheData) {
 TEST_F(DataFactoryTest, AWidgetThatRefusesKeepsTheDialogOpen) {
     link("refuse");
     const CaError error = display([](QDialog& dialog) {
-        const auto* decorated = dialog.findChild<QtDecoratedDataConfigurationWidget*>();
-        QSignalSpy accepted(decorated, &QtDecoratedDataConfigurationWidget::accepted);
-        QSignalSpy finished(decorated, &QtDecoratedDataConfigurationWidget::finished);
+        QSignalSpy accepted(decorated(dialog), &QtDecoratedDataConfigurationWidget::accepted);
+        QSignalSpy finished(decorated(dialog), &QtDecoratedDataConfigurationWidget::finished);
         click(dialog, "ok");
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_EQ(accepted.count() + finished.count(), 0);
@@ -214,32 +200,15 @@ TEST_F(DataFactoryTest, AWidgetThatRefusesKeepsTheDialogOpen) {
     EXPECT_EQ(error.id(), DataFactory::operationCanceledError);
 }
 
-TEST_F(DataFactoryTest, TheItemNameComesBackWithoutWhiteSpace) {
-    const struct {
-        const char *typed, *expected;
-    } cases[] = {{"plain", "plain"}, {" a  b ", "_a__b_"}, {"a\tb\u00a0c", "a_b_c"}};
-    for (const auto& each : cases) {
+TEST_F(DataFactoryTest, TheItemNameIsNotEmptyAndComesBackWithoutWhiteSpace) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"plain", "plain"}, {" a  b ", "_a__b_"}, {"a\tb\u00a0c", "a_b_c"}};
+    for (const auto& [typed, expected] : cases) {
         QString name = text("old name");
-        const CaError error = display(
-            [&](const QDialog& dialog) {
-                auto* box = dialog.findChildren<QGroupBox*>().first();
-                EXPECT_EQ(box->title(), text("Item Name:"));
-                auto* edit = box->findChild<QLineEdit*>();
-                EXPECT_EQ(edit->text(), text("old name"));
-                edit->setText(text(each.typed));
-                click(dialog, "ok");
-            },
-            &name);
-        EXPECT_EQ(error, CaError::nullError);
-        EXPECT_EQ(name, text(each.expected));
-    }
-}
-
-TEST_F(DataFactoryTest, AnEmptyItemNameIsRefused) {
-    QString name = text("old");
-    const CaError error = display(
-        [](const QDialog& dialog) {
-            dialog.findChildren<QGroupBox*>().first()->findChild<QLineEdit*>()->clear();
+        const auto drive = [&, typed = typed](const QDialog& dialog) {
+            EXPECT_EQ(dialog.findChildren<QGroupBox*>().first()->title(), text("Item Name:"));
+            EXPECT_EQ(nameEdit(dialog)->text(), text("old name"));
+            nameEdit(dialog)->clear();
             QString said;
             answerNextMessageBox([&](QMessageBox& box) {
                 said = box.text();
@@ -248,11 +217,13 @@ TEST_F(DataFactoryTest, AnEmptyItemNameIsRefused) {
             click(dialog, "ok");
             EXPECT_EQ(said, text("The id you gave is invalid!"));
             EXPECT_TRUE(dialog.isVisible());
-            click(dialog, "cancel");
-        },
-        &name);
-    EXPECT_EQ(error.id(), DataFactory::operationCanceledError);
-    EXPECT_EQ(name, text("old"));
+            EXPECT_EQ(name, text("old name"));
+            nameEdit(dialog)->setText(text(typed));
+            click(dialog, "ok");
+        };
+        EXPECT_EQ(display(drive, &name), CaError::nullError);
+        EXPECT_EQ(name, text(expected));
+    }
 }
 
 TEST_F(DataFactoryTest, WithoutANameThereIsNoFieldForOneAndDefaultsOnlyWhereTheyAreSaved) {
@@ -308,23 +279,19 @@ TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
         EXPECT_EQ(study->binaryPart(text("part"), bytes), CaError::nullError);
         EXPECT_EQ(bytes, "bytes");
     };
-    const CaError cancelled = display(
-        [&](QDialog& dialog) {
-            failOnce(dialog);
-            QTest::keyClick(&dialog, Qt::Key_Escape);
-        },
-        nullptr, options);
-    EXPECT_EQ(cancelled.id(), DataFactory::operationCanceledError);
+    const auto failAndCancel = [&](QDialog& dialog) {
+        failOnce(dialog);
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    };
+    EXPECT_EQ(display(failAndCancel, nullptr, options).id(), DataFactory::operationCanceledError);
     EXPECT_EQ(study->institution(), text("St. Luke"));
 
-    const CaError accepted = display(
-        [&](QDialog& dialog) {
-            failOnce(dialog);
-            answer = CaError();
-            click(dialog, "ok");
-        },
-        nullptr, options);
-    EXPECT_EQ(accepted, CaError::nullError);
+    const auto failAndStore = [&](QDialog& dialog) {
+        failOnce(dialog);
+        answer = CaError();
+        click(dialog, "ok");
+    };
+    EXPECT_EQ(display(failAndStore, nullptr, options), CaError::nullError);
     EXPECT_EQ(study->institution(), text("St. Mary"));
     EXPECT_EQ(stored.count(text("St. Mary")), 3);
 }
@@ -340,15 +307,16 @@ TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlongAtAnyTime) {
         EXPECT_EQ(error.id(), DataFactory::operationCanceledError);
         EXPECT_FALSE(window);
     };
+    const auto pressOk = [&](QDialog& dialog) {
+        QMetaObject::invokeMethod(decorated(dialog), "ok");
+    };
+    show(nullptr, [&](QDialog&) { window.reset(); });
     QString name = text("name");
     show(&name, [&](QDialog& dialog) {
-        dialog.findChildren<QGroupBox*>().first()->findChild<QLineEdit*>()->clear();
+        nameEdit(dialog)->clear();
         answerNextMessageBox([&](QMessageBox&) { window.reset(); });
-        QMetaObject::invokeMethod(dialog.findChild<QtDecoratedDataConfigurationWidget*>(), "ok");
+        pressOk(dialog);
     });
-    const auto pressOk = [&](QDialog& dialog) {
-        QMetaObject::invokeMethod(dialog.findChild<QtDecoratedDataConfigurationWidget*>(), "ok");
-    };
     const CaConnection observer(*study, Data::CHANGED, [&](auto&&...) { window.reset(); });
     for (const char* answer : {"", "full"}) {
         options.store = [&] {
@@ -358,20 +326,10 @@ TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlongAtAnyTime) {
         show(nullptr, pressOk);
     }
     show(nullptr, [&](QDialog& dialog) {
-        QObject::connect(dialog.findChild<QtDecoratedDataConfigurationWidget*>(),
-                         &QtDecoratedDataConfigurationWidget::rejected, [&] { window.reset(); });
-        QMetaObject::invokeMethod(dialog.findChild<QtDecoratedDataConfigurationWidget*>(),
-                                  "cancel");
+        QObject::connect(decorated(dialog), &QtDecoratedDataConfigurationWidget::rejected,
+                         [&] { window.reset(); });
+        QMetaObject::invokeMethod(decorated(dialog), "cancel");
     });
-}
-
-TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlong) {
-    auto window = std::make_unique<QWidget>();
-    window->show();
-    DataFactory::DialogOptions options;
-    options.parent = window.get();
-    const CaError error = display([&](QDialog&) { window.reset(); }, nullptr, options);
-    EXPECT_EQ(error.id(), DataFactory::operationCanceledError);
 }
 
 #include "DataFactoryTest.moc"

@@ -1,5 +1,7 @@
 #include "Gui/GuiTest.h"
 
+#include <QtCore/QEvent>
+
 namespace vlrTest {
 
 void showActive(QWidget& widget) {
@@ -25,6 +27,19 @@ std::string take(QStringList& list, const char* separator) {
 }
 
 GuiTest::GuiTest() : m_application(m_argc, m_argv) {}
+
+PaintCounter::PaintCounter(QWidget& widget) {
+    widget.installEventFilter(this);
+    for (QWidget* child : widget.findChildren<QWidget*>())
+        child->installEventFilter(this);
+}
+
+bool PaintCounter::eventFilter(QObject* watched, QEvent* event) {
+    const QEvent::Type type = event->type();
+    paints += type == QEvent::Paint || type == QEvent::UpdateRequest ? 1 : 0;
+    resizes += type == QEvent::Resize ? 1 : 0;
+    return QObject::eventFilter(watched, event);
+}
 
 RecordingModule::RecordingModule(const QString& name, QStringList* calls, bool lockView)
     : QtAppModule(name, lockView), m_calls(calls) {}

@@ -16,6 +16,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QToolButton>
@@ -57,6 +58,16 @@ private:
     char m_name[8] = "GuiTest";
     char* m_argv[2] = {m_name, nullptr};
     QApplication m_application;
+};
+
+/// Counts how often a widget and what is in it now are painted, and how often they are resized.
+class PaintCounter : public QObject {
+public:
+    explicit PaintCounter(QWidget& widget);
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+    int paints = 0;
+    int resizes = 0;
 };
 
 /// Stands for the running application and counts what it is asked for.

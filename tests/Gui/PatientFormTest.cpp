@@ -5,27 +5,17 @@
 #include "DataUtils/FreePatientId.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
 #include "Gui/GuiTest.h"
+#include "Gui/Text.h"
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
 
-#include <QtCore/QProcess>
-#include <QtTest/QTest>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateEdit>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QPushButton>
-
-#include <algorithm>
 
 using namespace vlrTest;
 
 namespace {
-
-QString text(const char* utf8) {
-    return QString::fromUtf8(utf8);
-}
 
 // The form with its fields at hand.
 struct Form {
@@ -59,8 +49,7 @@ protected:
         return patient;
     }
     static void setting(const char* key, const QString& value) {
-        ASSERT_EQ(vlr::Settings::set(text("Velora/Application/") + text(key), value),
-                  CaError::nullError);
+        ASSERT_EQ(vlr::Settings::set(known(key), value), CaError::nullError);
     }
 };
 
@@ -69,11 +58,7 @@ protected:
 // --- ids
 
 TEST(FreePatientId, IsTheFirstFreeNumber) {
-    const struct {
-        std::vector<const char*> taken;
-        int maximum;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<std::vector<const char*>, int, const char*> cases[] = {
         {{}, 1000000, "0000000"},
         {{"0", "1", "3"}, 1000, "0002"},
         {{"0000", "001", "2"}, 1000, "0003"},
@@ -85,11 +70,11 @@ TEST(FreePatientId, IsTheFirstFreeNumber) {
         {{""}, 1000, "0001"}, // Padded it is "0000".
         {{"x0", " 0", "0 ", "-1", "00000", "99999999999999999999", "\u0660"}, 1000, "0000"},
     };
-    for (const auto& each : cases) {
+    for (const auto& [taken, maximum, expected] : cases) {
         std::vector<QString> ids;
-        for (const char* id : each.taken)
+        for (const char* id : taken)
             ids.push_back(text(id));
-        EXPECT_EQ(vlr::firstFreePatientId(ids, each.maximum), text(each.expected));
+        EXPECT_EQ(vlr::firstFreePatientId(ids, maximum), text(expected));
     }
 }
 
@@ -115,44 +100,41 @@ TEST_F(PatientFormTest, ARepositoryThatCannotBeReadIsSaidTwiceAndTheFormOpens) {
 // --- values
 
 TEST_F(PatientFormTest, ValuesSurviveTheFormAndTheRepository) {
-    const struct {
-        const char *id, *name;
-        Patient::Sex sex;
-        QDate birthDate;
-    } cases[] = {
+    const std::tuple<const char*, const char*, Patient::Sex, QDate> cases[] = {
         {"0000", "Doe^Jane", Patient::Female, {1968, 3, 5}},
         {" a  b ", "\u5c71\u7530\u592a\u90ce", Patient::Male, {1900, 1, 1}},
         {"7", "Nun\u0303ez \u0627\u0644\u0639\u0631\u0628\u064a\u0629", Patient::Unknown, {}},
         {"\u0663", " \U0001d49c  ", Patient::Unknown, {2024, 2, 29}},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.id);
+    for (const auto& [id, name, sex, birthDate] : cases) {
+        SCOPED_TRACE(id);
         const DataPointer<Patient> patient(new Patient);
         {
             Form form(patient);
-            form.id->setText(text(each.id));
-            form.name->setText(text(each.name));
-            form.sex->setCurrentIndex(form.sex->findData(each.sex));
-            if (each.birthDate.isValid())
-                form.birthDate->setDate(each.birthDate);
+            form.id->setText(text(id));
+            form.name->setText(text(name));
+            form.sex->setCurrentIndex(form.sex->findData(sex));
+            if (birthDate.isValid())
+                form.birthDate->setDate(birthDate);
             EXPECT_TRUE(patient->patientId().isEmpty());
             EXPECT_TRUE(form.widget.ok());
         }
-        EXPECT_EQ(patient->id(), text(each.id));
+        EXPECT_EQ(patient->id(), text(id));
         ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
         DataPointer<Patient> stored;
         ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), stored), CaError::nullError);
 
         Form form(stored);
         EXPECT_TRUE(form.id->isReadOnly());
-        EXPECT_EQ(form.id->text(), text(each.id));
-        EXPECT_EQ(form.name->text(), text(each.name));
-        EXPECT_EQ(form.sex->currentData().toInt(), each.sex);
-        EXPECT_EQ(form.notKnown->isChecked(), !each.birthDate.isValid());
+        EXPECT_EQ(form.widget.focusProxy(), form.name);
+        EXPECT_EQ(form.id->text(), text(id));
+        EXPECT_EQ(form.name->text(), text(name));
+        EXPECT_EQ(form.sex->currentData().toInt(), sex);
+        EXPECT_EQ(form.notKnown->isChecked(), !birthDate.isValid());
         EXPECT_TRUE(form.widget.ok());
-        EXPECT_EQ(stored->patientId(), text(each.id));
-        EXPECT_EQ(stored->name(), text(each.name));
-        EXPECT_EQ(stored->birthDate(), each.birthDate);
+        EXPECT_EQ(stored->patientId(), text(id));
+        EXPECT_EQ(stored->name(), text(name));
+        EXPECT_EQ(stored->birthDate(), birthDate);
     }
 }
 
@@ -214,16 +196,6 @@ TEST_F(PatientFormTest, ADateOfBirthInTheFutureIsMarked) {
     EXPECT_EQ(message->text(), QString());
 }
 
-TEST_F(PatientFormTest, TheIdOfAnExistingPatientLooksReadOnlyAndTheNameComesFirst) {
-    const Form created(new Patient);
-    EXPECT_EQ(created.widget.focusProxy(), created.id);
-    const Form existing(store(text("1")));
-    EXPECT_EQ(existing.widget.focusProxy(), existing.name);
-    const auto shade = [](const QWidget* field) { return field->palette().color(QPalette::Base); };
-    EXPECT_EQ(shade(created.id), shade(created.name));
-    EXPECT_NE(shade(existing.id), shade(existing.name));
-}
-
 TEST_F(PatientFormTest, DefaultsThatCannotBeSavedAreToldToTheUser) {
     const DataPointer<Patient> patient(new Patient);
     auto* widget = new QtPatientConfigurationWidget(patient.get(), {}, nullptr, {});
@@ -231,9 +203,8 @@ TEST_F(PatientFormTest, DefaultsThatCannotBeSavedAreToldToTheUser) {
     expectLog(vlr::LogLevel::UserError, "Could not save the default values.\nReason: ");
     const FullDisk fullDisk;
     dialog.findChild<QPushButton*>(text("saveAsDefault"))->click();
-    EXPECT_TRUE(dialog.findChild<QtMessageLine*>(text("storeError"))
-                    ->text()
-                    .contains(text("not saved as default")));
+    const auto* message = dialog.findChild<QtMessageLine*>(text("storeError"));
+    EXPECT_TRUE(message->text().contains(text("not saved as default")));
 }
 
 TEST_F(PatientFormTest, OtherDataGivesAnEmptyFormThatDoesNothing) {
@@ -255,8 +226,7 @@ TEST_F(PatientFormTest, FieldsFollowOneAnotherAndHaveKeys) {
     dialog.show();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
     QStringList visited;
-    constexpr int stops = 10; // Day, month and year of the date are one each.
-    for (int i = 0; i < stops; ++i) {
+    for (int i = 0; i < 10; ++i) { // Day, month and year of the date are one each.
         visited << dialog.focusWidget()->objectName();
         QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
     }
@@ -264,16 +234,13 @@ TEST_F(PatientFormTest, FieldsFollowOneAnotherAndHaveKeys) {
     EXPECT_EQ(visited.join(QLatin1Char(' ')).toStdString(),
               "patientId patientName patientSex patientBirthDate birthDateNotKnown "
               "saveAsDefault ok cancel");
-    const struct {
-        Qt::Key key;
-        const char* field;
-    } keys[] = {{Qt::Key_N, "patientName"},
-                {Qt::Key_B, "patientBirthDate"},
-                {Qt::Key_S, "patientSex"},
-                {Qt::Key_I, "patientId"}};
-    for (const auto& each : keys) {
-        QTest::keyClick(&dialog, each.key, Qt::AltModifier);
-        EXPECT_EQ(dialog.focusWidget()->objectName(), text(each.field));
+    const std::pair<Qt::Key, const char*> keys[] = {{Qt::Key_N, "patientName"},
+                                                    {Qt::Key_B, "patientBirthDate"},
+                                                    {Qt::Key_S, "patientSex"},
+                                                    {Qt::Key_I, "patientId"}};
+    for (const auto& [key, field] : keys) {
+        QTest::keyClick(&dialog, key, Qt::AltModifier);
+        EXPECT_EQ(dialog.focusWidget()->objectName(), text(field));
     }
 }
 
@@ -316,47 +283,19 @@ TEST_F(PatientFormTest, TwoWorkstationsNeverGiveOneId) {
     EXPECT_EQ(stored.value(text("name")), text("Doe, Jane"));
 }
 
-TEST_F(PatientFormTest, TwoProcessesAtOnceStoreDifferentIds) {
-    constexpr int patience = 60000;
-    QProcess workstations[2];
-    for (QProcess& each : workstations) {
-        each.start(QCoreApplication::applicationFilePath(), {text("--patient-form")});
-        while (!each.canReadLine())
-            ASSERT_TRUE(each.waitForReadyRead(patience)) << each.readAllStandardError().data();
-        EXPECT_EQ(each.readLine(), "ready 0000000\n");
-    }
-    for (QProcess& each : workstations) {
-        each.write("ok\n");
-        each.waitForBytesWritten(patience);
-    }
-    QByteArrayList said;
-    for (QProcess& each : workstations) {
-        ASSERT_TRUE(each.waitForFinished(patience));
-        EXPECT_EQ(each.exitCode(), 0) << each.readAllStandardError().data();
-        said << each.readAllStandardOutput();
-    }
-    std::sort(said.begin(), said.end());
-    EXPECT_EQ(said[0], "offered 0000001\nstored 0000001\n");
-    EXPECT_EQ(said[1], "stored 0000000\n");
-}
-
 TEST_F(PatientFormTest, ErrorsAreSaidBesideTheirFields) {
     Form form(new Patient);
     form.widget.show();
-    const struct {
-        const char *error, *message;
-    } cases[] = {{QtPatientConfigurationWidget::idError, "idMessage"},
-                 {QtPatientConfigurationWidget::nameError, "nameMessage"},
-                 {DataIOManager::idTakenError, "idMessage"},
-                 {DataIOManager::changedElsewhereError, nullptr}};
-    for (const auto& each : cases) {
-        EXPECT_EQ(form.widget.showStoreError(CaError(each.error, "the reason")),
-                  each.message != nullptr);
+    const std::pair<const char*, const char*> cases[] = {
+        {QtPatientConfigurationWidget::idError, "idMessage"},
+        {QtPatientConfigurationWidget::nameError, "nameMessage"},
+        {DataIOManager::idTakenError, "idMessage"},
+        {DataIOManager::changedElsewhereError, nullptr}};
+    for (const auto& [error, name] : cases) {
+        EXPECT_EQ(form.widget.showStoreError(CaError(error, "the reason")), name != nullptr);
         for (const auto* message : form.widget.findChildren<QtMessageLine*>())
-            EXPECT_EQ(message->isVisible(),
-                      each.message && message->objectName() == text(each.message))
-                << each.error;
-        const bool isTaken = each.error == DataIOManager::idTakenError;
+            EXPECT_EQ(message->isVisible(), name && message->objectName() == text(name)) << error;
+        const bool isTaken = error == DataIOManager::idTakenError;
         EXPECT_EQ(form.find<QPushButton>("useFreeId")->isVisible(), isTaken);
         QTest::keyClicks(form.id, text("1"));
         EXPECT_FALSE(form.find<QtMessageLine>("idMessage")->isVisible());

@@ -2,15 +2,13 @@
 
 #include "AppBase/AppBase.h"
 #include "Gui/GuiTest.h"
+#include "Gui/Text.h"
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QElapsedTimer>
-#include <QtTest/QTest>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QProgressBar>
 #include <QtWidgets/QProgressDialog>
-#include <QtWidgets/QPushButton>
 
 #include <climits>
 #include <utility>
@@ -31,34 +29,45 @@ void soon(const std::function<void()>& action) {
     QMetaObject::invokeMethod(qApp, action, Qt::QueuedConnection);
 }
 
-// Acts when the watched widget hides.
+// What was left to the event loop to delete.
+void deleteNow() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+// Does again and again what a caller does, until that is seen or it takes too long.
+bool repeat(const std::function<void()>& act, const std::function<bool()>& isDone) {
+    QElapsedTimer elapsed;
+    for (elapsed.start(); !isDone() && elapsed.elapsed() < 5000;)
+        act();
+    return isDone();
+}
+
+// Acts once, when the widget hides.
 class HideWatcher : public QObject {
 public:
-    std::function<void()> action;
+    HideWatcher(QWidget* widget, std::function<void()> act) : action(std::move(act)) {
+        widget->installEventFilter(this);
+    }
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() == QEvent::Hide && action)
             std::exchange(action, nullptr)();
         return QObject::eventFilter(watched, event);
     }
-};
-
-class PaintCounter : public QObject {
-public:
-    int count = 0;
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        count += event->type() == QEvent::Paint ? 1 : 0;
-        return QObject::eventFilter(watched, event);
-    }
+    std::function<void()> action;
 };
 
 class ProgressMonitorTest : public GuiTest {
 protected:
-    ProgressMonitorTest() : window(new QWidget) {
+    ProgressMonitorTest() { open(); }
+    ~ProgressMonitorTest() override { delete window.data(); }
+
+    void open() {
+        delete window.data();
+        window = new QWidget;
         window->setAttribute(Qt::WA_DeleteOnClose);
         window->show();
         QtCaProgressMonitor::attach(window);
     }
-    ~ProgressMonitorTest() override { delete window.data(); }
 
     QProgressDialog* dialog() const {
         const auto all =
@@ -76,44 +85,36 @@ protected:
     QPointer<QWidget> window;
 };
 
-// Of the event dispatchers only Qt's own flushes anything.
-struct OwnDispatcher {
-    OwnDispatcher() { qputenv("QT_NO_GLIB", "1"); }
-};
-class FlushTest : private OwnDispatcher, public ProgressMonitorTest {};
-
 class OutlivingMonitorTest : public testing::Test {
 protected:
     void TearDown() override { DataIOManager::closeRepository(); }
+
+    int count = 1;
+    char name[5] = "test";
+    char* arguments[2] = {name, nullptr};
 };
 
 } // namespace
 
 TEST_F(ProgressMonitorTest, AStartOpensTheDialogThatWasAskedFor) {
-    const struct {
-        int total;
-        bool cancelable;
-        int maximum;
-    } cases[] = {{250, true, 250}, {250, false, 250}, {0, true, 0}, {-3, true, 0}};
+    const std::tuple<int, bool, int> cases[] = {
+        {250, true, 250}, {250, false, 250}, {0, true, 0}, {-3, true, 0}};
     monitor()->setMinimumDuration(70);
-    for (const auto& c : cases) {
-        qtMonitor()->start(QStringLiteral("<b>Füße</b>"), c.total, c.cancelable, false, 1);
+    for (const auto& [total, cancelable, maximum] : cases) {
+        qtMonitor()->start(text("<b>Füße</b>"), total, cancelable, false, 1);
         ASSERT_EQ(window->findChildren<QProgressDialog*>().size(), 1);
-        EXPECT_EQ(dialog()->windowType(), c.cancelable ? Qt::Dialog : Qt::Popup);
+        EXPECT_EQ(dialog()->windowType(), cancelable ? Qt::Dialog : Qt::Popup);
         const auto* button = dialog()->findChild<QPushButton*>();
-        ASSERT_EQ(button != nullptr, c.cancelable);
-        if (button) {
-            EXPECT_EQ(button->text(), QStringLiteral("Cancel"));
-        }
+        ASSERT_EQ(button ? button->text() : QString(), cancelable ? text("Cancel") : QString());
         EXPECT_TRUE(dialog()->isModal());
         EXPECT_EQ(dialog()->minimum(), 0);
         EXPECT_EQ(dialog()->value(), 0);
-        EXPECT_EQ(monitor()->getTotalSteps(), c.maximum);
+        EXPECT_EQ(monitor()->getTotalSteps(), maximum);
         EXPECT_EQ(dialog()->minimumDuration(), 70);
-        EXPECT_EQ(dialog()->labelText(), QStringLiteral("<b>Füße</b>"));
+        EXPECT_EQ(dialog()->labelText(), text("<b>Füße</b>"));
         EXPECT_EQ(dialog()->findChild<QLabel*>()->textFormat(), Qt::PlainText);
-        qtMonitor()->setDialogCaption(QStringLiteral("Volume"));
-        EXPECT_EQ(dialog()->windowTitle(), QStringLiteral("Volume"));
+        qtMonitor()->setDialogCaption(text("Volume"));
+        EXPECT_EQ(dialog()->windowTitle(), text("Volume"));
     }
     monitor()->end();
     EXPECT_EQ(dialog(), nullptr);
@@ -151,25 +152,20 @@ TEST_F(ProgressMonitorTest, TicksAddTheStepUpToTheTotal) {
 }
 
 TEST_F(ProgressMonitorTest, TheCounterFollowsTheText) {
-    const struct {
-        int total, progress;
-        const char* label;
-    } cases[] = {{250, 2, "Slice    2 of  250"},
-                 {1, 0, "Slice 0 of 1"},
-                 {9, 3, "Slice  3 of  9"},
-                 {10, 3, "Slice  3 of 10"},
-                 {1000, 3, "Slice    3 of 1000"},
-                 {0, 3, "Slice 3"},
-                 {-5, 3, "Slice 3"},
-                 {100, -3, "Slice   0 of 100"},
-                 {INT_MAX, 1, "Slice           1 of  2147483647"}};
-    for (const auto& c : cases) {
-        monitor()->start("Slice ", c.total, true, true, c.progress < 0 ? -1 : 1);
-        for (int i = 0; i < c.progress; ++i)
+    const std::tuple<int, int, const char*> cases[] = {
+        {250, 2, "Slice    2 of  250"},
+        {1, 0, "Slice 0 of 1"},
+        {9, 3, "Slice  3 of  9"},
+        {10, 3, "Slice  3 of 10"},
+        {1000, 3, "Slice    3 of 1000"},
+        {0, 3, "Slice 3"},
+        {-5, 3, "Slice 3"},
+        {INT_MAX, 1, "Slice           1 of  2147483647"}};
+    for (const auto& [total, progress, label] : cases) {
+        monitor()->start("Slice ", total, true, true, 1);
+        for (int i = 0; i < progress; ++i)
             monitor()->tick();
-        if (c.progress < 0)
-            monitor()->tick();
-        EXPECT_EQ(dialog()->labelText().toStdString(), c.label);
+        EXPECT_EQ(dialog()->labelText().toStdString(), label);
     }
     // The dialog has room for the end of the counter from the beginning.
     monitor()->start("The slices of the volume are being read: ", 250, true, true, 1);
@@ -180,73 +176,65 @@ TEST_F(ProgressMonitorTest, TheCounterFollowsTheText) {
     // Off, the label is the text; it stays as it is until a text is set.
     monitor()->start("a", 9, true, true, 1);
     monitor()->setShowCounterFlag(false);
-    EXPECT_EQ(dialog()->labelText(), QStringLiteral("a 0 of  9"));
+    EXPECT_EQ(dialog()->labelText(), text("a 0 of  9"));
     monitor()->setText("b");
-    EXPECT_EQ(dialog()->labelText(), QStringLiteral("b"));
+    EXPECT_EQ(dialog()->labelText(), text("b"));
     monitor()->tick();
-    EXPECT_EQ(dialog()->labelText(), QStringLiteral("b"));
+    EXPECT_EQ(dialog()->labelText(), text("b"));
     monitor()->setShowCounterFlag(true);
-    EXPECT_EQ(dialog()->labelText(), QStringLiteral("b 1 of  9"));
+    EXPECT_EQ(dialog()->labelText(), text("b 1 of  9"));
     monitor()->reset();
-    EXPECT_EQ(dialog()->labelText(), QStringLiteral("b 0 of  9"));
+    EXPECT_EQ(dialog()->labelText(), text("b 0 of  9"));
     EXPECT_EQ(dialog()->value(), 0);
 }
 
 TEST_F(ProgressMonitorTest, TheDialogComesAfterItsTimeAndGoesAtTheMaximum) {
+    const auto isShown = [this] { return dialog()->isVisible(); };
+    const auto tick = [] { monitor()->tick(); };
     monitor()->setMinimumDuration(1);
     monitor()->start("Reading", INT_MAX, true, false, 1);
-    EXPECT_FALSE(dialog()->isVisible());
-    QElapsedTimer elapsed;
-    elapsed.start();
-    while (!dialog()->isVisible() && elapsed.elapsed() < 5000)
-        monitor()->tick();
-    EXPECT_TRUE(dialog()->isVisible());
-    EXPECT_EQ(dialog()->findChild<QProgressBar*>()->text(), QStringLiteral("0%"));
+    EXPECT_FALSE(isShown());
+    EXPECT_TRUE(repeat(tick, isShown));
+    const auto* bar = dialog()->findChild<QProgressBar*>();
+    EXPECT_EQ(bar->text(), text("0%"));
 
     // How many ticks it took depends on the machine.
     const int progress = monitor()->getProgress();
     monitor()->setTotalSteps(progress + 1);
-    EXPECT_EQ(dialog()->findChild<QProgressBar*>()->text(),
-              QStringLiteral("%1%").arg(qint64(progress) * 100 / (progress + 1)));
-    monitor()->tick();
-    EXPECT_FALSE(dialog()->isVisible());
+    EXPECT_EQ(bar->text(), text("%1%").arg(qint64(progress) * 100 / (progress + 1)));
+    tick();
+    EXPECT_FALSE(isShown());
     EXPECT_FALSE(dialog()->wasCanceled());
-    // There is more to do after all.
     monitor()->setTotalSteps(INT_MAX);
-    elapsed.start();
-    while (!dialog()->isVisible() && elapsed.elapsed() < 5000)
-        monitor()->tick();
-    EXPECT_TRUE(dialog()->isVisible());
+    EXPECT_TRUE(repeat(tick, isShown)) << "more to do after all";
 }
 
 TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogInTimeAndProcessesNoEvents) {
-    const auto setUntil = [](const std::function<bool()>& done) {
-        QElapsedTimer elapsed;
-        for (elapsed.start(); !done() && elapsed.elapsed() < 5000;)
-            monitor()->setProgress(monitor()->getProgress() % 1000 + 1);
-        return done();
+    const auto setUntil = [](const std::function<bool()>& isDone) {
+        return repeat([] { monitor()->setProgress(monitor()->getProgress() % 1000 + 1); }, isDone);
     };
+    const auto isShown = [this] { return dialog()->isVisible(); };
     for (const bool cancelable : {true, false}) {
         monitor()->setMinimumDuration(1000000);
         monitor()->start("Reading", 2000, cancelable, false, 1);
-        EXPECT_TRUE(setUntil([&] { return monitor()->getProgress() == 1000; }));
-        EXPECT_FALSE(dialog()->isVisible()) << "before its time";
+        EXPECT_TRUE(setUntil([] { return monitor()->getProgress() == 1000; }));
+        EXPECT_FALSE(isShown()) << "before its time";
 
         monitor()->setMinimumDuration(20);
         monitor()->start("Reading", 2000, cancelable, false, 1);
         bool processed = false;
         soon([&processed] { processed = true; });
-        EXPECT_TRUE(setUntil([&] { return dialog()->isVisible(); }));
-        PaintCounter paintings;
-        dialog()->findChild<QProgressBar*>()->installEventFilter(&paintings);
-        EXPECT_TRUE(setUntil([&] { return paintings.count > 1; }));
+        EXPECT_TRUE(setUntil(isShown));
+        PaintCounter counter(*dialog()->findChild<QProgressBar*>());
+        const auto isPainted = [&] { return counter.paints > 1; };
+        EXPECT_TRUE(setUntil(isPainted));
         for (const int atTheEnd : {2000, 2001, -1}) {
             monitor()->setProgress(2000);
             monitor()->setProgress(atTheEnd);
-            EXPECT_FALSE(dialog()->isVisible()) << atTheEnd;
-            EXPECT_TRUE(setUntil([&] { return dialog()->isVisible(); })) << "more to do after all";
-            paintings.count = 0;
-            EXPECT_TRUE(setUntil([&] { return paintings.count > 1; }));
+            EXPECT_FALSE(isShown()) << atTheEnd;
+            EXPECT_TRUE(setUntil(isShown)) << "more to do after all";
+            counter.paints = 0;
+            EXPECT_TRUE(setUntil(isPainted));
         }
         EXPECT_FALSE(processed);
         monitor()->end();
@@ -313,7 +301,7 @@ TEST_F(ProgressMonitorTest, TheUserCancelsOnce) {
     EXPECT_EQ(monitor()->getProgress(), 1);
 }
 
-TEST_F(ProgressMonitorTest, WhatIsNotCancelableStaysOpen) {
+TEST_F(ProgressMonitorTest, WhatIsNotCancelableStaysOpenButLetsAMessageBoxBeAnswered) {
     const std::function<void(QProgressDialog&)> cases[] = {
         [](QProgressDialog& d) { QTest::keyClick(&d, Qt::Key_Escape); },
         [](QProgressDialog& d) { d.close(); },
@@ -329,20 +317,15 @@ TEST_F(ProgressMonitorTest, WhatIsNotCancelableStaysOpen) {
         EXPECT_FALSE(dialog()->wasCanceled());
     }
     EXPECT_EQ(monitor()->getProgress(), 3);
-}
 
-TEST_F(ProgressMonitorTest, AMessageBoxCanBeAnsweredDuringWhatIsNotCancelable) {
-    startShown(100, false);
     ASSERT_EQ(QApplication::activePopupWidget(), dialog());
     answerNextMessageBox([](QMessageBox& box) {
         EXPECT_EQ(QApplication::activePopupWidget(), nullptr); // It would get all clicks and keys.
         monitor()->setProgress(99);
         box.accept();
     });
-    QMessageBox box(window);
-    box.exec();
+    QMessageBox(window).exec();
     EXPECT_FALSE(dialog()->isVisible());
-    monitor()->setProgress(50);
     EXPECT_TRUE(QTest::qWaitFor([this] {
         monitor()->setProgress(50);
         monitor()->tick();
@@ -350,34 +333,39 @@ TEST_F(ProgressMonitorTest, AMessageBoxCanBeAnsweredDuringWhatIsNotCancelable) {
     }));
 }
 
-TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickAndWhileTheDialogHides) {
+TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickOrAStartAndWhileTheDialogHides) {
     const struct {
         const char* name;
         std::function<void()> action;
-        bool goesOn; // Another operation runs afterwards.
+        int total = 0; // of the operation that runs afterwards
         bool dialogGone = false;
     } cases[] = {
-        {"end", [] { monitor()->end(); }, false},
-        {"start", [] { monitor()->start("Second", 20, true, false, 1); }, true},
-        {"start busy", [] { monitor()->start(); }, false},
-        {"dialog deleted", [this] { delete dialog(); }, false, true},
-        {"replaced", [this] { QtCaProgressMonitor::attach(window); }, false},
-        {"removed", [] { CaProgressMonitor::setInstance(nullptr); }, false},
-        {"closed", [this] { window->close(); }, false},
-        {"destroyed", [this] { delete window.data(); }, false, true},
+        {"nothing", [] {}, 100},
+        {"end", [] { monitor()->end(); }},
+        {"start", [] { monitor()->start("Second", 20, true, false, 1); }, 20},
+        {"start shown",
+         [] {
+             monitor()->start("Second", 20, true, false, 1);
+             monitor()->setProgress(1);
+         },
+         20},
+        {"start busy", [] { monitor()->start(); }},
+        {"dialog deleted", [this] { delete dialog(); }, 0, true},
+        {"replaced", [this] { QtCaProgressMonitor::attach(window); }},
+        {"removed", [] { CaProgressMonitor::setInstance(nullptr); }},
+        {"closed", [this] { window->close(); }},
+        {"destroyed", [this] { delete window.data(); }, 0, true},
     };
-    for (const std::string inside : {"an event", "cancel", "hiding", "hiding without a tick"})
+    for (const std::string inside :
+         {"an event", "cancel", "hiding", "a tick that hides", "a start", "a busy start"})
         for (const auto& c : cases) {
             SCOPED_TRACE(inside + ": " + c.name);
             if (c.dialogGone && inside != "an event")
                 continue; // Qt itself does not survive that.
-            delete window.data();
-            window = new QWidget;
-            window->setAttribute(Qt::WA_DeleteOnClose);
-            QtCaProgressMonitor::attach(window);
-            startShown(inside == "hiding" ? 1 : 100, true);
+            open();
+            const QPointer<QtCaProgressMonitor> asked = qtMonitor();
+            startShown(100, true);
             const QPointer<QProgressDialog> first = dialog();
-            CaConnection connection;
             bool done = false;
             const auto act = [&] {
                 c.action();
@@ -385,97 +373,65 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickAndWhileTheDialogHides) 
                 EXPECT_EQ(first.isNull(), c.dialogGone);
                 done = true;
             };
-            HideWatcher watcher;
-            first->installEventFilter(&watcher);
-            if (inside == "cancel") {
+            HideWatcher watcher(first, act);
+            CaConnection connection;
+            if (inside == "an event") {
+                watcher.action = nullptr;
+                soon(act);
+                monitor()->tick();
+            } else if (inside == "cancel") {
+                watcher.action = nullptr;
                 connection =
                     CaConnection(*monitor(), CaProgressMonitor::CANCELLED, [&](auto...) { act(); });
                 first->findChild<QPushButton*>()->click();
+            } else if (inside == "hiding") {
+                first->hide();
+            } else if (inside == "a tick that hides") {
+                monitor()->setProgress(99);
+                monitor()->tick();
+            } else if (inside == "a start") {
+                asked->start(std::string("Third"), 30, true, false, 1);
             } else {
-                if (inside == "an event")
-                    soon(act);
-                else
-                    watcher.action = act;
-                if (inside == "hiding without a tick")
-                    first->hide();
-                else
-                    monitor()->tick();
+                asked->start();
             }
             EXPECT_TRUE(done);
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            EXPECT_EQ(monitor()->getTotalSteps(), c.goesOn ? 20 : 0);
-            monitor()->tick();
-            EXPECT_EQ(monitor()->getProgress(), c.goesOn ? 1 : 0);
+            deleteNow();
+            if (inside == "a start") {
+                EXPECT_EQ(monitor()->getTotalSteps(), asked && window ? 30 : 0);
+            } else if (inside == "a busy start") {
+                EXPECT_EQ(QApplication::overrideCursor() != nullptr, !asked.isNull());
+            } else {
+                EXPECT_EQ(monitor()->getTotalSteps(), c.total);
+            }
             monitor()->end();
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            deleteNow();
             QCoreApplication::processEvents();
             EXPECT_TRUE(first.isNull());
-            EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-        }
-}
-
-TEST_F(ProgressMonitorTest, AStartWhileTheOneBeforeEndsLeavesOneOperation) {
-    const std::pair<const char*, std::function<void()>> reentries[] = {
-        {"nothing", [] {}},
-        {"start", [] { monitor()->start("Second", 20, true, false, 1); }},
-        {"start shown",
-         [] {
-             monitor()->start("Second", 20, true, false, 1);
-             monitor()->setProgress(1);
-         }},
-        {"start busy", [] { monitor()->start(); }},
-        {"end", [] { monitor()->end(); }},
-        {"replaced", [this] { QtCaProgressMonitor::attach(window); }},
-        {"removed", [] { CaProgressMonitor::setInstance(nullptr); }},
-    };
-    for (const bool busy : {false, true})
-        for (const auto& [name, reenter] : reentries) {
-            SCOPED_TRACE(std::string(name) + (busy ? ", busy" : ""));
-            QtCaProgressMonitor::attach(window);
-            const QPointer<QtCaProgressMonitor> asked = qtMonitor();
-            startShown(100, true);
-            HideWatcher watcher;
-            dialog()->installEventFilter(&watcher);
-            watcher.action = reenter;
-            if (busy)
-                asked->start();
-            else
-                asked->start(std::string("Third"), 30, true, false, 1);
-            EXPECT_FALSE(watcher.action);
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            const int dialogs = asked && !busy ? 1 : 0;
-            EXPECT_EQ(window->findChildren<QProgressDialog*>().size(), dialogs);
-            EXPECT_EQ(monitor()->getTotalSteps(), 30 * dialogs);
-            EXPECT_EQ(QApplication::overrideCursor() != nullptr, asked && busy);
-            monitor()->end();
-            EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             EXPECT_EQ(dialog(), nullptr);
+            EXPECT_EQ(QApplication::overrideCursor(), nullptr);
         }
 }
 
 TEST_F(ProgressMonitorTest, AMonitorThatGoesEndsWhatStartsMeanwhile) {
     startShown(100, true);
     auto* const going = qtMonitor();
-    HideWatcher watcher;
-    dialog()->installEventFilter(&watcher);
-    watcher.action = [going] { going->start(std::string("Second"), 20, false, false, 1); };
+    const HideWatcher watcher(
+        dialog(), [going] { going->start(std::string("Second"), 20, false, false, 1); });
     CaProgressMonitor::setInstance(nullptr);
     EXPECT_FALSE(watcher.action);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    deleteNow();
     EXPECT_EQ(dialog(), nullptr);
 }
 
 TEST_F(ProgressMonitorTest, TheBusyCursorIsBalanced) {
-    const struct {
-        const char* calls; // b: busy, d: dialog, e: end
-        bool busy;
-    } cases[] = {{"b", true},  {"be", false},   {"bbe", false}, {"bd", false}, {"bde", false},
-                 {"db", true}, {"dbde", false}, {"ee", false},  {"bdb", true}, {"bdbe", false}};
-    for (const auto& c : cases) {
+    // b: start busy, d: start with a dialog, e: end
+    const std::pair<const char*, bool> cases[] = {
+        {"b", true},  {"be", false},   {"bbe", false}, {"bd", false}, {"bde", false},
+        {"db", true}, {"dbde", false}, {"ee", false},  {"bdb", true}, {"bdbe", false}};
+    for (const auto& [calls, busy] : cases) {
         QtCaProgressMonitor::attach(window);
         QApplication::setOverrideCursor(Qt::CrossCursor); // somebody else's
-        for (const char* call = c.calls; *call; ++call) {
+        for (const char* call = calls; *call; ++call) {
             if (*call == 'b')
                 monitor()->start();
             else if (*call == 'd')
@@ -483,57 +439,39 @@ TEST_F(ProgressMonitorTest, TheBusyCursorIsBalanced) {
             else
                 monitor()->end();
         }
-        EXPECT_EQ(QApplication::overrideCursor()->shape(),
-                  c.busy ? Qt::WaitCursor : Qt::CrossCursor)
-            << c.calls;
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), busy ? Qt::WaitCursor : Qt::CrossCursor)
+            << calls;
         CaProgressMonitor::setInstance(nullptr);
-        ASSERT_TRUE(QApplication::overrideCursor()) << c.calls;
-        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::CrossCursor) << c.calls;
+        ASSERT_TRUE(QApplication::overrideCursor()) << calls;
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::CrossCursor) << calls;
         QApplication::restoreOverrideCursor();
-        EXPECT_EQ(QApplication::overrideCursor(), nullptr) << c.calls;
-    }
-}
-
-TEST_F(FlushTest, TheFlushFlagSendsWhatIsWaiting) {
-    EXPECT_FALSE(QtCaProgressMonitor::isFlushX());
-    EXPECT_FALSE(QtCaProgressMonitor::isSyncX());
-    for (const bool flush : {false, true}) {
-        QtCaProgressMonitor::setFlushX(flush);
-        QtCaProgressMonitor::setSyncX(!flush);
-        EXPECT_EQ(QtCaProgressMonitor::isSyncX(), !flush);
-        bool sent = false;
-        soon([&sent] { sent = true; });
-        monitor()->start("", 5, true, false, 1);
-        EXPECT_EQ(sent, flush);
-        QCoreApplication::processEvents();
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr) << calls;
     }
 }
 
 TEST_F(OutlivingMonitorTest, TheSettingsOfTheApplicationChooseHowProgressIsShown) {
-    char name[] = "test";
-    char* arguments[] = {name, nullptr};
-    int count = 1;
+    qputenv("QT_NO_GLIB", "1"); // Of the event dispatchers only Qt's own flushes anything.
     // As the application object will name it, so that it reads these settings.
-    QCoreApplication::setApplicationName(QStringLiteral("vlrGuiTests"));
+    QCoreApplication::setApplicationName(text("vlrGuiTests"));
     const std::pair<bool, bool> cases[] = {{false, true}, {true, false}, {true, true}};
     for (const auto& [flush, sync] : cases) {
         const std::pair<const char*, bool> values[] = {{"ProgressBarFlushX", flush},
                                                        {"ProgressBarSyncX", sync}};
         for (const auto& [key, value] : values)
-            ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/") + QLatin1String(key),
-                                         value),
-                      CaError::nullError);
+            ASSERT_EQ(vlr::Settings::set(known(key), value), CaError::nullError);
+        bool sent = false;
         const AppBase application(count, arguments, nullptr, false, false);
         EXPECT_EQ(QtCaProgressMonitor::isFlushX(), flush);
         EXPECT_EQ(QtCaProgressMonitor::isSyncX(), sync);
+        soon([&sent] { sent = true; });
+        monitor()->start("", 5, true, false, 1);
+        EXPECT_EQ(sent, flush);
+        monitor()->end();
     }
 }
 
 TEST_F(OutlivingMonitorTest, AMonitorGoesWithItsApplication) {
     for (int run = 0; run < 2; ++run) {
-        char name[] = "test";
-        char* arguments[] = {name, nullptr};
-        int count = 1;
         {
             const QApplication application(count, arguments);
             auto window = std::make_unique<QWidget>();

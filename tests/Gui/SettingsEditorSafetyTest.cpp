@@ -6,8 +6,6 @@
 #include <QtWidgets/QAction>
 #include <QtWidgets/QMenu>
 
-#include <gmock/gmock.h>
-
 using namespace vlr;
 using namespace vlrTest;
 using testing::HasSubstr;
@@ -18,76 +16,29 @@ QStringList filesBeside(const QString& path) {
     return QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden, QDir::Name);
 }
 
-// Types what the setting refuses and tries to leave, so that its editor stays open.
-class RefusedEditorTest : public SettingsEditorTest {
-protected:
-    void refuse(const QString& key) {
-        line = edit<QLineEdit>(key);
-        ASSERT_TRUE(line);
-        line->setText(text("big"));
-        pressEnter(line);
-        search = dialog->findChild<QLineEdit*>();
-        search->setFocus();
-    }
-    bool isSeen() const {
-        QCoreApplication::processEvents(); // for the layout
-        return line->isVisible() && view->viewport()->rect().contains(line->geometry().center()) &&
-               editor<QLineEdit>() == line;
-    }
-
-    QLineEdit* line = nullptr;
-    QLineEdit* search = nullptr;
-};
-
 } // namespace
 
 // --- the search and what must not get lost
 
-TEST_F(RefusedEditorTest, NoSearchHidesAnOpenEditor) {
-    const QString size = known("QtQuadView/InitialSize");
-    refuse(size);
-    for (const char* wanted : {"MaxP", "no such thing", "", "knee", ""}) {
-        search->setText(text(wanted));
-        EXPECT_TRUE(isSeen()) << wanted;
-        EXPECT_EQ(view->currentKey(), size) << wanted; // which the commands below are about
-    }
-    search->setText(text("MaxP"));
-    EXPECT_FALSE(isShown(text("Velora/Planning/Title")));
-    QTest::mouseClick(button("OK"), Qt::LeftButton);
-    EXPECT_TRUE(dialog->isVisible());
-    line->setText(text("10 x 20"));
-    pressEnter(line);
-    EXPECT_EQ(model->edits().value(size), QSize(10, 20));
-}
-
-TEST_F(RefusedEditorTest, TheEndOfASearchDoesNotFoldAnOpenEditorAway) {
-    dialog->findChild<QLineEdit*>()->setText(text("InitialSize")); // opens the group
-    refuse(known("QtQuadView/InitialSize"));
-    search->clear();
-    EXPECT_TRUE(isSeen());
-}
-
 TEST_F(SettingsEditorTest, RowsThatArriveAreSearchedToo) {
-    auto* search = dialog->findChild<QLineEdit*>();
-    search->setText(text("spline"));
+    search()->setText(text("spline"));
     ASSERT_THAT(told(), HasSubstr("Nothing found"));
     for (const QString& mine : {text("Velora/Mine"), text("Velora/Own")}) {
         model->add(mine, SettingsType());
         EXPECT_FALSE(isShown(mine));
         view->setCurrentKey(mine);
-        EXPECT_TRUE(isShown(mine));
+        EXPECT_TRUE(isShown(mine)) << "What one just made is not hidden from one.";
     }
 
     writeFile(Settings::filePath(), "[Velora]\nFar\\Off\\Kind=a spline\nFar\\Other=1\n"
                                     "Planning\\Title=Spline\n");
     QTest::mouseClick(button("Apply"), Qt::LeftButton);
-    EXPECT_TRUE(isShown(text("Velora/Far/Off/Kind")));
-    EXPECT_TRUE(isShown(text("Velora/Planning/Title"))); // was there, with another value
-    EXPECT_TRUE(isShown(text("Velora/Mine")));
+    for (const char* found : {"Far/Off/Kind", "Planning/Title", "Mine"}) // not all of them new
+        EXPECT_TRUE(isShown(text("Velora/") + text(found))) << found;
     EXPECT_FALSE(isShown(text("Velora/Far/Other")));
     EXPECT_THAT(told(), HasSubstr("2 found"));
 
-    search->setText(text("splin")); // One asks anew.
+    search()->setText(text("splin")); // One asks anew.
     EXPECT_FALSE(isShown(text("Velora/Mine")));
 }
 
@@ -97,11 +48,11 @@ TEST_F(SettingsEditorTest, TheEditorMayGoWhileItAsks) {
     for (const char* label : {"Add...", "Rename...", "OK", "Apply"}) {
         writeFile(Settings::filePath(), "[Velora]\nPlanning\\Title=Knee\n");
         open();
-        type(text("Velora/Planning/Title"), "Hip");
+        type(title, "Hip");
         writeFile(Settings::filePath(), "[Velora]\nPlanning\\Title=Spine\n"); // a conflict
         const FileState theirs;
         bool wasOpen = false;
-        whenOpen<QDialog>([&](QDialog& asked) {
+        inNextDialog<QDialog>([&](QDialog& asked) {
             wasOpen = asked.parentWidget() == dialog.get();
             dialog.reset();
         });
@@ -113,7 +64,7 @@ TEST_F(SettingsEditorTest, TheEditorMayGoWhileItAsks) {
 }
 
 TEST_F(SettingsEditorTest, TheEditorMayGoUnderItsMenu) {
-    view->setCurrentKey(text("Velora/Planning/Title"));
+    view->setCurrentKey(title);
     bool wasOpen = false;
     auto* timer = new QTimer(qApp);
     QObject::connect(timer, &QTimer::timeout, timer, [&, timer] {
@@ -135,32 +86,28 @@ TEST_F(SettingsEditorTest, TheEditorMayGoUnderItsMenu) {
 // --- looking is not touching
 
 TEST_F(SettingsEditorTest, OpeningAndCancellingTouchesNothing) {
-    const struct {
-        const char* bytes;
-        bool isKnown; // Somebody read the settings before.
-        const char* told;
-    } cases[] = {
+    const std::tuple<const char*, bool, const char*> cases[] = {
         {"no settings at all", true, "cannot be used"},
         {"no settings at all", false, "cannot be used"},
         {"a=@Variant(\\0)", true, "serialised object"},
         {"[Velora]\nPlanning\\Title=Spine\n", true, ""},
         {"[Velora]\nPlanning\\Title=Spine\n", false, ""},
     };
-    for (const auto& c : cases) {
+    for (const auto& [bytes, isKnown, said] : cases) { // known: somebody read them before
         writeFile(Settings::filePath(), "[Velora]\nPlanning\\Title=Knee\n");
         Settings::reload();
-        ASSERT_EQ(Settings::get(text("Velora/Planning/Title"), ""), text("Knee"));
-        writeFile(Settings::filePath(), c.bytes);
+        ASSERT_EQ(Settings::get(title, ""), text("Knee"));
+        writeFile(Settings::filePath(), bytes);
         const FileState before;
         const QStringList files = filesBeside(Settings::filePath());
-        if (!c.isKnown)
+        if (!isKnown)
             Settings::reload();
         open();
-        EXPECT_THAT(told(), HasSubstr(c.told)) << c.bytes;
-        EXPECT_EQ(told().find("Shown is") == std::string::npos, QLatin1String(c.told).isEmpty());
+        EXPECT_THAT(told(), HasSubstr(said)) << bytes;
+        EXPECT_EQ(told().find("Shown is") == std::string::npos, QLatin1String(said).isEmpty());
         QTest::mouseClick(button("Cancel"), Qt::LeftButton);
-        EXPECT_TRUE(FileState() == before) << c.bytes;
-        EXPECT_EQ(filesBeside(Settings::filePath()), files) << c.bytes;
+        EXPECT_TRUE(FileState() == before) << bytes;
+        EXPECT_EQ(filesBeside(Settings::filePath()), files) << bytes;
     }
 }
 
@@ -169,23 +116,23 @@ TEST_F(SettingsEditorTest, WhatOthersStoredIsShownWithoutTheirLock) {
     ASSERT_TRUE(other.lock());
     writeFile(Settings::filePath(), "[Velora]\nPlanning\\Title=Spine\n");
     open();
-    EXPECT_EQ(model->edits().text(text("Velora/Planning/Title")), text("Spine"));
-    EXPECT_EQ(Settings::get(text("Velora/Planning/Title"), ""), text("Spine"));
+    EXPECT_EQ(model->edits().text(title), text("Spine"));
+    EXPECT_EQ(Settings::get(title, ""), text("Spine"));
 }
 
 TEST_F(SettingsEditorTest, ADamagedFileIsReplacedByApplyingOnly) {
     writeFile(Settings::filePath(), "damaged");
     open();
     EXPECT_THAT(told(), HasSubstr("kept under another name"));
-    type(text("Velora/Planning/Margin"), "2");
+    type(margin, "2");
     EXPECT_THAT(told(), HasSubstr("kept under another name"));
     EXPECT_EQ(readFile(Settings::filePath()), "damaged");
     expectLog(LogLevel::Warning, "The file is kept as");
     QTest::mouseClick(button("Apply"), Qt::LeftButton);
     EXPECT_THAT(told(), Not(HasSubstr("kept under another name")));
     Settings::reload();
-    EXPECT_EQ(Settings::get(text("Velora/Planning/Margin"), 0.0), 2.0);
-    EXPECT_EQ(Settings::get(text("Velora/Planning/Title"), ""), text("Knee"));
+    EXPECT_EQ(Settings::get(margin, 0.0), 2.0);
+    EXPECT_EQ(Settings::get(title, ""), text("Knee"));
     const QFileInfo file(Settings::filePath());
     const QStringList kept = file.dir().entryList({file.fileName() + text(".damaged-*")});
     ASSERT_EQ(kept.size(), 1);

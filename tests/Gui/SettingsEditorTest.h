@@ -3,14 +3,11 @@
 #include "AppBase/SettingsView.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Gui/GuiTest.h"
+#include "Gui/Text.h"
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QTimer>
-#include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
-#include <QtWidgets/QLabel>
-#include <QtWidgets/QLineEdit>
 
 #include <sys/stat.h>
 
@@ -20,14 +17,6 @@ using vlr::Settings;
 using vlr::SettingsEditorDialog;
 using vlr::SettingsModel;
 using vlr::SettingsView;
-
-inline QString text(const char* utf8) {
-    return QString::fromUtf8(utf8);
-}
-
-inline QString known(const char* name) {
-    return text("Velora/Application/") + text(name);
-}
 
 /// Contents, time and identity of the settings file.
 struct FileState {
@@ -46,6 +35,9 @@ struct FileState {
 /// An open editor on a file with a few settings.
 class SettingsEditorTest : public GuiTest {
 protected:
+    const QString title = text("Velora/Planning/Title");
+    const QString margin = text("Velora/Planning/Margin");
+
     SettingsEditorTest() {
         writeFile(Settings::filePath(), "[Velora]\n"
                                         "Application\\MaxPatientID=7000\n"
@@ -121,6 +113,8 @@ protected:
         return lines.join(QLatin1Char('\n')).toStdString();
     }
 
+    QLineEdit* search() const { return dialog->findChild<QLineEdit*>(); }
+
     bool isShown(const QString& key) const {
         const QModelIndex index = model->indexOf(key);
         return index.isValid() && view->visualRect(index).isValid() &&
@@ -131,20 +125,5 @@ protected:
     SettingsView* view = nullptr;
     SettingsModel* model = nullptr;
 };
-
-/// Runs `answer` on the next dialog of that kind.
-template <class Dialog>
-void whenOpen(std::function<void(Dialog&)> answer) {
-    auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, answer] {
-        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
-        if (!dialog)
-            return;
-        timer->stop();
-        timer->deleteLater();
-        answer(*dialog);
-    });
-    timer->start(1);
-}
 
 } // namespace vlrTest

@@ -10,13 +10,11 @@
 #include "Base/QtQVSimpleSplitter.h"
 #include "Base/QtQuadView.h"
 #include "Gui/GuiTest.h"
+#include "Gui/Text.h"
 #include "IO/DataIOManager.h"
 
-#include <QtTest/QTest>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QDialog>
-#include <QtWidgets/QLineEdit>
-#include <QtWidgets/QPushButton>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QTabBar>
@@ -77,9 +75,7 @@ protected:
     QtControlAreaControlButtons* column() {
         return handle()->findChild<QtControlAreaControlButtons*>();
     }
-    QtPresetButton* mainButton() {
-        return column()->findChild<QtPresetButton*>(QStringLiteral("allAlike"));
-    }
+    QtPresetButton* mainButton() { return column()->findChild<QtPresetButton*>(text("allAlike")); }
     QList<QtPresetButton*> presets() {
         QList<QtPresetButton*> result;
         for (QtPresetButton* button : column()->findChildren<QtPresetButton*>())
@@ -87,9 +83,7 @@ protected:
                 result << button;
         return result;
     }
-    QToolButton* openClose() {
-        return handle()->findChild<QToolButton*>(QStringLiteral("openClose"));
-    }
+    QToolButton* openClose() { return handle()->findChild<QToolButton*>(text("openClose")); }
     static Sizes layout() {
         Sizes sizes;
         viewer()->viewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
@@ -117,10 +111,7 @@ private:
 };
 
 bool scrolls(const QWidget* widget) {
-    for (; widget; widget = widget->parentWidget())
-        if (qobject_cast<const QScrollArea*>(widget))
-            return true;
-    return false;
+    return widget && (qobject_cast<const QScrollArea*>(widget) || scrolls(widget->parentWidget()));
 }
 
 // What a finger could press, and could not hit.
@@ -128,11 +119,7 @@ QStringList tooSmall(const QWidget& parent) {
     QStringList names;
     const auto check = [&names](const QWidget* widget, const QSize& size) {
         if (size.width() < leastSize || size.height() < leastSize)
-            names << QStringLiteral("%1 \"%2\" %3x%4")
-                         .arg(QString::fromLatin1(widget->metaObject()->className()),
-                              widget->objectName())
-                         .arg(size.width())
-                         .arg(size.height());
+            names << QString::fromLatin1(widget->metaObject()->className()) + widget->objectName();
     };
     for (const QAbstractButton* button : parent.findChildren<QAbstractButton*>())
         if (button->isVisible()) // What is cut off cannot be hit, unless it can be scrolled to.
@@ -178,34 +165,38 @@ TEST_F(TouchColumnTest, HoldingStoresAndTheReleaseKeepsTheLayout) {
     EXPECT_EQ(stored(1), rows) << "the main button stores nothing";
 }
 
-TEST_F(TouchColumnTest, TheRingGrowsWhileTheButtonIsHeld) {
+TEST_F(TouchColumnTest, WhatEndsAHoldStoresNothing) {
     QtPresetButton* const button = presets()[0];
-    EXPECT_EQ(button->ringShare(), 0);
-    QTest::mousePress(button, Qt::LeftButton);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return button->ringShare() > 0; }, patience));
-    const qreal share = button->ringShare();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return button->ringShare() > share; }, patience));
-    QTest::mouseRelease(button, Qt::LeftButton);
-    EXPECT_EQ(button->ringShare(), 0);
-    column()->minPressTimeOver();
-    EXPECT_EQ(stored(0), empty) << "the time came after the release";
-}
-
-TEST_F(TouchColumnTest, LeavingTheButtonDoesNeither) {
-    store(0, unequal);
-    QtPresetButton* const button = presets()[0];
-    QTest::mousePress(button, Qt::LeftButton);
     const QPoint outside = button->rect().bottomRight() + QPoint(40, 40);
-    QMouseEvent move(QEvent::MouseMove, outside, button->mapToGlobal(outside), Qt::NoButton,
-                     Qt::LeftButton, {});
-    QCoreApplication::sendEvent(button, &move);
-    column()->minPressTimeOver();
-    QTest::mouseRelease(button, Qt::LeftButton, {}, outside);
-    EXPECT_EQ(layout(), rows);
-    EXPECT_EQ(stored(0), unequal);
-    EXPECT_EQ(button->ringShare(), 0);
-    QTest::mouseClick(button, Qt::LeftButton);
-    EXPECT_EQ(layout(), unequal) << "the next press is a new one";
+    const struct {
+        std::function<void()> end;
+        Sizes layout; // after the release
+    } cases[] = {
+        {[&] { QTest::mouseRelease(button, Qt::LeftButton); }, unequal}, // applies it
+        {[&] {
+             QMouseEvent move(QEvent::MouseMove, outside, button->mapToGlobal(outside),
+                              Qt::NoButton, Qt::LeftButton, {});
+             QCoreApplication::sendEvent(button, &move);
+         },
+         rows},
+        {[this] { activate("Second"); }, rows},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        store(0, unequal);
+        viewer()->setViewerDimensions(rows[0], rows[1], rows[2], rows[3]);
+        QTest::mousePress(button, Qt::LeftButton);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return button->ringShare() > 0; }, patience));
+        const qreal share = button->ringShare();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return button->ringShare() > share; }, patience));
+        c.end();
+        EXPECT_EQ(button->ringShare(), 0);
+        const Sizes before = stored(0);
+        column()->minPressTimeOver();
+        EXPECT_EQ(stored(0), before);
+        QTest::mouseRelease(button, Qt::LeftButton, {}, outside);
+        EXPECT_EQ(layout(), c.layout);
+    }
 }
 
 TEST_F(TouchColumnTest, AnEmptyPresetIsSeenToBeEmptyAndAppliesNothing) {
@@ -221,39 +212,31 @@ TEST_F(TouchColumnTest, AnEmptyPresetIsSeenToBeEmptyAndAppliesNothing) {
 TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
     const auto first = presets();
     ASSERT_EQ(first.size(), 5);
-    const struct {
-        int sets;
-        int buttons;
-    } cases[] = {{3, 3}, {0, 0}, {2, 2}, {-1, 2}, {7, 7}};
-    for (const auto& each : cases) {
-        config->setNoDimensionSets(each.sets);
+    const std::pair<int, int> cases[] = {{3, 3}, {0, 0}, {2, 2}, {-1, 2}, {7, 7}};
+    for (const auto& [sets, buttons] : cases) {
+        config->setNoDimensionSets(sets);
         column()->update();
         QCoreApplication::processEvents(); // New buttons are shown by then.
-        EXPECT_EQ(presets().size(), each.buttons);
-        EXPECT_TRUE(mainButton()->isVisible());
-        if (each.sets == 3) {
+        EXPECT_EQ(presets().size(), buttons);
+        if (sets == 3) {
             EXPECT_EQ(presets(), first.mid(0, 3)) << "the last ones go";
         }
+        EXPECT_TRUE(mainButton()->isVisible());
     }
     column()->setNumButtons(-5);
     EXPECT_EQ(presets().size(), 0);
 }
 
-TEST_F(TouchColumnTest, ALockedViewHidesTheColumn) {
+TEST_F(TouchColumnTest, ALockedViewHidesTheColumnAndLeavingTheModeTheWholeHandle) {
     viewer()->lockAspectRatio();
     EXPECT_FALSE(column()->isVisible());
     EXPECT_TRUE(openClose()->isVisible());
     viewer()->unlockAspectRatio();
     EXPECT_TRUE(column()->isVisible());
-}
-
-TEST_F(TouchColumnTest, LeavingTheModeGivesTheHandleBack) {
     EXPECT_GE(splitter()->handleWidth(), leastSize);
-    EXPECT_TRUE(openClose()->isVisible());
     app->setTouchScreenModeEnabled(false);
     EXPECT_EQ(splitter()->handleWidth(), QSplitter().handleWidth());
-    EXPECT_FALSE(openClose()->isVisible());
-    EXPECT_FALSE(mainButton()->isVisible());
+    EXPECT_FALSE(openClose()->isVisible() || mainButton()->isVisible());
     app->setTouchScreenModeEnabled(true);
     EXPECT_TRUE(mainButton()->isVisible());
 }
@@ -293,29 +276,15 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
 }
 
 TEST_F(TouchColumnTest, AFingerHitsEverything) {
-    using Selector = QtModuleSelector;
-    const struct {
-        const char* name;
-        Selector* (*make)(Selector::Position);
-    } kinds[] = {
-        {"tabs",
-         [](Selector::Position at) -> Selector* {
-             return new QtModuleTabSelector(at, true, true, true, true);
-         }},
-        {"buttons",
-         [](Selector::Position at) -> Selector* {
-             return new QtModuleButtonSelector(at, true, true, true, true);
-         }},
-        {"radio",
-         [](Selector::Position at) -> Selector* { return new QtModuleRadioButtonSelector(at); }},
-        {"stepper", [](Selector::Position at) -> Selector* { return new QtModuleStepper(at); }},
-    };
     for (int i = 0; i < 12; ++i) // More than there is room for.
-        ASSERT_TRUE(app->addModule(new RecordingModule(QStringLiteral("Module %1").arg(i))));
+        ASSERT_TRUE(app->addModule(new RecordingModule(text("Module %1").arg(i))));
     window()->occupyWindow(vlr::ControlList::instance());
-    for (const auto& kind : kinds)
-        for (const auto at : {Selector::Top, Selector::Left}) {
-            app->setModuleSelector(kind.make(at));
+    for (const auto at : {QtModuleSelector::Top, QtModuleSelector::Left})
+        for (QtModuleSelector* selector : std::initializer_list<QtModuleSelector*>{
+                 new QtModuleTabSelector(at, true, true, true, true),
+                 new QtModuleButtonSelector(at, true, true, true, true),
+                 new QtModuleRadioButtonSelector(at), new QtModuleStepper(at)}) {
+            app->setModuleSelector(selector);
             for (const Sizes& sizes : {quarters, rows, upper}) {
                 viewer()->setViewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
                 for (auto* splitterPiece : viewer()->findChildren<QtQVSimpleSplitter*>())
@@ -323,8 +292,8 @@ TEST_F(TouchColumnTest, AFingerHitsEverything) {
                 QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
                 QCoreApplication::processEvents();
                 ASSERT_TRUE(openClose()->isVisible());
-                EXPECT_EQ(tooSmall(*window()).join(QStringLiteral(", ")).toStdString(), "")
-                    << kind.name << " at " << at;
+                EXPECT_EQ(tooSmall(*window()).join(text(", ")).toStdString(), "")
+                    << selector->metaObject()->className() << " at " << at;
             }
         }
 }
@@ -333,7 +302,7 @@ TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
     const auto smallButtons = [] {
         QDialog dialog;
         auto* const layout = new QVBoxLayout(&dialog);
-        layout->addWidget(new QPushButton(QStringLiteral("OK")));
+        layout->addWidget(new QPushButton(text("OK")));
         layout->addWidget(new QLineEdit);
         dialog.show();
         layout->activate();
@@ -345,12 +314,4 @@ TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
     EXPECT_EQ(smallButtons(), 0);
     window()->setTouchScreenMode(false);
     EXPECT_EQ(smallButtons(), 2);
-}
-
-TEST_F(TouchColumnTest, AHoldEndsWithItsModule) {
-    QTest::mousePress(presets()[1], Qt::LeftButton);
-    activate("Second");
-    column()->minPressTimeOver();
-    EXPECT_EQ(stored(1), empty) << "in the module that was not asked";
-    EXPECT_EQ(presets()[1]->ringShare(), 0);
 }

@@ -1,33 +1,15 @@
 #include "Gui/GuiTest.h"
+#include "Gui/Text.h"
 #include "Navigation/NavigationTest.h"
 #include "Tools/TrackableData.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 #include "Widgets/QtRigidVisibilityWidget.h"
-
-#include <QtTest/QSignalSpy>
-#include <QtTest/QTest>
-#include <QtWidgets/QLabel>
 
 #include <cmath>
 
 using namespace vlrTest;
 
 namespace {
-
-// Counts what is painted in a widget and all inside it.
-class PaintCounter : public QObject {
-public:
-    explicit PaintCounter(QWidget& widget) {
-        widget.installEventFilter(this);
-        for (QWidget* child : widget.findChildren<QWidget*>())
-            child->installEventFilter(this);
-    }
-    bool eventFilter(QObject*, QEvent* event) override {
-        count += event->type() == QEvent::Paint || event->type() == QEvent::UpdateRequest ? 1 : 0;
-        return false;
-    }
-    int count = 0;
-};
 
 class TrackingVisibilityTest : public GuiTest {
 protected:
@@ -94,19 +76,17 @@ TEST_F(TrackingVisibilityTest, OneHiddenMarkerIsTolerated) {
     QSignalSpy spy(&widget, &QtRigidVisibilityWidget::rigidVisibleSIG);
     EXPECT_EQ(looks(widget), "----");
     EXPECT_FALSE(widget.isVisible());
-    const struct {
-        const char* markers;
-        bool isVisible;
-    } cases[] = {{"vvvv", true},  {"vhvv", true},  {"vvvh", true}, {"hhvv", false},
-                 {"vhhv", false}, {"hhhh", false}, {"vvvv", true}};
-    for (const auto& c : cases) {
+    const std::pair<const char*, bool> cases[] = {{"vvvv", true},  {"vhvv", true},  {"vvvh", true},
+                                                  {"hhvv", false}, {"vhhv", false}, {"hhhh", false},
+                                                  {"vvvv", true}};
+    for (const auto& [markers, isVisible] : cases) {
         spy.clear();
-        see(c.markers);
+        see(markers);
         poll(widget);
-        EXPECT_EQ(looks(widget), c.markers);
+        EXPECT_EQ(looks(widget), markers);
         ASSERT_EQ(spy.count(), 1);
-        EXPECT_EQ(spy.at(0).at(0).toBool(), c.isVisible) << c.markers;
-        EXPECT_EQ(widget.isVisible(), c.isVisible) << c.markers;
+        EXPECT_EQ(spy.at(0).at(0).toBool(), isVisible) << markers;
+        EXPECT_EQ(widget.isVisible(), isVisible) << markers;
     }
     time.advance(std::chrono::milliseconds(500)); // nothing new for too long
     poll(widget);
@@ -118,35 +98,30 @@ TEST_F(TrackingVisibilityTest, ValuesAreRoundedAndAligned) {
     QtRigidVisibilityWidget widget(tool, nullptr);
     EXPECT_TRUE(texts(widget).isEmpty());
     widget.setValuesShown(true, true);
-    const QString distance = QStringLiteral("Dist. to CAM [cm]: ");
-    const QString rms = QStringLiteral("RMS [mm]: ");
-    const QString none = QStringLiteral("-");
+    const QString distance = text("Dist. to CAM [cm]: "), rms = text("RMS [mm]: "),
+                  none = text("-");
     EXPECT_EQ(texts(widget), (QStringList{distance, none, rms, none}));
-    const struct {
-        double away; // millimetres
-        const char* markers;
-        const char* shown;
-    } cases[] = {
+    const std::tuple<double, const char*, const char*> cases[] = {
         {1000, "vvvv", " 100"},   {5, "vvvv", "   1"},    {4.9, "vvvv", "   0"},
         {1234.9, "vvvv", " 123"}, {1235, "vvvv", " 124"}, {1235, "hvvv", " 124"},
         {1235, "vvvh", "-"}, // the last marker decides
         {1235, "hhvv", "-"}, // no pose
     };
-    for (const auto& c : cases) {
-        place = Vector3d(0, 0, -c.away);
-        see(c.markers);
+    for (const auto& [away, markers, shown] : cases) { // away in millimetres
+        place = Vector3d(0, 0, -away);
+        see(markers);
         poll(widget);
-        EXPECT_EQ(texts(widget).at(1), QLatin1String(c.shown)) << c.away << ' ' << c.markers;
-        EXPECT_EQ(texts(widget).at(3) == none, QLatin1String(c.shown) == none) << c.markers;
+        EXPECT_EQ(texts(widget).at(1), QLatin1String(shown)) << away << ' ' << markers;
+        EXPECT_EQ(texts(widget).at(3) == none, QLatin1String(shown) == none) << markers;
     }
     source->setMarkers("Pointer", {{101.25, -48.5, -1402.125},
                                    {100.75, 1.5, -1403.25},
                                    {61.5, -47.75, -1399.5},
                                    {31.125, 12.25, -1401.75}}); // 0.62856 mm, see RigidFitTest
     poll(widget);
-    EXPECT_EQ(texts(widget).at(3), QStringLiteral("0.63"));
+    EXPECT_EQ(texts(widget).at(3), text("0.63"));
     widget.setValuesShown(false, true);
-    EXPECT_EQ(texts(widget), (QStringList{rms, QStringLiteral("0.63")}));
+    EXPECT_EQ(texts(widget), (QStringList{rms, text("0.63")}));
 }
 
 TEST_F(TrackingVisibilityTest, NothingIsShownWithoutToolOrConnection) {
@@ -194,8 +169,8 @@ TEST_F(TrackingVisibilityTest, LedsDifferInShapeAndText) {
     EXPECT_EQ(image(0).pixelColor(7, 7), QColor(Qt::blue));
     EXPECT_NE(image(0), image(1));
     EXPECT_EQ(image(0), image(2));
-    EXPECT_EQ(labels[0]->accessibleName(), QStringLiteral("Marker 1: visible"));
-    EXPECT_EQ(labels[1]->accessibleName(), QStringLiteral("Marker 2: hidden"));
+    EXPECT_EQ(labels[0]->accessibleName(), text("Marker 1: visible"));
+    EXPECT_EQ(labels[1]->accessibleName(), text("Marker 2: hidden"));
     int coloured = 0;
     for (int i = 0; i < 225; ++i)
         coloured += image(1).pixelColor(i % 15, i / 15) == QColor(Qt::blue) ? 1 : 0;
@@ -215,15 +190,15 @@ TEST_F(TrackingVisibilityTest, APollThatChangesNothingPaintsNothing) {
         poll(widget);
         QCoreApplication::processEvents();
     }
-    EXPECT_EQ(counter.count, 0);
+    EXPECT_EQ(counter.paints, 0);
     see("vvvv");
     poll(widget);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return counter.count > 0; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return counter.paints > 0; }));
 }
 
 TEST_F(TrackingVisibilityTest, TheBoxTellsWhetherAllAreVisible) {
     QtDRBVisibilityBox group(nullptr);
-    EXPECT_EQ(group.title(), QStringLiteral("DRB Visibility"));
+    EXPECT_EQ(group.title(), text("DRB Visibility"));
     QSignalSpy spy(&group, &QtDRBVisibilityBox::allRigidsVisible);
     const auto last = [&] { return !spy.isEmpty() && spy.last().at(0).toBool(); };
     group.startTracking();

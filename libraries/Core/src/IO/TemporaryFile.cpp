@@ -101,11 +101,12 @@ ScratchFolder::ScratchFolder() {
         if (m_descriptor >= 0 && claim(m_descriptor, m_path))
             return;
         rmdir(m_path.constData());
-        if (m_descriptor < 0) { // Nobody else could tell that it is in use.
+        if (m_descriptor >= 0) {
+            close(std::exchange(m_descriptor, -1));
+        } else if (m_error != ENOENT) { // Nobody else could tell that it is in use.
             m_path.clear();
             return;
         }
-        close(std::exchange(m_descriptor, -1));
     }
     m_path.clear();
     m_error = EBUSY;
