@@ -234,20 +234,22 @@ TEST_F(SettingsModelTest, ImpossibleKeysAreRefused) {
 TEST_F(SettingsModelTest, KeepingTheirsUndoesTheWholeRename) {
     const QString number = text("Site/Number");
     const QString added = text("Site/New");
-    for (const QString& changed : {number, added}) {
+    const std::pair<QString, QVariant> cases[] = {
+        {number, text("8")}, {added, text("8")}, {number, {}}};
+    for (const auto& [changed, theirs] : cases) {
         SettingsEdits edits(source);
         edits.rename(number, added);
-        const QVariant before = source.stored.value(changed);
-        source.stored.insert(changed, text("8"));
+        const auto before = source.stored;
+        source.stored.insert(changed, theirs);
+        if (!theirs.isValid())
+            source.stored.remove(changed);
         std::vector<SettingsConflict> conflicts;
         ASSERT_EQ(edits.apply(conflicts), CaError::nullError);
         ASSERT_EQ(conflicts.size(), 1U);
         edits.resolve(conflicts);
         EXPECT_EQ(toText(edits.changes()), QString());
-        if (before.isValid())
-            source.stored.insert(changed, before);
-        else
-            source.stored.remove(changed);
+        EXPECT_EQ(edits.value(changed), theirs);
+        source.stored = before;
     }
 }
 

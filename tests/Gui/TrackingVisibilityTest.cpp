@@ -206,6 +206,8 @@ TEST_F(TrackingVisibilityTest, TheBoxTellsWhetherAllAreVisible) {
     box->addTool(fourMarkers("Second"));
     EXPECT_TRUE(group.addRigid(tool));
     EXPECT_TRUE(group.addRigid(box->getTool("Second")));
+    group.stopTracking();
+    group.startTracking(); // also of those that are in it
     see("vvvv");
     EXPECT_TRUE(QTest::qWaitFor([&] { return looks(group) == "vvvvhhhh"; }));
     spy.clear();
