@@ -64,10 +64,10 @@ void fillDisk(Report& report) {
     const QByteArray ballast = path + "/ballast";
     if (!mountSmallDisk(path))
         return report.notRun("small disk: needs the right to mount");
-    for (const char* place : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "TMPDIR"})
+    for (const char* place : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"})
         qputenv(place, path);
     for (const Victim& victim : victims()) {
-        Storer storer(victim, report);
+        Storer storer(victim, report, {QStringLiteral("TMPDIR=") + QFile::decodeName(path)});
         const long most = sizeOf(victim) / pageSize + 20;
         for (long pages = 0; pages <= most; ++pages) {
             report.never("small disk: not filled", !fill(ballast, pages));

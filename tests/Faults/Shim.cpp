@@ -76,7 +76,8 @@ const char* vlrShimDisarm() {
         return fails(#name, descriptor) ? failure<type> : next arguments;                          \
     }
 
-// What Qt, SQLite and this library import.
+// What Qt, SQLite and this library import; but SQLite takes every failure of its locks, which are
+// made by fcntl64(), for somebody else's lock and waits.
 VLR_SHIM(ssize_t, write, (int file, const void* bytes, size_t size), (file, bytes, size), file)
 VLR_SHIM(ssize_t, pwrite64, (int file, const void* bytes, size_t size, off_t at),
          (file, bytes, size, at), file)
@@ -91,7 +92,6 @@ VLR_SHIM(int, ftruncate64, (int file, off_t size), (file, size), file)
 VLR_SHIM(int, fchmod, (int file, mode_t mode), (file, mode), file)
 VLR_SHIM(int, flock, (int file, int operation), (file, operation), file)
 VLR_SHIM(int, fcntl, (int file, int command, long argument), (file, command, argument), file)
-VLR_SHIM(int, fcntl64, (int file, int command, long argument), (file, command, argument), file)
 VLR_SHIM(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode), -1)
 VLR_SHIM(int, open64, (const char* path, int flags, mode_t mode), (path, flags, mode), -1)
 VLR_SHIM(int, mkostemp, (char* pattern, int flags), (pattern, flags), -1)

@@ -27,8 +27,8 @@ namespace vlr {
 
 namespace {
 
-// What a file takes that is as large as this is some 20 MiB and a tenth of a second.
-constexpr qint64 fileLimit = qint64(1) << 20;
+// A file that is as large as this may take 10 MiB and 50 milliseconds.
+constexpr qint64 fileLimit = qint64(512) << 10;
 constexpr int mostLines = 10000;
 constexpr int lockTimeout = 2000; // milliseconds
 const char* const damagedError = "Settings::damaged";
