@@ -38,7 +38,6 @@ void faultFlood(Report& report);
 int actStart(const QStringList& arguments);
 int actDamage(const QStringList& arguments);
 int actGiant(const QStringList& arguments);
-int actMutations(const QStringList& arguments);
 int actImages(const QStringList& arguments);
 int actRange(const QStringList& arguments);
 int actStore(const QStringList& arguments);

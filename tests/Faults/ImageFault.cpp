@@ -31,6 +31,7 @@ struct Sample {
     bool isProgressive = false;
     bool isTurned = false;
     bool isArithmetic = false;
+    int scale = 1; ///< How much larger it is than others.
 };
 
 constexpr Sample samples[] = {
@@ -49,6 +50,7 @@ constexpr Sample samples[] = {
     {"TIFF, grey", "tiff", QImage::Format_Grayscale8},
     {"TIFF, two colours", "tiff", QImage::Format_Mono},
     {"TIFF, turned", "tiff", QImage::Format_RGB32, false, true},
+    {"PNG, grey and huge", "png", QImage::Format_Grayscale8, false, false, false, 5},
 };
 constexpr int sampleCount = static_cast<int>(std::size(samples));
 
@@ -171,50 +173,41 @@ std::string tryLarge(const QString& path, const Sample& sample, int claim, int s
     writeFile(path, isClaim ? claiming(sample, claims[claim]) : encoded(sample, QSize(side, side)));
     const qint64 pixels =
         qint64(side) * side * QImage::toPixelFormat(sample.pixels).bitsPerPixel() / 8;
-    const qint64 limit =
-        isClaim || pixels > smallLimit ? vlr::defaultImageLimit : leastLimit(path, pixels);
+    const qint64 limit = isClaim ? vlr::defaultImageLimit : leastLimit(path, pixels);
     return decodeAll(path, limit) || isClaim ? "" : "cannot be decoded";
 }
 
-constexpr Sample largest = {"grey PNG", "png", QImage::Format_Grayscale8};
+// The cases of each sample, and behind them mutations.
+constexpr int largeCount = sampleCount * (claimCount + 1);
 
 } // namespace
 
 void faultImage(Report& report) {
-    const long mutations = report.extent(300, 10000);
-    const long large = sampleCount * (claimCount + 1) + report.extent(0, 1);
+    const long count = largeCount + report.extent(300, 10000);
     const QString side = QString::number(report.extent(2000, 4000));
-    const std::string bad = "images that cannot be decoded";
-    report.count("mutations", judgeCases(report, QStringLiteral("mutations"), mutations, bad),
-                 mutations);
-    report.count("images that are large, or claim to be, or claim to be empty",
-                 judgeCases(report, QStringLiteral("images"), large, bad, {side}), large);
+    const long begun = judgeCases(report, QStringLiteral("images"), count,
+                                  "images that cannot be decoded", {side});
+    report.count("images that are large, or claim to be, or claim to be empty", largeCount);
+    report.count("mutations", begun - largeCount, count - largeCount);
     if (!PeakMemory::isMeasurable())
         report.notRun("memory: needs Linux and a build without sanitizers");
-}
-
-int actMutations(const QStringList& arguments) {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("image"));
-    return doCases(arguments, [&](long seed) {
-        const Sample& sample = samples[seed % sampleCount];
-        const QByteArray bytes =
-            mutated(encoded(sample, QSize(24, 16)), static_cast<quint32>(seed));
-        writeFile(path, bytes);
-        (void)decodeAll(path, smallLimit);
-        QImage image; // as a screenshot in the list of them
-        (void)vlr::readPng(bytes, QStringLiteral("screenshot"), image, QSize(8, 8));
-        return std::string();
-    });
 }
 
 int actImages(const QStringList& arguments) {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("image"));
     return doCases(arguments, [&](long number) {
-        const auto sample = static_cast<int>(number) / (claimCount + 1);
-        const auto claim = static_cast<int>(number) % (claimCount + 1);
-        return sample < sampleCount ? tryLarge(path, samples[sample], claim, arguments[2].toInt())
-                                    : tryLarge(path, largest, claimCount, 20000);
+        if (number < largeCount) {
+            const Sample& sample = samples[number / (claimCount + 1)];
+            return tryLarge(path, sample, static_cast<int>(number % (claimCount + 1)),
+                            sample.scale * arguments.value(2).toInt());
+        }
+        const QByteArray image = encoded(samples[number % sampleCount], QSize(24, 16));
+        const QByteArray bytes = mutated(image, static_cast<quint32>(number));
+        writeFile(path, bytes);
+        (void)decodeAll(path, smallLimit);
+        QImage screenshot; // as one in the list of them
+        (void)vlr::readPng(bytes, QStringLiteral("screenshot"), screenshot, QSize(8, 8));
+        return std::string();
     });
 }

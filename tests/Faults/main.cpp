@@ -53,9 +53,8 @@ struct Act {
 constexpr Act acts[] = {
     {"start", &actStart, true}, {"store", &actStore},         {"log", &actLog},
     {"two", &actTwo},           {"damage", &actDamage},       {"giant", &actGiant},
-    {"images", &actImages},     {"mutations", &actMutations}, {"range", &actRange, true},
-    {"track", &actTrack},       {"owners", &actOwners},       {"dialog", &actDialog, true},
-    {"flood", &actFlood},
+    {"images", &actImages},     {"range", &actRange, true},   {"track", &actTrack},
+    {"owners", &actOwners},     {"dialog", &actDialog, true}, {"flood", &actFlood},
 };
 
 int act(const QStringList& arguments, int& argc, char** argv) {
