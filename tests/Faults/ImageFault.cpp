@@ -97,10 +97,11 @@ bool decodeAll(const QString& path, qint64 limit) {
         QImage image;
         isDecoded = vlr::readImage(path, image, page, limit).isNull() || isDecoded;
     }
-    if (PeakMemory::isMeasurable())
-        reportAtMost(isAdmitted ? "memory beyond the limit, MiB"
-                                : "memory for what is refused, MiB",
-                     (memory.growth() - (isAdmitted ? limit : 0)) / mebibyte, slack);
+    const qint64 growth = memory.growth() - (isAdmitted ? limit : 0);
+    const char* const figure =
+        isAdmitted ? "memory beyond the limit, MiB" : "memory for what is refused, MiB";
+    if (PeakMemory::isMeasurable()) // To ask that ends the measurement.
+        reportAtMost(figure, growth / mebibyte, slack);
     return isDecoded;
 }
 

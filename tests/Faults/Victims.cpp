@@ -72,7 +72,7 @@ CaError loadConfiguration(int& version) {
     return error.id() == vlr::fileNotFoundError ? CaError::nullError : error;
 }
 
-// --- settings, all keys in one change
+// --- settings, all keys in one change, after one of a key of its own that has to spare them
 
 QString settingsKey(int part) {
     return QStringLiteral("Victim/Part%1").arg(part);
@@ -84,7 +84,9 @@ CaError storeSettings(int version) {
         changes.push_back(
             {settingsKey(part), vlr::Settings::value(settingsKey(part)), content(version, part)});
     QStringList conflicts;
-    const CaError error = vlr::Settings::apply(changes, conflicts);
+    CaError error = vlr::Settings::set(QStringLiteral("Victim/Alone"), version);
+    if (error == CaError::nullError)
+        error = vlr::Settings::apply(changes, conflicts);
     if (!conflicts.isEmpty())
         return CaError("Victims::conflict",
                        "Others than expected: " + conflicts.join(QLatin1Char(' ')).toStdString());
