@@ -114,7 +114,7 @@ const Reader readers[] = {
     {"tree", Tree, 64 * mebibyte,
      [](const QByteArray& document) {
          DataTreeNode root; // with what a patient may have at most
-         return !vlr::readTree(document, root, {64 * mebibyte, 64, 1000000, 4096}).isNull();
+         return !vlr::readTree(document, root, {qint64(64) * mebibyte, 64, 1000000, 4096}).isNull();
      },
      nullptr},
     {"configuration", Tree, 4 * mebibyte,
