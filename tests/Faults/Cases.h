@@ -15,6 +15,7 @@
 ///     ...
 ///     const CaseResults results = runCases(report, QStringLiteral("owners"), 300);
 struct CaseResults {
+    long begun = 0;
     long crashes = 0;
     long stuck = 0; ///< A case that took longer than a minute.
     long bad = 0;   ///< Cases that ended with a text saying what was wrong.
@@ -22,10 +23,15 @@ struct CaseResults {
 
 /// All of `count` cases. Sanitizers' reports count as crashes.
 CaseResults runCases(Report& report, const QString& act, long count,
-                     const QStringList& environment = {});
+                     const QStringList& environment = {}, const QStringList& arguments = {});
+/// The same with a figure for each way to fail, that for the bad ones under this name. Answers how
+/// many were begun.
+long judgeCases(Report& report, const QString& act, long count, const std::string& bad,
+                const QStringList& arguments = {});
 
 /// What the act does: the cases from the one given as the first argument to the one before the
-/// second. The function says what is wrong with a case, or nothing.
+/// second; the arguments given to runCases() follow them. The function says what is wrong with a
+/// case, or nothing.
 int doCases(const QStringList& arguments, const std::function<std::string(long)>& run);
 
 /// Says on standard output what case is at work, for the report of its crash.

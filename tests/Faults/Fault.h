@@ -5,7 +5,8 @@
 
 /// What a kind of fault did, in figures that have a bound. A figure beyond its bound fails the run.
 ///
-///     report.atMost("saves lost", lost, 0);
+///     report.count("saves");
+///     report.never("saves lost", found < acknowledged, "found 3 instead of 4");
 class Report {
 public:
     explicit Report(bool isLong) : m_isLong(isLong) {}
@@ -16,15 +17,24 @@ public:
     }
     [[nodiscard]] bool isLong() const { return m_isLong; }
 
-    /// One that must not exceed `bound`, or fall below it.
+    /// One that must not exceed `bound`, or fall below it. Of several with one name the worst
+    /// counts.
     void atMost(const std::string& name, long long value, long long bound);
     void atLeast(const std::string& name, long long value, long long bound);
+    /// What must never happen: adds how often it did, with the cause.
+    void never(const std::string& name, long long times, const std::string& cause = {});
+    /// Adds to a figure that has to reach `least` in the end.
+    void count(const std::string& name, long long number = 1, long long least = 0);
     /// What was done, for whoever reads the figures: "1,000 saves of each kind".
     void done(const std::string& text);
     /// The cause behind a bad figure. The first ones of a kind are printed.
     void problem(const std::string& text);
+    /// A part that needs what this system does not have: "small disk: needs the right to mount".
+    void notRun(const std::string& text) { m_notRun.push_back(text); }
 
-    [[nodiscard]] bool isGood() const { return m_isGood; }
+    [[nodiscard]] bool isGood() const;
+    /// The parts that were not run.
+    [[nodiscard]] const std::vector<std::string>& missing() const { return m_notRun; }
     void print(const char* fault) const;
 
 private:
@@ -36,10 +46,12 @@ private:
         [[nodiscard]] bool isGood() const { return isLimit ? value <= bound : value >= bound; }
     };
 
+    Figure& figure(const Figure& first);
+
     bool m_isLong;
-    bool m_isGood = true;
     std::vector<Figure> m_figures;
     std::vector<std::string> m_done;
     std::vector<std::string> m_problems;
+    std::vector<std::string> m_notRun;
     long m_problemCount = 0;
 };

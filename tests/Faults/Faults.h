@@ -4,6 +4,17 @@
 
 #include <QtCore/QStringList>
 
+#include <stdexcept>
+
+/// The entry of the table with this name; throws for none.
+template <class Table>
+const auto& named(const Table& table, const QString& name) {
+    for (const auto& entry : table)
+        if (name == QLatin1String(entry.name))
+            return entry;
+    throw std::runtime_error("There is no \"" + name.toStdString() + "\".");
+}
+
 // The kinds of fault, one file each. Their names and what they do are listed in main.cpp.
 
 void faultKill(Report& report);
@@ -24,16 +35,14 @@ void faultFlood(Report& report);
 
 // What they run in processes of their own, by the name given to Child. The result is the exit code.
 
-int actSave(const QStringList& arguments);
+int actStart(const QStringList& arguments);
 int actDamage(const QStringList& arguments);
 int actGiant(const QStringList& arguments);
-int actImage(const QStringList& arguments);
 int actImages(const QStringList& arguments);
 int actRange(const QStringList& arguments);
 int actStore(const QStringList& arguments);
 int actLog(const QStringList& arguments);
-int actCount(const QStringList& arguments);
-int actAdd(const QStringList& arguments);
+int actTwo(const QStringList& arguments);
 int actTrack(const QStringList& arguments);
 int actOwners(const QStringList& arguments);
 int actDialog(const QStringList& arguments);

@@ -1,9 +1,12 @@
-// Documents that are made to exhaust whoever reads them.
+// Documents that are made to exhaust whoever reads them: larger than what a reader takes, and as
+// large as that.
 
 #include "Faults.h"
 
-#include "Child.h"
+#include "Cases.h"
+#include "Mutation.h"
 #include "PeakMemory.h"
+#include "QuietLog.h"
 
 #include "IO/DataIOManager.h"
 #include "IO/TreeXml.h"
@@ -11,194 +14,185 @@
 #include "Tools/ToolGeometry.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QTextCodec>
 
 #include <algorithm>
-#include <cstdio>
-#include <stdexcept>
+#include <ctime>
+#include <malloc.h>
 
 namespace {
 
-constexpr int million = 1000000;
-const QByteArray beginning = "<vlr version=\"1\"><data class=\"DataItem\" id=\"a\">";
+constexpr int mebibyte = 1 << 20;
+const QByteArray entityName = QByteArrayLiteral("&a11;");
 
-QByteArray deep() {
-    return beginning + QByteArray("<data>").repeated(million);
-}
-
-QByteArray longAttribute() {
-    return beginning + "<attribute name=\"b\" value=\"" + QByteArray(64 << 20, 'c') +
-           "\"/></data></vlr>";
-}
-
-QByteArray manyElements() {
-    return beginning + QByteArray("<data/>").repeated(million) + "</data></vlr>";
-}
-
-QByteArray manyTags() {
-    return beginning + QByteArray("<attribute/>").repeated(million) + "</data></vlr>";
-}
-
-QByteArray manyAttributes() {
-    QByteArray document = "<vlr version=\"1\"><data";
-    document.reserve(16 * million);
-    for (int i = 0; i < million; ++i)
-        document += " a" + QByteArray::number(i) + "=\"\"";
-    return document + "/></vlr>";
-}
+enum Syntax { Tree, Settings, Tool };
 
 // Ten times ten times ... the same.
-QByteArray entities(const QByteArray& encoding) {
-    QByteArray document =
-        "<?xml version=\"1.0\" encoding=\"" + encoding + "\"?>\n<!DOCTYPE vlr [<!ENTITY a0 \"b\">";
+QByteArray entities() {
+    QByteArray text = "<!DOCTYPE vlr [<!ENTITY a0 \"b\">";
     for (int level = 1; level < 12; ++level)
-        document += "<!ENTITY a" + QByteArray::number(level) + " \"" +
-                    QByteArray("&a" + QByteArray::number(level - 1) + ";").repeated(10) + "\">";
-    document += "]>" + beginning + "<attribute name=\"c\" value=\"&a11;\"/></data></vlr>";
-    return QTextCodec::codecForName(encoding)->fromUnicode(QString::fromLatin1(document));
+        text += "<!ENTITY a" + QByteArray::number(level) + " \"" +
+                QByteArray("&a" + QByteArray::number(level - 1) + ";").repeated(10) + "\">";
+    return text + "]>";
 }
 
-// One long text, a thousand times.
-QByteArray longEntity() {
-    return "<!DOCTYPE vlr [<!ENTITY a \"" + QByteArray(million, 'b') + "\">]>" + beginning +
-           "<attribute name=\"c\" value=\"" + QByteArray("&a;").repeated(1000) +
-           "\"/></data></vlr>";
-}
+const QByteArray tree = "<vlr version=\"1\"><data class=\"Configuration\" id=\"a\">";
+const QByteArray treeEnd = "</data></vlr>";
+const QByteArray tool = "<tool version=\"1\" name=\"a\">";
 
 struct Giant {
+    Syntax syntax;
     const char* name;
-    QByteArray (*make)();
+    QByteArray begin;
+    QByteArray unit; ///< Repeated until the document is large enough; '#' stands for its number.
+    QByteArray end;
+    bool mayBeTaken = false; ///< Where it is as large as the reader takes.
+    const char* encoding = "UTF-8";
+    int width = 1; ///< Of a character in it, in bytes.
 };
 
-constexpr Giant giants[] = {
-    {"depth 1,000,000", &deep},
-    {"an attribute of 64 MB", &longAttribute},
-    {"1,000,000 elements", &manyElements},
-    {"1,000,000 attributes of an item", &manyTags},
-    {"1,000,000 attributes in an element", &manyAttributes},
-    {"an entity bomb", [] { return entities("UTF-8"); }},
-    {"an entity bomb in UTF-16", [] { return entities("UTF-16"); }},
-    {"an entity bomb in UTF-32", [] { return entities("UTF-32"); }},
-    {"an entity bomb in ISO 8859-1", [] { return entities("ISO-8859-1"); }},
-    {"a long entity", &longEntity},
+const Giant giants[] = {
+    {Tree, "depth", tree, "<data>", ""},
+    {Tree, "an attribute", tree + "<attribute name=\"b\" value=\"", "c", "\"/>" + treeEnd, true},
+    {Tree, "elements", tree, "<data/>", treeEnd},
+    {Tree, "attributes of an item", tree, "<attribute name=\"a#\" value=\"\"/>", treeEnd},
+    {Tree, "attributes in an element", "<vlr version=\"1\"><data", " a#=\"\"", "/></vlr>"},
+    {Tree, "entities", entities() + tree, entityName, treeEnd},
+    {Tree, "entities in UTF-16", entities() + tree, entityName, treeEnd, false, "UTF-16", 2},
+    {Tree, "entities in UTF-32", entities() + tree, entityName, treeEnd, false, "UTF-32", 4},
+    {Tree, "entities in ISO 8859-1",
+     "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + entities() + tree, entityName, treeEnd},
+    {Tree, "a long entity", "<!DOCTYPE vlr [<!ENTITY a \"", "b",
+     "\">]>" + tree + "<attribute name=\"c\" value=\"" + QByteArray("&a;").repeated(1000) + "\"/>" +
+         treeEnd},
+    {Settings, "keys", "[a]\n", "#=1\n", ""},
+    {Settings, "groups", "", "[#]\na=1\n", ""},
+    {Settings, "depth of groups", "[a]\nb", "\\b", "=1\n", true},
+    {Settings, "a value", "[a]\nb=", "c", "\n", true},
+    {Settings, "a list", "[a]\nb=", "c, ", "\n", true},
+    {Settings, "escapes", "[a]\nb=", "\\x40", "\n", true},
+    {Settings, "lines without a key", "[a]\n", "b\n", ""},
+    {Tool, "depth", tool, "<a>", ""},
+    {Tool, "markers", tool, "<marker x=\"#\" y=\"0\" z=\"0\"/>", "</tool>"},
+    {Tool, "attributes", "<tool", " a#=\"\"", "/>"},
+    {Tool, "a name", "<tool version=\"1\" name=\"", "a", "\"/>"},
+    {Tool, "entities", entities() + tool, entityName, "</tool>"},
 };
 
-void write(const QString& path, const QByteArray& bytes) {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error("The document cannot be written.");
+// Of this size at most, unless that is less than its beginning and end.
+QByteArray made(const Giant& giant, int size) {
+    QByteArray document = giant.begin;
+    document.reserve(size);
+    const QList<QByteArray> parts = giant.unit.split('#');
+    constexpr int longestNumber = 8;
+    const int most = size / giant.width - giant.unit.size() - giant.end.size() - longestNumber;
+    for (int number = 0; document.size() < most; ++number) {
+        document += parts.front();
+        if (parts.size() > 1)
+            document += QByteArray::number(number) + parts.back();
+    }
+    document += giant.end;
+    return giant.width == 1 ? document
+                            : QTextCodec::codecForName(giant.encoding)
+                                  ->fromUnicode(QString::fromLatin1(document));
 }
 
-const QString configurationName = QStringLiteral("Giant");
-
-QString toolPath() {
-    return DataIOManager::configurationPath(QStringLiteral("GiantTool"));
-}
-
-bool isTreeRefused(const QByteArray& document) {
-    DataTreeNode root;
-    // What a patient may have at most.
-    return !vlr::readTree(document, root, {qint64(64) << 20, 64, million, 4096}).isNull();
-}
-
-bool isConfigurationRefused(const QByteArray&) {
-    const DataPointer<Configuration> configuration(new Configuration);
-    return !DataIOManager::loadConfiguration(configurationName, configuration).isNull();
-}
-
-bool areSettingsRefused(const QByteArray&) {
-    return vlr::Settings::keys().isEmpty();
-}
-
-bool isToolRefused(const QByteArray&) {
-    vlr::ToolGeometry geometry;
-    return !vlr::readToolGeometry(toolPath(), geometry).isNull();
+QString configurationPath() {
+    return DataIOManager::configurationPath(QStringLiteral("Giant"));
 }
 
 struct Reader {
     const char* name;
+    Syntax syntax;
+    int limit; ///< The largest document that it looks into, in bytes.
     bool (*refuses)(const QByteArray& document); ///< True as well for reading nothing of it.
-    QString (*file)() = nullptr;                 ///< Where it expects the document.
-    /// The first ones that are none for it either: an entity means nothing to settings.
-    int giantCount = static_cast<int>(std::size(giants));
+    QString (*file)();                           ///< Where it expects the document, if in a file.
 };
 
-constexpr Reader readers[] = {
-    {"tree", &isTreeRefused},
-    {"configuration", &isConfigurationRefused,
-     [] { return DataIOManager::configurationPath(configurationName); }},
-    {"settings", &areSettingsRefused, &vlr::Settings::filePath, 5},
-    {"tool", &isToolRefused, &toolPath},
+const Reader readers[] = {
+    {"tree", Tree, 64 * mebibyte,
+     [](const QByteArray& document) {
+         DataTreeNode root; // with what a patient may have at most
+         return !vlr::readTree(document, root, {qint64(64) * mebibyte, 64, 1000000, 4096}).isNull();
+     },
+     nullptr},
+    {"configuration", Tree, 4 * mebibyte,
+     [](const QByteArray&) {
+         const DataPointer<Configuration> configuration(new Configuration);
+         return !DataIOManager::loadConfiguration(QStringLiteral("Giant"), configuration).isNull();
+     },
+     &configurationPath},
+    {"settings", Settings, mebibyte / 2,
+     [](const QByteArray&) { return vlr::Settings::keys().isEmpty(); }, &vlr::Settings::filePath},
+    {"tool", Tool, 64 << 10,
+     [](const QByteArray&) {
+         vlr::ToolGeometry geometry;
+         return !vlr::readToolGeometry(configurationPath(), geometry).isNull();
+     },
+     &configurationPath},
 };
 
-struct Figures {
-    long crashes = 0;
-    long accepted = 0;
-    qint64 slowest = 0;    // milliseconds
-    qint64 mostMemory = 0; // percent of the input
+struct Meeting {
+    const Reader& reader;
+    const Giant& giant;
+    bool isWithinLimit;
 };
 
-void meet(int reader, int giant, Figures& figures, Report& report) {
-    const std::string what = std::string(readers[reader].name) + ", " + giants[giant].name;
-    Child child(QStringLiteral("giant"), {QString::number(reader), QString::number(giant)});
-    const QList<QByteArray> words = child.readLine().trimmed().split(' ');
-    const int status = child.wait();
-    if (status != 0 || words.size() != 4) {
-        ++figures.crashes;
-        report.problem(what + ": ended with " + std::to_string(status));
-        return;
-    }
-    constexpr qint64 small = qint64(1) << 20; // what any work takes
-    const qint64 milliseconds = words[1].toLongLong();
-    const qint64 percent = std::max<qint64>(0, words[2].toLongLong() - small) * 100 /
-                           std::max<qint64>(1, words[3].toLongLong());
-    figures.accepted += words[0] == "refused" ? 0 : 1;
-    figures.slowest = std::max(figures.slowest, milliseconds);
-    figures.mostMemory = std::max(figures.mostMemory, percent);
-    if (words[0] != "refused" || milliseconds > 100 || percent > 200)
-        report.problem(what + ": " + words[0].toStdString() + " in " +
-                       std::to_string(milliseconds) + " ms, memory " + std::to_string(percent) +
-                       " % of the input");
+std::vector<Meeting> meetings() {
+    std::vector<Meeting> all;
+    for (const Reader& reader : readers)
+        for (const Giant& giant : giants)
+            for (const bool isWithinLimit : {true, false})
+                if (giant.syntax == reader.syntax)
+                    all.push_back({reader, giant, isWithinLimit});
+    return all;
+}
+
+std::string meet(const Meeting& meeting, bool isTimed) {
+    const Reader& reader = meeting.reader;
+    const QByteArray document =
+        made(meeting.giant, meeting.isWithinLimit ? reader.limit : reader.limit + 4096);
+    nameCase(std::string(reader.name) + ", " + meeting.giant.name + ", " +
+             std::to_string(document.size()) + " bytes");
+    if (reader.file)
+        writeFile(reader.file(), document);
+    vlr::Settings::reload();
+    malloc_trim(0); // What the last one gave back would not show.
+    const PeakMemory memory;
+    const std::clock_t start = std::clock(); // without the time of other programs
+    const bool isRefused = reader.refuses(document);
+    const auto milliseconds = (std::clock() - start) * 1000 / CLOCKS_PER_SEC;
+    const qint64 growth = std::max<qint64>(0, memory.growth() - mebibyte); // what any work takes
+    const auto percent = static_cast<long>(growth * 100 / document.size());
+    if (reader.file)
+        QDir(QFileInfo(reader.file()).path()).removeRecursively();
+    if (isTimed)
+        reportAtMost("longest, milliseconds", milliseconds, 100);
+    if (PeakMemory::isMeasurable() && isRefused)
+        reportAtMost("memory for what is refused, percent of its size", percent, 200);
+    if (PeakMemory::isMeasurable() && !isRefused)
+        reportAtMost("memory for what is taken, MiB", static_cast<long>(growth / mebibyte), 32);
+    return isRefused || (meeting.giant.mayBeTaken && meeting.isWithinLimit) ? "" : "accepted";
 }
 
 } // namespace
 
 void faultGiant(Report& report) {
-    Figures figures;
-    for (int reader = 0; reader < static_cast<int>(std::size(readers)); ++reader)
-        for (int giant = 0; giant < readers[reader].giantCount; ++giant)
-            meet(reader, giant, figures, report);
-    report.done(std::to_string(std::size(readers)) + " readers, " +
-                std::to_string(std::size(giants)) + " documents");
-    report.atMost("crashes", figures.crashes, 0);
-    report.atMost("accepted", figures.accepted, 0);
-    if (report.isLong() && PeakMemory::isMeasurable())
-        report.atMost("slowest refusal, milliseconds", figures.slowest, 100);
-    else
-        report.done("slowest refusal: " + std::to_string(figures.slowest) + " ms; not judged here");
-    if (PeakMemory::isMeasurable())
-        report.atMost("memory beyond 1 MiB, percent of the input", figures.mostMemory, 200);
-    else
-        report.done("memory: not run: needs Linux and a build without sanitizers");
+    const auto count = static_cast<long>(meetings().size());
+    const bool isTimed = report.isLong() && !isSanitized;
+    report.count("documents",
+                 judgeCases(report, QStringLiteral("giant"), count, "accepted",
+                            {isTimed ? QStringLiteral("timed") : QString()}),
+                 count);
+    if (!PeakMemory::isMeasurable())
+        report.notRun("memory: needs Linux and a build without sanitizers");
 }
 
-// Arguments: the numbers of the reader and the document. Says whether it was refused, after how
-// many milliseconds, with how much memory, and how large it is.
 int actGiant(const QStringList& arguments) {
-    const Reader& reader = readers[arguments.value(0).toInt()];
-    const QByteArray document = giants[arguments.value(1).toInt()].make();
-    if (reader.file)
-        write(reader.file(), document);
-    QElapsedTimer timer;
-    const PeakMemory memory;
-    timer.start();
-    const bool isRefused = reader.refuses(document);
-    const qint64 milliseconds = timer.elapsed();
-    std::printf("%s %lld %lld %d\n", isRefused ? "refused" : "accepted", milliseconds,
-                memory.growth(), document.size());
-    return 0;
+    const QuietLog quiet;
+    const std::vector<Meeting> all = meetings();
+    return doCases(arguments, [&](long number) {
+        return meet(all[static_cast<std::size_t>(number)], !arguments.value(2).isEmpty());
+    });
 }

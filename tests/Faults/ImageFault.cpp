@@ -2,30 +2,27 @@
 
 #include "Faults.h"
 
-#include "Child.h"
+#include "Cases.h"
 #include "Mutation.h"
 #include "PeakMemory.h"
 
-#include "AppBase/QtScreenShotData.h"
-#include "Data/Patient.h"
-#include "IO/DataIOManager.h"
-#include "IO/IOManager.h"
 #include "Image/ImageFile.h"
 
 #include <QtCore/QBuffer>
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QtEndian>
 #include <QtGui/QImageWriter>
 
 #include <algorithm>
 #include <cstdio>
+#include <malloc.h>
 #include <stdexcept>
 
 namespace {
 
-constexpr qint64 smallLimit = qint64(64) << 20;
-constexpr qint64 slack = qint64(8) << 20; // for the decoders themselves
+constexpr long mebibyte = 1L << 20;
+constexpr qint64 smallLimit = 64 * mebibyte;
+constexpr long slack = 8; // MiB for the decoders themselves
 
 struct Sample {
     const char* name;
@@ -33,6 +30,8 @@ struct Sample {
     QImage::Format pixels;
     bool isProgressive = false;
     bool isTurned = false;
+    bool isArithmetic = false;
+    int scale = 1; ///< How much larger it is than others.
 };
 
 constexpr Sample samples[] = {
@@ -43,14 +42,22 @@ constexpr Sample samples[] = {
     {"JPEG, grey", "jpeg", QImage::Format_Grayscale8},
     {"JPEG, progressive", "jpeg", QImage::Format_RGB32, true},
     {"JPEG, turned", "jpeg", QImage::Format_RGB32, false, true},
+    {"JPEG, arithmetic", "jpeg", QImage::Format_RGB32, false, false, true},
+    {"JPEG, progressive and arithmetic", "jpeg", QImage::Format_RGB32, true, false, true},
     {"BMP", "bmp", QImage::Format_RGB32},
     {"BMP, palette", "bmp", QImage::Format_Indexed8},
     {"TIFF", "tiff", QImage::Format_RGB32},
     {"TIFF, grey", "tiff", QImage::Format_Grayscale8},
     {"TIFF, two colours", "tiff", QImage::Format_Mono},
     {"TIFF, turned", "tiff", QImage::Format_RGB32, false, true},
+    {"PNG, grey and huge", "png", QImage::Format_Grayscale8, false, false, false, 5},
 };
 constexpr int sampleCount = static_cast<int>(std::size(samples));
+
+// Where a JPEG's frame header begins.
+int frameOf(const QByteArray& jpeg, const Sample& sample) {
+    return jpeg.indexOf(sample.isProgressive ? "\xff\xc2" : "\xff\xc0");
+}
 
 QByteArray encoded(const Sample& sample, const QSize& size) {
     QImage image(size, sample.pixels);
@@ -72,79 +79,30 @@ QByteArray encoded(const Sample& sample, const QSize& size) {
     const QByteArray exif = QByteArray::fromHex( // orientation 6 as the only entry
         "ffe1002245786966000049492a0008000000010012010300010000000600000000000000");
     QByteArray bytes = buffer.data();
+    // To an arithmetic decoder all bytes make an image.
+    if (sample.isArithmetic)
+        bytes[frameOf(bytes, sample) + 1] = sample.isProgressive ? '\xca' : '\xc9';
     return sample.isTurned && !isTiff ? bytes.insert(2, exif) : bytes;
 }
 
-void write(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error("The image cannot be written.");
-}
-
-// All pages, as a series does it.
-void decodeAll(const QString& path, qint64 limit) {
+// All pages, as a series does it. Answers whether one could be decoded. What is refused by its
+// header is to take no memory at all.
+bool decodeAll(const QString& path, qint64 limit) {
+    malloc_trim(0); // What the last one gave back would not show.
+    const PeakMemory memory;
     vlr::ImageInfo info;
-    if (!vlr::readImageInfo(path, info, limit).isNull())
-        info.pages = 1;
-    for (int page = 0; page < std::min(info.pages, 3); ++page) {
+    const bool isAdmitted = vlr::readImageInfo(path, info, limit).isNull();
+    bool isDecoded = false;
+    for (int page = 0; page < (isAdmitted ? std::min(info.pages, 3) : 1); ++page) {
         QImage image;
-        (void)vlr::readImage(path, image, page, limit);
+        isDecoded = vlr::readImage(path, image, page, limit).isNull() || isDecoded;
     }
-}
-
-// A screenshot of a stored patient, whose bytes can be replaced.
-DataPointer<QtScreenShotData> storedScreenshot() {
-    createQtScreenShotDataFactory();
-    const DataPointer<Patient> patient(new Patient);
-    patient->setPatientId(QStringLiteral("Images"));
-    DataPointer<QtScreenShotData> screenshot(new QtScreenShotData);
-    screenshot->setBinaryPart(QStringLiteral("screenShot"), "bytes");
-    CaError error = patient->addChild(screenshot, false);
-    if (error == CaError::nullError)
-        error = DataIOManager::storePatient(patient);
-    if (error != CaError::nullError)
-        throw std::runtime_error(error.text());
-    static const DataPointer<Patient> owner = patient;
-    return screenshot;
-}
-
-void decodeScreenshot(const QtScreenShotData& screenshot, const QByteArray& bytes) {
-    const CaError error =
-        IOManager::write(screenshot.binaryPartUri(QStringLiteral("screenShot")), bytes);
-    if (error != CaError::nullError)
-        throw std::runtime_error(error.text());
-    QImage image;
-    (void)screenshot.readImage(image);
-    (void)screenshot.readImage(image, QSize(8, 8));
-}
-
-// --- mutations
-
-struct Worst {
-    long crashes = 0;
-    qint64 memory = 0;
-};
-
-// In processes of their own, the next of which goes on behind a crash.
-void mutate(long count, Worst& worst, Report& report) {
-    long next = 0;
-    while (next < count) {
-        Child child(QStringLiteral("images"), {QString::number(next), QString::number(count)});
-        child.process().closeReadChannel(QProcess::StandardError);
-        long last = next;
-        for (QByteArray line = child.readLine(); !line.isEmpty(); line = child.readLine()) {
-            const QList<QByteArray> words = line.trimmed().split(' ');
-            last = words[0].toLong();
-            worst.memory = std::max(worst.memory, words.value(1).toLongLong());
-        }
-        const int status = child.wait();
-        next = status == 0 ? count : last + 1;
-        if (status == 0)
-            continue;
-        ++worst.crashes;
-        report.problem("mutation " + std::to_string(last) + ": ended with " +
-                       std::to_string(status));
-    }
+    const qint64 growth = memory.growth() - (isAdmitted ? limit : 0);
+    const char* const figure =
+        isAdmitted ? "memory beyond the limit, MiB" : "memory for what is refused, MiB";
+    if (PeakMemory::isMeasurable()) // To ask that ends the measurement.
+        reportAtMost(figure, growth / mebibyte, slack);
+    return isDecoded;
 }
 
 // --- images that claim to be of another size than they are
@@ -165,7 +123,11 @@ void put(QByteArray& bytes, int at, T number) {
 }
 
 // Where the size stands depends on the format.
-QByteArray claiming(QByteArray image, const QByteArray& format, quint32 width, quint32 height) {
+QByteArray claiming(const Sample& sample, const QSize& size) {
+    QByteArray image = encoded(sample, QSize(24, 16));
+    const QByteArray format = sample.format;
+    const auto width = static_cast<quint32>(size.width());
+    const auto height = static_cast<quint32>(size.height());
     if (format == "png") {
         put(image, 16, qToBigEndian(width));
         put(image, 20, qToBigEndian(height));
@@ -174,7 +136,7 @@ QByteArray claiming(QByteArray image, const QByteArray& format, quint32 width, q
         put(image, 18, qToLittleEndian(width));
         put(image, 22, qToLittleEndian(height));
     } else if (format == "jpeg") {
-        const int frame = std::max(image.indexOf("\xff\xc0"), image.indexOf("\xff\xc2"));
+        const int frame = frameOf(image, sample);
         put(image, frame + 5, qToBigEndian(static_cast<quint16>(height)));
         put(image, frame + 7, qToBigEndian(static_cast<quint16>(width)));
     } else { // The tags ImageWidth and ImageLength come first: tag, type, count, value.
@@ -187,94 +149,66 @@ QByteArray claiming(QByteArray image, const QByteArray& format, quint32 width, q
     return image;
 }
 
-// Where an image is not refused, decoding stays within the least limit that lets it through.
-void decodeLarge(const QString& what, const QByteArray& image, qint64 limit, Worst& worst,
-                 Report& report) {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("image"));
-    write(path, image);
-    Child child(QStringLiteral("image"), {path, QString::number(limit)});
-    const qint64 excess = child.readLine().trimmed().toLongLong();
-    const int status = child.wait();
-    worst.crashes += status == 0 ? 0 : 1;
-    worst.memory = std::max(worst.memory, excess);
-    if (status != 0 || excess > slack)
-        report.problem(what.toStdString() + ": " + std::to_string(excess >> 20) +
-                       " MiB beyond its limit, ended with " + std::to_string(status));
+// --- what is decoded
+
+const QSize claims[] = {{20000, 20000},           {0, 16},   {24, 0}, {0, 0},
+                        {0x7fffffff, 0x7fffffff}, {65535, 1}};
+constexpr int claimCount = static_cast<int>(std::size(claims));
+
+// The least limit that lets the image through, beginning with its pixels alone.
+qint64 leastLimit(const QString& path, qint64 pixels) {
+    qint64 limit = pixels;
+    vlr::ImageInfo info;
+    while (limit < 4 * pixels && vlr::readImageInfo(path, info, limit).id() == "Image::tooLarge")
+        limit += pixels / 4;
+    return limit;
 }
+
+// The first cases of a sample are the claims, the last one is an image as large as its limit.
+std::string tryLarge(const QString& path, const Sample& sample, int claim, int side) {
+    const bool isClaim = claim < claimCount;
+    nameCase(std::string(sample.name) +
+             (isClaim ? " claiming " + std::to_string(claims[claim].width()) + " x " +
+                            std::to_string(claims[claim].height())
+                      : ""));
+    writeFile(path, isClaim ? claiming(sample, claims[claim]) : encoded(sample, QSize(side, side)));
+    const qint64 pixels =
+        qint64(side) * side * QImage::toPixelFormat(sample.pixels).bitsPerPixel() / 8;
+    const qint64 limit = isClaim ? vlr::defaultImageLimit : leastLimit(path, pixels);
+    return decodeAll(path, limit) || isClaim ? "" : "cannot be decoded";
+}
+
+// The cases of each sample, and behind them mutations.
+constexpr int largeCount = sampleCount * (claimCount + 1);
 
 } // namespace
 
 void faultImage(Report& report) {
-    const long mutations = report.extent(300, 10000);
-    Worst mutated;
-    Worst large;
-    mutate(mutations, mutated, report);
-    for (const Sample& sample : samples) {
-        const QString name = QLatin1String(sample.name);
-        const int side = report.isLong() ? 4000 : 2000;
-        const qint64 pixels =
-            qint64(side) * side * QImage::toPixelFormat(sample.pixels).bitsPerPixel() / 8;
-        decodeLarge(name, encoded(sample, QSize(side, side)), pixels, large, report);
-        const QByteArray little = encoded(sample, QSize(24, 16));
-        for (const QSize& size : {QSize(20000, 20000), QSize(0, 16), QSize(24, 0), QSize(0, 0),
-                                  QSize(0x7fffffff, 0x7fffffff), QSize(65535, 1)})
-            decodeLarge(QStringLiteral("%1 claiming %2 x %3")
-                            .arg(name)
-                            .arg(size.width())
-                            .arg(size.height()),
-                        claiming(little, sample.format, static_cast<quint32>(size.width()),
-                                 static_cast<quint32>(size.height())),
-                        smallLimit, large, report);
-    }
-    if (report.isLong())
-        decodeLarge(QStringLiteral("a grey PNG of 20,000 x 20,000"),
-                    encoded({"", "png", QImage::Format_Grayscale8}, QSize(20000, 20000)),
-                    qint64(400) << 20, large, report);
-    report.done(std::to_string(mutations) + " mutations of " + std::to_string(sampleCount) +
-                " kinds of image, and of screenshots");
-    report.done("each kind as large as its limit, and claiming to be larger or empty");
-    report.atMost("crashes", mutated.crashes + large.crashes, 0);
-    if (PeakMemory::isMeasurable()) {
-        report.atMost("memory for a mutation, MiB", mutated.memory >> 20, smallLimit >> 20);
-        report.atMost("memory beyond the limit, MiB", large.memory >> 20, slack >> 20);
-    } else {
-        report.done("memory: not run: needs Linux and a build without sanitizers");
-    }
+    const long count = largeCount + report.extent(300, 10000);
+    const QString side = QString::number(report.extent(2000, 4000));
+    const long begun = judgeCases(report, QStringLiteral("images"), count,
+                                  "images that cannot be decoded", {side});
+    report.count("images that are large, or claim to be, or claim to be empty", largeCount);
+    report.count("mutations", begun - largeCount, count - largeCount);
+    if (!PeakMemory::isMeasurable())
+        report.notRun("memory: needs Linux and a build without sanitizers");
 }
 
-// Arguments: the first seed and the end. Tells each before it is tried, and its memory afterwards.
 int actImages(const QStringList& arguments) {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("image"));
-    const DataPointer<QtScreenShotData> screenshot = storedScreenshot();
-    for (long seed = arguments.value(0).toLong(); seed < arguments.value(1).toLong(); ++seed) {
-        std::printf("%ld\n", seed);
-        std::fflush(stdout);
-        const Sample& sample = samples[seed % sampleCount];
-        const QByteArray bytes =
-            mutated(encoded(sample, QSize(24, 16)), static_cast<quint32>(seed));
-        const PeakMemory memory;
-        write(path, bytes);
-        decodeAll(path, smallLimit);
-        if (qstrcmp(sample.format, "png") == 0)
-            decodeScreenshot(*screenshot, bytes);
-        std::printf("%ld %lld\n", seed, memory.growth());
-    }
-    return 0;
-}
-
-// Arguments: the file and the size of its pixels. Tells how much memory decoding took beyond the
-// least limit that it is not refused for: those pixels, and what the decoder needs.
-int actImage(const QStringList& arguments) {
-    const qint64 pixels = arguments.value(1).toLongLong();
-    qint64 limit = pixels;
-    vlr::ImageInfo info;
-    while (limit < 4 * pixels &&
-           vlr::readImageInfo(arguments.value(0), info, limit).id() == "Image::tooLarge")
-        limit += pixels / 4;
-    const PeakMemory memory;
-    decodeAll(arguments.value(0), limit);
-    std::printf("%lld\n", memory.growth() - limit);
-    return 0;
+    return doCases(arguments, [&](long number) {
+        if (number < largeCount) {
+            const Sample& sample = samples[number / (claimCount + 1)];
+            return tryLarge(path, sample, static_cast<int>(number % (claimCount + 1)),
+                            sample.scale * arguments.value(2).toInt());
+        }
+        const QByteArray image = encoded(samples[number % sampleCount], QSize(24, 16));
+        const QByteArray bytes = mutated(image, static_cast<quint32>(number));
+        writeFile(path, bytes);
+        (void)decodeAll(path, smallLimit);
+        QImage screenshot; // as one in the list of them
+        (void)vlr::readPng(bytes, QStringLiteral("screenshot"), screenshot, QSize(8, 8));
+        return std::string();
+    });
 }

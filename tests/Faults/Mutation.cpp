@@ -1,39 +1,23 @@
 #include "Mutation.h"
 
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QList>
 #include <QtCore/QRandomGenerator>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace {
 
-const QByteArray words[] = {
-    "<!DOCTYPE a [<!ENTITY b \"c\">]>",
-    "&b;",
-    "&#0;",
-    "<![CDATA[",
-    "<data",
-    "<attribute",
-    "/>",
-    "\"",
-    "\\uD800",
-    "escaped=\"1\"",
-    "@Size(2147483647 -1)",
-    "@Variant(\\0)",
-    "@ByteArray(",
-    "%00",
-    "nan",
-    "inf",
-    "-1",
-    "1e999",
-    "99999999999999999999",
-    "\xEF\xBB\xBF",
-    "\xFF\xFE",
-    "\n",
-    QByteArray(1, '\0'),
-    QByteArray("\x7F\xFF\xFF\xFF"),
-    QByteArray("\xFF\xFF\xFF\xFF"),
-    QByteArray(4, '\0'),
-};
+const QList<QByteArray> words =
+    QByteArrayLiteral(
+        "<!DOCTYPE a [<!ENTITY b \"c\">]>|&b;|&#0;|<![CDATA[|<data|<attribute|/>|\"|"
+        "\\uD800|escaped=\"1\"|@Size(2147483647 -1)|@Variant(\\0)|@ByteArray(|%00|nan|"
+        "inf|-1|1e999|99999999999999999999|\xEF\xBB\xBF|\xFF\xFE|\n|\0|\0\0\0\0|"
+        "\x7F\xFF\xFF\xFF|\xFF\xFF\xFF\xFF")
+        .split('|');
 
 // A place from 0 to the size, and a length that fits behind it.
 struct Span {
@@ -49,24 +33,23 @@ Span span(const QByteArray& bytes, QRandomGenerator& random) {
 
 void change(QByteArray& bytes, QRandomGenerator& random) {
     const Span here = span(bytes, random);
-    switch (random.bounded(6)) {
+    switch (random.bounded(5)) {
     case 0:
-    case 1:
         if (here.begin < bytes.size())
             bytes[here.begin] = static_cast<char>(bytes.at(here.begin) ^ (1 << random.bounded(8)));
         break;
-    case 2:
+    case 1:
         bytes.insert(here.begin, static_cast<char>(random.bounded(256)));
         break;
-    case 3:
+    case 2:
         bytes.remove(here.begin, here.length);
         break;
-    case 4:
+    case 3:
         bytes.insert(span(bytes, random).begin, bytes.mid(here.begin, here.length));
         break;
     default:
         bytes.replace(here.begin, random.bounded(2) * here.length,
-                      words[random.bounded(static_cast<int>(std::size(words)))]);
+                      words.at(random.bounded(words.size())));
     }
 }
 
@@ -78,4 +61,11 @@ QByteArray mutated(const QByteArray& original, quint32 seed) {
     for (int changes = 1 << random.bounded(4); changes > 0; --changes)
         change(bytes, random);
     return bytes;
+}
+
+void writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+        throw std::runtime_error(path.toStdString() + " cannot be written.");
 }

@@ -2,7 +2,7 @@
 
 #include "Faults.h"
 
-#include "Victims.h"
+#include "Storer.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -12,25 +12,17 @@
 
 namespace {
 
-// How far a save has come.
+// How far a save has come: its data on the disk, under its name, and the name on the disk.
 struct Trace {
+    enum Stage { Nothing, Synchronised, Renamed, Done };
+
     QByteArray target; // the file that is stored
     bool isDatabase;
-    bool isDataSynchronised = false;
-    bool isRenamed = false;
-    bool isFolderSynchronised = false;
+    Stage stage = Nothing;
     long acknowledged = 0;
     long disordered = 0;
 
     void read(const QByteArray& line);
-
-private:
-    void acknowledge() {
-        ++acknowledged;
-        const bool isInOrder = isDatabase ? isDataSynchronised : isRenamed && isFolderSynchronised;
-        disordered += isInOrder ? 0 : 1;
-        isDataSynchronised = isRenamed = isFolderSynchronised = false;
-    }
 };
 
 // The tracer writes the path of a descriptor behind it: fsync(5</home/user/a.xml>) = 0
@@ -38,30 +30,33 @@ void Trace::read(const QByteArray& line) {
     const QByteArray folder = target.left(target.lastIndexOf('/'));
     const QByteArray data = isDatabase ? target + "-wal>" : folder + "/.vlr-";
     const bool isSynchronisation = line.contains("sync(") && line.contains("= 0");
-    const bool isWrite = line.contains("write(") || line.contains("pwrite64(");
     if (line.contains("write(1<")) {
-        acknowledge();
-    } else if (line.contains(data) && isWrite) {
-        isDataSynchronised = false;
+        ++acknowledged;
+        disordered += stage < (isDatabase ? Synchronised : Done) ? 1 : 0;
+        stage = Nothing;
+    } else if (line.contains(data) && (line.contains("write(") || line.contains("pwrite64("))) {
+        stage = Nothing;
     } else if (line.contains(data) && isSynchronisation) {
-        isDataSynchronised = true;
+        stage = Synchronised;
     } else if (line.contains("rename") && line.contains('"' + target + '"')) {
-        isRenamed = isDataSynchronised;
-        isFolderSynchronised = false;
-    } else if (line.contains('<' + folder + '>') && isSynchronisation) {
-        isFolderSynchronised = isRenamed;
+        stage = stage == Synchronised ? Renamed : Nothing;
+    } else if (line.contains('<' + folder + '>') && isSynchronisation && stage == Renamed) {
+        stage = Done;
     }
 }
 
 Trace follow(const Victim& victim, const QString& tracer, long saves) {
     const QString output = QDir::homePath() + QStringLiteral("/trace");
     QProcess process;
-    process.start(tracer, {QStringLiteral("-f"), QStringLiteral("-y"), QStringLiteral("-o"), output,
-                           QStringLiteral("-e"),
-                           QStringLiteral("trace=write,pwrite64,fsync,fdatasync,rename,renameat2"),
-                           QCoreApplication::applicationFilePath(), QStringLiteral("--act"),
-                           QStringLiteral("save"), QLatin1String(victim.name), QStringLiteral("1"),
-                           QString::number(saves)});
+    process.start(tracer, QStringList{QStringLiteral("-fyo"), output, QStringLiteral("-e"),
+                                      QStringLiteral("trace=write,pwrite64,fsync,fdatasync,"
+                                                     "rename,renameat2"),
+                                      QCoreApplication::applicationFilePath(),
+                                      QStringLiteral("--act"), QStringLiteral("store")} +
+                              Storer::arguments(victim));
+    for (long version = 1; version <= saves; ++version)
+        process.write(QByteArray::number(qlonglong(version)) + " next\n");
+    process.closeWriteChannel();
     process.waitForFinished(-1);
     Trace trace{QFile::encodeName(victim.file()), victim.file().endsWith(QLatin1String(".sqlite"))};
     QFile file(output);
@@ -75,16 +70,14 @@ Trace follow(const Victim& victim, const QString& tracer, long saves) {
 
 void faultOrder(Report& report) {
     const QString tracer = QStandardPaths::findExecutable(QStringLiteral("strace"));
-    if (tracer.isEmpty()) {
-        report.done("not run: needs strace");
-        return;
-    }
+    if (tracer.isEmpty())
+        return report.notRun("needs strace");
     const long saves = report.extent(5, 100);
     for (const Victim& victim : victims()) {
         const Trace trace = follow(victim, tracer, saves);
-        const std::string name = victim.name;
         // None at all where this process may not trace others.
-        report.atLeast(name + ": saves in the trace", trace.acknowledged, saves);
-        report.atMost(name + ": acknowledged before it was on the disk", trace.disordered, 0);
+        report.atLeast(std::string("saves in the trace: ") + victim.name, trace.acknowledged,
+                       saves);
+        report.never("acknowledged before it was on the disk", trace.disordered, victim.name);
     }
 }

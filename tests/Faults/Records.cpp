@@ -23,15 +23,6 @@ void check(const CaError& error) {
         throw std::runtime_error(error.text());
 }
 
-// The victims' own check knows their versions; what is none of them may be sound all the same.
-Record::Found readVictim(const char* name, Record::Found (*look)()) {
-    int version = 0;
-    const CaError error = victim(QLatin1String(name)).load(version);
-    if (error != CaError::nullError)
-        return Record::Refused;
-    return version == 1 ? Record::Whole : look();
-}
-
 Record::Found soundIf(bool isSound) {
     return isSound ? Record::Sound : Record::Torn;
 }
@@ -62,8 +53,7 @@ bool comesBack(const Root& root, int expectedItems) {
 
 Record::Found lookAtConfiguration() {
     QByteArray document;
-    check(
-        vlr::readWhole(victim(QStringLiteral("configuration")).file(), qint64(4) << 20, document));
+    check(vlr::readWhole(victims().front().file(), qint64(4) << 20, document));
     DataTreeNode root;
     check(vlr::readTree(document, root));
     const DataPointer<Configuration> configuration(new Configuration);
@@ -102,10 +92,13 @@ Record::Found lookAtSettings() {
     const QHash<QString, QVariant> before = storedSettings();
     if (before.isEmpty())
         return Record::Nothing;
-    if (vlr::Settings::set(key, 1) != CaError::nullError)
-        return Record::Sound; // It says that it cannot be stored; nothing was written.
+    const CaError error = vlr::Settings::set(key, 1);
+    // Some of what was read the format cannot write again. Then nothing is written.
+    if (error != CaError::nullError && error.id() != "Settings::notStorable")
+        return Record::Torn;
     vlr::Settings::reload();
-    check(vlr::Settings::remove(key));
+    if (error == CaError::nullError)
+        check(vlr::Settings::remove(key));
     vlr::Settings::reload();
     return soundIf(storedSettings() == before);
 }
@@ -176,26 +169,24 @@ Record::Found readRecording() {
 
 } // namespace
 
-const std::vector<Record>& damageableRecords() {
-    static const std::vector<Record> all = {
-        {"configuration", [] { return victim(QStringLiteral("configuration")).file(); },
-         [] { check(victim(QStringLiteral("configuration")).store(1)); },
-         [] { return readVictim("configuration", &lookAtConfiguration); }},
-        {"settings", [] { return victim(QStringLiteral("settings")).file(); },
-         [] { check(victim(QStringLiteral("settings")).store(1)); },
-         [] { return readVictim("settings", &lookAtSettings); }},
-        {"patient", [] { return victim(QStringLiteral("patient")).file(); },
-         [] { check(victim(QStringLiteral("patient")).store(1)); },
-         [] { return readVictim("patient", &lookAtPatients); }},
-        {"tool", &toolFile, &storeTool, &readTool},
-        {"recording", &recordingFile, &storeRecording, &readRecording, true},
-    };
+const std::vector<Record>& records() {
+    static const std::vector<Record> all = [] {
+        std::vector<Record> made{
+            {"tool", &toolFile, &storeTool, &readTool},
+            {"recording", &recordingFile, &storeRecording, &readRecording, true}};
+        Record::Found (*const looks[])() = {&lookAtConfiguration, &lookAtSettings, &lookAtPatients};
+        for (std::size_t i = 0; i < victims().size(); ++i) {
+            const Victim& victim = victims()[i];
+            // Its own check knows its versions; what is none of them may be sound all the same.
+            const auto read = [&victim, look = looks[i]] {
+                int version = 0;
+                if (victim.load(version) != CaError::nullError)
+                    return Record::Refused;
+                return version == 1 ? Record::Whole : look();
+            };
+            made.push_back({victim.name, victim.file, [&victim] { check(victim.store(1)); }, read});
+        }
+        return made;
+    }();
     return all;
-}
-
-const Record& damageableRecord(const QString& name) {
-    for (const Record& record : damageableRecords())
-        if (name == QLatin1String(record.name))
-            return record;
-    throw std::runtime_error("There is no record \"" + name.toStdString() + "\".");
 }

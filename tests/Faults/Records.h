@@ -2,6 +2,7 @@
 
 #include <QtCore/QString>
 
+#include <functional>
 #include <vector>
 
 /// A kind of file that the library reads, and what it makes of a damaged one.
@@ -18,12 +19,10 @@ struct Record {
 
     const char* name;
     QString (*file)();
-    void (*store)(); ///< Makes a whole one. Throws where that fails.
-    Found (*read)();
+    std::function<void()> store; ///< Makes a whole one. Throws where that fails.
+    std::function<Found()> read;
     bool isAppendedTo = false; ///< Its beginning is a whole one, too.
 };
 
 /// The victims, and what Navigation reads.
-const std::vector<Record>& damageableRecords();
-/// Throws for an unknown name.
-const Record& damageableRecord(const QString& name);
+const std::vector<Record>& records();

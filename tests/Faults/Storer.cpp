@@ -19,40 +19,37 @@ namespace {
 
 constexpr uid_t nobody = 65534;
 
-// A fault while it lasts.
-class Armed {
-public:
-    explicit Armed(const QByteArray& fault) {
-        const QList<QByteArray> words = fault.split(' ');
-        if (words.front() == "limit")
-            limitFiles(words.at(1).toULong());
-        else if (words.front() == "call")
-            arm(words.at(1).toLong(), words.at(2).toInt(), words.contains("lasting"));
-    }
-    // What failed, as far as that is known.
-    QByteArray end() {
-        limitFiles(RLIM_INFINITY);
-        const auto disarm =
-            reinterpret_cast<const char* (*)()>(dlsym(RTLD_DEFAULT, "vlrShimDisarm"));
-        return disarm ? disarm() : "";
-    }
+template <class Function>
+Function* shimFunction(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
+}
 
-private:
-    static void limitFiles(rlim_t bytes) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    static void arm(long number, int error, bool isLasting) {
-        const auto arm =
-            reinterpret_cast<void (*)(long, int, int)>(dlsym(RTLD_DEFAULT, "vlrShimArm"));
-        if (!arm)
-            throw std::runtime_error("The shim is not loaded.");
-        arm(number, error, isLasting ? 1 : 0);
-    }
-};
+void limitFiles(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void begin(const QByteArray& fault) {
+    const QList<QByteArray> words = fault.split(' ');
+    if (words.front() == "limit")
+        limitFiles(words.at(1).toULong());
+    if (words.front() != "call")
+        return;
+    auto* const arm = shimFunction<void(long, int, int)>("vlrShimArm");
+    if (!arm)
+        throw std::runtime_error("The shim is not loaded.");
+    arm(words.at(1).toLong(), words.at(2).toInt(), words.contains("lasting") ? 1 : 0);
+}
+
+// What failed, as far as that is known.
+QByteArray end() {
+    limitFiles(RLIM_INFINITY);
+    auto* const disarm = shimFunction<const char*()>("vlrShimDisarm");
+    return disarm ? disarm() : "";
+}
 
 // SQLite makes up for a failed synchronisation of its main file: the changes stay beside it.
 bool isDatabase(const Victim& victim) {
@@ -71,12 +68,13 @@ QByteArray addressSanitizer() {
 
 } // namespace
 
-QStringList shimEnvironment() {
+QStringList shimEnvironment(Report& report) {
     const QString shim =
         QCoreApplication::applicationDirPath() + QStringLiteral("/vlrFaultShim.so");
-    if (!QFile::exists(shim))
-        return {};
-    return {QStringLiteral("LD_PRELOAD=") + QFile::decodeName(addressSanitizer()) + shim};
+    if (QFile::exists(shim))
+        return {QStringLiteral("LD_PRELOAD=") + QFile::decodeName(addressSanitizer()) + shim};
+    report.notRun("failing calls: needs the library to be preloaded");
+    return {};
 }
 
 void becomeOrdinary() {
@@ -96,73 +94,69 @@ Storer::Storer(const Victim& victim, Report& report, const QStringList& environm
         throw std::runtime_error(std::string(victim.name) + " cannot be stored at all.");
 }
 
+QStringList Storer::arguments(const Victim& victim, bool isOrdinary) {
+    return {QLatin1String(victim.name),
+            isOrdinary ? QStringLiteral("ordinary") : QStringLiteral("same")};
+}
+
 void Storer::start() {
-    m_child = std::make_unique<Child>(
-        QStringLiteral("store"),
-        QStringList{QLatin1String(m_victim.name),
-                    m_isOrdinary ? QStringLiteral("ordinary") : QStringLiteral("same")},
-        m_environment);
+    m_child = std::make_unique<Child>(QStringLiteral("store"), arguments(m_victim, m_isOrdinary),
+                                      m_environment);
 }
 
 bool Storer::store(const QByteArray& fault) {
     ++m_next;
-    ++m_stores;
     m_child->process().write(QByteArray::number(m_next) + ' ' + fault + '\n');
     const QByteArray answer = m_child->readLine().trimmed();
-    if (answer.isEmpty()) {
-        buryChild(fault);
-        return true;
+    const bool isAlive = !answer.isEmpty();
+    std::string cause = std::string(m_victim.name) + ", " + (fault + ": " + answer).toStdString();
+    if (!isAlive) {
+        const int status = m_child->wait();
+        cause += " ended with status " + std::to_string(status);
+        m_report.never("crashes", status != -SIGKILL,
+                       cause + ", " + m_child->standardError().toStdString());
+        start();
     }
-    const QByteArray failed = answer.split('\t').value(1);
-    judge(answer.startsWith("acknowledged"), fault + ": " + answer);
-    return !failed.isEmpty();
-}
-
-void Storer::buryChild(const QByteArray& fault) {
-    const int status = m_child->wait();
-    const std::string error = m_child->standardError().toStdString();
-    start();
     const int found = load();
-    const bool isKilled = status == -SIGKILL;
-    ++(isKilled ? m_kills : m_crashes);
-    const bool isTorn = found != m_version && found != m_next;
-    m_silent += isTorn ? 1 : 0;
-    if (isTorn || !isKilled)
-        m_report.problem(std::string(m_victim.name) + ", " + fault.toStdString() +
-                         ": ended with status " + std::to_string(status) + ", found " +
-                         std::to_string(found) + ". " + error);
-    m_version = found;
-}
-
-void Storer::judge(bool isAcknowledged, const QByteArray& what) {
-    const int found = load();
+    cause += ", found " + std::to_string(found) + ", before " + std::to_string(m_version);
+    const bool isAcknowledged = answer.startsWith("acknowledged");
     const bool isUnsynchronised =
-        isAcknowledged && !isDatabase(m_victim) && what.contains("sync\t");
+        isAcknowledged && !isDatabase(m_victim) && answer.contains("sync\t");
     const bool isWrong = found != m_next && (isAcknowledged || found != m_version);
-    if (isWrong || isUnsynchronised) {
-        ++m_silent;
-        m_report.problem(std::string(m_victim.name) + ", " + what.toStdString() + ": found " +
-                         std::to_string(found) + ", before " + std::to_string(m_version));
-    }
-    m_refused += isAcknowledged ? 0 : 1;
-    m_late += !isAcknowledged && found == m_next ? 1 : 0;
+    m_report.count("saves");
+    m_report.count("saves refused", isAlive && !isAcknowledged ? 1 : 0);
+    m_report.never("silent failures", isWrong || isUnsynchronised, cause);
+    m_report.never("refused and stored", isAlive && !isAcknowledged && found == m_next, cause);
+    m_isRefused = !isAcknowledged;
+    m_refused += isAlive && !isAcknowledged ? 1 : 0;
     m_version = found;
+    return !isAlive || !answer.split('\t').value(1).isEmpty();
 }
 
 int Storer::load() {
-    int version = -1;
     if (m_isOrdinary) {
-        Child reader(QStringLiteral("store"),
-                     {QLatin1String(m_victim.name), QStringLiteral("ordinary")});
+        Child reader(QStringLiteral("store"), arguments(m_victim, true));
         reader.process().write("0 \n");
         return reader.readLine().trimmed().toInt();
     }
+    int version = -1;
     const CaError error = m_victim.load(version);
-    if (error != CaError::nullError) {
-        m_report.problem(std::string(m_victim.name) + ": " + error.text());
-        return -1;
+    if (error == CaError::nullError)
+        return version;
+    m_report.problem(std::string(m_victim.name) + ": " + error.text());
+    return -1;
+}
+
+long Storer::sweepCalls(const QByteArray& rest, long step) {
+    constexpr long mostCalls = 2000;
+    for (long call = 1; call <= mostCalls; call += step) {
+        if (!store("call " + QByteArray::number(qlonglong(call)) + rest))
+            return call - 1;
+        // What a lock that can be neither filled nor removed costs is its two seconds each time.
+        if (rest.contains("lasting"))
+            QFile::remove(m_victim.file() + QStringLiteral(".lock"));
     }
-    return version;
+    throw std::runtime_error(std::string(m_victim.name) + ": the calls have no end");
 }
 
 // Reads lines "VERSION FAULT" and stores; for the version 0 it answers with the one that is there.
@@ -174,16 +168,18 @@ int actStore(const QStringList& arguments) {
     while (std::fgets(line, sizeof line, stdin)) {
         const QByteArray command = QByteArray(line).trimmed();
         const int version = command.split(' ').front().toInt();
+        const QByteArray fault = command.mid(command.indexOf(' ') + 1);
         int found = -1;
-        const CaError readError = stored.load(found); // Nothing of the last fault is left.
+        if (fault != "next" && stored.load(found) != CaError::nullError) // no rest of the last one
+            found = -1;
         if (version == 0) {
-            std::printf("%d\n", readError == CaError::nullError ? found : -1);
+            std::printf("%d\n", found);
         } else {
-            if (command.endsWith(" closed"))
+            if (fault.endsWith(" closed"))
                 DataIOManager::closeRepository();
-            Armed armed(command.mid(command.indexOf(' ') + 1));
+            begin(fault);
             const CaError error = stored.store(version);
-            const QByteArray failed = armed.end();
+            const QByteArray failed = end();
             std::printf("%s\t%s\t%s\n", error == CaError::nullError ? "acknowledged" : "refused",
                         failed.constData(),
                         QByteArray::fromStdString(error.text()).simplified().constData());

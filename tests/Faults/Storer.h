@@ -7,16 +7,17 @@
 #include <memory>
 
 /// A process that stores versions of a victim, one after the other, some of them under a fault.
-/// What came of it is looked at from this process, which remembers nothing of the other one's.
+/// What came of it is looked at from this process, which remembers nothing of the other one's. It
+/// makes the figures "saves", "saves refused", "silent failures", "crashes" and, for what was
+/// refused and is in the file all the same, "refused and stored"; and it notes what is lost there.
 ///
 ///     Storer storer(victim, report);
 ///     storer.store("limit 1000");
-///     report.atMost("silent failures", storer.silent(), 0);
 ///
 /// A fault is a text: "" for none, "limit BYTES" for the size that no file may exceed, "call N
 /// ERROR" for the N-th system call that fails, with " lasting" for all from there on; the error 0
 /// kills the process. These need the environment of shimEnvironment(). With " closed" behind it the
-/// store begins with opening the repository.
+/// store begins with opening the repository. "next" stores without a look at what is there.
 class Storer {
 public:
     /// Stores one version without a fault. With `isOrdinary` the process is that of a user who may
@@ -26,22 +27,19 @@ public:
 
     /// Stores the next version; false when no call failed since there are fewer.
     bool store(const QByteArray& fault);
-    /// The version in the file.
-    [[nodiscard]] int version() const { return m_version; }
-
-    [[nodiscard]] long stores() const { return m_stores; }
+    /// The last store, or all of them.
+    [[nodiscard]] bool isRefused() const { return m_isRefused; }
     [[nodiscard]] long refused() const { return m_refused; }
-    /// Acknowledged and yet something else in the file, or refused and the old version gone.
-    [[nodiscard]] long silent() const { return m_silent; }
-    /// Refused, and in the file all the same.
-    [[nodiscard]] long late() const { return m_late; }
-    [[nodiscard]] long crashes() const { return m_crashes; }
-    [[nodiscard]] long kills() const { return m_kills; }
+
+    /// Every `step`-th call of a save with "call N" and this behind it. Answers how many calls a
+    /// save has.
+    long sweepCalls(const QByteArray& rest, long step);
+
+    /// The arguments of the act behind it.
+    static QStringList arguments(const Victim& victim, bool isOrdinary = false);
 
 private:
     void start();
-    void buryChild(const QByteArray& fault);
-    void judge(bool isAcknowledged, const QByteArray& what);
     int load();
 
     const Victim& m_victim;
@@ -51,15 +49,12 @@ private:
     std::unique_ptr<Child> m_child;
     int m_version = 0;
     int m_next = 1000; // of four digits for long enough
-    long m_stores = 0;
+    bool m_isRefused = false;
     long m_refused = 0;
-    long m_silent = 0;
-    long m_late = 0;
-    long m_crashes = 0;
-    long m_kills = 0;
 };
 
-/// The lines that preload the shim; empty where there is none.
-QStringList shimEnvironment();
+/// The lines that preload the shim. Where there is none, it is noted that the parts that need it
+/// were not run.
+QStringList shimEnvironment(Report& report);
 /// From now on this process is one of a user who is not root.
 void becomeOrdinary();

@@ -3,78 +3,81 @@
 #include "Faults.h"
 
 #include "Child.h"
+#include "Victims.h"
 
 #include "DataUtils/FreePatientId.h"
 #include "IO/DataIOManager.h"
 
-#include <QtCore/QSet>
+#include <QtCore/QMap>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QThread>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
 const QString sharedId = QStringLiteral("Shared");
 
-int fail(const CaError& error) {
-    std::fprintf(stderr, "%s\n", error.text().c_str());
-    return 1;
-}
+// Each answers the number that it has made: the count as changed, and the new id.
 
-CaError loadShared(DataPointer<Patient>& patient) {
-    std::vector<MetaInformation> patients;
-    const CaError error = DataIOManager::patientMetaInfoList(patients);
-    for (const MetaInformation& known : patients)
-        if (known.value(QStringLiteral("id")) == sharedId)
-            return DataIOManager::loadPatient(known.uri(), patient);
-    return error == CaError::nullError ? CaError("Two", "The shared patient is gone.") : error;
-}
-
-CaError countOne() {
-    DataPointer<Patient> patient;
-    CaError error = loadShared(patient);
+CaError countOne(int& number) {
+    DataPointer<Patient> patient(new Patient);
+    const CaError error = loadPatientOf(sharedId, patient);
     if (error != CaError::nullError)
         return error;
-    patient->setName(QString::number(patient->name().toInt() + 1));
+    number = patient->name().toInt() + 1;
+    patient->setName(QString::number(number));
     return DataIOManager::storePatient(patient);
 }
 
-CaError addOne() {
+CaError addOne(int& number) {
     std::vector<QString> ids;
     const CaError error = DataIOManager::patientIds(ids);
     if (error != CaError::nullError)
         return error;
-    DataPointer<Patient> patient(new Patient);
+    const DataPointer<Patient> patient(new Patient);
     patient->setPatientId(vlr::firstFreePatientId(ids, Patient::getMaxPatientID()));
+    number = patient->patientId().toInt();
     return DataIOManager::storePatient(patient);
 }
 
-// Until it has been done so often; who comes too late tries again.
-int repeat(long times, const char* tooLate, CaError (*work)()) {
-    for (long done = 0; done < times;) {
-        const CaError error = work();
-        if (error != CaError::nullError && error.id() != tooLate)
-            return fail(error);
-        done += error == CaError::nullError ? 1 : 0;
-        if (error != CaError::nullError)
-            std::puts("late");
-    }
-    return 0;
-}
+struct Work {
+    const char* name;
+    CaError (*run)(int& number);
+    const char* tooLate; ///< The error after which it is tried again.
+};
 
-// How often one came too late.
-long runBoth(const QString& act, long times, Report& report) {
-    const QStringList arguments(QString::number(times));
-    Child first(act, arguments);
-    Child second(act, arguments);
-    long late = 0;
-    for (Child* child : {&first, &second}) {
-        const int status = child->wait();
-        if (status != 0)
-            report.problem(child->standardError().toStdString());
-        report.atMost("status of a process", status, 0);
-        late += child->process().readAllStandardOutput().count("late");
+const Work works[] = {
+    {"changes", &countOne, DataIOManager::changedElsewhereError},
+    {"new patients", &addOne, DataIOManager::idTakenError},
+};
+
+void runBoth(const Work& work, long times, Report& report) {
+    const QStringList arguments{QLatin1String(work.name), QString::number(times)};
+    Child both[] = {Child(QStringLiteral("two"), arguments),
+                    Child(QStringLiteral("two"), arguments)};
+    for (Child& child : both)
+        (void)child.readLine(); // It is ready.
+    for (Child& child : both) {
+        child.process().write("\n");
+        child.process().waitForBytesWritten();
     }
-    return late;
+    QMap<int, const Child*> makers;
+    for (Child& child : both) {
+        report.never("processes that failed", child.wait() != 0,
+                     child.standardError().toStdString());
+        for (QByteArray line = child.readLine(); !line.isEmpty(); line = child.readLine())
+            if (const int number = line.trimmed().toInt(); number > 0)
+                makers.insert(number, &child);
+            else
+                report.count(std::string(work.name) + " that came too late");
+    }
+    const QList<const Child*> sequence = makers.values();
+    long turns = 0;
+    for (int i = 1; i < sequence.size(); ++i)
+        turns += sequence[i] != sequence[i - 1] ? 1 : 0;
+    report.count(std::string("turns of the two at ") + work.name, turns, times / 10);
 }
 
 } // namespace
@@ -83,33 +86,42 @@ void faultTwo(Report& report) {
     const long times = report.extent(50, 1000);
     DataPointer<Patient> shared(new Patient);
     shared->setPatientId(sharedId);
-    const CaError error = DataIOManager::storePatient(shared);
-    if (error != CaError::nullError)
-        throw std::runtime_error(error.text());
-    const long lateCounts = runBoth(QStringLiteral("count"), times, report);
-    const long lateIds = runBoth(QStringLiteral("add"), times, report);
+    if (DataIOManager::storePatient(shared) != CaError::nullError)
+        throw std::runtime_error("The shared patient cannot be stored.");
+    for (const Work& work : works)
+        runBoth(work, times, report);
 
     DataIOManager::closeRepository();
-    (void)loadShared(shared);
+    (void)loadPatientOf(sharedId, shared);
     std::vector<QString> ids;
     (void)DataIOManager::patientIds(ids);
-    QSet<int> numbers;
-    for (const QString& id : ids)
-        if (id != sharedId)
-            numbers.insert(id.toInt());
-    report.done("twice " + std::to_string(times) + " changes of one patient (" +
-                std::to_string(lateCounts) + " more came too late) and new patients (" +
-                std::to_string(lateIds) + ")");
-    const long expected = 2 * times;
-    report.atMost("lost updates", std::abs(expected - shared->name().toInt()), 0);
-    report.atMost("patients missing", std::abs(expected + 1 - static_cast<long>(ids.size())), 0);
-    report.atMost("duplicate ids", static_cast<long>(ids.size()) - 1 - numbers.size(), 0);
+    std::sort(ids.begin(), ids.end());
+    const auto distinct = std::unique(ids.begin(), ids.end()) - ids.begin();
+    report.never("lost updates", std::abs(2 * times - shared->name().toInt()));
+    report.never("patients missing", std::abs(2 * times + 1 - distinct));
+    report.never("duplicate ids", static_cast<long>(ids.size()) - distinct);
 }
 
-int actCount(const QStringList& arguments) {
-    return repeat(arguments.value(0).toLong(), DataIOManager::changedElsewhereError, &countOne);
-}
-
-int actAdd(const QStringList& arguments) {
-    return repeat(arguments.value(0).toLong(), DataIOManager::idTakenError, &addOne);
+// Arguments: the work and how often it is to be done. Waits for a line before it begins, so that
+// two work at the same time.
+int actTwo(const QStringList& arguments) {
+    const Work& work = named(works, arguments.value(0));
+    std::vector<QString> ids;
+    (void)DataIOManager::patientIds(ids); // Now the repository is open.
+    std::puts("ready");
+    std::fflush(stdout);
+    (void)std::getchar();
+    // Whoever is asleep after a save lets the other one in.
+    QRandomGenerator random(1);
+    for (long times = arguments.value(1).toLong(); times > 0;) {
+        int number = 0;
+        QThread::usleep(random.bounded(2000U));
+        const CaError error = work.run(number);
+        const bool isDone = error == CaError::nullError;
+        if (!isDone && error.id() != work.tooLate)
+            throw std::runtime_error(error.text());
+        std::printf("%d\n", isDone ? number : 0);
+        times -= isDone ? 1 : 0;
+    }
+    return 0;
 }

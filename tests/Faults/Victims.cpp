@@ -1,14 +1,14 @@
 #include "Victims.h"
 
+#include "Faults.h"
+
 #include "Data/DataItem.h"
 #include "Data/Study.h"
 #include "IO/DataIOManager.h"
+#include "IO/DurableFile.h"
 #include "Settings/vlrSettings.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
-
-#include <stdexcept>
 
 namespace {
 
@@ -65,18 +65,14 @@ CaError storeConfiguration(int version) {
 }
 
 CaError loadConfiguration(int& version) {
-    version = 0;
-    if (!QFile::exists(DataIOManager::configurationPath(configurationName)))
-        return CaError::nullError;
     createStudyFactory();
     const DataPointer<Configuration> configuration(new Configuration);
     const CaError error = DataIOManager::loadConfiguration(configurationName, configuration);
-    if (error == CaError::nullError)
-        version = versionOf(*configuration);
-    return error;
+    version = error == CaError::nullError ? versionOf(*configuration) : 0;
+    return error.id() == vlr::fileNotFoundError ? CaError::nullError : error;
 }
 
-// --- settings, all keys in one change
+// --- settings, all keys in one change, after one of a key of its own that has to spare them
 
 QString settingsKey(int part) {
     return QStringLiteral("Victim/Part%1").arg(part);
@@ -88,7 +84,9 @@ CaError storeSettings(int version) {
         changes.push_back(
             {settingsKey(part), vlr::Settings::value(settingsKey(part)), content(version, part)});
     QStringList conflicts;
-    const CaError error = vlr::Settings::apply(changes, conflicts);
+    CaError error = vlr::Settings::set(QStringLiteral("Victim/Alone"), version);
+    if (error == CaError::nullError)
+        error = vlr::Settings::apply(changes, conflicts);
     if (!conflicts.isEmpty())
         return CaError("Victims::conflict",
                        "Others than expected: " + conflicts.join(QLatin1Char(' ')).toStdString());
@@ -111,22 +109,10 @@ CaError loadSettings(int& version) {
 
 const QString patientId = QStringLiteral("Victim");
 
-CaError findPatient(vlr::URI& uri) {
-    std::vector<MetaInformation> patients;
-    const CaError error = DataIOManager::patientMetaInfoList(patients);
-    for (const MetaInformation& patient : patients)
-        if (patient.value(QStringLiteral("id")) == patientId)
-            uri = patient.uri();
-    return error;
-}
-
 CaError storePatient(int version) {
-    vlr::URI uri;
-    CaError error = findPatient(uri);
     DataPointer<Patient> patient(new Patient);
     patient->setPatientId(patientId);
-    if (error == CaError::nullError && uri.isValid())
-        error = DataIOManager::loadPatient(uri, patient);
+    const CaError error = loadPatientOf(patientId, patient);
     if (error != CaError::nullError)
         return error;
     fill(*patient, version);
@@ -134,17 +120,11 @@ CaError storePatient(int version) {
 }
 
 CaError loadPatient(int& version) {
-    version = 0;
     DataIOManager::closeRepository();
-    vlr::URI uri;
-    CaError error = findPatient(uri);
-    if (error != CaError::nullError || !uri.isValid())
-        return error;
     createStudyFactory();
     DataPointer<Patient> patient;
-    error = DataIOManager::loadPatient(uri, patient);
-    if (error == CaError::nullError)
-        version = versionOf(*patient);
+    const CaError error = loadPatientOf(patientId, patient);
+    version = patient ? versionOf(*patient) : 0;
     return error;
 }
 
@@ -166,8 +146,14 @@ const std::vector<Victim>& victims() {
 }
 
 const Victim& victim(const QString& name) {
-    for (const Victim& victim : victims())
-        if (name == QLatin1String(victim.name))
-            return victim;
-    throw std::runtime_error("There is no victim \"" + name.toStdString() + "\".");
+    return named(victims(), name);
+}
+
+CaError loadPatientOf(const QString& id, DataPointer<Patient>& patient) {
+    std::vector<MetaInformation> patients;
+    const CaError error = DataIOManager::patientMetaInfoList(patients);
+    for (const MetaInformation& known : patients)
+        if (known.value(QStringLiteral("id")) == id)
+            return DataIOManager::loadPatient(known.uri(), patient);
+    return error;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Error/CaError.h"
+#include "Data/Patient.h"
 
 #include <QtCore/QString>
 
@@ -22,5 +22,7 @@ struct Victim {
 
 /// Configuration, settings and patient.
 const std::vector<Victim>& victims();
-/// The one of that name; throws for none.
 const Victim& victim(const QString& name);
+
+/// Loads the patient of that id; `patient` stays as it is where the repository has none.
+CaError loadPatientOf(const QString& id, DataPointer<Patient>& patient);

@@ -1,6 +1,7 @@
 // Runs every file of the corpus through its target: what a fuzzer once found, and some files that
 // are in order. Its argument is the folder that has one folder for each target.
 
+#include "Input.h"
 #include "Targets.h"
 
 #include <QtCore/QCoreApplication>
@@ -21,29 +22,22 @@ constexpr Target targets[] = {
     {"Igtl", &fuzzIgtl}, {"Image", &fuzzImage},
 };
 
-// The number of files.
-int replay(const Target& target, const QDir& folder) {
-    const QStringList names = folder.entryList(QDir::Files, QDir::Name);
-    for (const QString& name : names) {
-        std::printf("%s/%s\n", target.name, qPrintable(name));
-        std::fflush(stdout); // The last line is the one that crashed.
-        QFile file(folder.filePath(name));
-        if (!file.open(QIODevice::ReadOnly))
-            return 0;
-        target.run(file.readAll());
-    }
-    return names.size();
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    const QDir corpus(QCoreApplication::arguments().value(1));
-    for (const Target& target : targets)
-        if (replay(target, QDir(corpus.filePath(QLatin1String(target.name)))) == 0) {
-            std::fprintf(stderr, "The corpus of %s cannot be read.\n", target.name);
-            return 1;
+    for (const Target& target : targets) {
+        const QDir folder(QCoreApplication::arguments().value(1) + QLatin1Char('/') +
+                          QLatin1String(target.name));
+        const QStringList names = folder.entryList(QDir::Files, QDir::Name);
+        for (const QString& name : names) {
+            std::printf("%s/%s\n", target.name, qPrintable(name));
+            std::fflush(stdout); // The last line is the one that crashed.
+            QFile file(folder.filePath(name));
+            demand(file.open(QIODevice::ReadOnly), "the corpus can be read");
+            target.run(file.readAll());
         }
+        demand(!names.isEmpty(), "there is something in the corpus");
+    }
     return 0;
 }

@@ -32,8 +32,8 @@ VLR_CORE_EXPORT CaError writeTree(const DataTreeNode& root, QByteArray& document
                                   const TreeLimits& limits);
 
 /// Reads such a document, which must be UTF-8 without a document type, and elements of which have
-/// 16 attributes at most. The error says what is wrong and in which line; `root` is set on success
-/// only. Whatever the document says, no more is kept of it than the limits allow.
+/// 16 attributes and 4 MiB at most. The error says what is wrong and in which line; `root` is set
+/// on success only. Whatever the document says, no more is kept of it than the limits allow.
 VLR_CORE_EXPORT CaError readTree(const QByteArray& document, DataTreeNode& root,
                                  const TreeLimits& limits = {});
 

@@ -1,5 +1,6 @@
 #include "IO/TreeXmlRules.h"
 
+#include <QtCore/QByteArrayMatcher>
 #include <QtCore/QTextCodec>
 
 #include <algorithm>
@@ -55,26 +56,29 @@ bool looksLikeUtf16(const QByteArray& document) {
     return document.size() >= 2 && (isForeign(0) || isForeign(1));
 }
 
+constexpr int mostValues = 16;
+
 /// Finds where the document can be cut so that no markup is.
 class Markup {
 public:
     explicit Markup(const QByteArray& document) : m_document(document.data(), size(document)) {}
 
-    /// The position behind the next tag, comment or the like; `from` must not be inside of one.
-    /// Without any it is the end of the document. `values` gets the number of quoted values, of
-    /// which comments and the like have none, since a quote in them opens nothing.
+    /// The position behind the tag, comment or the like that begins at `from`, or behind the text
+    /// there or a part of it; `from` must not be inside of markup. `values` gets the number of
+    /// quoted values, of which comments and the like have none, since a quote in them opens
+    /// nothing. The search ends where there are too many.
     std::size_t next(std::size_t from, int& values) const {
+        constexpr std::size_t longestText = 65536;
         values = 0;
-        const std::size_t start = m_document.find('<', from);
-        if (start == std::string_view::npos)
-            return m_document.size();
+        if (m_document.compare(from, 1, "<") != 0)
+            return std::min({m_document.find('<', from), from + longestText, m_document.size()});
         constexpr std::pair<std::string_view, std::string_view> opaque[] = {
             {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
         for (const auto& kind : opaque)
-            if (m_document.compare(start, kind.first.size(), kind.first) == 0)
-                return behind(m_document.find(kind.second, start + kind.first.size()),
+            if (m_document.compare(from, kind.first.size(), kind.first) == 0)
+                return behind(m_document.find(kind.second, from + kind.first.size()),
                               kind.second.size());
-        return tagEnd(start, values);
+        return tagEnd(from, values);
     }
 
 private:
@@ -93,9 +97,8 @@ private:
                 return i + 1;
             if (c != '"' && c != '\'')
                 continue;
-            ++values;
             i = m_document.find(c, i + 1);
-            if (i == std::string_view::npos)
+            if (i == std::string_view::npos || ++values > mostValues)
                 break;
         }
         return m_document.size();
@@ -150,7 +153,6 @@ private:
     // are counted beforehand, since the parser has stored all of them before anybody is asked.
     void parse() {
         constexpr std::size_t pieceSize = 65536;
-        constexpr int mostValues = 16;
         const Markup markup(m_document);
         std::size_t fed = 0;
         std::size_t end = 0;
@@ -159,10 +161,12 @@ private:
             int values = 0;
             const std::size_t begin = std::exchange(end, markup.next(end, values));
             isLast = end == static_cast<std::size_t>(m_document.size());
-            if (values > mostValues) {
+            std::string fault = TreeRules::checkLength(end - begin);
+            if (values > mostValues)
+                fault = "an element with more than " + std::to_string(mostValues) + " attributes";
+            if (!fault.empty()) {
                 feed(fed, begin, false);
-                refuse("an element with more than " + std::to_string(mostValues) + " attributes",
-                       lineOf(m_document.indexOf('<', static_cast<int>(begin))));
+                refuse(fault, lineOf(static_cast<int>(begin)));
             } else if (isLast || end - fed >= pieceSize) {
                 feed(fed, end, isLast);
                 fed = end;
@@ -293,8 +297,14 @@ private:
 // An item takes twenty times as much memory as its shortest element, so that too many of them are
 // to be noticed before any is made. Most documents are too short to hold that many.
 bool holdsTooManyItems(const QByteArray& document, int most) {
+    static const QByteArrayMatcher item(QByteArrayLiteral("<data"));
     constexpr int shortestItem = 6; // "<data>"
-    return document.size() / shortestItem > most && document.count("<data") > most;
+    if (document.size() / shortestItem <= most)
+        return false;
+    int count = 0;
+    for (int at = item.indexIn(document); at >= 0 && count <= most; ++count)
+        at = item.indexIn(document, at + 1);
+    return count > most;
 }
 
 } // namespace

@@ -53,6 +53,12 @@ std::string TreeRules::checkCount(std::size_t count, const char* ofWhat) const {
     return {};
 }
 
+std::string TreeRules::checkLength(std::size_t bytes) {
+    constexpr std::size_t most = std::size_t(4) << 20;
+    return bytes > most ? "an element of more than " + std::to_string(most) + " bytes"
+                        : std::string();
+}
+
 std::string TreeRules::checkNames(const DataTreeNode& item) {
     const QString* const name = findRepeatedName(item.attributes());
     if (!name)

@@ -20,6 +20,9 @@ public:
     /// The item has so many "attributes" or "binary parts", the last of them perhaps not complete
     /// yet. Both have the same limit.
     std::string checkCount(std::size_t count, const char* ofWhat) const;
+    /// An element takes so many bytes, from "<" to ">". Several times as many are needed to read
+    /// it.
+    static std::string checkLength(std::size_t bytes);
     /// To be asked once the item has all of its attributes.
     static std::string checkNames(const DataTreeNode& item);
 

@@ -98,6 +98,7 @@ public:
     explicit Output(qint64 limit) : m_limit(limit) {}
 
     bool isFull() const { return m_isFull; }
+    std::size_t size() const { return static_cast<std::size_t>(m_used); }
 
     QByteArray take() {
         m_bytes.resize(m_used);
@@ -207,7 +208,10 @@ private:
     }
 
     // One flag covers all texts of an element.
-    void writeTexts(std::initializer_list<Text> texts) {
+    void writeTag(std::string_view name, std::initializer_list<Text> texts, std::string_view end) {
+        const std::size_t begin = m_output.size();
+        m_output.add("<");
+        m_output.add(name);
         const bool escape = std::any_of(texts.begin(), texts.end(),
                                         [](const Text& text) { return needsEscape(text.value); });
         for (const Text& text : texts) {
@@ -219,14 +223,14 @@ private:
         }
         if (escape)
             m_output.add(" escaped=\"1\"");
+        m_output.add(end);
+        if (m_isChecked && m_fault.empty())
+            m_fault = TreeRules::checkLength(m_output.size() - begin);
     }
 
     void writeLeaf(std::string_view name, std::initializer_list<Text> texts) {
         m_output.startLine(indentation() + 2);
-        m_output.add("<");
-        m_output.add(name);
-        writeTexts(texts);
-        m_output.add("/>");
+        writeTag(name, texts, "/>");
     }
 
     void writeNode(const DataTreeNode& node) {
@@ -235,16 +239,16 @@ private:
         if (isStopped())
             return;
         m_output.startLine(indentation());
-        m_output.add("<data");
+        const bool isEmpty =
+            node.attributes().empty() && node.binaryParts().isEmpty() && node.children().empty();
+        const std::string_view end = isEmpty ? "/>" : ">";
         if (node.key().isEmpty())
-            writeTexts({{"class", node.className()}, {"id", node.id()}});
+            writeTag("data", {{"class", node.className()}, {"id", node.id()}}, end);
         else
-            writeTexts({{"class", node.className()}, {"id", node.id()}, {"key", node.key()}});
-        if (node.attributes().empty() && node.binaryParts().isEmpty() && node.children().empty()) {
-            m_output.add("/>");
+            writeTag("data", {{"class", node.className()}, {"id", node.id()}, {"key", node.key()}},
+                     end);
+        if (isEmpty)
             return;
-        }
-        m_output.add(">");
         writeContent(node);
         m_output.startLine(indentation());
         m_output.add("</data>");

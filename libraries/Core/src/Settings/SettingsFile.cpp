@@ -6,6 +6,7 @@
 #include "Log/vlrLog.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -13,15 +14,22 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
 #include <QtCore/QSysInfo>
+#include <QtCore/QThread>
 
 #include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace vlr {
 
 namespace {
 
-constexpr qint64 fileLimit = qint64(4) << 20;
+// A file that is as large as this may take 10 MiB and 50 milliseconds.
+constexpr qint64 fileLimit = qint64(512) << 10;
+constexpr int mostLines = 10000;
 constexpr int lockTimeout = 2000; // milliseconds
 const char* const damagedError = "Settings::damaged";
 const char* const noScratchError = "Settings::noScratch"; // It may be right the next time.
@@ -98,6 +106,8 @@ bool isWithoutSettings(const QString& iniFile, const QByteArray& bytes) {
 
 // Reads the file, which holds these bytes.
 CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
+    if (bytes.count('\n') + bytes.count('\r') > mostLines)
+        return settingsError("damaged", QStringLiteral("it has more than %1 lines").arg(mostLines));
     if (holdsSerialisedObject(bytes))
         return settingsError("damaged", QStringLiteral("it holds a serialised object"));
     if (isCutOff(bytes))
@@ -148,6 +158,10 @@ CaError format(const QDir& scratch, const Values& values, QByteArray& bytes) {
         bytes = firstLine + bytes + lastLine;
         if (error.isNull())
             error = parseCopy(scratch.filePath(QStringLiteral("check.ini")), bytes, check);
+        if (error.id() == damagedError)
+            return settingsError("notStorable",
+                                 QStringLiteral("The settings could not be put into a file: %1.")
+                                     .arg(QString::fromStdString(error.text())));
         if (!error.isNull())
             return error;
     }
@@ -173,9 +187,33 @@ CaError setAside(const QString& path, const CaError& reason) {
     return CaError::nullError;
 }
 
+// Held while a lock file is made or removed, so that none that is just being made is taken for one
+// that nobody holds. The system lets go of it when a process ends.
+class FolderLock {
+public:
+    explicit FolderLock(const QString& folder)
+        : m_descriptor(
+              open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          m_error(m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) == 0 ? 0 : errno) {}
+    ~FolderLock() {
+        if (m_descriptor >= 0)
+            close(m_descriptor);
+    }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+    [[nodiscard]] bool isHeld() const { return m_error == 0; }
+    /// By another process. Otherwise this file system does not know such locks.
+    [[nodiscard]] bool isTaken() const { return m_error == EWOULDBLOCK; }
+
+private:
+    int m_descriptor;
+    int m_error;
+};
+
 // A process that was ended just when it had made its lock file left an empty one, which says of
-// nobody that he is gone. One that works fills the file long before the time is over.
-bool isAbandoned(const QLockFile& file) {
+// nobody that he is gone.
+bool namesNobody(const QLockFile& file) {
     qint64 process = 0;
     QString host;
     QString application;
@@ -194,12 +232,29 @@ void removeOwnRest(QLockFile& file) {
         (void)file.removeStaleLockFile();
 }
 
-CaError lock(QLockFile& file, const QString& path) {
+// Where folders cannot be locked a file that names nobody may be in the making. One that still is
+// when the time is over is not.
+bool tryLock(QLockFile& file, const QString& folder, bool isLast) {
+    const FolderLock making(folder);
+    if (making.isTaken())
+        return false;
     removeOwnRest(file);
-    if (file.tryLock(lockTimeout) ||
-        (isAbandoned(file) && file.removeStaleLockFile() && file.tryLock(lockTimeout)))
-        return CaError::nullError;
-    const bool isTaken = file.error() == QLockFile::LockFailedError;
+    return file.tryLock(0) || (namesNobody(file) && (making.isHeld() || isLast) &&
+                               file.removeStaleLockFile() && file.tryLock(0));
+}
+
+CaError lock(QLockFile& file, const QString& path) {
+    constexpr int pause = 10; // milliseconds
+    const QDeadlineTimer deadline(lockTimeout);
+    for (bool isLast = false; !isLast; QThread::msleep(pause)) {
+        isLast = deadline.hasExpired();
+        if (tryLock(file, QFileInfo(path).path(), isLast))
+            return CaError::nullError;
+        if (file.error() == QLockFile::PermissionError || file.error() == QLockFile::UnknownError)
+            break;
+    }
+    const bool isTaken =
+        file.error() == QLockFile::LockFailedError || file.error() == QLockFile::NoError;
     return settingsError("locked",
                          QStringLiteral("Could not lock the settings \"%1\": %2.")
                              .arg(path, isTaken ? QStringLiteral("another process is using them")

@@ -1,0 +1,44 @@
+#include "Settings/vlrSettings.h"
+#include "Support/TestEnvironment.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QFileInfo>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+using namespace vlrTest;
+using vlr::Settings;
+
+// While another process makes its lock file, which is empty for a moment, it holds the folder's
+// lock. Without that an empty one is nobody's, and there is nothing to wait for.
+TEST(SettingsFile, AnEmptyLockFileIsSomebodysWhileItIsMade) {
+    const QString key = QStringLiteral("Velora/Key");
+    ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
+    const QString lock = Settings::filePath() + QStringLiteral(".lock");
+    const QByteArray folder = QFile::encodeName(QFileInfo(lock).path());
+    const int other = open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    writeFile(lock, QByteArray());
+    EXPECT_EQ(Settings::set(key, 2).id(), "Settings::locked");
+    EXPECT_TRUE(QFile::exists(lock));
+    close(other);
+    const QDeadlineTimer longest(1000);
+    EXPECT_EQ(Settings::set(key, 3), CaError::nullError);
+    EXPECT_FALSE(longest.hasExpired());
+}
+
+TEST(SettingsFile, NoMoreIsStoredThanIsRead) {
+    std::vector<vlr::SettingsChange> changes;
+    for (int i = 0; i < 10000; ++i)
+        changes.push_back({QStringLiteral("Velora/Key%1").arg(i), {}, QStringLiteral("1")});
+    QStringList conflicts;
+    EXPECT_EQ(Settings::apply(changes, conflicts).id(), "Settings::notStorable");
+    EXPECT_FALSE(QFile::exists(Settings::filePath()));
+    changes.resize(9990);
+    EXPECT_EQ(Settings::apply(changes, conflicts), CaError::nullError);
+    Settings::reload();
+    EXPECT_EQ(Settings::keys().size(), 9990);
+}
