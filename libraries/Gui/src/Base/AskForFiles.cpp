@@ -1,0 +1,23 @@
+#include "Base/AskForFiles.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
+#include <QtWidgets/QFileDialog>
+
+namespace vlr {
+
+QStringList askForFiles(QFileDialog* dialog, const QString& start) {
+    const QPointer<QFileDialog> guarded(dialog);
+    const QFileInfo place(start);
+    if (place.isDir())
+        dialog->setDirectory(start);
+    else if (place.dir().exists())
+        dialog->selectFile(start);
+    const bool isAccepted = dialog->exec() == QDialog::Accepted && guarded;
+    const QStringList files = isAccepted ? guarded->selectedFiles() : QStringList();
+    delete guarded.data();
+    return files;
+}
+
+} // namespace vlr
