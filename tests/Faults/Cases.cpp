@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr const char* longForm = "VLR_FAULTS_LONG";
+
 // The lines in which the reason for the end of a process stands, if it left one.
 std::string lastWords(const QByteArray& text) {
     std::string words;
@@ -60,6 +62,7 @@ Progress follow(Child& child, Report& report, CaseResults& results) {
 CaseResults runCases(Report& report, const QString& act, long count,
                      const QStringList& environment) {
     CaseResults results;
+    qputenv(longForm, report.isLong() ? "1" : "");
     for (long first = 0; first < count;) {
         Child child(act, {QString::number(first), QString::number(count)}, environment);
         const Progress progress = follow(child, report, results);
@@ -92,6 +95,10 @@ int doCases(const QStringList& arguments, const std::function<std::string(long)>
     std::printf("end\n");
     std::fflush(stdout);
     return 0;
+}
+
+bool isLongForm() {
+    return !qEnvironmentVariableIsEmpty(longForm);
 }
 
 void nameCase(const std::string& name) {
