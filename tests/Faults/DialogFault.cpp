@@ -3,6 +3,7 @@
 #include "Faults.h"
 
 #include "Cases.h"
+#include "Desk.h"
 
 #include "AppBase/AppBase.h"
 #include "AppBase/AppBaseImpl.h"
@@ -13,31 +14,27 @@
 #include "AppBase/SettingsConflictDialog.h"
 #include "AppBase/SettingsKeyDialog.h"
 #include "Base/QtCaProgressMonitor.h"
-#include "Base/QtMessageBoxLogger.h"
 #include "Base/QtMsgBox.h"
 #include "Data/Study.h"
-#include "DataUtils/DataFactory.h"
-#include "DataUtils/QtPatientConfigurationWidget.h"
 #include "DataUtils/QtStudyConfigurationWidget.h"
 #include "IO/DataIOManager.h"
 #include "IO/TreeXml.h"
 #include "Log/vlrLog.h"
+#include "Patients/StoredVersion.h"
 #include "Settings/vlrSettings.h"
+#include "Tracking/TrackingOptionsWidget.h"
+#include "Widgets/vlrImageWidget.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDirIterator>
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
-#include <QtCore/QTimer>
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractItemView>
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QColorDialog>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
-#include <QtWidgets/QDialog>
+#include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSpinBox>
@@ -59,11 +56,11 @@ struct Workplace {
     Workplace(int& argc, char** argv, const QString& patientId)
         : impl(new AppBaseImpl(argc, argv, true, false)), application(argc, argv, impl) {
         createStudyFactory();
-        for (const auto& link : {std::pair{"Patient", "QtPatientConfigurationWidget"},
-                                 std::pair{"Study", "QtStudyConfigurationWidget"},
-                                 std::pair{"ModuleConfig", "QtModuleConfigWidget"}})
-            linkDataToWidget(link.first, link.second, "", DataFactory::configurationRecord, "");
-        createQtPatientConfigurationWidgetFactory();
+        linkPatientForm();
+        linkDataToWidget("Study", "QtStudyConfigurationWidget", "",
+                         DataFactory::configurationRecord, "");
+        linkDataToWidget("ModuleConfig", "QtModuleConfigWidget", "",
+                         DataFactory::configurationRecord, "");
         createQtStudyConfigurationWidgetFactory();
         createQtModuleConfigWidgetFactory();
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
@@ -97,7 +94,7 @@ struct Workplace {
 
 // Whatever is stored, but for the log, and whatever there is in memory to be stored.
 QByteArray Workplace::fingerprint() const {
-    QCryptographicHash hash(QCryptographicHash::Sha1);
+    QByteArray all;
     QStringList names;
     QDirIterator files(QDir::homePath(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (files.hasNext())
@@ -105,34 +102,24 @@ QByteArray Workplace::fingerprint() const {
     names.sort();
     for (const QString& file : qAsConst(names)) {
         QFile content(file);
-        // SQLite may write its own files whenever it likes; the patients are asked below.
-        if (file.contains(QLatin1String("/log/")) || file.contains(QLatin1String(".sqlite")) ||
-            !content.open(QIODevice::ReadOnly))
-            continue;
-        hash.addData(file.toUtf8());
-        hash.addData(&content);
+        // SQLite may write its own files whenever it likes, the patients are asked below; and Qt
+        // remembers the size of its dialog.
+        if (!file.contains(QLatin1String("/log/")) && !file.contains(QLatin1String(".sqlite")) &&
+            !file.contains(QLatin1String("QtProject")) && content.open(QIODevice::ReadOnly))
+            all += file.toUtf8() + content.readAll();
     }
     for (const auto& item :
          {DataPointer<Data>(config), DataPointer<Data>(patient), DataPointer<Data>(newStudy),
           DataPointer<Data>(moduleConfig), DataPointer<Data>(options)}) {
         DataTreeNode node;
         if (item->save(node) == CaError::nullError)
-            hash.addData(vlr::writeTree(node));
+            all += vlr::writeTree(node);
     }
     std::vector<MetaInformation> patients;
     (void)DataIOManager::patientMetaInfoList(patients);
     for (const MetaInformation& each : patients)
-        hash.addData(
-            (each.value(QStringLiteral("id")) + each.value(QStringLiteral("revision"))).toUtf8());
-    hash.addData(name.toUtf8() + (hasAnswered ? "yes" : "no"));
-    return hash.result();
-}
-
-template <class Dialog, class... Arguments>
-void exec(Arguments&&... arguments) {
-    const QPointer<QDialog> dialog = new Dialog(std::forward<Arguments>(arguments)...);
-    dialog->exec();
-    delete dialog.data();
+        all += (each.value(QStringLiteral("id")) + each.value(QStringLiteral("revision"))).toUtf8();
+    return all + name.toUtf8() + (hasAnswered ? "yes" : "no");
 }
 
 void edit(Workplace& place, const DataPointer<Data>& data, QString* name) {
@@ -171,10 +158,20 @@ void showProgress(Workplace& place) {
     CaProgressMonitor::getInstance()->end();
 }
 
+// The name that was given is what the dialog starts with the next time, also if it was none.
+void saveImage(Workplace& place) {
+    const QString key = QStringLiteral("vlrImageWidget/path");
+    auto* widget = new vlr::ImageWidget(place.window());
+    widget->setImage(QImage(2, 2, QImage::Format_RGB32));
+    QMetaObject::invokeMethod(widget, "saveImageFile");
+    (void)vlr::Settings::remove(key);
+}
+
 struct DialogEntry {
     const char* name;
     void (*open)(Workplace&);  // and runs it
     bool takesOnEnter = false; // what was entered
+    bool hasOwner = true;
 };
 
 constexpr DialogEntry dialogs[] = {
@@ -185,7 +182,7 @@ constexpr DialogEntry dialogs[] = {
     {"new key of a setting",
      [](Workplace& p) { askForKey(p, vlr::SettingsKeyDialog::Purpose::Rename); }},
     {"conflict of settings", &askAboutSettings},
-    {"screenshot", [](Workplace& p) { emit p.window()->screenShotRequest(); }, true},
+    {"screenshot", [](Workplace& p) { emit p.window()->screenShotRequest(); }, true, false},
     {"about", [](Workplace& p) { exec<QtAboutDialog>(p.window()); }},
     {"patient", [](Workplace& p) { edit(p, p.patient, nullptr); }, true},
     {"patient with a name", [](Workplace& p) { edit(p, p.patient, &p.name); }, true},
@@ -199,15 +196,26 @@ constexpr DialogEntry dialogs[] = {
                                                "Delete all?") == QMessageBox::Yes;
      },
      true},
-    {"message", [](Workplace&) { VLR_LOG(UserError) << "A message for the user"; }},
+    {"message", [](Workplace&) { VLR_LOG(UserError) << "A message for the user"; }, false, false},
     {"progress", &showProgress},
+    {"file of an image", &saveImage, true},
+    {"file of a recording",
+     [](Workplace& p) {
+         auto* const widget = new TrackingOptionsWidget(nullptr, {}, p.window(), {});
+         for (auto* button : widget->findChildren<QPushButton*>())
+             button->click();
+     }},
+    {"patient changed elsewhere",
+     [](Workplace& p) {
+         p.hasAnswered = askAboutConflict(*p.patient, p.window()) != Conflict::Leave;
+     }},
 };
 
 struct Way {
     const char* name;
     void (*leave)(QDialog&, Workplace&);
-    bool mayChange;
-    bool mustClose; // Not all dialogs have an owner, or take what is entered.
+    bool takes = false; // what was entered
+    bool endsOwner = false;
 };
 
 constexpr Way ways[] = {
@@ -216,9 +224,8 @@ constexpr Way ways[] = {
          // As at a keyboard: it goes where the focus is.
          QWidget* const focus = dialog.focusWidget();
          QTest::keyClick(focus ? focus : &dialog, Qt::Key_Escape);
-     },
-     false, true},
-    {"close", [](QDialog& dialog, Workplace&) { dialog.close(); }, false, true},
+     }},
+    {"close", [](QDialog& dialog, Workplace&) { dialog.close(); }},
     {"Enter",
      [](QDialog& dialog, Workplace&) {
          // A search line keeps it for itself.
@@ -230,8 +237,8 @@ constexpr Way ways[] = {
                  if (button && button->isDefault())
                      QTest::keyClick(button, Qt::Key_Return);
      },
-     true, false},
-    {"owner deleted", [](QDialog&, Workplace& place) { delete place.window(); }, false, false},
+     true},
+    {"owner deleted", [](QDialog&, Workplace& place) { delete place.window(); }, false, true},
 };
 
 constexpr long wayCount = static_cast<long>(std::size(ways));
@@ -251,16 +258,24 @@ void editFirstCell(QAbstractItemView& view) {
     QTest::keyClick(editor, Qt::Key_Return);
 }
 
+bool isTextField(const QWidget& field) {
+    return (field.inherits("QLineEdit") || field.inherits("QTextEdit") ||
+            field.inherits("QPlainTextEdit")) &&
+           !field.property("readOnly").toBool() && field.isVisible() &&
+           !qobject_cast<QAbstractSpinBox*>(field.parentWidget());
+}
+
 // Another value in every field that there is.
 void scribble(QDialog& dialog) {
+    if (auto* const files = qobject_cast<QFileDialog*>(&dialog)) // It renames and moves at once.
+        return files->selectFile(QDir::homePath() + QStringLiteral("/Scribble.png"));
     for (auto* view : dialog.findChildren<QAbstractItemView*>())
         if (view->isVisible() && view->model())
             editFirstCell(*view);
-    for (auto* line : dialog.findChildren<QLineEdit*>())
-        if (!line->isReadOnly() && line->isVisible() &&
-            !qobject_cast<QAbstractSpinBox*>(line->parentWidget())) {
-            line->setFocus();
-            QTest::keyClicks(line, QStringLiteral("Scribble"));
+    for (auto* field : dialog.findChildren<QWidget*>())
+        if (isTextField(*field)) {
+            field->setFocus();
+            QTest::keyClicks(field, QStringLiteral("Scribble"));
         }
     for (auto* box : dialog.findChildren<QCheckBox*>())
         box->toggle();
@@ -271,59 +286,50 @@ void scribble(QDialog& dialog) {
 }
 
 // Edits what dialog is open and leaves it; and again, until nothing is open any more.
-class User {
-public:
-    User(const Way& way, Workplace& place) : m_way(way), m_place(place) {
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { act(); });
-        m_timer.start(1);
-    }
-    [[nodiscard]] int dialogsSeen() const { return m_seen; }
-    [[nodiscard]] bool hadToForce() const { return m_forced; }
+struct User {
+    const Way& way;
+    Workplace& place;
+    QPointer<QDialog> last = nullptr;
+    int dialogsSeen = 0;
+    int tries = 0;
+    bool isActing = false;
+    bool hadToForce = false;
 
-private:
     void act() {
-        const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || m_isActing)
+        const QPointer<QDialog> dialog = modalDialog();
+        if (!dialog || isActing)
             return;
-        const QScopedValueRollback<bool> acting(m_isActing, true);
-        if (dialog != m_last) {
-            ++m_seen;
-            m_tries = 0;
-            m_last = dialog;
+        const QScopedValueRollback<bool> acting(isActing, true);
+        if (dialog != last) {
+            ++dialogsSeen;
+            tries = 0;
+            last = dialog;
             scribble(*dialog);
         }
         constexpr int patience = 20; // Escape may first leave a list or an editor.
-        if (dialog && ++m_tries > patience) {
-            m_forced = true;
+        if (dialog && ++tries > patience) {
+            hadToForce = true;
             dialog->reject();
         } else if (dialog) {
-            m_way.leave(*dialog, m_place);
+            way.leave(*dialog, place);
         }
     }
-
-    const Way& m_way;
-    Workplace& m_place;
-    QTimer m_timer;
-    QPointer<QDialog> m_last;
-    int m_seen = 0;
-    int m_tries = 0;
-    bool m_isActing = false;
-    bool m_forced = false;
 };
 
 std::string leave(const DialogEntry& dialog, const Way& way, Workplace& place) {
     nameCase(std::string(dialog.name) + ", " + way.name);
     const QByteArray before = place.fingerprint();
-    const User user(way, place);
+    User user{way, place};
+    const EveryTurn turns([&] { user.act(); });
     dialog.open(place);
-    if (user.dialogsSeen() == 0)
+    if (user.dialogsSeen == 0)
         return "no dialog came";
     const bool isChanged = place.fingerprint() != before;
-    if (isChanged && !way.mayChange)
-        return "data changed";
-    if (!isChanged && way.mayChange && dialog.takesOnEnter)
-        return "nothing took what was entered";
-    return way.mustClose && user.hadToForce() ? "the dialog stays open" : "";
+    const bool mayChange = way.takes && dialog.takesOnEnter;
+    if (isChanged != mayChange)
+        return isChanged ? "data changed" : "nothing took what was entered";
+    const bool maySurvive = way.endsOwner && !dialog.hasOwner;
+    return user.hadToForce && !maySurvive ? "the dialog stays open" : "";
 }
 
 } // namespace

@@ -36,5 +36,7 @@ int actCount(const QStringList& arguments);
 int actAdd(const QStringList& arguments);
 int actTrack(const QStringList& arguments);
 int actOwners(const QStringList& arguments);
+int actRepository(const QStringList& arguments);
 int actDialog(const QStringList& arguments);
 int actFlood(const QStringList& arguments);
+int actRace(const QStringList& arguments);

@@ -2,28 +2,37 @@
 
 #include "Faults.h"
 
-#include "Child.h"
+#include "Cases.h"
+#include "Desk.h"
+#include "QuietLog.h"
 
 #include "AppBase/AppBase.h"
 #include "AppBase/KnownSettings.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtScreenShotData.h"
+#include "Base/QtCaProgressMonitor.h"
 #include "Base/QtQVSplitterFrame.h"
 #include "Base/QtQVViewFrame.h"
 #include "Base/QtQuadView.h"
+#include "Common/Selector.h"
 #include "IO/DataIOManager.h"
+#include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
+#include "Widgets/vlrImageWidget.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTimer>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QShortcut>
+#include <QtWidgets/QSplashScreen>
 #include <QtWidgets/QVBoxLayout>
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 #include <limits>
-#include <stdexcept>
+#include <map>
+#include <set>
 
 namespace {
 
@@ -59,137 +68,343 @@ const QByteArray badValues[] = {
     "a, b, c",
     "\"\\0\\x1\\xd800\"",
     "/dev/zero",
+    "/nowhere/there.png",
     QByteArray(100000, '7'),
 };
 constexpr int badValueCount = static_cast<int>(std::size(badValues));
 
+QString key(const char* name) {
+    return QStringLiteral("Velora/Application/") + QLatin1String(name);
+}
+
+// --- what is to be seen of a setting
+
+constexpr double most = std::numeric_limits<int>::max();
+constexpr double unseen = std::numeric_limits<double>::quiet_NaN();
+
+QSplashScreen* findSplash() {
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (auto* const splash = qobject_cast<QSplashScreen*>(widget))
+            return splash;
+    return nullptr;
+}
+
+// A program that has started with the settings.
+struct Session {
+    explicit Session(AppBase& owner) : application(owner), splash(findSplash()), ownSplash(splash) {
+        if (!splash)
+            application.launchSplashScreen();
+        splash = findSplash();
+        auto* const layout = new QVBoxLayout(&window);
+        layout->addWidget(view);
+        layout->addWidget(new QtQuadView(&window)); // Sizes are added up here.
+        frame.setFocus(true);
+        findMessage();
+    }
+    void findMessage();
+
+    AppBase& application;
+    QPointer<QSplashScreen> splash;
+    QPointer<QSplashScreen> ownSplash; // not asked for by this test
+    QRect message;                     // on the splash screen
+    int darkest = 255;                 // of it
+    bool isFolderThere = false;
+    QWidget window;
+    QtQuadView* view = new QtQuadView(&window);
+    QtQVViewFrame frame{&window};
+    QWidget* content = new QWidget(&frame);
+};
+
+void Session::findMessage() {
+    const QImage bare = splash->pixmap().toImage().convertToFormat(QImage::Format_RGB32);
+    const QImage told = splash->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < std::min(bare.height(), told.height()); ++y)
+        for (int x = 0; x < std::min(bare.width(), told.width()); ++x)
+            if (bare.pixel(x, y) != told.pixel(x, y)) {
+                message |= QRect(x, y, 1, 1);
+                darkest = std::min(darkest, qGray(told.pixel(x, y)));
+            }
+}
+
+double number(const QColor& color) {
+    return color.isValid() ? color.rgb() & 0xffffffU : -1;
+}
+
+double sizeOf(const Session& s) {
+    const QSize size = s.view->sizeHint();
+    const bool isNegative =
+        std::min({size.width(), size.height(), s.window.sizeHint().height()}) < 0;
+    return isNegative ? -1 : std::max(size.width(), size.height());
+}
+
+// 1 for a screenshot that is stored, or whose failure is told.
+double storeScreenshot(Session&) {
+    bool isTold = false;
+    const int listener = vlr::Log::addListener([&](const vlr::LogRecord& record) {
+        isTold = isTold || record.level == vlr::LogLevel::Error;
+    });
+    DataPointer<QtScreenShotData>(new QtScreenShotData)
+        ->setScreenShot(QPixmap(2, 2), QStringLiteral("Shot"));
+    vlr::Log::removeListener(listener);
+    const QString folder = vlr::Settings::get(key("ScreenshotLocation"), "");
+    const bool isStored =
+        QFile::remove((folder.isEmpty() ? QDir::homePath() + QStringLiteral("/Desktop") : folder) +
+                      QStringLiteral("/Shot.png"));
+    return isStored != isTold ? 1 : 0;
+}
+
+double chooseFile(Session& s) {
+    vlr::ImageWidget widget(&s.window);
+    QMetaObject::invokeMethod(&widget, "saveImageFile");
+    return s.isFolderThere ? 1 : 0;
+}
+
+// 1 for a program that ends without a question.
+double close(Session& s) {
+    bool isEnd = false;
+    QtAppMainWindow* const window = s.application.getMainWindow();
+    QObject::connect(window, &QtAppMainWindow::exitApplication, &s.window, [&] { isEnd = true; });
+    window->close();
+    return isEnd ? 1 : 0;
+}
+
+// What a value of the type comes to; any other must come to what is there without it.
+struct Effect {
+    QString key;
+    double least;
+    double most;
+    double (*seen)(Session&);
+};
+
+const Effect effects[] = {
+    {key("ShowSplashScreen"), 0, 1, [](Session& s) { return double(!s.ownSplash.isNull()); }},
+    {key("SplashScreen.ResourcePath"), 0, 0,
+     [](Session& s) { return double(s.splash->pixmap().width()); }},
+    {key("SplashScreen.Timer"), 0, 1,
+     [](Session& s) {
+         return s.ownSplash && s.application.getMainWindow()->isVisible()
+                    ? double(s.ownSplash->isVisible())
+                    : unseen;
+     }},
+    {key("ShowSplashScreenMessageLocationHorizontal"), 1, 1, // right
+     [](Session& s) {
+         return s.message.isEmpty() ? unseen : 2.0 * s.message.center().x() / s.splash->width() > 1;
+     }},
+    {key("ShowSplashScreenMessageLocationVertical"), 0, 0, // top
+     [](Session& s) {
+         return s.message.isEmpty() ? unseen
+                                    : 2.0 * s.message.center().y() / s.splash->height() > 1;
+     }},
+    {key("ShowSplashScreenMessageColor"), 0, 40, // black
+     [](Session& s) { return s.message.isEmpty() ? unseen : s.darkest; }},
+    {key("WindowShowMode"), 0, 0,
+     [](Session& s) { return double(s.application.getMainWindow()->isVisible()); }},
+    {key("ScreenshotShortcut"), 0, 0,
+     [](Session& s) {
+         auto* const shortcut = s.application.getMainWindow()->findChild<QShortcut*>();
+         return double(shortcut->key() == QKeySequence(Qt::Key_F2));
+     }},
+    {key("ScreenshotLocation"), 1, 1, &storeScreenshot},
+    {key("DisplayLogo"), 0, 1,
+     [](Session& s) {
+         return double(s.application.getMainWindow()->findChild<QLabel*>(QStringLiteral("logo")) !=
+                       nullptr);
+     }},
+    {key("ProgressBarFlushX"), 0, 1,
+     [](Session&) { return double(QtCaProgressMonitor::isFlushX()); }},
+    {key("ProgressBarSyncX"), 0, 1,
+     [](Session&) { return double(QtCaProgressMonitor::isSyncX()); }},
+    {key("PatientRepository"), 0, 0,
+     [](Session&) {
+         std::vector<vlr::URI> patients;
+         return double(DataIOManager::patientList(patients) == CaError::nullError);
+     }},
+    {key("MaxPatientID"), 0, most, [](Session&) { return double(Patient::getMaxPatientID()); }},
+    {key("QtQuadView/ExpandButtonTimeoutInMS"), 0, most,
+     [](Session& s) { return double(s.view->findChild<QTimer*>()->interval()); }},
+    {key("QtQuadView/InitialSize"), 0, QWIDGETSIZE_MAX, [](Session& s) { return sizeOf(s); }},
+    {key("QtQuadView/SplitterWidth"), 1, 64,
+     [](Session& s) {
+         return double(QtQVSplitterFrame(&s.window, QtQVSplitterFrame::Vertical).midLineWidth());
+     }},
+    {key("QtQuadView/ButtonColor"), 0, 0xffffff,
+     [](Session& s) { return number(s.content->palette().color(QPalette::Button)); }},
+    {key("QtQuadView/BackgroundColor"), 0, 0xffffff,
+     [](Session& s) { return number(s.content->palette().color(QPalette::Window)); }},
+    {key("QtQuadView/SelectedColor"), 0, 0xffffff,
+     [](Session& s) { return number(s.frame.palette().color(QPalette::Button)); }},
+    {selectorKey(), 0, 0,
+     [](Session&) { return double(selectorKinds().indexOf(configuredSelector())); }},
+    {QStringLiteral("vlrImageWidget/path"), 1, 1, &chooseFile},
+    {key("ExitWithoutRequest"), 0, 1, &close},
+};
+
+// Without these, others have no effect.
+const std::map<QString, QByteArray> helpers = {{key("ShowSplashScreen"), "true"},
+                                               {key("QtQuadView/ButtonColor"), "9 9 9"}};
+
+// --- sessions
+
+std::set<QString> asked; // of all keys
+std::set<QString> judged;
+
 // "a/b/c" stands as "b\c" in the group "a".
-void writeSettings(const QString& onlyKey, const QByteArray& value) {
-    QByteArray file;
-    for (const vlr::KnownSetting& setting : vlr::knownSettings())
-        if (onlyKey.isEmpty() || onlyKey == setting.key)
-            file += '[' + setting.key.section(QLatin1Char('/'), 0, 0).toLatin1() + "]\n" +
-                    setting.key.section(QLatin1Char('/'), 1).toLatin1().replace('/', '\\') + '=' +
-                    value + '\n';
+QByteArray line(const QString& name, const QByteArray& value) {
+    return '[' + name.section(QLatin1Char('/'), 0, 0).toLatin1() + "]\n" +
+           name.section(QLatin1Char('/'), 1).toLatin1().replace('/', '\\') + '=' + value + '\n';
+}
+
+void writeSettings(const QByteArray& bytes) {
+    // Qt takes a file of the same size and time for the one it knows.
+    static QByteArray filler(";");
+    filler += ';';
     const QString path = vlr::Settings::filePath();
     QDir().mkpath(QFileInfo(path).path());
-    QFile::remove(path); // Qt takes a file of the same size and time for the one it knows.
     QFile settings(path);
-    if (!settings.open(QIODevice::WriteOnly) || settings.write(file) != file.size())
+    if (!settings.open(QIODevice::WriteOnly) || settings.write(bytes + filler) < bytes.size())
         throw std::runtime_error("The settings cannot be written.");
     settings.close();
     vlr::Settings::reload();
 }
 
-// One value as its reader uses it. The settings editor knows in which range it has to be.
-void look(const char* name, double value, double least, double most) {
-    const QString key = QStringLiteral("Velora/Application/") + QLatin1String(name);
-    for (const vlr::KnownSetting& setting : vlr::knownSettings())
-        if (setting.key == key && setting.type.kind != vlr::SettingsType::Kind::Vector) {
-            least = std::max(least, setting.type.minimum);
-            most = std::min(most, setting.type.maximum);
-        }
-    if (!(value >= least && value <= most))
-        std::printf("%s is %g, not from %g to %g\n", name, value, least, most);
-}
+using Sights = std::map<QString, double>;
 
-void lookAtWidgets() {
-    constexpr double most = std::numeric_limits<int>::max();
-    QWidget window;
-    auto* layout = new QVBoxLayout(&window);
-    auto* view = new QtQuadView(&window);
-    layout->addWidget(view);
-    layout->addWidget(new QtQuadView(&window)); // Sizes are added up here.
-    window.show();
-    look("QtQuadView/InitialSize", view->sizeHint().width(), 0, QWIDGETSIZE_MAX);
-    look("QtQuadView/InitialSize", view->sizeHint().height(), 0, QWIDGETSIZE_MAX);
-    look("QtQuadView/InitialSize", window.sizeHint().height(), 0, most);
-    look("QtQuadView/ExpandButtonTimeoutInMS", view->findChild<QTimer*>()->interval(), 0, most);
-    const QtQVSplitterFrame splitter(&window, QtQVSplitterFrame::Vertical);
-    look("QtQuadView/SplitterWidth", splitter.midLineWidth(), 0, most);
-    QtQVViewFrame frame(&window);
-    frame.setFocus(true);
-    look("QtQuadView/SelectedColor", frame.palette().color(QPalette::Button).isValid(), 1, 1);
-    look("MaxPatientID", Patient::getMaxPatientID(), 0, most);
-}
-
-// A start, some work and an exit with these settings.
-void session() {
+// A start, some work and an end with these settings: what was seen of each of them.
+Sights session(const QByteArray& settings) {
+    writeSettings(settings);
     int argumentCount = 1;
     char name[] = "vlrFaults";
     char* arguments[] = {name, nullptr};
     AppBase application(argumentCount, arguments);
-    application.launchSplashScreen();
-    QTimer::singleShot(0, &application, [&application] {
-        lookAtWidgets();
-        std::vector<vlr::URI> patients;
-        (void)DataIOManager::patientList(patients);
-        const QSize size = application.getMainWindow()->size();
-        look("WindowShowMode", std::max(size.width(), size.height()), 0, QWIDGETSIZE_MAX);
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    Session session(application);
+    const EveryTurn answers([&] {
+        const auto dialog = modalDialog();
+        if (auto* const files = qobject_cast<QFileDialog*>(dialog.data()))
+            session.isFolderThere = files->directory().exists();
+        if (dialog)
+            dialog->reject();
+    });
+    Sights sights;
+    QTimer::singleShot(0, &application, [&] {
+        QCoreApplication::processEvents(); // The splash screen goes with the window.
+        for (const Effect& effect : effects)
+            sights[effect.key] = effect.seen(session);
         application.exitApplication();
     });
     application.run();
+    DataIOManager::closeRepository();
+    return sights;
 }
 
-struct Tally {
-    long sessions = 0;
-    long crashes = 0;
-    long escapes = 0;
+// The same settings without the bad ones.
+const Sights& otherwise(const QByteArray& settings) {
+    static std::map<QByteArray, Sights> known;
+    const auto found = known.find(settings);
+    return found != known.end() ? found->second : known[settings] = session(settings);
+}
+
+bool isDefault(const QString& name) {
+    const QVariant stored = vlr::Settings::value(name);
+    for (const vlr::KnownSetting& setting : vlr::knownSettings())
+        if (setting.key == name)
+            return vlr::isReadAsDefault(setting.type, stored) ||
+                   vlr::rawSettingText(stored) == setting.defaultText;
+    return vlr::isReadAsDefault({}, stored);
+}
+
+// One bad value for one of them, or for all.
+std::string tryValue(const QByteArray& value, const Effect* only) {
+    nameCase("\"" + value.left(40).toStdString() + "\" in " +
+             (only ? only->key.toStdString() : "all keys"));
+    QByteArray good;
+    QByteArray bad;
+    for (const Effect& effect : effects)
+        if (!only || only == &effect)
+            bad += line(effect.key, value);
+    for (const auto& [name, help] : helpers)
+        if (only && only->key != name)
+            good += line(name, help);
+    const Sights& expected = otherwise(good);
+    Sights sights = session(good + bad);
+    writeSettings(good + bad); // The program may have stored something.
+    std::string wrong;
+    for (const Effect& effect : effects) {
+        const double seen = sights[effect.key];
+        if ((only && only != &effect) || std::isnan(seen))
+            continue;
+        judged.insert(effect.key);
+        const bool isUsed = !isDefault(effect.key);
+        const double from = isUsed ? effect.least : expected.at(effect.key);
+        const double to = isUsed ? effect.most : expected.at(effect.key);
+        if (!(seen >= from && seen <= to))
+            wrong += effect.key.toStdString() + " comes to " + std::to_string(seen) +
+                     " and not from " + std::to_string(from) + " to " + std::to_string(to) + "; ";
+    }
+    return wrong;
+}
+
+// Every key that is read has a row, and every row is one of a key that is read, and was looked at.
+std::string compareKeys() {
+    std::set<QString> rows;
+    std::set<QString> listed;
+    for (const Effect& effect : effects)
+        rows.insert(effect.key);
+    for (const vlr::KnownSetting& setting : vlr::knownSettings())
+        listed.insert(setting.key);
+    std::string wrong;
+    const auto demand = [&](const std::set<QString>& keys, const std::set<QString>& in,
+                            const char* otherwise) {
+        for (const QString& each : keys)
+            if (in.count(each) == 0)
+                wrong += each.toStdString() + otherwise;
+    };
+    demand(asked, rows, " is read and has no row; ");
+    demand(listed, rows, " is in the editor and has no row; ");
+    demand(rows, asked, " is read by nobody; ");
+    demand(rows, judged, " was not looked at; ");
+    return wrong;
+}
+
+struct Case {
+    const QByteArray& value;
+    const Effect* only; // or nothing for all of them
 };
 
-// All values in one process, unless it crashes.
-void tryValues(const QString& key, Tally& tally, Report& report) {
-    int next = 0;
-    while (next < badValueCount) {
-        Child child(QStringLiteral("range"), {key, QString::number(next)});
-        child.process().closeReadChannel(QProcess::StandardError);
-        int last = next;
-        for (QByteArray line = child.readLine(); !line.isEmpty(); line = child.readLine())
-            if (line.startsWith("value ")) {
-                last = line.mid(6).toInt();
-                ++tally.sessions;
-            } else if (line != "\n") {
-                ++tally.escapes;
-                report.problem("\"" + badValues[last].left(40).toStdString() +
-                               "\": " + line.trimmed().toStdString());
-            }
-        const int status = child.wait();
-        next = status == 0 ? badValueCount : last + 1;
-        if (status == 0)
-            continue;
-        ++tally.crashes;
-        report.problem("\"" + badValues[last].left(40).toStdString() + "\" in " +
-                       (key.isEmpty() ? "all keys" : key.toStdString()) + ": ended with " +
-                       std::to_string(status));
-    }
+// In the short form each key is tried alone with one value.
+std::vector<Case> allCases(bool isLong) {
+    std::vector<Case> all;
+    for (const QByteArray& value : badValues)
+        all.push_back({value, nullptr});
+    for (const Effect& effect : effects)
+        for (const QByteArray& value : badValues)
+            if (isLong || value == "neither")
+                all.push_back({value, &effect});
+    return all;
 }
 
 } // namespace
 
-void faultRange(Report& report) {
-    Tally tally;
-    tryValues(QString(), tally, report);
-    if (report.isLong())
-        for (const vlr::KnownSetting& setting : vlr::knownSettings())
-            tryValues(setting.key, tally, report);
-    report.done(std::to_string(tally.sessions) + " sessions, " + std::to_string(badValueCount) +
-                " bad values in " + std::to_string(vlr::knownSettings().size()) +
-                (report.isLong() ? " keys, together and alone" : " keys together"));
-    report.atLeast("sessions", tally.sessions, badValueCount);
-    report.atMost("crashes", tally.crashes, 0);
-    report.atMost("values that escape their range", tally.escapes, 0);
-}
-
-// Arguments: the key, or nothing for all, and the number of the first value. Tells each before it
-// is tried, and what was out of its range.
 int actRange(const QStringList& arguments) {
     QCoreApplication::setApplicationName(QStringLiteral("vlrFaults"));
-    for (int i = arguments.value(1).toInt(); i < badValueCount; ++i) {
-        std::printf("value %d\n", i);
-        std::fflush(stdout);
-        writeSettings(arguments.value(0), badValues[i]);
-        session();
-        DataIOManager::closeRepository();
-    }
-    return 0;
+    QDir::setCurrent(QDir::homePath()); // where relative paths lead
+    const QuietLog quiet;
+    vlr::Settings::watch([](const QString& name) { asked.insert(name); });
+    const std::vector<Case> all = allCases(isLongForm());
+    return doCases(arguments, [&](long number) {
+        const Case& one = all[static_cast<std::size_t>(number)];
+        const std::string wrong = tryValue(one.value, one.only);
+        return number + 1 < static_cast<long>(all.size()) ? wrong : wrong + compareKeys();
+    });
+}
+
+void faultRange(Report& report) {
+    const auto count = static_cast<long>(allCases(report.isLong()).size());
+    const CaseResults results = runCases(report, QStringLiteral("range"), count);
+    report.done(std::to_string(count) + " sessions with one of " +
+                std::to_string(std::size(badValues)) + " bad values in one of " +
+                std::to_string(std::size(effects)) + " keys, or in all");
+    report.atMost("values that escape their range, keys nobody looks at", results.bad, 0);
+    report.atMost("crashes", results.crashes, 0);
+    report.atMost("sessions without end", results.stuck, 0);
 }

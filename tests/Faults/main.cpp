@@ -50,11 +50,22 @@ struct Act {
 };
 
 constexpr Act acts[] = {
-    {"save", &actSave},           {"store", &actStore}, {"log", &actLog},
-    {"count", &actCount},         {"add", &actAdd},     {"damage", &actDamage},
-    {"giant", &actGiant},         {"image", &actImage}, {"images", &actImages},
-    {"range", &actRange, true},   {"track", &actTrack}, {"owners", &actOwners},
-    {"dialog", &actDialog, true}, {"flood", &actFlood},
+    {"save", &actSave},
+    {"store", &actStore},
+    {"log", &actLog},
+    {"count", &actCount},
+    {"add", &actAdd},
+    {"damage", &actDamage},
+    {"giant", &actGiant},
+    {"image", &actImage},
+    {"images", &actImages},
+    {"range", &actRange, true},
+    {"track", &actTrack},
+    {"owners", &actOwners},
+    {"dialog", &actDialog, true},
+    {"repository", &actRepository, true},
+    {"flood", &actFlood},
+    {"race", &actRace},
 };
 
 const Act& findAct(const QString& name) {
