@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Cases.h"
+
+#include "AppBase/QtAppModule.h"
 #include "Data/Patient.h"
 #include "DataUtils/DataFactory.h"
 #include "DataUtils/QtPatientConfigurationWidget.h"
@@ -43,4 +46,36 @@ inline void linkPatientForm() {
     createQtPatientConfigurationWidgetFactory();
     linkDataToWidget(Patient::className, "QtPatientConfigurationWidget", "",
                      DataFactory::configurationRecord, "");
+}
+
+/// A module with a view of its own, which may be taken away.
+class DeskModule : public QtAppModule {
+public:
+    explicit DeskModule(const QString& name, QWidget* view = new QWidget)
+        : QtAppModule(name, false), m_view(view) {}
+    ~DeskModule() override { delete m_view.data(); }
+    void activate() override { onSwitch(); }
+    void deactivate() override { onSwitch(); }
+    QWidget* getMainWidget() override { return m_view; }
+
+    std::function<void()> onSwitch = [] {};
+
+private:
+    QPointer<QWidget> m_view;
+};
+
+/// What a program is started with.
+struct CommandLine {
+    int count = 1;
+    char name[10] = "vlrFaults";
+    char* words[2] = {name, nullptr};
+};
+
+/// All cases of the act, of which none may end with a text that says `badness`, crash or go on for
+/// ever.
+inline void demandCases(Report& report, const char* act, std::size_t count, const char* badness) {
+    const CaseResults results = runCases(report, QLatin1String(act), static_cast<long>(count));
+    report.atMost(badness, results.bad, 0);
+    report.atMost("crashes, and reports of sanitizers", results.crashes, 0);
+    report.atMost("cases without end", results.stuck, 0);
 }

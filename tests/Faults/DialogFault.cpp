@@ -2,14 +2,12 @@
 
 #include "Faults.h"
 
-#include "Cases.h"
 #include "Desk.h"
 
 #include "AppBase/AppBase.h"
 #include "AppBase/AppBaseImpl.h"
 #include "AppBase/QtAboutDialog.h"
 #include "AppBase/QtAppMainWindow.h"
-#include "AppBase/QtAppModule.h"
 #include "AppBase/QtModuleConfigWidget.h"
 #include "AppBase/SettingsConflictDialog.h"
 #include "AppBase/SettingsKeyDialog.h"
@@ -39,22 +37,15 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QSpinBox>
 
+#include <map>
+
 namespace {
 
-class Module : public QtAppModule {
-public:
-    Module() : QtAppModule(QStringLiteral("Module"), false) {
-        if (!configuration()) // in the file
-            setConfiguration(new Study);
-    }
-    void activate() override {}
-    void deactivate() override {}
-};
+using Fingerprint = std::map<QString, QByteArray>;
 
 // An application with one of everything that a dialog may change.
 struct Workplace {
-    Workplace(int& argc, char** argv, const QString& patientId)
-        : impl(new AppBaseImpl(argc, argv, true, false)), application(argc, argv, impl) {
+    explicit Workplace(const QString& patientId) {
         createStudyFactory();
         linkPatientForm();
         linkDataToWidget("Study", "QtStudyConfigurationWidget", "",
@@ -66,7 +57,9 @@ struct Workplace {
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         // The first one in the editor.
         (void)vlr::Settings::set(QStringLiteral("A/Text"), QStringLiteral("Before"));
-        auto* module = new Module;
+        auto* const module = new DeskModule(QStringLiteral("Module"));
+        if (!module->configuration()) // in the file
+            module->setConfiguration(new Study);
         options = DataPointer<Data>(module->configuration());
         application.addModule(module);
         patient->setPatientId(patientId);
@@ -78,10 +71,11 @@ struct Workplace {
     }
 
     QtAppMainWindow* window() { return application.getMainWindow(); }
-    [[nodiscard]] QByteArray fingerprint() const;
+    [[nodiscard]] Fingerprint fingerprint() const;
 
-    AppBaseImpl* impl;
-    AppBase application;
+    CommandLine line;
+    AppBaseImpl* impl = new AppBaseImpl(line.count, line.words, true, false);
+    AppBase application{line.count, line.words, impl};
     DataPointer<AppBaseConfig> config = impl->config();
     DataPointer<Data> options; // of the module
     DataPointer<ModuleConfig> moduleConfig{new ModuleConfig};
@@ -93,33 +87,32 @@ struct Workplace {
 };
 
 // Whatever is stored, but for the log, and whatever there is in memory to be stored.
-QByteArray Workplace::fingerprint() const {
-    QByteArray all;
-    QStringList names;
+Fingerprint Workplace::fingerprint() const {
+    Fingerprint all{{QStringLiteral("name"), name.toUtf8()},
+                    {QStringLiteral("answer"), hasAnswered ? "yes" : "no"}};
     QDirIterator files(QDir::homePath(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (files.hasNext())
-        names << files.next();
-    names.sort();
-    for (const QString& file : qAsConst(names)) {
-        QFile content(file);
+    while (files.hasNext()) {
+        QFile file(files.next());
         // SQLite may write its own files whenever it likes, the patients are asked below; and Qt
         // remembers the size of its dialog.
-        if (!file.contains(QLatin1String("/log/")) && !file.contains(QLatin1String(".sqlite")) &&
-            !file.contains(QLatin1String("QtProject")) && content.open(QIODevice::ReadOnly))
-            all += file.toUtf8() + content.readAll();
+        const auto isIn = [&](const char* part) {
+            return file.fileName().contains(QLatin1String(part));
+        };
+        if (!isIn("/log/") && !isIn(".sqlite") && !isIn("QtProject") &&
+            file.open(QIODevice::ReadOnly))
+            all[file.fileName()] = file.readAll();
     }
-    for (const auto& item :
-         {DataPointer<Data>(config), DataPointer<Data>(patient), DataPointer<Data>(newStudy),
-          DataPointer<Data>(moduleConfig), DataPointer<Data>(options)}) {
+    for (Data* item : std::initializer_list<Data*>{config.get(), patient.get(), newStudy.get(),
+                                                   moduleConfig.get(), options.get()}) {
         DataTreeNode node;
-        if (item->save(node) == CaError::nullError)
-            all += vlr::writeTree(node);
+        (void)item->save(node);
+        all[QStringLiteral("item %1").arg(all.size())] = vlr::writeTree(node);
     }
     std::vector<MetaInformation> patients;
     (void)DataIOManager::patientMetaInfoList(patients);
     for (const MetaInformation& each : patients)
-        all += (each.value(QStringLiteral("id")) + each.value(QStringLiteral("revision"))).toUtf8();
-    return all + name.toUtf8() + (hasAnswered ? "yes" : "no");
+        all[each.value(QStringLiteral("id"))] = each.value(QStringLiteral("revision")).toUtf8();
+    return all;
 }
 
 void edit(Workplace& place, const DataPointer<Data>& data, QString* name) {
@@ -129,42 +122,41 @@ void edit(Workplace& place, const DataPointer<Data>& data, QString* name) {
     (void)DataFactory::displayConfigurationDialog(data.get(), name, options);
 }
 
+struct SettingsBefore {
+    vlr::SettingsDatabase source;
+    vlr::SettingsEdits edits{source};
+};
+
 // A setting that somebody else changed, which the dialog asks about.
 void askAboutSettings(Workplace& place) {
-    vlr::SettingsDatabase source;
-    const vlr::SettingsEdits edits(source);
     const vlr::SettingsConflict conflict{{QStringLiteral("A"), 1, 2}, 3, false};
-    exec<vlr::SettingsConflictDialog>(edits, std::vector<vlr::SettingsConflict>{conflict},
-                                      place.window());
+    exec<vlr::SettingsConflictDialog>(SettingsBefore().edits,
+                                      std::vector<vlr::SettingsConflict>{conflict}, place.window());
 }
 
-void askForKey(Workplace& place, vlr::SettingsKeyDialog::Purpose purpose) {
-    vlr::SettingsDatabase source;
-    const vlr::SettingsEdits edits(source);
-    exec<vlr::SettingsKeyDialog>(edits, purpose, QStringLiteral("Victim/Key"), place.window());
+template <vlr::SettingsKeyDialog::Purpose purpose>
+void askForKey(Workplace& place) {
+    exec<vlr::SettingsKeyDialog>(SettingsBefore().edits, purpose, QStringLiteral("Victim/Key"),
+                                 place.window());
 }
 
 void showProgress(Workplace& place) {
     QtCaProgressMonitor::attach(place.window());
     CaProgressMonitor::getInstance()->setMinimumDuration(0);
-    CaProgressMonitor::getInstance()->start("Working ", 1000000, true, true, 1);
+    CaProgressMonitor::getInstance()->start("Working ", 0, true, true, 1);
     QElapsedTimer time;
     time.start();
-    bool isCancelled = false;
-    const CaConnection cancelled(*CaProgressMonitor::getInstance(), CaProgressMonitor::CANCELLED,
-                                 [&](auto&&...) { isCancelled = true; });
-    for (int i = 0; !isCancelled && !time.hasExpired(300); ++i)
+    while (!time.hasExpired(100))
         CaProgressMonitor::getInstance()->tick();
     CaProgressMonitor::getInstance()->end();
 }
 
 // The name that was given is what the dialog starts with the next time, also if it was none.
 void saveImage(Workplace& place) {
-    const QString key = QStringLiteral("vlrImageWidget/path");
     auto* widget = new vlr::ImageWidget(place.window());
     widget->setImage(QImage(2, 2, QImage::Format_RGB32));
     QMetaObject::invokeMethod(widget, "saveImageFile");
-    (void)vlr::Settings::remove(key);
+    (void)vlr::Settings::remove(QStringLiteral("vlrImageWidget/path"));
 }
 
 struct DialogEntry {
@@ -177,10 +169,8 @@ struct DialogEntry {
 constexpr DialogEntry dialogs[] = {
     {"configuration", [](Workplace& p) { emit p.window()->configRequest(); }, true},
     {"settings editor", [](Workplace& p) { emit p.window()->configFileEditorRequest(); }, true},
-    {"key of a new setting",
-     [](Workplace& p) { askForKey(p, vlr::SettingsKeyDialog::Purpose::Add); }},
-    {"new key of a setting",
-     [](Workplace& p) { askForKey(p, vlr::SettingsKeyDialog::Purpose::Rename); }},
+    {"key of a new setting", &askForKey<vlr::SettingsKeyDialog::Purpose::Add>},
+    {"new key of a setting", &askForKey<vlr::SettingsKeyDialog::Purpose::Rename>},
     {"conflict of settings", &askAboutSettings},
     {"screenshot", [](Workplace& p) { emit p.window()->screenShotRequest(); }, true, false},
     {"about", [](Workplace& p) { exec<QtAboutDialog>(p.window()); }},
@@ -241,8 +231,7 @@ constexpr Way ways[] = {
     {"owner deleted", [](QDialog&, Workplace& place) { delete place.window(); }, false, true},
 };
 
-constexpr long wayCount = static_cast<long>(std::size(ways));
-constexpr long dialogCount = static_cast<long>(std::size(dialogs));
+constexpr auto wayCount = static_cast<long>(std::size(ways));
 
 void editFirstCell(QAbstractItemView& view) {
     QModelIndex cell = view.model()->index(0, 0);
@@ -318,7 +307,7 @@ struct User {
 
 std::string leave(const DialogEntry& dialog, const Way& way, Workplace& place) {
     nameCase(std::string(dialog.name) + ", " + way.name);
-    const QByteArray before = place.fingerprint();
+    const Fingerprint before = place.fingerprint();
     User user{way, place};
     const EveryTurn turns([&] { user.act(); });
     dialog.open(place);
@@ -335,22 +324,17 @@ std::string leave(const DialogEntry& dialog, const Way& way, Workplace& place) {
 } // namespace
 
 int actDialog(const QStringList& arguments) {
-    int argc = 1;
-    char name[] = "vlrFaults";
-    char* argv[] = {name, nullptr};
     // The end of a module writes its options; the file shall be there before, as it stays.
-    (void)Workplace(argc, argv, QStringLiteral("first"));
+    (void)Workplace(QStringLiteral("first"));
     return doCases(arguments, [&](long number) {
-        Workplace place(argc, argv, QString::number(number));
+        Workplace place(QString::number(number));
         return leave(dialogs[number / wayCount], ways[number % wayCount], place);
     });
 }
 
 void faultDialogs(Report& report) {
-    const CaseResults results = runCases(report, QStringLiteral("dialog"), dialogCount * wayCount);
-    report.done(std::to_string(dialogCount) + " dialogs with every field changed, left in " +
-                std::to_string(wayCount) + " ways");
-    report.atMost("data changed on cancel, dialogs that stay or take nothing", results.bad, 0);
-    report.atMost("crashes", results.crashes, 0);
-    report.atMost("dialogs without end", results.stuck, 0);
+    report.done(std::to_string(std::size(dialogs)) + " dialogs with every field changed, left in " +
+                std::to_string(std::size(ways)) + " ways");
+    demandCases(report, "dialog", std::size(dialogs) * std::size(ways),
+                "data changed on cancel, dialogs that stay or take nothing");
 }

@@ -2,12 +2,11 @@
 
 #include "Faults.h"
 
-#include "Cases.h"
 #include "Child.h"
+#include "Desk.h"
 #include "Stall.h"
 
 #include "AppBase/QtAppMainWindow.h"
-#include "AppBase/QtAppModule.h"
 #include "AppBase/QtModuleList.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
@@ -20,7 +19,6 @@
 #include <QtCore/QRandomGenerator>
 #include <QtGui/QMouseEvent>
 #include <QtTest/QTest>
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QFormLayout>
 #include <QtWidgets/QFrame>
 #include <QtWidgets/QLineEdit>
@@ -37,12 +35,12 @@ namespace {
 // Calls the function once per turn of the event loop until it says that it is done.
 void inTurns(const std::function<bool()>& portion) {
     QEventLoop loop;
-    QTimer turn;
-    QObject::connect(&turn, &QTimer::timeout, &loop, [&] {
-        if (!portion())
-            loop.quit();
-    });
-    turn.start(0);
+    const EveryTurn turns(
+        [&] {
+            if (!portion())
+                loop.quit();
+        },
+        0);
     loop.exec();
 }
 
@@ -108,29 +106,17 @@ std::string movePointer(long moves) {
 
 // --- resizes
 
-class FormModule : public QtAppModule {
-public:
-    explicit FormModule(int number)
-        : QtAppModule(QStringLiteral("Module %1").arg(number), false), m_view(new QtQuadView) {
-        auto* form = new QFormLayout(getWidget());
-        for (int i = 0; i < 10; ++i)
-            form->addRow(QStringLiteral("Value %1:").arg(i), new QLineEdit);
-    }
-    ~FormModule() override { delete m_view.data(); }
-    void activate() override {}
-    void deactivate() override {}
-    QWidget* getMainWidget() override { return m_view; }
-
-private:
-    QPointer<QtQuadView> m_view;
-};
-
 std::string resizeWindow(long resizes) {
     const DataPointer<MainWindowConfig> config(new MainWindowConfig);
     QtAppMainWindow window(config, nullptr, Qt::Window);
     QtModuleList list(&window, nullptr);
-    for (int i = 0; i < 5; ++i)
-        list.registerModule(new FormModule(i));
+    for (int i = 0; i < 5; ++i) {
+        auto* const module = new DeskModule(QStringLiteral("Module %1").arg(i), new QtQuadView);
+        auto* const form = new QFormLayout(module->getWidget());
+        for (int row = 0; row < 10; ++row)
+            form->addRow(QStringLiteral("Value %1:").arg(row), new QLineEdit);
+        list.registerModule(module);
+    }
     window.show();
     (void)QTest::qWaitForWindowExposed(&window);
     QRandomGenerator random(1);
@@ -151,10 +137,6 @@ std::string resizeWindow(long resizes) {
 
 // Presses Enter in every message box, and logs once more while it is open.
 struct Reader {
-    Reader() {
-        QObject::connect(&timer, &QTimer::timeout, &timer, [this] { look(); });
-        timer.start(10);
-    }
     void look() {
         long open = 0;
         for (QWidget* widget : QApplication::topLevelWidgets())
@@ -170,10 +152,10 @@ struct Reader {
         box->button(QMessageBox::Ok)->click();
     }
 
-    QTimer timer;
     long mostAtOnce = 0;
     long read = 0;
     long written = 0;
+    EveryTurn turns{[this] { look(); }, 10};
 };
 
 // One of the writers: bursts of records as a chatty device would cause.
@@ -283,11 +265,7 @@ int actRace(const QStringList&) {
 }
 
 void faultFlood(Report& report) {
-    const CaseResults results =
-        runCases(report, QStringLiteral("flood"), static_cast<long>(std::size(floods)));
-    report.atMost("deadlocks", results.stuck, 0);
-    report.atMost("crashes", results.crashes, 0);
-    report.atMost("floods in which records were lost or doubled", results.bad, 0);
+    demandCases(report, "flood", std::size(floods), "floods in which records were lost or doubled");
 #if defined(__SANITIZE_THREAD__)
     Child race(QStringLiteral("race"));
     (void)race.wait();

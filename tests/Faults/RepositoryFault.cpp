@@ -2,7 +2,6 @@
 
 #include "Faults.h"
 
-#include "Cases.h"
 #include "Desk.h"
 #include "QuietLog.h"
 #include "Stall.h"
@@ -17,7 +16,6 @@
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 #include <QtWidgets/QLineEdit>
-#include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 
 #include <algorithm>
@@ -308,10 +306,8 @@ std::vector<Case> allCases(bool isLong) {
 
 std::string go(const Case& one) {
     nameCase(std::string(one.harm.name) + ", " + one.way.name);
-    int argc = 1;
-    char name[] = "vlrFaults";
-    char* argv[] = {name, nullptr};
-    AppBase application(argc, argv);
+    CommandLine line;
+    AppBase application(line.count, line.words);
     linkPatientForm();
     Session session{one.harm};
     session.prepare();
@@ -336,11 +332,8 @@ int actRepository(const QStringList& arguments) {
 }
 
 void faultRepository(Report& report) {
-    const auto count = static_cast<long>(allCases(report.isLong()).size());
-    const CaseResults results = runCases(report, QStringLiteral("repository"), count);
+    const std::size_t count = allCases(report.isLong()).size();
     report.done(std::to_string(count) +
                 " forms, questions and ends while the repository was locked, deleted or replaced");
-    report.atMost("typed data lost, failures that nobody was told", results.bad, 0);
-    report.atMost("crashes", results.crashes, 0);
-    report.atMost("forms without end", results.stuck, 0);
+    demandCases(report, "repository", count, "typed data lost, failures that nobody was told");
 }
