@@ -128,7 +128,7 @@ void Session::findMessage() {
 }
 
 double number(const QColor& color) {
-    return color.isValid() ? color.rgb() & 0xffffffU : -1;
+    return color.isValid() ? color.rgb() & 0xffffffU : -1.0;
 }
 
 double sizeOf(const Session& s) {

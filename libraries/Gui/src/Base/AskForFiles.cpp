@@ -1,6 +1,5 @@
 #include "Base/AskForFiles.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtWidgets/QFileDialog>
@@ -9,10 +8,9 @@ namespace vlr {
 
 QStringList askForFiles(QFileDialog* dialog, const QString& start) {
     const QPointer<QFileDialog> guarded(dialog);
-    const QFileInfo place(start);
-    if (place.isDir())
+    if (QFileInfo(start).isDir())
         dialog->setDirectory(start);
-    else if (place.dir().exists())
+    else
         dialog->selectFile(start);
     const bool isAccepted = dialog->exec() == QDialog::Accepted && guarded;
     const QStringList files = isAccepted ? guarded->selectedFiles() : QStringList();
