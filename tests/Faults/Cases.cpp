@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr const char* longForm = "VLR_FAULTS_LONG";
+
 // What a sanitizer said of the end of a process, and where in this library that was.
 std::string lastWords(const QByteArray& text) {
     std::string words;
@@ -57,6 +59,7 @@ Progress follow(Child& child, Report& report, CaseResults& results) {
 CaseResults runCases(Report& report, const QString& act, long count, const QStringList& environment,
                      const QStringList& arguments) {
     CaseResults results;
+    qputenv(longForm, report.isLong() ? "1" : "");
     for (long first = 0; first < count;) {
         Child child(act, QStringList{QString::number(first), QString::number(count)} + arguments,
                     environment);
@@ -99,6 +102,10 @@ int doCases(const QStringList& arguments, const std::function<std::string(long)>
     std::printf("end\n");
     std::fflush(stdout);
     return 0;
+}
+
+bool isLongForm() {
+    return !qEnvironmentVariableIsEmpty(longForm);
 }
 
 void nameCase(const std::string& name) {

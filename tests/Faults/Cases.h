@@ -36,6 +36,8 @@ int doCases(const QStringList& arguments, const std::function<std::string(long)>
 
 /// Says on standard output what case is at work, for the report of its crash.
 void nameCase(const std::string& name);
+/// Whether the case belongs to a long form.
+bool isLongForm();
 /// From inside of a case, for the report: a figure with the most that it may be, or only what was
 /// done.
 void reportAtMost(const std::string& name, long value, long bound);

@@ -45,5 +45,7 @@ int actLog(const QStringList& arguments);
 int actTwo(const QStringList& arguments);
 int actTrack(const QStringList& arguments);
 int actOwners(const QStringList& arguments);
+int actRepository(const QStringList& arguments);
 int actDialog(const QStringList& arguments);
 int actFlood(const QStringList& arguments);
+int actRace(const QStringList& arguments);

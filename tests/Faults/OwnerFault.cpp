@@ -3,14 +3,13 @@
 
 #include "Faults.h"
 
-#include "Cases.h"
+#include "Desk.h"
 #include "QuietLog.h"
 
 #include "AppBase/ApplicationServices.h"
 #include "AppBase/CurrentItems.h"
 #include "AppBase/QtAboutDialog.h"
 #include "AppBase/QtAppMainWindow.h"
-#include "AppBase/QtAppModule.h"
 #include "AppBase/QtConfigDialog.h"
 #include "AppBase/QtModuleButtonSelector.h"
 #include "AppBase/QtModuleList.h"
@@ -19,17 +18,11 @@
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMsgBox.h"
 #include "Base/QtQuadView.h"
-#include "DataUtils/DataFactory.h"
-#include "DataUtils/QtPatientConfigurationWidget.h"
 #include "Tools/SurgicalToolBox.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 #include "Widgets/QtRigidVisibilityWidget.h"
 
-#include <QtCore/QPointer>
 #include <QtCore/QRandomGenerator>
-#include <QtCore/QTimer>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QDialog>
 #include <QtWidgets/QProgressDialog>
 
 #include <algorithm>
@@ -46,19 +39,7 @@ constexpr int mostObjects = 4; // of a kind
 class World;
 World* world = nullptr; // of the schedule that runs
 void disturb();
-
-class Module : public QtAppModule {
-public:
-    explicit Module(int number)
-        : QtAppModule(QStringLiteral("Module %1").arg(number), false), m_view(new QWidget) {}
-    ~Module() override { delete m_view.data(); }
-    void activate() override { disturb(); }
-    void deactivate() override { disturb(); }
-    QWidget* getMainWidget() override { return m_view; }
-
-private:
-    QPointer<QWidget> m_view;
-};
+constexpr auto disturbed = [](auto&&...) { disturb(); };
 
 class TestControl : public vlr::Control {
 public:
@@ -78,7 +59,7 @@ public:
 };
 
 struct Observer {
-    std::vector<CaConnection> connections;
+    CaConnection connection;
 };
 
 // What an application has, all of which may go at any time. The pointers notice it.
@@ -96,10 +77,6 @@ public:
     void resetCursor() override {}
 
     int dice(int sides) { return m_random.bounded(sides); }
-    void run() {
-        for (int i = 0; i < stepsPerSchedule; ++i)
-            act();
-    }
     void act(); // any operation
 
     void makeWindow() {
@@ -107,20 +84,15 @@ public:
                                      Qt::Window);
         list = new QtModuleList(window, dice(2) ? window.data() : nullptr);
     }
-    template <class T>
-    T* any(std::vector<QPointer<T>>& all) {
+    // One of those that are left, or nothing.
+    template <class All>
+    auto any(All&& all) -> decltype(&*all.front()) {
         all.erase(std::remove(all.begin(), all.end(), nullptr), all.end());
-        return all.empty() ? nullptr : all[static_cast<std::size_t>(dice(int(all.size())))].data();
+        return all.empty() ? nullptr : &*all[static_cast<std::size_t>(dice(int(all.size())))];
     }
     TestControl* control() { return any(controls); }
     vlr::ControlList* panes() { return vlr::ControlList::instance(); }
-    SurgicalTool* tool() {
-        const auto tools = box ? box->getTools() : std::vector<SurgicalTool*>();
-        return tools.empty() ? nullptr : tools[static_cast<std::size_t>(dice(int(tools.size())))];
-    }
-    CaSubject* subject() {
-        return subjects.empty() ? nullptr : subjects[std::size_t(dice(int(subjects.size())))].get();
-    }
+    SurgicalTool* tool() { return box ? any(box->getTools()) : nullptr; }
     // Nobody may destroy what is being destroyed.
     void destroy(QObject* object) {
         if (!object || !m_going.insert(object).second)
@@ -131,7 +103,11 @@ public:
         m_going.erase(object);
         m_going.erase(child);
     }
-    void later(const std::function<void()>& what) { QTimer::singleShot(0, qApp, what); }
+    template <class T>
+    void destroyAll(std::vector<QPointer<T>> all) {
+        for (const QPointer<T>& each : all)
+            destroy(each);
+    }
     // While the dialog that comes is open, something happens, and it is left.
     void inDialog(const std::function<void()>& open);
 
@@ -160,53 +136,40 @@ void disturb() {
 }
 
 void World::inDialog(const std::function<void()>& open) {
-    later([] {
+    QTimer::singleShot(0, qApp, [] {
         disturb();
-        const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!world || !dialog)
-            return;
-        if (world->dice(3) == 0)
+        const auto dialog = modalDialog();
+        if (world && dialog && world->dice(3) == 0)
             world->destroy(dialog->parentWidget());
-        if (dialog && world->dice(2))
+        if (world && dialog && world->dice(2))
             dialog->accept();
-        if (dialog)
+    });
+    // Whatever is open then is closed at last.
+    const EveryTurn closer([] {
+        if (const auto dialog = modalDialog())
             dialog->reject();
     });
-    // Whatever opened meanwhile is closed at last.
-    QTimer closer;
-    QObject::connect(&closer, &QTimer::timeout, &closer, [] {
-        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
-            dialog->reject();
-    });
-    closer.start(1);
     open();
 }
 
-template <class Dialog, class... Arguments>
-void exec(Arguments&&... arguments) {
-    const QPointer<QDialog> dialog = new Dialog(std::forward<Arguments>(arguments)...);
-    dialog->exec();
-    delete dialog.data();
-}
-
 void pollWidgets(World& w) {
-    for (const auto& widget : std::vector<QPointer<QtRigidVisibilityWidget>>(w.widgets))
+    std::vector<QPointer<QtRigidVisibilityWidget>> all = w.widgets;
+    if (w.group)
+        for (auto* each : w.group->findChildren<QtRigidVisibilityWidget*>())
+            all.emplace_back(each);
+    for (const auto& widget : all)
         if (widget)
             QMetaObject::invokeMethod(widget, "update");
-    if (w.group)
-        for (const QPointer<QtRigidVisibilityWidget> each :
-             w.group->findChildren<QtRigidVisibilityWidget*>())
-            if (each)
-                QMetaObject::invokeMethod(each, "update");
     if (w.group)
         QMetaObject::invokeMethod(w.group, "updateSL");
 }
 
 void addWidget(World& w) {
-    const QPointer<QtRigidVisibilityWidget> widget = new QtRigidVisibilityWidget(w.tool(), nullptr);
+    auto* const widget = new QtRigidVisibilityWidget(w.tool(), nullptr);
     w.widgets.emplace_back(widget);
-    QObject::connect(widget, &QtRigidVisibilityWidget::rigidVisibleSIG, widget, [] { disturb(); });
-    QObject::connect(w.group, &QtDRBVisibilityBox::allRigidsVisible, widget, [] { disturb(); });
+    QObject::connect(widget, &QtRigidVisibilityWidget::rigidVisibleSIG, widget, disturbed);
+    if (w.group)
+        QObject::connect(w.group, &QtDRBVisibilityBox::allRigidsVisible, widget, disturbed);
 }
 
 void addTool(World& w) {
@@ -215,37 +178,36 @@ void addTool(World& w) {
         w.box = std::make_unique<SurgicalToolBox>();
     SurgicalTool* const tool =
         w.box->addTool({"Tool " + std::to_string(++number), {{0, 0, 0}, {50, 0, 0}, {0, 40, 0}}});
-    w.own.emplace_back(*tool, SurgicalTool::UNPLUGGED, [](auto&&...) { disturb(); });
+    w.own.emplace_back(*tool, SurgicalTool::UNPLUGGED, disturbed);
     if (w.group && w.box)
         (void)w.group->addRigid(tool);
 }
 
 void observe(World& w) {
-    if (CaSubject* const subject = w.subject()) {
-        w.observers.push_back(std::make_unique<Observer>());
-        Observer* const observer = w.observers.back().get();
-        observer->connections.emplace_back(*subject, "event", [](auto&&...) { disturb(); });
-        subject->attach("event", observer, [](auto&&...) { disturb(); });
-        observer->connections.emplace_back();
-    }
+    CaSubject* const subject = w.any(w.subjects);
+    if (!subject)
+        return;
+    const auto& observer = w.observers.emplace_back(std::make_unique<Observer>());
+    observer->connection = CaConnection(*subject, "event", disturbed);
+    subject->attach("event", observer.get(), disturbed);
+}
+
+// One of them, which is gone from the list before it goes itself.
+template <class T>
+std::unique_ptr<T> take(World& w, std::vector<std::unique_ptr<T>>& all) {
+    if (all.empty())
+        return nullptr;
+    std::swap(all[static_cast<std::size_t>(w.dice(int(all.size())))], all.back());
+    std::unique_ptr<T> one = std::move(all.back());
+    all.pop_back();
+    return one;
 }
 
 // An observer detaches before it goes, as its contract says.
 void dropObserver(World& w) {
-    if (w.observers.empty())
-        return;
-    const std::unique_ptr<Observer> gone = std::move(w.observers.back());
-    w.observers.pop_back();
+    const auto gone = take(w, w.observers);
     for (const auto& subject : w.subjects)
         subject->detach(gone.get());
-}
-
-void dropSubject(World& w) {
-    if (w.subjects.empty())
-        return;
-    const auto at = w.subjects.begin() + w.dice(int(w.subjects.size()));
-    const std::unique_ptr<CaSubject> gone = std::move(*at);
-    w.subjects.erase(at);
 }
 
 void makePatientCurrent(World& w) {
@@ -254,18 +216,11 @@ void makePatientCurrent(World& w) {
     w.items.setPatient(patient);
 }
 
-// Somebody gives back a reference that is not his.
-void destroyCurrentPatient(World& w) {
-    Patient* const patient = w.items.patient().get();
-    if (patient)
-        patient->unref();
-}
-
 void work(World& w) {
     CaProgressMonitor::getInstance()->setMinimumDuration(0);
     CaProgressMonitor::getInstance()->start("Working ", w.dice(20), true, true, 1);
     for (int i = 0; i < 10; ++i) {
-        w.later(&disturb);
+        QTimer::singleShot(0, qApp, &disturb);
         CaProgressMonitor::getInstance()->tick();
     }
     if (w.dice(2))
@@ -274,20 +229,19 @@ void work(World& w) {
 
 void cancelWork(World&) {
     for (QWidget* widget : QApplication::topLevelWidgets())
-        if (auto* dialog = qobject_cast<QProgressDialog*>(widget)) {
-            dialog->cancel();
-            return;
-        }
+        if (auto* dialog = qobject_cast<QProgressDialog*>(widget))
+            return dialog->cancel();
 }
 
 void place(World& w) {
-    if (TestControl* const control = w.control(); control && control->widget)
-        (void)w.panes()->occupyResource(vlr::ControlList::ResourcePosition(unsigned(w.dice(5))),
-                                        control, control->widget, 0.5F, 0.5F);
-}
-
-void placeOverAll(World& w) {
-    if (TestControl* const control = w.control(); control && control->widget)
+    TestControl* const control = w.control();
+    if (!control || !control->widget)
+        return;
+    const int position = w.dice(6);
+    if (position < 5)
+        (void)w.panes()->occupyResource(vlr::ControlList::ResourcePosition(position), control,
+                                        control->widget, 0.5F, 0.5F);
+    else // over all
         (void)w.panes()->occupyResource(control, control->widget);
 }
 
@@ -311,11 +265,6 @@ void addSelector(World& w) {
     w.list->generateEvents();
 }
 
-void configure(World& w) {
-    const DataPointer<AppBaseConfig> config(new AppBaseConfig);
-    w.inDialog([&] { exec<QtConfigDialog>(config, w.list.data(), w.window.data()); });
-}
-
 void editPatient(World& w) {
     DataFactory::DialogOptions options;
     options.parent = w.window;
@@ -335,8 +284,10 @@ using Operation = void (*)(World&);
 constexpr Operation operations[] = {
     [](World& w) {
         if (w.list && w.modules.size() < mostObjects) {
-            w.modules.emplace_back(new Module(w.dice(100)));
-            w.list->registerModule(w.modules.back());
+            auto* const module = new DeskModule(QStringLiteral("Module %1").arg(w.dice(100)));
+            module->onSwitch = &disturb;
+            w.modules.emplace_back(module);
+            w.list->registerModule(module);
         }
     },
     [](World& w) { if (w.list) w.list->activate(w.dice(mostObjects + 2) - 1); },
@@ -357,7 +308,6 @@ constexpr Operation operations[] = {
     &addSelector,
     &addControl,
     &place,
-    &placeOverAll,
     [](World& w) { w.panes()->freeResource(w.dice(5)); },
     [](World& w) { if (auto* c = w.control()) (void)w.panes()->showControl(c->title()); },
     [](World& w) { if (auto* c = w.control()) (void)w.panes()->hideControl(c->title()); },
@@ -373,7 +323,8 @@ constexpr Operation operations[] = {
     [](World& w) { if (w.box) (void)w.box->connectTo(); },
     [](World& w) { if (SurgicalTool* t = w.tool()) (void)w.box->removeTool(t->getName()); },
     [](World& w) { if (w.dice(4) == 0) w.box.reset(); },
-    [](World& w) { if (w.group) { addWidget(w); } else { w.group = new QtDRBVisibilityBox(nullptr); } },
+    &addWidget,
+    [](World& w) { if (!w.group) w.group = new QtDRBVisibilityBox(nullptr); },
     [](World& w) { delete w.any(w.widgets); },
     [](World& w) { if (w.group) w.group->removeAllRigids(); },
     [](World& w) { if (w.dice(4) == 0) delete w.group; },
@@ -382,14 +333,15 @@ constexpr Operation operations[] = {
     [](World& w) { w.items.setStudy(DataPointer<Study>(w.dice(2) ? new Study : nullptr)); },
     [](World& w) { w.items.setDataItem(DataPointer<Data>(w.dice(2) ? new Study : nullptr)); },
     [](World& w) { w.items.setPatient({}); },
-    &destroyCurrentPatient,
+    // Somebody gives back a reference that is not his.
+    [](World& w) { if (Patient* const p = w.items.patient().get()) p->unref(); },
     [](World& w) { w.subjects.push_back(std::make_unique<CaSubject>()); },
     &observe,
     &observe,
-    [](World& w) { if (CaSubject* s = w.subject()) s->notify("event"); },
-    [](World& w) { if (CaSubject* s = w.subject()) s->notify("event"); },
+    [](World& w) { if (CaSubject* s = w.any(w.subjects)) s->notify("event"); },
+    [](World& w) { if (CaSubject* s = w.any(w.subjects)) s->notify("event"); },
     &dropObserver,
-    &dropSubject,
+    [](World& w) { (void)take(w, w.subjects); },
     [](World& w) { QtCaProgressMonitor::attach(w.dice(3) ? w.window.data() : nullptr); },
     &work,
     &cancelWork,
@@ -397,11 +349,11 @@ constexpr Operation operations[] = {
     [](World&) { CaProgressMonitor::getInstance()->end(); },
     [](World& w) { CaProgressMonitor::getInstance()->setProgress(w.dice(20)); },
     [](World& w) { if (w.dice(5) == 0) CaProgressMonitor::setInstance(nullptr); },
+    [](World& w) { w.own.emplace_back(*CaProgressMonitor::getInstance(), CaProgressMonitor::CANCELLED, disturbed); },
     [](World& w) {
-        w.own.emplace_back(*CaProgressMonitor::getInstance(), CaProgressMonitor::CANCELLED,
-                           [](auto&&...) { disturb(); });
+        const DataPointer<AppBaseConfig> config(new AppBaseConfig);
+        w.inDialog([&] { exec<QtConfigDialog>(config, w.list.data(), w.window.data()); });
     },
-    &configure,
     &editPatient,
     [](World& w) { w.inDialog([&] { exec<vlr::SettingsEditorDialog>(w.window.data()); }); },
     [](World& w) { w.inDialog([&] { exec<QtAboutDialog>(w.window.data()); }); },
@@ -428,13 +380,10 @@ void World::act() {
 World::~World() {
     CaProgressMonitor::setInstance(nullptr);
     m_nesting = mostNesting; // Nothing more happens by itself.
-    for (const auto& control : std::vector<QPointer<TestControl>>(controls))
-        destroy(control);
-    for (const auto& widget : std::vector<QPointer<QtRigidVisibilityWidget>>(widgets))
-        delete widget.data();
-    for (const auto& widget : panesContents)
-        delete widget.data();
-    delete group;
+    destroyAll(controls);
+    destroyAll(widgets);
+    destroyAll(panesContents);
+    destroy(group);
     destroy(list);
     destroy(window);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -444,9 +393,9 @@ World::~World() {
 
 std::string schedule(long seed) {
     World one(static_cast<quint32>(seed));
-    one.run();
-    for (const auto& control : std::vector<QPointer<TestControl>>(one.controls))
-        one.destroy(control);
+    for (int i = 0; i < stepsPerSchedule; ++i)
+        one.act();
+    one.destroyAll(one.controls);
     return one.panes()->getNumberOfControls() > 0 ? "the list holds controls that are gone" : "";
 }
 
@@ -454,18 +403,13 @@ std::string schedule(long seed) {
 
 int actOwners(const QStringList& arguments) {
     const QuietLog quiet;
-    createQtPatientConfigurationWidgetFactory();
-    linkDataToWidget(Patient::className, "QtPatientConfigurationWidget", "",
-                     DataFactory::configurationRecord, "");
+    linkPatientForm();
     return doCases(arguments, &schedule);
 }
 
 void faultOwners(Report& report) {
     const long schedules = report.extent(300, 10000);
-    const CaseResults results = runCases(report, QStringLiteral("owners"), schedules);
     report.done(std::to_string(schedules) + " random schedules of " +
                 std::to_string(stepsPerSchedule) + " operations, seeds from 0");
-    report.atMost("crashes and sanitizers' reports", results.crashes, 0);
-    report.atMost("schedules without end", results.stuck, 0);
-    report.atMost("dangling controls", results.bad, 0);
+    demandCases(report, "owners", static_cast<std::size_t>(schedules), "dangling controls");
 }

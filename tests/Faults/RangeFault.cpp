@@ -2,194 +2,383 @@
 
 #include "Faults.h"
 
-#include "Child.h"
+#include "Desk.h"
+#include "QuietLog.h"
 
 #include "AppBase/AppBase.h"
 #include "AppBase/KnownSettings.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "AppBase/QtScreenShotData.h"
+#include "Base/QtCaProgressMonitor.h"
 #include "Base/QtQVSplitterFrame.h"
 #include "Base/QtQVViewFrame.h"
 #include "Base/QtQuadView.h"
+#include "Common/Selector.h"
 #include "IO/DataIOManager.h"
+#include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
+#include "Widgets/vlrImageWidget.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTimer>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QShortcut>
+#include <QtWidgets/QSplashScreen>
 #include <QtWidgets/QVBoxLayout>
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 #include <limits>
-#include <stdexcept>
+#include <map>
+#include <set>
 
 namespace {
 
 // As they stand in the file.
-const QByteArray badValues[] = {
-    "",
-    "nan",
-    "inf",
-    "-inf",
-    "-1",
-    "0",
-    "0x10",
-    "3.5",
-    "1e308",
-    "1e999",
-    "2147483647",
-    "2147483648",
-    "-2147483648",
-    "99999999999999999999",
-    "true",
-    "neither",
-    "1 2",
-    "nan nan nan",
-    "1e308 -1e308 inf",
-    "-5 300 1e9",
-    "1 2 3 4",
-    "@Size(-1 -1)",
-    "@Size(2147483647 2147483647)",
-    "99999999 x 99999999",
-    "@Rect(1 2 3 4)",
-    "@ByteArray(\\0\\xff)",
-    "@Invalid()",
-    "a, b, c",
-    "\"\\0\\x1\\xd800\"",
-    "/dev/zero",
-    QByteArray(100000, '7'),
+const QByteArray badValues[] = {"",
+                                "nan",
+                                "inf",
+                                "-inf",
+                                "-1",
+                                "0",
+                                "0x10",
+                                "3.5",
+                                "1e308",
+                                "1e999",
+                                "2147483647",
+                                "2147483648",
+                                "-2147483648",
+                                "99999999999999999999",
+                                "true",
+                                "neither",
+                                "1 2",
+                                "nan nan nan",
+                                "1e308 -1e308 inf",
+                                "-5 300 1e9",
+                                "1 2 3 4",
+                                "@Size(-1 -1)",
+                                "@Size(2147483647 2147483647)",
+                                "99999999 x 99999999",
+                                "@Rect(1 2 3 4)",
+                                "@ByteArray(\\0\\xff)",
+                                "@Invalid()",
+                                "a, b, c",
+                                "\"\\0\\x1\\xd800\"",
+                                "/dev/zero",
+                                "/nowhere/there.png",
+                                QByteArray(100000, '7')};
+
+QString key(const char* name) {
+    return QStringLiteral("Velora/Application/") + QLatin1String(name);
+}
+
+// --- what is to be seen of a setting
+
+constexpr double most = std::numeric_limits<int>::max();
+constexpr double white = 0xffffff;
+constexpr double unseen = std::numeric_limits<double>::quiet_NaN();
+
+QSplashScreen* findSplash() {
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (auto* const splash = qobject_cast<QSplashScreen*>(widget))
+            return splash;
+    return nullptr;
+}
+
+// A program that has started with the settings.
+struct Session {
+    explicit Session(AppBase& application) : main(application.getMainWindow()) {
+        if (!splash)
+            application.launchSplashScreen();
+        splash = findSplash();
+        auto* const layout = new QVBoxLayout(&window);
+        layout->addWidget(view);
+        layout->addWidget(new QtQuadView(&window)); // Sizes are added up here.
+        frame.setFocus(true);
+        findMessage();
+    }
+    void findMessage();
+    [[nodiscard]] double ofMessage(double value) const {
+        return message.isEmpty() ? unseen : value;
+    }
+
+    QtAppMainWindow* main;
+    QPointer<QSplashScreen> splash = findSplash();
+    QPointer<QSplashScreen> ownSplash = splash; // not asked for by this test
+    QRect message;                              // on the splash screen
+    int darkest = 255;                          // of it
+    bool isFolderThere = false;
+    QWidget window;
+    QtQuadView* view = new QtQuadView(&window);
+    QtQVViewFrame frame{&window};
+    QWidget* content = new QWidget(&frame);
+    QtQVSplitterFrame line{&window, QtQVSplitterFrame::Vertical};
 };
-constexpr int badValueCount = static_cast<int>(std::size(badValues));
+
+void Session::findMessage() {
+    const QImage bare = splash->pixmap().toImage().convertToFormat(QImage::Format_RGB32);
+    const QImage told = splash->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < bare.height(); ++y)
+        for (int x = 0; x < bare.width(); ++x)
+            if (bare.pixel(x, y) != told.pixel(x, y)) {
+                message |= QRect(x, y, 1, 1);
+                darkest = std::min(darkest, qGray(told.pixel(x, y)));
+            }
+}
+
+double number(const QColor& color) {
+    return color.isValid() ? color.rgb() & 0xffffffU : -1.0;
+}
+
+double sizeOf(const Session& s) {
+    const QSize size = s.view->sizeHint();
+    const int least = std::min({size.width(), size.height(), s.window.sizeHint().height()});
+    return least < 0 ? least : std::max(size.width(), size.height());
+}
+
+// Whether a screenshot is stored, or the failure told.
+bool storesScreenshot(Session&) {
+    bool isTold = false;
+    const int listener = vlr::Log::addListener([&](const vlr::LogRecord& record) {
+        isTold = isTold || record.level == vlr::LogLevel::Error;
+    });
+    const DataPointer<QtScreenShotData> screenshot(new QtScreenShotData);
+    screenshot->setScreenShot(QPixmap(2, 2), QStringLiteral("Shot"));
+    vlr::Log::removeListener(listener);
+    const QString folder = vlr::Settings::get(key("ScreenshotLocation"), "");
+    const QString place = folder.isEmpty() ? QDir::homePath() + QStringLiteral("/Desktop") : folder;
+    return QFile::remove(place + QStringLiteral("/Shot.png")) != isTold;
+}
+
+bool asksInFolder(Session& s) {
+    vlr::ImageWidget widget(&s.window);
+    QMetaObject::invokeMethod(&widget, "saveImageFile");
+    return s.isFolderThere;
+}
+
+bool readsPatients(Session&) {
+    std::vector<vlr::URI> patients;
+    return DataIOManager::patientList(patients) == CaError::nullError;
+}
+
+// Whether the program ends without a question.
+bool endsAtOnce(Session& s) {
+    bool isEnd = false;
+    QObject::connect(s.main, &QtAppMainWindow::exitApplication, &s.window, [&] { isEnd = true; });
+    s.main->close();
+    return isEnd;
+}
+
+// What a value of the type comes to; any other must come to what is there without it.
+struct Effect {
+    QString key;
+    double least;
+    double most;
+    std::function<double(Session&)> seen;
+};
+
+const QString imagePath = QStringLiteral("vlrImageWidget/path");
+const QString logo = QStringLiteral("logo");
+
+const Effect effects[] = {
+    {key("ShowSplashScreen"), 0, 1, [](Session& s) { return !s.ownSplash.isNull(); }},
+    {key("SplashScreen.ResourcePath"), 0, 0, [](Session& s) { return s.splash->pixmap().width(); }},
+    {key("SplashScreen.Timer"), 0, 1, // It stays.
+     [](Session& s) {
+         return s.ownSplash && s.main->isVisible() ? s.ownSplash->isVisible() : unseen;
+     }},
+    {key("ShowSplashScreenMessageLocationHorizontal"), 0.5, 1,
+     [](Session& s) { return s.ofMessage(1.0 * s.message.center().x() / s.splash->width()); }},
+    {key("ShowSplashScreenMessageLocationVertical"), 0, 0.5,
+     [](Session& s) { return s.ofMessage(1.0 * s.message.center().y() / s.splash->height()); }},
+    {key("ShowSplashScreenMessageColor"), 0, 40, [](Session& s) { return s.ofMessage(s.darkest); }},
+    {key("WindowShowMode"), 0, 0, [](Session& s) { return s.main->isVisible(); }},
+    {key("ScreenshotShortcut"), 0, 0,
+     [](Session& s) { return s.main->findChild<QShortcut*>()->key() == QKeySequence(Qt::Key_F2); }},
+    {key("ScreenshotLocation"), 1, 1, &storesScreenshot},
+    {key("DisplayLogo"), 0, 1,
+     [](Session& s) { return s.main->findChild<QLabel*>(logo) != nullptr; }},
+    {key("ProgressBarFlushX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isFlushX(); }},
+    {key("ProgressBarSyncX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isSyncX(); }},
+    {key("PatientRepository"), 0, 0, &readsPatients},
+    {key("MaxPatientID"), 0, most, [](Session&) { return Patient::getMaxPatientID(); }},
+    {key("QtQuadView/ExpandButtonTimeoutInMS"), 0, most,
+     [](Session& s) { return s.view->findChild<QTimer*>()->interval(); }},
+    {key("QtQuadView/InitialSize"), 0, QWIDGETSIZE_MAX, &sizeOf},
+    {key("QtQuadView/SplitterWidth"), 1, 64, [](Session& s) { return s.line.midLineWidth(); }},
+    {key("QtQuadView/ButtonColor"), 0, white,
+     [](Session& s) { return number(s.content->palette().color(QPalette::Button)); }},
+    {key("QtQuadView/BackgroundColor"), 0, white,
+     [](Session& s) { return number(s.content->palette().color(QPalette::Window)); }},
+    {key("QtQuadView/SelectedColor"), 0, white,
+     [](Session& s) { return number(s.frame.palette().color(QPalette::Button)); }},
+    {selectorKey(), 0, 0, [](Session&) { return selectorKinds().indexOf(configuredSelector()); }},
+    {imagePath, 1, 1, &asksInFolder},
+    {key("ExitWithoutRequest"), 0, 1, &endsAtOnce}};
+
+// Without these, others have no effect.
+const std::map<QString, QByteArray> helpers = {{key("ShowSplashScreen"), "true"},
+                                               {key("QtQuadView/ButtonColor"), "9 9 9"}};
+
+// --- sessions
+
+std::set<QString> asked; // of all keys
+std::set<QString> judged;
 
 // "a/b/c" stands as "b\c" in the group "a".
-void writeSettings(const QString& onlyKey, const QByteArray& value) {
-    QByteArray file;
-    for (const vlr::KnownSetting& setting : vlr::knownSettings())
-        if (onlyKey.isEmpty() || onlyKey == setting.key)
-            file += '[' + setting.key.section(QLatin1Char('/'), 0, 0).toLatin1() + "]\n" +
-                    setting.key.section(QLatin1Char('/'), 1).toLatin1().replace('/', '\\') + '=' +
-                    value + '\n';
+QByteArray line(const QString& name, const QByteArray& value) {
+    return '[' + name.section(QLatin1Char('/'), 0, 0).toLatin1() + "]\n" +
+           name.section(QLatin1Char('/'), 1).toLatin1().replace('/', '\\') + '=' + value + '\n';
+}
+
+void writeSettings(const QByteArray& bytes) {
+    // Qt takes a file of the same size and time for the one it knows.
+    static QByteArray filler(";");
+    filler += ';';
     const QString path = vlr::Settings::filePath();
     QDir().mkpath(QFileInfo(path).path());
-    QFile::remove(path); // Qt takes a file of the same size and time for the one it knows.
     QFile settings(path);
-    if (!settings.open(QIODevice::WriteOnly) || settings.write(file) != file.size())
+    if (!settings.open(QIODevice::WriteOnly) || settings.write(bytes + filler) < bytes.size())
         throw std::runtime_error("The settings cannot be written.");
     settings.close();
     vlr::Settings::reload();
 }
 
-// One value as its reader uses it. The settings editor knows in which range it has to be.
-void look(const char* name, double value, double least, double most) {
-    const QString key = QStringLiteral("Velora/Application/") + QLatin1String(name);
-    for (const vlr::KnownSetting& setting : vlr::knownSettings())
-        if (setting.key == key && setting.type.kind != vlr::SettingsType::Kind::Vector) {
-            least = std::max(least, setting.type.minimum);
-            most = std::min(most, setting.type.maximum);
-        }
-    if (!(value >= least && value <= most))
-        std::printf("%s is %g, not from %g to %g\n", name, value, least, most);
-}
+using Sights = std::map<QString, double>;
 
-void lookAtWidgets() {
-    constexpr double most = std::numeric_limits<int>::max();
-    QWidget window;
-    auto* layout = new QVBoxLayout(&window);
-    auto* view = new QtQuadView(&window);
-    layout->addWidget(view);
-    layout->addWidget(new QtQuadView(&window)); // Sizes are added up here.
-    window.show();
-    look("QtQuadView/InitialSize", view->sizeHint().width(), 0, QWIDGETSIZE_MAX);
-    look("QtQuadView/InitialSize", view->sizeHint().height(), 0, QWIDGETSIZE_MAX);
-    look("QtQuadView/InitialSize", window.sizeHint().height(), 0, most);
-    look("QtQuadView/ExpandButtonTimeoutInMS", view->findChild<QTimer*>()->interval(), 0, most);
-    const QtQVSplitterFrame splitter(&window, QtQVSplitterFrame::Vertical);
-    look("QtQuadView/SplitterWidth", splitter.midLineWidth(), 0, most);
-    QtQVViewFrame frame(&window);
-    frame.setFocus(true);
-    look("QtQuadView/SelectedColor", frame.palette().color(QPalette::Button).isValid(), 1, 1);
-    look("MaxPatientID", Patient::getMaxPatientID(), 0, most);
-}
-
-// A start, some work and an exit with these settings.
-void session() {
-    int argumentCount = 1;
-    char name[] = "vlrFaults";
-    char* arguments[] = {name, nullptr};
-    AppBase application(argumentCount, arguments);
-    application.launchSplashScreen();
-    QTimer::singleShot(0, &application, [&application] {
-        lookAtWidgets();
-        std::vector<vlr::URI> patients;
-        (void)DataIOManager::patientList(patients);
-        const QSize size = application.getMainWindow()->size();
-        look("WindowShowMode", std::max(size.width(), size.height()), 0, QWIDGETSIZE_MAX);
+// A start, some work and an end with these settings: what was seen of each of them.
+Sights session(const QByteArray& settings) {
+    writeSettings(settings);
+    CommandLine line;
+    AppBase application(line.count, line.words);
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    Session session(application);
+    const EveryTurn answers([&] {
+        const auto dialog = modalDialog();
+        if (auto* const files = qobject_cast<QFileDialog*>(dialog.data()))
+            session.isFolderThere = files->directory().exists();
+        if (dialog)
+            dialog->reject();
+    });
+    Sights sights;
+    QTimer::singleShot(0, &application, [&] {
+        QCoreApplication::processEvents(); // The splash screen goes with the window.
+        for (const Effect& effect : effects)
+            sights[effect.key] = effect.seen(session);
         application.exitApplication();
     });
     application.run();
+    DataIOManager::closeRepository();
+    return sights;
 }
 
-struct Tally {
-    long sessions = 0;
-    long crashes = 0;
-    long escapes = 0;
+// The same settings without the bad ones.
+const Sights& otherwise(const QByteArray& settings) {
+    static std::map<QByteArray, Sights> known;
+    const auto found = known.find(settings);
+    return found != known.end() ? found->second : known[settings] = session(settings);
+}
+
+bool isDefault(const QString& name) {
+    const QVariant stored = vlr::Settings::value(name);
+    for (const vlr::KnownSetting& setting : vlr::knownSettings())
+        if (setting.key == name)
+            return vlr::isReadAsDefault(setting.type, stored) ||
+                   vlr::rawSettingText(stored) == setting.defaultText;
+    return vlr::isReadAsDefault({}, stored);
+}
+
+// One bad value for one of them, or for all.
+std::string tryValue(const QByteArray& value, const Effect* only) {
+    nameCase("\"" + value.left(40).toStdString() + "\" in " +
+             (only ? only->key.toStdString() : "all keys"));
+    QByteArray good;
+    QByteArray bad;
+    for (const Effect& effect : effects)
+        if (!only || only == &effect)
+            bad += line(effect.key, value);
+    for (const auto& [name, help] : helpers)
+        if (only && only->key != name)
+            good += line(name, help);
+    const Sights& expected = otherwise(good);
+    Sights sights = session(good + bad);
+    writeSettings(good + bad); // The program may have stored something.
+    std::string wrong;
+    for (const Effect& effect : effects) {
+        const double seen = sights[effect.key];
+        if ((only && only != &effect) || std::isnan(seen))
+            continue;
+        judged.insert(effect.key);
+        const bool isUsed = !isDefault(effect.key);
+        const double from = isUsed ? effect.least : expected.at(effect.key);
+        const double to = isUsed ? effect.most : expected.at(effect.key);
+        if (!(seen >= from && seen <= to))
+            wrong += effect.key.toStdString() + " comes to " + std::to_string(seen) +
+                     " and not from " + std::to_string(from) + " to " + std::to_string(to) + "; ";
+    }
+    return wrong;
+}
+
+void demand(const std::set<QString>& keys, const std::set<QString>& in, const char* otherwise,
+            std::string& wrong) {
+    for (const QString& each : keys)
+        if (in.count(each) == 0)
+            wrong += each.toStdString() + otherwise;
+}
+
+// Every key that is read has a row, and every row is one of a key that is read, and was looked at.
+std::string compareKeys() {
+    std::set<QString> rows;
+    std::set<QString> listed;
+    for (const Effect& effect : effects)
+        rows.insert(effect.key);
+    for (const vlr::KnownSetting& setting : vlr::knownSettings())
+        listed.insert(setting.key);
+    std::string wrong;
+    demand(asked, rows, " is read and has no row; ", wrong);
+    demand(listed, rows, " is in the editor and has no row; ", wrong);
+    demand(rows, asked, " is read by nobody; ", wrong);
+    demand(rows, judged, " was not looked at; ", wrong);
+    return wrong;
+}
+
+struct Case {
+    const QByteArray& value;
+    const Effect* only; // or nothing for all of them
 };
 
-// All values in one process, unless it crashes.
-void tryValues(const QString& key, Tally& tally, Report& report) {
-    int next = 0;
-    while (next < badValueCount) {
-        Child child(QStringLiteral("range"), {key, QString::number(next)});
-        child.process().closeReadChannel(QProcess::StandardError);
-        int last = next;
-        for (QByteArray line = child.readLine(); !line.isEmpty(); line = child.readLine())
-            if (line.startsWith("value ")) {
-                last = line.mid(6).toInt();
-                ++tally.sessions;
-            } else if (line != "\n") {
-                ++tally.escapes;
-                report.problem("\"" + badValues[last].left(40).toStdString() +
-                               "\": " + line.trimmed().toStdString());
-            }
-        const int status = child.wait();
-        next = status == 0 ? badValueCount : last + 1;
-        if (status == 0)
-            continue;
-        ++tally.crashes;
-        report.problem("\"" + badValues[last].left(40).toStdString() + "\" in " +
-                       (key.isEmpty() ? "all keys" : key.toStdString()) + ": ended with " +
-                       std::to_string(status));
-    }
+// In the short form each key is tried alone with one value.
+std::vector<Case> allCases(bool isLong) {
+    std::vector<Case> all;
+    for (const QByteArray& value : badValues)
+        all.push_back({value, nullptr});
+    for (const Effect& effect : effects)
+        for (const QByteArray& value : badValues)
+            if (isLong || value == "neither")
+                all.push_back({value, &effect});
+    return all;
 }
 
 } // namespace
 
-void faultRange(Report& report) {
-    Tally tally;
-    tryValues(QString(), tally, report);
-    if (report.isLong())
-        for (const vlr::KnownSetting& setting : vlr::knownSettings())
-            tryValues(setting.key, tally, report);
-    report.done(std::to_string(tally.sessions) + " sessions, " + std::to_string(badValueCount) +
-                " bad values in " + std::to_string(vlr::knownSettings().size()) +
-                (report.isLong() ? " keys, together and alone" : " keys together"));
-    report.atLeast("sessions", tally.sessions, badValueCount);
-    report.atMost("crashes", tally.crashes, 0);
-    report.atMost("values that escape their range", tally.escapes, 0);
-}
-
-// Arguments: the key, or nothing for all, and the number of the first value. Tells each before it
-// is tried, and what was out of its range.
 int actRange(const QStringList& arguments) {
     QCoreApplication::setApplicationName(QStringLiteral("vlrFaults"));
-    for (int i = arguments.value(1).toInt(); i < badValueCount; ++i) {
-        std::printf("value %d\n", i);
-        std::fflush(stdout);
-        writeSettings(arguments.value(0), badValues[i]);
-        session();
-        DataIOManager::closeRepository();
-    }
-    return 0;
+    QDir::setCurrent(QDir::homePath()); // where relative paths lead
+    const QuietLog quiet;
+    vlr::Settings::watch([](const QString& name) { asked.insert(name); });
+    const std::vector<Case> all = allCases(isLongForm());
+    return doCases(arguments, [&](long number) {
+        const Case& one = all[static_cast<std::size_t>(number)];
+        const std::string wrong = tryValue(one.value, one.only);
+        return number + 1 < static_cast<long>(all.size()) ? wrong : wrong + compareKeys();
+    });
+}
+
+void faultRange(Report& report) {
+    const std::size_t count = allCases(report.isLong()).size();
+    report.done(std::to_string(count) + " sessions with one of " +
+                std::to_string(std::size(badValues)) + " bad values in one of " +
+                std::to_string(std::size(effects)) + " keys, or in all");
+    demandCases(report, "range", count, "values that escape their range, keys nobody looks at");
 }

@@ -2,23 +2,19 @@
 
 #include "Faults.h"
 
-#include "Cases.h"
+#include "Desk.h"
 #include "QuietLog.h"
 #include "Stall.h"
 #include "Victims.h"
 
-#include "DataUtils/DataFactory.h"
-#include "DataUtils/QtPatientConfigurationWidget.h"
+#include "AppBase/AppBase.h"
 #include "IO/DataIOManager.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QPointer>
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
-#include <QtWidgets/QApplication>
-#include <QtWidgets/QDialog>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
 
@@ -27,7 +23,6 @@
 namespace {
 
 constexpr long busyTimeout = 5000; // milliseconds, as the store has it
-constexpr long longestStall = 100; // beyond that
 
 QString file() {
     return victim(QStringLiteral("patient")).file();
@@ -57,16 +52,8 @@ void run(const std::initializer_list<const char*>& statements) {
 }
 
 void unlock() {
-    {
-        QSqlDatabase other = QSqlDatabase::database(otherName);
-        (void)QSqlQuery(other).exec(QStringLiteral("ROLLBACK"));
-        other.close();
-    }
+    QSqlDatabase::database(otherName).close(); // and with it the transaction
     QSqlDatabase::removeDatabase(otherName);
-}
-
-void lock() {
-    run({"BEGIN EXCLUSIVE"});
 }
 
 // Whoever does this must be alone; the program under test opens the repository afterwards.
@@ -75,16 +62,10 @@ void lockForAll() {
     run({"PRAGMA locking_mode=EXCLUSIVE", "BEGIN EXCLUSIVE"});
 }
 
-QByteArray garbage() {
-    return QByteArray("This is no database. ").repeated(5000);
-}
-
-void overwrite(const QByteArray& bytes, bool inPlace) {
-    QFile target(inPlace ? file() : file() + QStringLiteral(".new"));
-    const bool isGood = target.open(inPlace ? QIODevice::ReadWrite : QIODevice::WriteOnly) &&
-                        target.write(bytes) == bytes.size() && target.flush();
-    target.close();
-    if (!isGood || (!inPlace && !(QFile::remove(file()) && target.rename(file()))))
+void writeGarbage(QIODevice::OpenMode mode) {
+    const QByteArray garbage = QByteArray("This is no database. ").repeated(5000);
+    QFile target(file());
+    if (!target.open(mode) || target.write(garbage) != garbage.size())
         throw std::runtime_error("The repository cannot be replaced.");
 }
 
@@ -99,74 +80,82 @@ struct Harm {
     const char* name;
     void (*inflict)();
     void (*heal)();
-    bool isLock;
-    bool isInShortForm;
+    bool isLock = false;
+    bool isInShortForm = true;
 };
 
 const Harm harms[] = {
-    {"locked", &lock, &unlock, true, true},
+    {"locked", [] { run({"BEGIN EXCLUSIVE"}); }, &unlock, true},
     {"locked for readers too", &lockForAll, &unlock, true, false},
-    {"deleted", &removeFiles, &restore, false, true},
-    {"folder deleted", [] { QDir(QFileInfo(file()).path()).removeRecursively(); }, &restore, false,
-     true},
-    {"replaced by garbage", [] { overwrite(garbage(), false); }, &restore, false, true},
-    {"overwritten by garbage", [] { overwrite(garbage(), true); }, &restore, false, true},
-    {"emptied", [] { QFile::resize(file(), 0); }, &restore, false, true},
+    {"deleted", &removeFiles, &restore},
+    {"folder deleted", [] { QDir(QFileInfo(file()).path()).removeRecursively(); }, &restore},
+    {"replaced by garbage",
+     [] {
+         QFile::remove(file());
+         writeGarbage(QIODevice::WriteOnly);
+     },
+     &restore},
+    {"overwritten by garbage", [] { writeGarbage(QIODevice::ReadWrite); }, &restore},
+    {"emptied", [] { QFile::resize(file(), 0); }, &restore},
 };
 
 // --- somebody who types
 
-struct Results {
-    long worstStall = 0;
-    long lost = 0;
-    long untold = 0;
-    long cases = 0;
-};
-
 const QString oldName = QStringLiteral("Old");
+const QString typedName = QStringLiteral("Typed with care");
 
-struct Typist {
+// Closes a message box, if one is open.
+bool readMessage() {
+    const auto dialog = modalDialog();
+    const bool isMessage = dialog && dialog->inherits("QMessageBox");
+    if (isMessage)
+        dialog->accept();
+    return isMessage;
+}
+
+struct Session {
     const Harm& harm;
-    bool isNew;   // or edits a stored patient
-    bool isEarly; // The harm is there before the form.
-    Results& results;
-    Report& report;
-
-    QString typedId = QStringLiteral("P7");
-    QString typedName = QStringLiteral("Typed with care");
     DataPointer<Patient> patient{new Patient};
+    QString id = QStringLiteral("1");
+    bool isInflicted = false;
+    bool isJudged = false;
+    std::string wrong = {};
 
-    void run();
-
-private:
     void prepare();
-    void type(QDialog& dialog);
-    void press(QDialog& dialog);
-    void judge(QDialog& dialog);
-    [[nodiscard]] bool isStored() const;
-    void noteStall(long stall);
-    void lose(const char* how);
-    [[nodiscard]] std::string name() const {
-        return std::string(harm.name) + (isNew ? ", new patient" : ", stored patient") +
-               (isEarly ? ", before the form opens" : "");
+    void inflict() {
+        harm.inflict();
+        isInflicted = true;
     }
+    void heal() {
+        if (std::exchange(isInflicted, false))
+            harm.heal();
+    }
+    void note(Stall& stall);
+    void expect(bool isTrue, const char* otherwise) {
+        if (!isTrue)
+            wrong += (wrong.empty() ? "" : ", ") + std::string(otherwise);
+    }
+    [[nodiscard]] bool isStored() const;
+
+    void fillForm(bool isNew, bool isEarly);
+    void type(QDialog& dialog, bool isNew);
+    void judge(QDialog& dialog, bool isNew);
+    void endApplication();
+    void ask(const std::function<CaError()>& question);
 };
 
-void Typist::noteStall(long stall) {
-    results.worstStall = std::max(results.worstStall, stall - (harm.isLock ? busyTimeout : 0));
-    if (stall > (harm.isLock ? busyTimeout : 0) + longestStall)
-        report.problem(name() + ": a stall of " + std::to_string(stall) + " ms");
+long worstStall = 0; // of all of them, beyond what a lock takes
+
+void Session::note(Stall& stall) {
+    const long beyond = stall.longest() - (harm.isLock ? busyTimeout : 0);
+    worstStall = std::max(worstStall, beyond);
+    expect(isSanitized || beyond <= longestStall, "the window stood still for too long");
 }
 
-void Typist::lose(const char* how) {
-    ++results.lost;
-    report.problem(name() + ": " + how);
-}
-
-void Typist::prepare() {
+void Session::prepare() {
     DataIOManager::closeRepository();
     removeFiles();
-    patient->setPatientId(QStringLiteral("1"));
+    patient->setPatientId(id);
     patient->setName(oldName);
     const CaError error = DataIOManager::storePatient(patient);
     if (error != CaError::nullError)
@@ -174,151 +163,177 @@ void Typist::prepare() {
     DataIOManager::closeRepository();
     QFile::remove(copyOfFile());
     QFile::copy(file(), copyOfFile());
-    if (isNew)
-        patient = new Patient;
-    else
-        typedId = patient->patientId();
     std::vector<QString> ids; // It is open now, as in a program that runs.
     (void)DataIOManager::patientIds(ids);
 }
 
-bool Typist::isStored() const {
+bool Session::isStored() const {
     DataIOManager::closeRepository();
     std::vector<MetaInformation> patients;
     (void)DataIOManager::patientMetaInfoList(patients);
     return std::any_of(patients.begin(), patients.end(), [&](const MetaInformation& each) {
-        return each.value(QStringLiteral("id")) == typedId &&
+        return each.value(QStringLiteral("id")) == id &&
                each.value(QStringLiteral("name")) == typedName;
     });
 }
 
-void Typist::type(QDialog& dialog) {
-    if (isNew)
-        dialog.findChild<QLineEdit*>(QStringLiteral("patientId"))->setText(typedId);
-    dialog.findChild<QLineEdit*>(QStringLiteral("patientName"))->setText(typedName);
-}
-
-void Typist::press(QDialog& dialog) {
-    Stall stall;
-    dialog.findChild<QPushButton*>(QStringLiteral("ok"))->click();
-    noteStall(stall.longest());
-}
-
 // What is on the screen after a store that failed.
-void Typist::judge(QDialog& dialog) {
-    if (dialog.findChild<QLineEdit*>(QStringLiteral("patientName"))->text() != typedName ||
-        dialog.findChild<QLineEdit*>(QStringLiteral("patientId"))->text() != typedId)
-        lose("the form has not what was typed any more");
-    if (!isNew && patient->name() != oldName)
-        lose("the patient has what was not stored");
+void Session::judge(QDialog& dialog, bool isNew) {
+    const auto text = [&](const char* line) {
+        return dialog.findChild<QLineEdit*>(QLatin1String(line))->text();
+    };
+    expect(text("patientName") == typedName && text("patientId") == id,
+           "the form has not what was typed any more");
+    expect(isNew || patient->name() == oldName, "the patient has what was not stored");
     bool isTold = false;
     for (const char* line : {"storeError", "idMessage", "nameMessage"})
         isTold = isTold || dialog.findChild<QWidget*>(QLatin1String(line))->isVisible();
-    if (!isTold) {
-        ++results.untold;
-        report.problem(name() + ": nobody was told");
-    }
+    expect(isTold, "nobody was told");
 }
 
-void Typist::run() {
-    ++results.cases;
-    prepare();
+void Session::type(QDialog& dialog, bool isNew) {
+    const auto store = [&] {
+        Stall stall;
+        dialog.findChild<QPushButton*>(QStringLiteral("ok"))->click();
+        note(stall);
+    };
+    if (isNew)
+        dialog.findChild<QLineEdit*>(QStringLiteral("patientId"))->setText(id);
+    dialog.findChild<QLineEdit*>(QStringLiteral("patientName"))->setText(typedName);
+    if (!isInflicted)
+        inflict();
+    store();
+    if (dialog.isVisible()) {
+        judge(dialog, isNew);
+        heal();
+        store();
+        expect(!dialog.isVisible(), "it cannot be stored when the repository is back");
+    }
+    expect(isStored(), "acknowledged, but not stored");
+    isJudged = true;
+    dialog.hide();
+}
+
+void Session::fillForm(bool isNew, bool isEarly) {
+    if (isNew) {
+        patient = new Patient;
+        id = QStringLiteral("P7");
+    }
     DataFactory::DialogOptions options;
     options.store = [this] { return DataIOManager::storePatient(patient); };
     if (isEarly)
-        harm.inflict();
-    Stall stall;
-    QTimer::singleShot(0, qApp, [&] {
-        noteStall(stall.longest());
-        const QPointer<QDialog> dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog)
-            return lose("there is no form");
-        type(*dialog);
-        if (!isEarly)
-            harm.inflict();
-        press(*dialog);
-        const bool isAcknowledged = !dialog->isVisible();
-        if (!isAcknowledged)
-            judge(*dialog);
-        else if (!isStored())
-            lose("acknowledged, but not stored");
-        harm.heal();
-        if (isAcknowledged)
+        inflict();
+    Stall opening;
+    bool isTyped = false;
+    const EveryTurn user([&] {
+        const auto dialog = modalDialog();
+        if (!dialog || readMessage() || std::exchange(isTyped, true))
             return;
-        press(*dialog);
-        if (dialog->isVisible())
-            lose("it cannot be stored when the repository is back");
-        else if (!isStored())
-            lose("acknowledged when the repository is back, but not stored");
-        dialog->hide();
+        note(opening);
+        type(*dialog, isNew);
     });
     (void)DataFactory::displayConfigurationDialog(patient.get(), nullptr, options);
 }
 
-// Whatever else a program asks of the repository.
-void askAll(const Harm& harm, Results& results, Report& report) {
-    Typist asker{harm, false, true, results, report};
-    DataPointer<Patient> patient;
-    std::vector<MetaInformation> patients;
-    vlr::URI uri;
-    const std::function<CaError()> questions[] = {
-        [&] { return DataIOManager::patientMetaInfoList(patients); },
-        [&] { return DataIOManager::loadPatient(uri, patient); },
-        [&] { return DataIOManager::removePatient(uri); },
-    };
-    for (const auto& question : questions) {
-        const DataPointer<Patient> stored(new Patient);
-        stored->setPatientId(QStringLiteral("1"));
-        removeFiles();
-        DataIOManager::closeRepository();
-        if (DataIOManager::storePatient(stored) != CaError::nullError)
-            throw std::runtime_error("There is no repository to begin with.");
-        uri = stored->storageUri();
-        DataIOManager::closeRepository();
-        QFile::remove(copyOfFile());
-        QFile::copy(file(), copyOfFile());
-        harm.inflict();
+// It ends whatever the result; but what could not be stored is not lost without a word.
+void Session::endApplication() {
+    bool isTold = false;
+    const EveryTurn user([&] { isTold = readMessage() || isTold; });
+    AppBase::setCurrentPatient(patient);
+    patient->setName(typedName);
+    QTimer::singleShot(0, qApp, [&] {
+        inflict();
         Stall stall;
-        (void)question();
-        const long waited = stall.longest();
-        results.worstStall = std::max(results.worstStall, waited - (harm.isLock ? busyTimeout : 0));
-        if (waited > (harm.isLock ? busyTimeout : 0) + longestStall)
-            report.problem(std::string(harm.name) + ", question " +
-                           std::to_string(&question - questions) + ": a stall of " +
-                           std::to_string(waited) + " ms");
-        harm.heal();
-        ++results.cases;
-    }
+        AppBase::instance()->exitApplication();
+        note(stall);
+    });
+    AppBase::instance()->run();
+    expect(isTold || isStored(), "lost without a word");
+    isJudged = isInflicted;
+}
+
+// Whatever else a program asks of the repository.
+void Session::ask(const std::function<CaError()>& question) {
+    DataIOManager::closeRepository();
+    inflict();
+    Stall stall;
+    (void)question();
+    note(stall);
+    isJudged = true;
+}
+
+struct Way {
+    const char* name;
+    void (*go)(Session&);
+    bool waitsInShortForm = false; // for a lock
+};
+
+const Way ways[] = {
+    {"new patient", [](Session& s) { s.fillForm(true, false); }, true},
+    {"new patient, before the form opens", [](Session& s) { s.fillForm(true, true); }},
+    {"stored patient", [](Session& s) { s.fillForm(false, false); }},
+    {"stored patient, before the form opens", [](Session& s) { s.fillForm(false, true); }},
+    {"end of the application", [](Session& s) { s.endApplication(); }, true},
+    {"list of patients",
+     [](Session& s) {
+         std::vector<MetaInformation> patients;
+         s.ask([&] { return DataIOManager::patientMetaInfoList(patients); });
+     }},
+    {"loading",
+     [](Session& s) {
+         DataPointer<Patient> loaded;
+         s.ask([&] { return DataIOManager::loadPatient(s.patient->storageUri(), loaded); });
+     }},
+    {"removal",
+     [](Session& s) {
+         s.ask([&] { return DataIOManager::removePatient(s.patient->storageUri()); });
+     }},
+};
+
+struct Case {
+    const Harm& harm;
+    const Way& way;
+};
+
+std::vector<Case> allCases(bool isLong) {
+    std::vector<Case> all;
+    for (const Harm& harm : harms)
+        for (const Way& way : ways)
+            if (isLong || (harm.isInShortForm && (!harm.isLock || way.waitsInShortForm)))
+                all.push_back({harm, way});
+    return all;
+}
+
+std::string go(const Case& one) {
+    nameCase(std::string(one.harm.name) + ", " + one.way.name);
+    CommandLine line;
+    AppBase application(line.count, line.words);
+    linkPatientForm();
+    Session session{one.harm};
+    session.prepare();
+    one.way.go(session);
+    session.heal();
+    session.expect(session.isJudged, "nothing was judged");
+    DataIOManager::closeRepository();
+    return session.wrong;
 }
 
 } // namespace
 
-void faultRepository(Report& report) {
+int actRepository(const QStringList& arguments) {
     const QuietLog quiet;
-    createQtPatientConfigurationWidgetFactory();
-    linkDataToWidget(Patient::className, "QtPatientConfigurationWidget", "", 1, "");
-    Results results;
-    for (const Harm& harm : harms) {
-        if (!report.isLong() && !harm.isInShortForm)
-            continue;
-        for (const bool isNew : {true, false})
-            for (const bool isEarly : {false, true}) {
-                const bool isSlow = harm.isLock && (!isNew || isEarly);
-                if (report.isLong() || !isSlow)
-                    Typist{harm, isNew, isEarly, results, report}.run();
-            }
-        if (report.isLong())
-            askAll(harm, results, report);
-    }
-    DataIOManager::closeRepository();
-    report.done(std::to_string(results.cases) +
-                " forms and questions while the repository was locked, deleted or replaced");
-    report.atMost("typed data lost", results.lost, 0);
-    report.atMost("failures that nobody was told", results.untold, 0);
-    if (isSanitized)
-        report.done("stall beyond the busy timeout [ms]: " + std::to_string(results.worstStall) +
-                    " (not judged: a sanitizer)");
-    else
-        report.atMost("stall of the event loop beyond the busy timeout [ms]", results.worstStall,
-                      longestStall);
+    const std::vector<Case> all = allCases(isLongForm());
+    return doCases(arguments, [&](long number) {
+        const std::string wrong = go(all[static_cast<std::size_t>(number)]);
+        if (number + 1 == static_cast<long>(all.size()))
+            reportStall("beyond the busy timeout", worstStall);
+        return wrong;
+    });
+}
+
+void faultRepository(Report& report) {
+    const std::size_t count = allCases(report.isLong()).size();
+    report.done(std::to_string(count) +
+                " forms, questions and ends while the repository was locked, deleted or replaced");
+    demandCases(report, "repository", count, "typed data lost, failures that nobody was told");
 }

@@ -1,5 +1,7 @@
 #include "Stall.h"
 
+#include "Cases.h"
+
 #include <QtCore/QFile>
 
 #include <algorithm>
@@ -23,10 +25,9 @@ long long now() {
 
 } // namespace
 
-Stall::Stall() {
+Stall::Stall() : m_last(now()) {
     m_timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { tick(); });
-    restart();
     m_timer.start(1);
 }
 
@@ -41,7 +42,10 @@ long Stall::longest() {
     return static_cast<long>(m_longest / 1000000);
 }
 
-void Stall::restart() {
-    m_last = now();
-    m_longest = 0;
+void reportStall(const std::string& when, long milliseconds) {
+    const std::string name = "longest stall of the event loop " + when + " [ms]";
+    if (isSanitized)
+        reportDone(name + ": " + std::to_string(milliseconds) + " (not judged: a sanitizer)");
+    else
+        reportAtMost(name, milliseconds, longestStall);
 }

@@ -51,10 +51,20 @@ struct Act {
 };
 
 constexpr Act acts[] = {
-    {"start", &actStart, true}, {"store", &actStore},         {"log", &actLog},
-    {"two", &actTwo},           {"damage", &actDamage},       {"giant", &actGiant},
-    {"images", &actImages},     {"range", &actRange, true},   {"track", &actTrack},
-    {"owners", &actOwners},     {"dialog", &actDialog, true}, {"flood", &actFlood},
+    {"start", &actStart, true},
+    {"store", &actStore},
+    {"log", &actLog},
+    {"two", &actTwo},
+    {"damage", &actDamage},
+    {"giant", &actGiant},
+    {"images", &actImages},
+    {"range", &actRange, true},
+    {"track", &actTrack},
+    {"owners", &actOwners},
+    {"dialog", &actDialog, true},
+    {"repository", &actRepository, true},
+    {"flood", &actFlood},
+    {"race", &actRace},
 };
 
 int act(const QStringList& arguments, int& argc, char** argv) {

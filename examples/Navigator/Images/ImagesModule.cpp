@@ -2,6 +2,7 @@
 
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "Base/AskForFiles.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/AfterFirstPaint.h"
 #include "Images/ImagesOptionsWidget.h"
@@ -12,6 +13,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QStandardPaths>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QPushButton>
@@ -223,20 +225,28 @@ QString ImagesModule::startFolder() const {
                : QFileInfo(m_options->paths().first()).path();
 }
 
-void ImagesModule::chooseImages() {
-    const QString filter =
-        tr("Images (%1);;All files (*)").arg(vlr::imageNameFilters().join(QLatin1Char(' ')));
-    const QStringList files = QFileDialog::getOpenFileNames(
-        AppBase::instance()->getMainWindow(), tr("Open images"), startFolder(), filter);
+void ImagesModule::openChosen(QFileDialog* dialog) {
+    const QPointer<ImagesModule> self(this);
+    const QStringList files = vlr::askForFiles(dialog, startFolder());
+    if (!self)
+        return;
     if (!files.isEmpty())
         open(files);
     takeFocus();
 }
 
+void ImagesModule::chooseImages() {
+    const QString filter =
+        tr("Images (%1);;All files (*)").arg(vlr::imageNameFilters().join(QLatin1Char(' ')));
+    auto* const dialog =
+        new QFileDialog(AppBase::instance()->getMainWindow(), tr("Open images"), QString(), filter);
+    dialog->setFileMode(QFileDialog::ExistingFiles);
+    openChosen(dialog);
+}
+
 void ImagesModule::chooseFolder() {
-    const QString folder = QFileDialog::getExistingDirectory(AppBase::instance()->getMainWindow(),
-                                                             tr("Open folder"), startFolder());
-    if (!folder.isEmpty())
-        open({folder});
-    takeFocus();
+    auto* const dialog = new QFileDialog(AppBase::instance()->getMainWindow(), tr("Open folder"));
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    openChosen(dialog);
 }

@@ -3,6 +3,7 @@
 #include "Images/ImagesOptions.h"
 #include "Images/VolumeModule.h"
 
+class QFileDialog;
 class QtElidedLabel;
 class ProblemList;
 
@@ -40,6 +41,7 @@ private:
     void report(const Opening& opening);
     void chooseImages();
     void chooseFolder();
+    void openChosen(QFileDialog* dialog);
     QString startFolder() const;
 
     QStringList m_paths;

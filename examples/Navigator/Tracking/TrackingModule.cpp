@@ -2,6 +2,7 @@
 
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "Base/AskForFiles.h"
 #include "Base/QtElidedLabel.h"
 #include "Base/QtMessageLine.h"
 #include "Tracking/TrackingOptionsWidget.h"
@@ -9,6 +10,7 @@
 #include "Widgets/QtRigidVisibilityWidget.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QPointer>
 #include <QtCore/QStandardPaths>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QGridLayout>
@@ -144,12 +146,14 @@ void TrackingModule::toggleRecording() {
         return;
     }
     // One that exists is refused below, with the reason; to ask before would promise otherwise.
-    const QString path = QFileDialog::getSaveFileName(
-        AppBase::instance()->getMainWindow(), tr("Record"),
-        QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) +
-            tr("/recording.track"),
-        tr("Recordings (*.track)"), nullptr, QFileDialog::DontConfirmOverwrite);
-    if (path.isEmpty() || !m_session.isRunning())
+    const QPointer<TrackingModule> self(this);
+    auto* const dialog = new QFileDialog(AppBase::instance()->getMainWindow(), tr("Record"),
+                                         QString(), tr("Recordings (*.track)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    const QString path = vlr::askForFiles(dialog, documents + tr("/recording.track")).value(0);
+    if (!self || path.isEmpty() || !m_session.isRunning())
         return;
     const CaError error = m_session.record(path);
     m_recordingPath = path;

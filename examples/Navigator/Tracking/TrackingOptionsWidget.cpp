@@ -1,5 +1,8 @@
 #include "Tracking/TrackingOptionsWidget.h"
 
+#include "Base/AskForFiles.h"
+
+#include <QtCore/QPointer>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QFileDialog>
@@ -76,9 +79,12 @@ void TrackingOptionsWidget::showValues(const SourceChoice& source) {
 }
 
 void TrackingOptionsWidget::chooseFile() {
-    const QString file = QFileDialog::getOpenFileName(
-        this, tr("Choose a recording"), m_file->text(), tr("Recordings (*.track);;All files (*)"));
-    if (!file.isEmpty())
+    const QPointer<TrackingOptionsWidget> self(this);
+    auto* const dialog = new QFileDialog(this, tr("Choose a recording"), QString(),
+                                         tr("Recordings (*.track);;All files (*)"));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    const QString file = vlr::askForFiles(dialog, m_file->text()).value(0);
+    if (self && !file.isEmpty())
         m_file->setText(file);
 }
 

@@ -33,6 +33,8 @@ struct Table {
     Values complainedOf; // What the last warning for a key was about.
 };
 
+void (*watcherOfKeys)(const QString&) = nullptr;
+
 Table& table() {
     static auto* const instance = new Table;
     return *instance;
@@ -139,6 +141,8 @@ QString plainKey(const QString& key) {
 // `expected` gives the words for what would have been right.
 template <class T, class Convert, class Expected>
 T valueOr(const QString& anyKey, const T& defaultValue, Convert convert, Expected expected) {
+    if (watcherOfKeys)
+        watcherOfKeys(plainKey(anyKey));
     const QHash<QString, Setting>& settings = loaded().settings;
     const auto found = anyKey.startsWith(QLatin1Char('/')) ? settings.constFind(plainKey(anyKey))
                                                            : settings.constFind(anyKey);
@@ -305,6 +309,10 @@ QVariant Settings::value(const QString& key) {
 
 CaError Settings::remove(const QString& key) {
     return write(key, QVariant());
+}
+
+void Settings::watch(void (*watcher)(const QString& key)) {
+    watcherOfKeys = watcher;
 }
 
 QString Settings::filePath() {

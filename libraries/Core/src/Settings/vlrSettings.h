@@ -82,6 +82,10 @@ public:
     /// those that were in memory.
     static CaError look(QHash<QString, QVariant>& values);
 
+    /// Calls the function with every key that get() is asked for, written without a slash before
+    /// it; nullptr ends that. For tests, which cannot see otherwise what a program reads.
+    static void watch(void (*watcher)(const QString& key));
+
     static QString filePath(); ///< The file in use.
     static void reload();      ///< Reads the file again, for example after the location changed.
 

@@ -1,5 +1,6 @@
 #include "Widgets/vlrImageWidget.h"
 
+#include "Base/AskForFiles.h"
 #include "IO/DurableFile.h"
 #include "Image/vlrImageConverters.h"
 #include "Log/vlrLog.h"
@@ -292,8 +293,10 @@ void ImageWidget::contextMenuEvent(QContextMenuEvent* event) {
 
 void ImageWidget::saveImageFile() {
     const QPointer<ImageWidget> self(this);
-    const QString path = QFileDialog::getSaveFileName(
-        this, tr("Save Image"), Settings::get(pathKey, "/"), tr("Images (*.png *.jpg)"));
+    auto* const dialog =
+        new QFileDialog(this, tr("Save Image"), QString(), tr("Images (*.png *.jpg)"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    const QString path = askForFiles(dialog, Settings::get(pathKey, "/")).value(0);
     if (!self)
         return;
     std::cout << path.toStdString() << std::endl;
