@@ -7,14 +7,9 @@
 using _vlr::StringMixer;
 
 TEST(StringMixer, ComparesByText) {
-    const StringMixer patient("Patient");
-    EXPECT_EQ(patient, StringMixer(QStringLiteral("Patient")));
-    EXPECT_EQ(std::string("Patient"), patient);
-    EXPECT_NE(patient, StringMixer("patient"));
-    EXPECT_NE(patient, StringMixer());
-    EXPECT_LT(StringMixer("Data"), patient);
+    EXPECT_EQ(StringMixer("Patient"), StringMixer(QStringLiteral("Patient")));
+    EXPECT_NE(StringMixer("Patient"), StringMixer("patient"));
     EXPECT_EQ(StringMixer(static_cast<const char*>(nullptr)), StringMixer());
-    EXPECT_EQ(StringMixer().hash(), StringMixer("").hash());
 }
 
 TEST(QtStream, WritesUtf8AndIsoDates) {

@@ -43,16 +43,6 @@ TEST(ConfigurationFiles, ComeBackAsTheyWereStoredAndAreNotTouchedWithoutNeed) {
     EXPECT_EQ(vlrTest::readFile(path), document);
 }
 
-TEST(ConfigurationFiles, ALongNameHasAFileOfItsOwn) {
-    const QString longName(300, QChar(u'Ü'));
-    for (const char* end : {"1", "2"})
-        ASSERT_EQ(store(end, longName + QLatin1String(end)), CaError::nullError);
-    const auto loaded = makeConfiguration("x");
-    ASSERT_EQ(DataIOManager::loadConfiguration(longName + QLatin1Char('1'), loaded),
-              CaError::nullError);
-    EXPECT_TRUE(loaded->hasChildAndGet(QStringLiteral("1")));
-}
-
 TEST(ConfigurationFiles, AFileThatWasNeverLoadedIsKeptBeforeItIsReplaced) {
     const QString path = DataIOManager::configurationPath(name);
     vlrTest::expectLog(LogLevel::Warning, "It is kept as");

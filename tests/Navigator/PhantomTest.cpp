@@ -1,5 +1,4 @@
 #include "Images/PhantomFiles.h"
-#include "Images/SheppLoganPhantom.h"
 #include "Navigator/NavigatorTest.h"
 
 #include <QtCore/QDir>
@@ -22,29 +21,6 @@ QStringList foldersBesidePhantom() {
 }
 
 } // namespace
-
-TEST(SheppLoganPhantom, HasThePublishedValues) {
-    const struct {
-        double x, y, z, value;
-        const char* place;
-    } points[] = {
-        {0.95, 0, 0, 0, "outside, at the side"},
-        {0.675, 0, 0, 1, "skull, at the side"},
-        {0, 0.9, 0, 1, "skull, in front"},
-        {0, -0.4, 0, 0.2, "brain"},
-        {0, 0.35, 0, 0.4, "frontal body"},
-        {0, 0.09, -0.25, 0.4, "small body"},
-        {-0.328, 0.333, -0.25, 0, "tip of the left, longer ventricle"},
-        {0.328, 0.333, -0.25, 0.2, "its mirror image lies beyond the right one"},
-        {-0.04, -0.65, -0.25, 0.3, "first tumour, which is long from left to right"},
-        {0.06, -0.69, -0.25, 0.3, "second tumour, which is turned"},
-        {0.09, -0.65, -0.25, 0.2, "beside the second tumour"},
-        {0.06, -0.105, 0.625, 0.4, "upper body"},
-        {0, 0.1, 0.625, 0, "upper cavity"},
-    };
-    for (const auto& point : points)
-        EXPECT_NEAR(sheppLoganValue(point.x, point.y, point.z), point.value, 1e-9) << point.place;
-}
 
 // The first tumour is small and lies off every axis: no other order of axes finds it.
 TEST(PhantomFiles, AreMadeOnceWithTheTumourInItsPlace) {

@@ -7,7 +7,6 @@
 #include "Tracking/TrackingOptionsWidget.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 
-#include <QtGui/QPaintEvent>
 #include <QtTest/QSignalSpy>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
@@ -91,23 +90,6 @@ protected:
     HandSource* m_source = nullptr;
 };
 
-/// What the paint events of a widget were about: the largest part of it, in percent.
-class PaintedShare : public QObject {
-public:
-    bool eventFilter(QObject* widget, QEvent* event) override {
-        if (event->type() != QEvent::Paint)
-            return false;
-        const QSize painted = static_cast<QPaintEvent*>(event)->rect().size();
-        const QSize whole = static_cast<QWidget*>(widget)->size();
-        percent = std::max(percent, 100 * painted.width() * painted.height() /
-                                        (whole.width() * whole.height()));
-        ++count;
-        return false;
-    }
-    int percent = 0;
-    int count = 0;
-};
-
 } // namespace
 
 TEST_F(TrackingModuleTest, TipsAreMeasuredFromTheBaseWhileItIsSeen) {
@@ -179,25 +161,6 @@ TEST_F(TrackingModuleTest, TheTipIsShownNearTheSliceAndInThePicture) {
         see("Pointer", each.tip);
         EXPECT_EQ(isTipAt(Plane::Axial, each.voxel), each.isShown) << each.tip.transpose();
     }
-}
-
-TEST_F(TrackingModuleTest, OnlyTheTipIsPaintedAnew) {
-    showWithImages();
-    see("Pointer", {20.5, 10.5, 0});
-    window()->repaint();
-    QCoreApplication::processEvents();
-    PaintedShare axial;
-    PaintedShare coronal;
-    view(Plane::Axial)->installEventFilter(&axial);
-    view(Plane::Coronal)->installEventFilter(&coronal);
-    see("Pointer", {30.5, 20.5, 0});
-    EXPECT_TRUE(QTest::qWaitFor([&] { return axial.count > 0; }, patience));
-    EXPECT_LT(axial.percent, 25);
-    EXPECT_EQ(coronal.count, 0); // It is not near that slice.
-    axial.count = 0;
-    see("Pointer", {30.5, 20.5, 0});
-    QCoreApplication::processEvents();
-    EXPECT_EQ(axial.count, 0);
 }
 
 TEST_F(TrackingModuleTest, AnotherSourceReconnectsAndSurvivesTheRestart) {

@@ -79,15 +79,11 @@ TEST(Volume, RefusesWhatIsNoneAndNamesTheReason) {
         {{good, good}, enough, {}},
         {{good}, enough, {"more than one"}},
         {{good, good, png(20, 30), png(9, 9)}, enough, {"Slice 3", "3.png", "20 x 30", "30 x 20"}},
-        {{damaged, good, png(31, 20)}, enough, {"Slice 3", "31 x 20", "30 x 20"}},
-        {{damaged, good, good}, enough, {}},
         {{good, undecodable}, enough, {}},
         {{damaged, damaged}, enough, {"can be read"}},
         {{undecodable, undecodable}, enough, {"1.png"}},
-        {{good, good}, 2 * 32 * 20, {}},
         {{good, good}, 2 * 32 * 20 - 1, {"30 x 20 x 2", "of memory"}},
         {{good, deep}, 2 * 32 * 20, {"30 x 20 x 2", "of memory"}},
-        {{good, deep}, 2 * 60 * 20, {}},
         // By the headers alone: decoding would have found that the files are cut off.
         {{large, large, large}, 10 << 20, {"3000 x 2000 x 3 voxels needs 17.2 MiB", "10.0 MiB"}},
     };
@@ -121,8 +117,6 @@ TEST(Volume, PlanesAreTurnedAsDocumented) {
         EXPECT_TRUE(volume.slice(plane, -1).isNull());
         EXPECT_TRUE(volume.slice(plane, volume.count(plane)).isNull());
     }
-    EXPECT_EQ(volume.grey({2, 4, 3}), numbered(2, 4, 3));
-    EXPECT_EQ(volume.grey({3, 4, 3}), 0);
 }
 
 TEST(Volume, SixteenBitsAreWindowedOverAllSlices) {
