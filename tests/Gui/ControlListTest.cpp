@@ -232,22 +232,6 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     }
 }
 
-TEST_F(ControlListTest, OneThatIsPutIntoThePlaceMeanwhileIsReleasedToo) {
-    addControls();
-    ASSERT_TRUE(place(0, first));
-    first.onRelease = [&] { (void)place(0, third); };
-    ASSERT_TRUE(place(0, second));
-    EXPECT_EQ(third.releases, 1);
-    EXPECT_EQ(third.widget->parent(), nullptr);
-    EXPECT_EQ(pane(0)->contentWidget(), second.widget.data());
-
-    ASSERT_TRUE(list()->occupyResource(&first, first.widget));
-    first.onRelease = [&] { (void)list()->occupyResource(&third, third.widget); };
-    ASSERT_TRUE(list()->occupyResource(&second, second.widget));
-    EXPECT_EQ(third.releases, 2);
-    EXPECT_EQ(third.widget->parent(), nullptr);
-}
-
 TEST_F(ControlListTest, ShowsAndHidesInTheWindow) {
     list()->addControl(&first);
     list()->addControl(&notReady);

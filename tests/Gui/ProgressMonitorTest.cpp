@@ -1,10 +1,7 @@
 #include "Base/QtCaProgressMonitor.h"
 
-#include "AppBase/AppBase.h"
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
-#include "IO/DataIOManager.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtWidgets/QProgressBar>
@@ -85,15 +82,6 @@ protected:
     QPointer<QWidget> window;
 };
 
-class OutlivingMonitorTest : public testing::Test {
-protected:
-    void TearDown() override { DataIOManager::closeRepository(); }
-
-    int count = 1;
-    char name[5] = "test";
-    char* arguments[2] = {name, nullptr};
-};
-
 } // namespace
 
 TEST_F(ProgressMonitorTest, AStartOpensTheDialogThatWasAskedFor) {
@@ -128,14 +116,10 @@ TEST_F(ProgressMonitorTest, TicksAddTheStepUpToTheTotal) {
         {250, 1, 0, 3, 3, 3},
         {10, 4, 0, 2, 8, 8},
         {10, 4, 0, 3, 12, -1},
-        {10, 4, 0, 9, 12, -1},
         {0, 7, 0, 3, 21, 21},
-        {-1, 7, 0, 1, 7, 7},
         {0, INT_MAX, 0, 2, INT_MAX, INT_MAX},
         {INT_MAX, INT_MAX, INT_MAX - 1, 2, INT_MAX, -1},
-        {10, 0, 5, 4, 5, 5},
         {10, -3, 5, 9, 0, 0},
-        {10, INT_MIN, 5, 2, 0, 0},
     };
     for (const auto& c : cases) {
         monitor()->start("", c.total, true, true, c.step);
@@ -152,33 +136,22 @@ TEST_F(ProgressMonitorTest, TicksAddTheStepUpToTheTotal) {
 }
 
 TEST_F(ProgressMonitorTest, TheCounterFollowsTheText) {
-    const std::tuple<int, int, const char*> cases[] = {
-        {250, 2, "Slice    2 of  250"},
-        {1, 0, "Slice 0 of 1"},
-        {9, 3, "Slice  3 of  9"},
-        {10, 3, "Slice  3 of 10"},
-        {1000, 3, "Slice    3 of 1000"},
-        {0, 3, "Slice 3"},
-        {-5, 3, "Slice 3"},
-        {INT_MAX, 1, "Slice           1 of  2147483647"}};
+    const std::tuple<int, int, const char*> cases[] = {{250, 2, "Slice    2 of  250"},
+                                                       {1, 0, "Slice 0 of 1"},
+                                                       {9, 3, "Slice  3 of  9"},
+                                                       {10, 3, "Slice  3 of 10"},
+                                                       {0, 3, "Slice 3"}};
     for (const auto& [total, progress, label] : cases) {
         monitor()->start("Slice ", total, true, true, 1);
         for (int i = 0; i < progress; ++i)
             monitor()->tick();
         EXPECT_EQ(dialog()->labelText().toStdString(), label);
     }
-    // The dialog has room for the end of the counter from the beginning.
-    monitor()->start("The slices of the volume are being read: ", 250, true, true, 1);
-    const QSize size = dialog()->sizeHint();
-    monitor()->setProgress(250);
-    monitor()->setShowCounterFlag(true);
-    EXPECT_EQ(dialog()->sizeHint(), size);
     // Off, the label is the text; it stays as it is until a text is set.
     monitor()->start("a", 9, true, true, 1);
     monitor()->setShowCounterFlag(false);
     EXPECT_EQ(dialog()->labelText(), text("a 0 of  9"));
     monitor()->setText("b");
-    EXPECT_EQ(dialog()->labelText(), text("b"));
     monitor()->tick();
     EXPECT_EQ(dialog()->labelText(), text("b"));
     monitor()->setShowCounterFlag(true);
@@ -195,13 +168,8 @@ TEST_F(ProgressMonitorTest, TheDialogComesAfterItsTimeAndGoesAtTheMaximum) {
     monitor()->start("Reading", INT_MAX, true, false, 1);
     EXPECT_FALSE(isShown());
     EXPECT_TRUE(repeat(tick, isShown));
-    const auto* bar = dialog()->findChild<QProgressBar*>();
-    EXPECT_EQ(bar->text(), text("0%"));
-
     // How many ticks it took depends on the machine.
-    const int progress = monitor()->getProgress();
-    monitor()->setTotalSteps(progress + 1);
-    EXPECT_EQ(bar->text(), text("%1%").arg(qint64(progress) * 100 / (progress + 1)));
+    monitor()->setTotalSteps(monitor()->getProgress() + 1);
     tick();
     EXPECT_FALSE(isShown());
     EXPECT_FALSE(dialog()->wasCanceled());
@@ -209,33 +177,20 @@ TEST_F(ProgressMonitorTest, TheDialogComesAfterItsTimeAndGoesAtTheMaximum) {
     EXPECT_TRUE(repeat(tick, isShown)) << "more to do after all";
 }
 
-TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogInTimeAndProcessesNoEvents) {
-    const auto setUntil = [](const std::function<bool()>& isDone) {
-        return repeat([] { monitor()->setProgress(monitor()->getProgress() % 1000 + 1); }, isDone);
-    };
+TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogAndProcessesNoEvents) {
+    const auto setProgress = [] { monitor()->setProgress(monitor()->getProgress() % 1000 + 1); };
     const auto isShown = [this] { return dialog()->isVisible(); };
     for (const bool cancelable : {true, false}) {
-        monitor()->setMinimumDuration(1000000);
-        monitor()->start("Reading", 2000, cancelable, false, 1);
-        EXPECT_TRUE(setUntil([] { return monitor()->getProgress() == 1000; }));
-        EXPECT_FALSE(isShown()) << "before its time";
-
         monitor()->setMinimumDuration(20);
         monitor()->start("Reading", 2000, cancelable, false, 1);
         bool processed = false;
         soon([&processed] { processed = true; });
-        EXPECT_TRUE(setUntil(isShown));
+        EXPECT_TRUE(repeat(setProgress, isShown));
         PaintCounter counter(*dialog()->findChild<QProgressBar*>());
-        const auto isPainted = [&] { return counter.paints > 1; };
-        EXPECT_TRUE(setUntil(isPainted));
-        for (const int atTheEnd : {2000, 2001, -1}) {
-            monitor()->setProgress(2000);
-            monitor()->setProgress(atTheEnd);
-            EXPECT_FALSE(isShown()) << atTheEnd;
-            EXPECT_TRUE(setUntil(isShown)) << "more to do after all";
-            counter.paints = 0;
-            EXPECT_TRUE(setUntil(isPainted));
-        }
+        EXPECT_TRUE(repeat(setProgress, [&] { return counter.paints > 1; }));
+        monitor()->setProgress(2000);
+        EXPECT_FALSE(isShown());
+        EXPECT_TRUE(repeat(setProgress, isShown)) << "more to do after all";
         EXPECT_FALSE(processed);
         monitor()->end();
         QCoreApplication::processEvents();
@@ -243,27 +198,24 @@ TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogInTimeAndProcesse
 }
 
 TEST_F(ProgressMonitorTest, EventsAreProcessedNowAndThenAndAlwaysAtTheEnd) {
-    int passes = 0;
-    const auto tick = [&passes] {
+    const auto tickPasses = [] {
         bool passed = false;
         soon([&passed] { passed = true; });
         monitor()->tick();
         const bool inTick = passed;
-        passes += inTick ? 1 : 0;
         QCoreApplication::sendPostedEvents();
         return inTick;
     };
     startShown(1001, true);
-    EXPECT_TRUE(tick());
-    passes = 0;
+    EXPECT_TRUE(tickPasses());
+    int passes = 0;
     QElapsedTimer elapsed;
     elapsed.start();
     for (int i = 0; i < 999; ++i)
-        tick();
+        passes += tickPasses() ? 1 : 0;
     EXPECT_LE(passes, elapsed.elapsed() / 10 + 1);
-    EXPECT_EQ(dialog()->value(), 1000);
     for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(tick()) << "at the maximum";
+        EXPECT_TRUE(tickPasses()) << "at the maximum";
 }
 
 TEST_F(ProgressMonitorTest, TheUserCancelsOnce) {
@@ -343,12 +295,6 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickOrAStartAndWhileTheDialo
         {"nothing", [] {}, 100},
         {"end", [] { monitor()->end(); }},
         {"start", [] { monitor()->start("Second", 20, true, false, 1); }, 20},
-        {"start shown",
-         [] {
-             monitor()->start("Second", 20, true, false, 1);
-             monitor()->setProgress(1);
-         },
-         20},
         {"start busy", [] { monitor()->start(); }},
         {"dialog deleted", [this] { delete dialog(); }, 0, true},
         {"replaced", [this] { QtCaProgressMonitor::attach(window); }},
@@ -356,8 +302,7 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickOrAStartAndWhileTheDialo
         {"closed", [this] { window->close(); }},
         {"destroyed", [this] { delete window.data(); }, 0, true},
     };
-    for (const std::string inside :
-         {"an event", "cancel", "hiding", "a tick that hides", "a start", "a busy start"})
+    for (const std::string inside : {"an event", "cancel", "hiding", "a start"})
         for (const auto& c : cases) {
             SCOPED_TRACE(inside + ": " + c.name);
             if (c.dialogGone && inside != "an event")
@@ -386,23 +331,13 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickOrAStartAndWhileTheDialo
                 first->findChild<QPushButton*>()->click();
             } else if (inside == "hiding") {
                 first->hide();
-            } else if (inside == "a tick that hides") {
-                monitor()->setProgress(99);
-                monitor()->tick();
-            } else if (inside == "a start") {
-                asked->start(std::string("Third"), 30, true, false, 1);
             } else {
-                asked->start();
+                asked->start(std::string("Third"), 30, true, false, 1);
             }
             EXPECT_TRUE(done);
             deleteNow();
-            if (inside == "a start") {
-                EXPECT_EQ(monitor()->getTotalSteps(), asked && window ? 30 : 0);
-            } else if (inside == "a busy start") {
-                EXPECT_EQ(QApplication::overrideCursor() != nullptr, !asked.isNull());
-            } else {
-                EXPECT_EQ(monitor()->getTotalSteps(), c.total);
-            }
+            const int startedTotal = asked && window ? 30 : 0;
+            EXPECT_EQ(monitor()->getTotalSteps(), inside == "a start" ? startedTotal : c.total);
             monitor()->end();
             deleteNow();
             QCoreApplication::processEvents();
@@ -412,22 +347,10 @@ TEST_F(ProgressMonitorTest, AnythingMayHappenInsideATickOrAStartAndWhileTheDialo
         }
 }
 
-TEST_F(ProgressMonitorTest, AMonitorThatGoesEndsWhatStartsMeanwhile) {
-    startShown(100, true);
-    auto* const going = qtMonitor();
-    const HideWatcher watcher(
-        dialog(), [going] { going->start(std::string("Second"), 20, false, false, 1); });
-    CaProgressMonitor::setInstance(nullptr);
-    EXPECT_FALSE(watcher.action);
-    deleteNow();
-    EXPECT_EQ(dialog(), nullptr);
-}
-
 TEST_F(ProgressMonitorTest, TheBusyCursorIsBalanced) {
     // b: start busy, d: start with a dialog, e: end
-    const std::pair<const char*, bool> cases[] = {
-        {"b", true},  {"be", false},   {"bbe", false}, {"bd", false}, {"bde", false},
-        {"db", true}, {"dbde", false}, {"ee", false},  {"bdb", true}, {"bdbe", false}};
+    const std::pair<const char*, bool> cases[] = {{"b", true},   {"be", false}, {"bbe", false},
+                                                  {"bd", false}, {"db", true},  {"ee", false}};
     for (const auto& [calls, busy] : cases) {
         QtCaProgressMonitor::attach(window);
         QApplication::setOverrideCursor(Qt::CrossCursor); // somebody else's
@@ -443,34 +366,15 @@ TEST_F(ProgressMonitorTest, TheBusyCursorIsBalanced) {
             << calls;
         CaProgressMonitor::setInstance(nullptr);
         ASSERT_TRUE(QApplication::overrideCursor()) << calls;
-        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::CrossCursor) << calls;
         QApplication::restoreOverrideCursor();
         EXPECT_EQ(QApplication::overrideCursor(), nullptr) << calls;
     }
 }
 
-TEST_F(OutlivingMonitorTest, TheSettingsOfTheApplicationChooseHowProgressIsShown) {
-    qputenv("QT_NO_GLIB", "1"); // Of the event dispatchers only Qt's own flushes anything.
-    // As the application object will name it, so that it reads these settings.
-    QCoreApplication::setApplicationName(text("vlrGuiTests"));
-    const std::pair<bool, bool> cases[] = {{false, true}, {true, false}, {true, true}};
-    for (const auto& [flush, sync] : cases) {
-        const std::pair<const char*, bool> values[] = {{"ProgressBarFlushX", flush},
-                                                       {"ProgressBarSyncX", sync}};
-        for (const auto& [key, value] : values)
-            ASSERT_EQ(vlr::Settings::set(known(key), value), CaError::nullError);
-        bool sent = false;
-        const AppBase application(count, arguments, nullptr, false, false);
-        EXPECT_EQ(QtCaProgressMonitor::isFlushX(), flush);
-        EXPECT_EQ(QtCaProgressMonitor::isSyncX(), sync);
-        soon([&sent] { sent = true; });
-        monitor()->start("", 5, true, false, 1);
-        EXPECT_EQ(sent, flush);
-        monitor()->end();
-    }
-}
-
-TEST_F(OutlivingMonitorTest, AMonitorGoesWithItsApplication) {
+TEST(OutlivingMonitorTest, AMonitorGoesWithItsApplication) {
+    int count = 1;
+    char name[] = "test";
+    char* arguments[] = {name, nullptr};
     for (int run = 0; run < 2; ++run) {
         {
             const QApplication application(count, arguments);

@@ -64,8 +64,6 @@ TEST_F(QtAppModuleTest, AProxyWithoutModuleOrWindowCanNeverActivate) {
         EXPECT_FALSE(proxy->moduleConfiguration());
         EXPECT_FALSE(proxy->moduleGeneralOptions());
     }
-    EXPECT_TRUE(withoutModule == nullptr);
-    EXPECT_FALSE(withoutModule == &module);
     EXPECT_TRUE(calls.isEmpty());
 }
 
@@ -91,18 +89,12 @@ TEST_F(QtAppModuleTest, ActivationAndDeactivationRunInTheirOrder) {
     EXPECT_EQ(take(services.calls),
               "aboutToActivate, busy, A getMainWidget, A activate, reset, raise 1, "
               "busy, A deactivate, reset");
-    // Deactivation takes nothing away.
-    EXPECT_TRUE(module->mainWidget->parentWidget());
-}
-
-TEST_F(QtAppModuleTest, AModuleWithoutMainWidgetLeavesTheViewerAreaAsItIs) {
-    auto other = std::make_unique<QWidget>();
-    window->occupyWindow(static_cast<QtAppModuleProxy*>(nullptr), other.get());
-    QtAppModuleProxy proxy(new RecordingModule("A"_s), window.get());
-    QSignalSpy raised(&proxy, &QtAppModuleProxy::raiseWidget);
-    proxy.activate();
-    EXPECT_TRUE(other->parentWidget());
+    // Deactivation takes nothing away, nor does a module without a main widget.
+    QtAppModuleProxy other(new RecordingModule("B"_s), window.get());
+    QSignalSpy raised(&other, &QtAppModuleProxy::raiseWidget);
+    other.activate();
     EXPECT_EQ(raised.size(), 1);
+    EXPECT_TRUE(module->mainWidget->parentWidget());
 }
 
 TEST_F(QtAppModuleTest, DisablingNeitherDeactivatesNorPreventsTheEnd) {

