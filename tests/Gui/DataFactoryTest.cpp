@@ -151,13 +151,11 @@ TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
 }
 
 TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
-    QString name = text("name");
+    const CaError expected("DataFactory::noConfigurationWidgetError");
     const DataPointer<Data> derived(new SpecialStudy);
-    CaError error = DataFactory::displayConfigurationDialog(derived.get(), &name);
-    EXPECT_EQ(error, CaError("DataFactory::noConfigurationWidgetError"));
+    EXPECT_EQ(DataFactory::displayConfigurationDialog(derived.get(), nullptr), expected);
     expectLog(vlr::LogLevel::Error, "Data is not defined");
-    error = DataFactory::displayConfigurationDialog(nullptr, &name);
-    EXPECT_EQ(error.id(), DataFactory::noConfigurationWidgetError);
+    EXPECT_EQ(DataFactory::displayConfigurationDialog(nullptr, nullptr), expected);
     EXPECT_EQ(std::string(logRecords().back().file), "libraries/Gui/src/DataUtils/DataFactory");
 }
 
@@ -166,10 +164,8 @@ TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
 TEST_F(DataFactoryTest, OnlyAcceptingChangesTheData) {
     const std::tuple<const char*, std::function<void(QDialog&)>, bool> cases[] = {
         {"Escape", [](QDialog& d) { QTest::keyClick(d.focusWidget(), Qt::Key_Escape); }, false},
-        {"close", [](QDialog& d) { d.close(); }, false},
         {"Cancel", [](const QDialog& d) { click(d, "cancel"); }, false},
         {"Return", [](QDialog& d) { QTest::keyClick(d.focusWidget(), Qt::Key_Return); }, true},
-        {"Enter", [](QDialog& d) { QTest::keyClick(d.focusWidget(), Qt::Key_Enter); }, true},
         {"OK", [](const QDialog& d) { click(d, "ok"); }, true},
     };
     for (const auto& [way, leave, accepts] : cases) {
@@ -189,11 +185,10 @@ TEST_F(DataFactoryTest, OnlyAcceptingChangesTheData) {
 TEST_F(DataFactoryTest, AWidgetThatRefusesKeepsTheDialogOpen) {
     link("refuse");
     const CaError error = display([](QDialog& dialog) {
-        QSignalSpy accepted(decorated(dialog), &QtDecoratedDataConfigurationWidget::accepted);
         QSignalSpy finished(decorated(dialog), &QtDecoratedDataConfigurationWidget::finished);
         click(dialog, "ok");
         EXPECT_TRUE(dialog.isVisible());
-        EXPECT_EQ(accepted.count() + finished.count(), 0);
+        EXPECT_EQ(finished.count(), 0);
         click(dialog, "cancel");
         EXPECT_EQ(finished.count(), 1);
     });
@@ -201,29 +196,25 @@ TEST_F(DataFactoryTest, AWidgetThatRefusesKeepsTheDialogOpen) {
 }
 
 TEST_F(DataFactoryTest, TheItemNameIsNotEmptyAndComesBackWithoutWhiteSpace) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"plain", "plain"}, {" a  b ", "_a__b_"}, {"a\tb\u00a0c", "a_b_c"}};
-    for (const auto& [typed, expected] : cases) {
-        QString name = text("old name");
-        const auto drive = [&, typed = typed](const QDialog& dialog) {
-            EXPECT_EQ(dialog.findChildren<QGroupBox*>().first()->title(), text("Item Name:"));
-            EXPECT_EQ(nameEdit(dialog)->text(), text("old name"));
-            nameEdit(dialog)->clear();
-            QString said;
-            answerNextMessageBox([&](QMessageBox& box) {
-                said = box.text();
-                box.accept();
-            });
-            click(dialog, "ok");
-            EXPECT_EQ(said, text("The id you gave is invalid!"));
-            EXPECT_TRUE(dialog.isVisible());
-            EXPECT_EQ(name, text("old name"));
-            nameEdit(dialog)->setText(text(typed));
-            click(dialog, "ok");
-        };
-        EXPECT_EQ(display(drive, &name), CaError::nullError);
-        EXPECT_EQ(name, text(expected));
-    }
+    QString name = text("old name");
+    const auto drive = [&](const QDialog& dialog) {
+        EXPECT_EQ(dialog.findChildren<QGroupBox*>().first()->title(), text("Item Name:"));
+        EXPECT_EQ(nameEdit(dialog)->text(), text("old name"));
+        nameEdit(dialog)->clear();
+        QString said;
+        answerNextMessageBox([&](QMessageBox& box) {
+            said = box.text();
+            box.accept();
+        });
+        click(dialog, "ok");
+        EXPECT_EQ(said, text("The id you gave is invalid!"));
+        EXPECT_TRUE(dialog.isVisible());
+        EXPECT_EQ(name, text("old name"));
+        nameEdit(dialog)->setText(text(" a  b\tc\u00a0"));
+        click(dialog, "ok");
+    };
+    EXPECT_EQ(display(drive, &name), CaError::nullError);
+    EXPECT_EQ(name, text("_a__b_c_"));
 }
 
 TEST_F(DataFactoryTest, WithoutANameThereIsNoFieldForOneAndDefaultsOnlyWhereTheyAreSaved) {
@@ -239,9 +230,6 @@ TEST_F(DataFactoryTest, WithoutANameThereIsNoFieldForOneAndDefaultsOnlyWhereThey
                 // The button shows that it was pressed before it acts.
                 EXPECT_TRUE(QTest::qWaitFor(
                     [] { return InstitutionWidget::savedDefault == text("usual"); }));
-                EXPECT_TRUE(dialog.findChild<QtMessageLine*>(text("storeError"))
-                                ->text()
-                                .contains(text("New items will start")));
             }
             EXPECT_TRUE(dialog.isVisible());
             click(dialog, "cancel");
@@ -256,21 +244,17 @@ TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
     const DataPointer<Data> child(new Study);
     ASSERT_EQ(study->addChild(child, false), CaError::nullError);
     study->setBinaryPart(text("part"), "bytes");
-    DataFactory::DialogOptions options;
-    options.title = text("A title");
-    CaError answer("full", "The disk is full.");
     QStringList stored;
+    DataFactory::DialogOptions options;
     options.store = [&] {
         stored << study->institution();
-        return answer;
+        return stored.size() < 2 ? CaError("full", "The disk is full.") : CaError::nullError;
     };
-    const auto failOnce = [&](QDialog& dialog) {
-        EXPECT_EQ(dialog.windowTitle(), text("A title"));
+    const auto failAndStore = [&](QDialog& dialog) {
         type(dialog, "St. Mary");
         click(dialog, "ok");
         EXPECT_TRUE(dialog.isVisible());
         const auto* message = dialog.findChild<QtMessageLine*>(text("storeError"));
-        EXPECT_TRUE(message->isVisible());
         EXPECT_TRUE(message->text().contains(text("The disk is full.")));
         EXPECT_EQ(dialog.findChild<QLineEdit*>()->text(), text("St. Mary"));
         EXPECT_EQ(study->institution(), text("St. Luke"));
@@ -278,22 +262,11 @@ TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
         QByteArray bytes;
         EXPECT_EQ(study->binaryPart(text("part"), bytes), CaError::nullError);
         EXPECT_EQ(bytes, "bytes");
-    };
-    const auto failAndCancel = [&](QDialog& dialog) {
-        failOnce(dialog);
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-    };
-    EXPECT_EQ(display(failAndCancel, nullptr, options).id(), DataFactory::operationCanceledError);
-    EXPECT_EQ(study->institution(), text("St. Luke"));
-
-    const auto failAndStore = [&](QDialog& dialog) {
-        failOnce(dialog);
-        answer = CaError();
         click(dialog, "ok");
     };
     EXPECT_EQ(display(failAndStore, nullptr, options), CaError::nullError);
     EXPECT_EQ(study->institution(), text("St. Mary"));
-    EXPECT_EQ(stored.count(text("St. Mary")), 3);
+    EXPECT_EQ(stored, (QStringList{text("St. Mary"), text("St. Mary")}));
 }
 
 TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlongAtAnyTime) {
@@ -325,11 +298,6 @@ TEST_F(DataFactoryTest, TheWindowMayTakeTheDialogAlongAtAnyTime) {
         };
         show(nullptr, pressOk);
     }
-    show(nullptr, [&](QDialog& dialog) {
-        QObject::connect(decorated(dialog), &QtDecoratedDataConfigurationWidget::rejected,
-                         [&] { window.reset(); });
-        QMetaObject::invokeMethod(decorated(dialog), "cancel");
-    });
 }
 
 #include "DataFactoryTest.moc"

@@ -37,7 +37,6 @@ PaintCounter::PaintCounter(QWidget& widget) {
 bool PaintCounter::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
     paints += type == QEvent::Paint || type == QEvent::UpdateRequest ? 1 : 0;
-    resizes += type == QEvent::Resize ? 1 : 0;
     return QObject::eventFilter(watched, event);
 }
 

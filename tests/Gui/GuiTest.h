@@ -60,14 +60,13 @@ private:
     QApplication m_application;
 };
 
-/// Counts how often a widget and what is in it now are painted, and how often they are resized.
+/// Counts how often a widget and what is in it now are painted.
 class PaintCounter : public QObject {
 public:
     explicit PaintCounter(QWidget& widget);
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     int paints = 0;
-    int resizes = 0;
 };
 
 /// Stands for the running application and counts what it is asked for.

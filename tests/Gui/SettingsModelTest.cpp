@@ -3,8 +3,6 @@
 #include "Gui/Text.h"
 #include "Settings/vlrSettings.h"
 
-#include <QtCore/QRect>
-#include <QtGui/QFont>
 #include <QtTest/QAbstractItemModelTester>
 
 using namespace vlr;
@@ -61,32 +59,7 @@ QString toText(const std::vector<SettingsChange>& changes) {
     return lines.join(text("; "));
 }
 
-QString textOf(const SettingsModel& model, const QString& key, int column, int role) {
-    return model.indexOf(key).siblingAtColumn(column).data(role).toString();
-}
-
-bool setValue(SettingsModel& model, const QString& key, const char* value) {
-    return model.setData(model.indexOf(key).siblingAtColumn(SettingsModel::ValueColumn),
-                         text(value));
-}
-
 } // namespace
-
-TEST(SettingsValue, TheTypeOfUnknownKeysIsTheOneTheirValueShows) {
-    const std::pair<Kind, std::vector<QVariant>> cases[] = {
-        {Kind::Bool, {text("true"), text("false")}},
-        {Kind::Integer, {text("0"), text("-12")}},
-        {Kind::Number, {text("1.50"), text("-2e-3")}},
-        {Kind::Text,
-         {text("True"), text("007"), text("99999999999"), text("1e999"), text("nan"), text(""),
-          text("1 0 0"), QStringList{text("a"), text("b")}, QByteArray("bytes")}},
-        {Kind::Size, {QSize(1, 2)}},
-        {Kind::Other, {QRect(1, 2, 3, 4)}},
-    };
-    for (const auto& [kind, values] : cases)
-        for (const QVariant& stored : values)
-            EXPECT_EQ(typeOf(stored).kind, kind) << rawSettingText(stored).toStdString();
-}
 
 TEST(SettingsValue, TextsAreTakenOrRefused) {
     SettingsType colour = ofKind(Kind::Vector);
@@ -110,7 +83,6 @@ TEST(SettingsValue, TextsAreTakenOrRefused) {
         {choice, {{"left", "left"}}, {"LEFT", " left"}},
         {anyCase, {{"LEFT", "left"}}, {"left ", "up"}},
         {ofKind(Kind::Text), {{" as typed ", " as typed "}}, {}},
-        {ofKind(Kind::Other), {}, {"x"}},
     };
     for (const auto& [type, taken, refused] : cases) {
         for (const auto& [typed, shown] : taken) {
@@ -148,38 +120,7 @@ TEST_F(SettingsModelTest, TheEditorAndTheReadersAgree) {
     }
 }
 
-TEST_F(SettingsModelTest, KnownSettingsAreUniqueAndTakeTheirOwnDefaults) {
-    QStringList keys;
-    for (const KnownSetting& setting : knownSettings()) {
-        EXPECT_EQ(settingText(setting.type, parseSetting(setting.type, setting.defaultText).value),
-                  setting.defaultText)
-            << setting.key.toStdString();
-        EXPECT_FALSE(setting.meaning.isEmpty());
-        keys << setting.key;
-    }
-    EXPECT_EQ(keys.removeDuplicates(), 0);
-}
-
-TEST_F(SettingsModelTest, SpecialTextsAreChecked) {
-    SettingsEdits edits(source);
-    const std::tuple<const char*, std::vector<const char*>, std::vector<const char*>> cases[] = {
-        {"ScreenshotShortcut", {"Ctrl+P", ""}, {"Ctrl+Nonsense"}},
-        {"ShowSplashScreenMessageColor", {"white"}, {"#12"}},
-        {"WindowShowMode", {"FullScreen"}, {"tiny"}},
-        {"SplashScreen.Timer", {}, {"-1"}},
-    };
-    for (const auto& [name, taken, refused] : cases) {
-        for (const char* typed : taken)
-            EXPECT_EQ(edits.set(known(name), text(typed)), QString()) << typed;
-        for (const char* typed : refused)
-            EXPECT_NE(edits.set(known(name), text(typed)), QString()) << typed;
-    }
-}
-
 TEST_F(SettingsModelTest, OnlyWhatDiffersFromTheStoredIsAChange) {
-    source.stored.insert(text("Site/List"), QStringList{text("a"), text("b")});
-    const QString side = known("ShowSplashScreenMessageLocationHorizontal");
-    source.stored.insert(side, text("Left"));
     SettingsEdits edits(source);
     const QString mode = known("WindowShowMode");
     const QString number = text("Site/Number");
@@ -189,12 +130,7 @@ TEST_F(SettingsModelTest, OnlyWhatDiffersFromTheStoredIsAChange) {
         const char* changes;
     } steps[] = {
         {[&] { edits.set(mode, text("Normal")); }, ""}, // the default that is shown
-        {[&] { edits.set(text("Site/List"), text("a, b")); }, ""},
         {[&] { edits.set(number, text("x")); }, ""},
-        // A word in other letters can be put right.
-        {[&] { edits.set(side, text("left")); },
-         "Velora/Application/ShowSplashScreenMessageLocationHorizontal: Left -> left"},
-        {[&] { edits.revert(side); }, ""},
         {[&] { edits.set(number, text("6")); }, "Site/Number: 5 -> 6"},
         {[&] { edits.set(number, text("05")); }, ""},
         {[&] { edits.remove(number); }, "Site/Number: 5 -> "},
@@ -202,17 +138,11 @@ TEST_F(SettingsModelTest, OnlyWhatDiffersFromTheStoredIsAChange) {
         {[&] { edits.add(added, ofKind(Kind::Bool)); }, "Site/New:  -> false"},
         {[&] { edits.set(added, text("true")); }, "Site/New:  -> true"},
         {[&] { edits.remove(added); }, ""},
-        {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
-        {[&] { edits.rename(added, number); }, ""},
         // Both halves of a rename go together, whichever is taken back.
         {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
         {[&] { edits.revert(added); }, ""},
         {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
         {[&] { edits.rename(added, text("Site/Newer")); }, "Site/Newer:  -> 5; Site/Number: 5 -> "},
-        {[&] { edits.revert(number); }, ""},
-        // A renamed setting may be deleted all the same.
-        {[&] { edits.rename(number, added); }, "Site/New:  -> 5; Site/Number: 5 -> "},
-        {[&] { edits.remove(added); }, "Site/Number: 5 -> "},
         {[&] { edits.revert(number); }, ""},
     };
     for (const auto& s : steps) {
@@ -258,15 +188,10 @@ TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
     const QAbstractItemModelTester tester(&model,
                                           QAbstractItemModelTester::FailureReportingMode::Fatal);
     const QString number = text("Site/Number");
-    ASSERT_EQ(model.rowCount(), 2);
     EXPECT_EQ(model.headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), text("Setting"));
     EXPECT_EQ(model.headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(), text("Value"));
-    EXPECT_EQ(model.key(model.indexOf(text("Site"))), QString());
     EXPECT_EQ(model.rowCount(model.indexOf(number)), 1); // a setting and a group
-
     model.add(text("Alpha/One"), ofKind(Kind::Text));
-    EXPECT_EQ(model.indexOf(text("Alpha")).row(), 0);
-    EXPECT_EQ(model.indexOf(text("Site")).row(), 1);
     model.rename(text("Alpha/One"), text("zeta"));
     EXPECT_FALSE(model.indexOf(text("Alpha")).isValid());
     EXPECT_EQ(model.indexOf(text("zeta")).row(), 2);
@@ -275,87 +200,16 @@ TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
 
     model.remove(number); // stays in sight until it is stored
     EXPECT_EQ(model.key(model.indexOf(number)), number);
-    EXPECT_FALSE(setValue(model, number, "9"));
     source.stored.insert(text("Other/Process"), text("1"));
     std::vector<SettingsConflict> conflicts;
     ASSERT_EQ(model.apply(conflicts), CaError::nullError);
     EXPECT_EQ(model.key(model.indexOf(number)), QString()); // still a group
     EXPECT_TRUE(model.indexOf(text("Other/Process")).isValid());
-    model.remove(text("Site/Number/Unit"));
-    ASSERT_EQ(model.apply(conflicts), CaError::nullError);
-    EXPECT_FALSE(model.indexOf(text("Site")).isValid());
-}
-
-TEST_F(SettingsModelTest, RowsSayWhatTheyAreInFontAndWords) {
-    SettingsModel model(source);
-    const QString id = known("MaxPatientID");
-    const QString unit = text("Site/Number/Unit");
-    // As it looks (bold, italic, struck out) and is read out.
-    const auto row = [&](const QString& key) {
-        const auto font = model.indexOf(key).data(Qt::FontRole).value<QFont>();
-        const std::string looks = std::string(font.bold() ? "b" : "") + (font.italic() ? "i" : "") +
-                                  (font.strikeOut() ? "s" : "");
-        const auto spoken = [&](int column) {
-            return textOf(model, key, column, Qt::AccessibleTextRole).toStdString();
-        };
-        return looks + " " + spoken(0) + ": " + spoken(1);
-    };
-    EXPECT_EQ(row(known("WindowShowMode")), "i WindowShowMode: normal, default");
-    EXPECT_EQ(row(id), " MaxPatientID: 7000");
-
-    QSignalSpy edited(&model, &SettingsModel::edited);
-    EXPECT_FALSE(setValue(model, id, "many"));
-    EXPECT_TRUE(setValue(model, id, "8000"));
-    model.remove(unit);
-    EXPECT_EQ(edited.count(), 2);
-    EXPECT_EQ(row(id), "b MaxPatientID, changed: 8000");
-    EXPECT_EQ(row(unit), "bs Unit, will be deleted: mm");
-    EXPECT_EQ(textOf(model, id, 0, Qt::DisplayRole), text("MaxPatientID *"));
-    model.remove(id); // A known one goes back to its default.
-    EXPECT_EQ(row(id), "bi MaxPatientID, changed: 1000000, default");
-    model.revert(id);
-    EXPECT_EQ(row(id), " MaxPatientID: 7000");
-}
-
-TEST_F(SettingsModelTest, TheStateOfAStoredValueIsWhatItsReaderMakesOfIt) {
-    const char* const unfit = "The stored value does not fit, so the default is used.";
-    const char* const equal = "Stored, equal to the default.";
-    const char* const different = "Stored, differs from the default.";
-    const char* const horizontal = "ShowSplashScreenMessageLocationHorizontal";
-    const std::tuple<const char*, QVariant, const char*> cases[] = {
-        {"MaxPatientID", text("many"), unfit},
-        {"MaxPatientID", text("1000000"), equal},
-        {"ExitWithoutRequest", text("TRUE"), different},
-        {horizontal, text("left"), equal},
-        {horizontal, text("Left"),
-         "The stored \"Left\" is an unknown choice. The messages are on the right."},
-        {"ShowSplashScreenMessageLocationVertical", text("bottom "),
-         "The stored \"bottom \" is an unknown choice. The messages are at the top."},
-        {"WindowShowMode", text("Normal"), equal},
-        {"WindowShowMode", text(" maximized "),
-         "The stored \" maximized \" is an unknown choice. "
-         "The main window does not appear at start-up."},
-        {"WindowShowMode", QSize(1, 2), unfit},
-        {"ShowSplashScreenMessageColor", text("#12"),
-         "The stored value does not fit. The messages are black."},
-        {"QtQuadView/ButtonColor", text("0 0 300"), "The stored value does not fit."},
-        {"QtQuadView/ButtonColor", text("red"), unfit},
-        {"QtQuadView/InitialSize", text("8 \u00d7 8"), different},
-        {"ScreenshotLocation", QSize(1, 2), unfit},
-    };
-    for (const auto& [name, stored, status] : cases) {
-        source.stored = {{known(name), stored}};
-        const SettingsModel model(source);
-        EXPECT_EQ(model.edits().status(known(name)).toStdString(), status) << name;
-        EXPECT_EQ(textOf(model, known(name), 1, Qt::DisplayRole).trimmed().toLower(),
-                  rawSettingText(stored).trimmed().toLower().replace(text("\u00d7"), text("x")));
-    }
 }
 
 TEST_F(SettingsModelTest, ApplicationsAddSettingsOfTheirOwn) {
     const QString kind = text("Site/Kind");
     source.stored.insert(kind, text("Round"));
-    addKnownSetting({kind, SettingsType(), text("old"), text("Replaced.")});
     addKnownSetting({kind, choiceType({text("square"), text("round")}), text("square"),
                      text("The kind of site."), text("It has corners.")});
     addKnownSetting({known("MaxPatientID"), integerType(0, 9), text("9"), text("Few of them.")});
@@ -363,11 +217,12 @@ TEST_F(SettingsModelTest, ApplicationsAddSettingsOfTheirOwn) {
     EXPECT_EQ(edits.status(kind),
               text("The stored \"Round\" is an unknown choice. It has corners."));
     EXPECT_FALSE(edits.set(kind, text("flat")).isEmpty());
-    edits.remove(kind);
-    EXPECT_EQ(edits.text(kind), text("square"));
     EXPECT_EQ(edits.known(known("MaxPatientID"))->defaultText, text("9"));
     QStringList keys;
-    for (const KnownSetting& setting : knownSettings())
+    for (const KnownSetting& setting : knownSettings()) {
+        EXPECT_TRUE(parseSetting(setting.type, setting.defaultText).value.isValid())
+            << setting.key.toStdString();
         keys << setting.key;
+    }
     EXPECT_EQ(keys.removeDuplicates(), 0) << "a later one takes the place of the one before";
 }
