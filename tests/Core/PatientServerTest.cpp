@@ -1,3 +1,4 @@
+#include "Data/DataItem.h"
 #include "Data/Patient.h"
 #include "IO/DataIOManager.h"
 #include "IO/PatientStore.h"
@@ -59,6 +60,18 @@ TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
     m_server.start();
     EXPECT_EQ(storeAs("After"), CaError::nullError);
     EXPECT_EQ(storedName(), QStringLiteral("After"));
+
+    const DataPointer<DataItem> item(new DataItem);
+    item->setBinaryPart(QStringLiteral("part"), "bytes");
+    ASSERT_EQ(m_patient->addChild(item, false), CaError::nullError);
+    ASSERT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
+    DataPointer<Patient> loaded;
+    ASSERT_EQ(DataIOManager::loadPatient(m_patient->storageUri(), loaded), CaError::nullError);
+    m_server.kill();
+    m_server.start();
+    QByteArray bytes;
+    EXPECT_EQ(loaded->child(0)->binaryPart(QStringLiteral("part"), bytes), CaError::nullError);
+    EXPECT_EQ(bytes, "bytes");
 }
 
 TEST_F(PatientServerTest, ALockIsNotWaitedForForEver) {

@@ -2,6 +2,7 @@
 #include "Support/TestEnvironment.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QSysInfo>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -28,6 +29,17 @@ TEST(SettingsFile, AnEmptyLockFileIsSomebodysWhileItIsMade) {
     EXPECT_FALSE(QFile::exists(lock));
 }
 
+// One that was ended while it cleared away the lock of one that had been ended before.
+TEST(SettingsFile, WhatTwoEndedProcessesLeftIsInNobodysWay) {
+    const QString key = QStringLiteral("Velora/Key");
+    ASSERT_EQ(Settings::set(key, 1), CaError::nullError);
+    const QString lock = Settings::filePath() + QStringLiteral(".lock");
+    const QByteArray nobody = "4194305\nVelora\n"; // more than the system's largest process id
+    writeFile(lock, nobody + QSysInfo::machineHostName().toUtf8() + '\n');
+    writeFile(lock + QStringLiteral(".rmlock"), QByteArray());
+    EXPECT_EQ(Settings::set(key, 2), CaError::nullError);
+}
+
 TEST(SettingsFile, NoMoreIsStoredThanIsRead) {
     std::vector<vlr::SettingsChange> changes;
     for (int i = 0; i < 10000; ++i)
@@ -39,4 +51,6 @@ TEST(SettingsFile, NoMoreIsStoredThanIsRead) {
     EXPECT_EQ(Settings::apply(changes, conflicts), CaError::nullError);
     Settings::reload();
     EXPECT_EQ(Settings::keys().size(), 9990);
+    EXPECT_EQ(Settings::set(QStringLiteral("Velora/Key"), QString(600000, u'x')).id(),
+              "Settings::notStorable");
 }

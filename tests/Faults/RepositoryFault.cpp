@@ -141,7 +141,7 @@ struct Session {
     void type(QDialog& dialog, bool isNew);
     void judge(QDialog& dialog, bool isNew);
     void endApplication();
-    void ask(const std::function<CaError()>& question);
+    void ask(const std::function<CaError()>& question, const std::function<bool()>& isRight);
 };
 
 long worstStall = 0; // of all of them, beyond what a lock takes
@@ -253,12 +253,13 @@ void Session::endApplication() {
 }
 
 // Whatever else a program asks of the repository.
-void Session::ask(const std::function<CaError()>& question) {
+void Session::ask(const std::function<CaError()>& question, const std::function<bool()>& isRight) {
     DataIOManager::closeRepository();
     inflict();
     Stall stall;
-    (void)question();
+    const CaError error = question();
     note(stall);
+    expect(error != CaError::nullError || isRight(), "it is untrue, and nobody was told");
     isJudged = true;
 }
 
@@ -277,16 +278,24 @@ const Way ways[] = {
     {"list of patients",
      [](Session& s) {
          std::vector<MetaInformation> patients;
-         s.ask([&] { return DataIOManager::patientMetaInfoList(patients); });
+         // One that was deleted is replaced by an empty one, with a warning in the log.
+         s.ask([&] { return DataIOManager::patientMetaInfoList(patients); },
+               [&] { return patients.size() == 1 || !s.harm.isLock; });
      }},
     {"loading",
      [](Session& s) {
          DataPointer<Patient> loaded;
-         s.ask([&] { return DataIOManager::loadPatient(s.patient->storageUri(), loaded); });
+         s.ask([&] { return DataIOManager::loadPatient(s.patient->storageUri(), loaded); },
+               [&] { return loaded && loaded->name() == oldName; });
      }},
     {"removal",
      [](Session& s) {
-         s.ask([&] { return DataIOManager::removePatient(s.patient->storageUri()); });
+         std::vector<MetaInformation> patients;
+         s.ask([&] { return DataIOManager::removePatient(s.patient->storageUri()); },
+               [&] {
+                   return DataIOManager::patientMetaInfoList(patients) == CaError::nullError &&
+                          patients.empty();
+               });
      }},
 };
 

@@ -150,8 +150,13 @@ int Storer::load() {
 long Storer::sweepCalls(const QByteArray& rest, long step) {
     constexpr long mostCalls = 2000;
     for (long call = 1; call <= mostCalls; call += step) {
-        if (!store("call " + QByteArray::number(qlonglong(call)) + rest))
+        const QByteArray fault = "call " + QByteArray::number(qlonglong(call)) + rest;
+        if (!store(fault))
             return call - 1;
+        if (rest == killed) {
+            (void)store(fault);
+            (void)store({});
+        }
         // What a lock that can be neither filled nor removed costs is its two seconds each time.
         if (rest.contains("lasting"))
             QFile::remove(m_victim.file() + QStringLiteral(".lock"));

@@ -34,6 +34,9 @@ public:
     /// Every `step`-th call of a save with "call N" and this behind it. Answers how many calls a
     /// save has.
     long sweepCalls(const QByteArray& rest, long step);
+    /// The rest with which the process is killed. Another one is then killed at the same call, and
+    /// a third has to get along with what both left.
+    static constexpr const char* killed = " 0";
 
     /// The arguments of the act behind it.
     static QStringList arguments(const Victim& victim, bool isOrdinary = false);

@@ -68,7 +68,7 @@ int PostgresServer::run(const QString& program, const QStringList& arguments) co
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
     process.start(QStringLiteral("setpriv"), asServerUser(program, arguments));
-    process.waitForFinished();
+    process.waitForFinished(120000);
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
@@ -92,8 +92,12 @@ void PostgresServer::start() {
                                   QStringLiteral("-k"), QString(), QStringLiteral("-p"), port}));
     QElapsedTimer timer;
     for (timer.start(); timer.elapsed() < 30000; QThread::msleep(50))
-        if (run(QStringLiteral("pg_isready"), {QStringLiteral("-h"), QStringLiteral("127.0.0.1"),
-                                               QStringLiteral("-p"), port}) == 0)
+        // Another program may have taken the port.
+        if (m_process.waitForFinished(0))
+            FAIL() << "The PostgreSQL server has ended at once.";
+        else if (run(QStringLiteral("pg_isready"),
+                     {QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+                      port}) == 0)
             return;
     FAIL() << "The PostgreSQL server does not answer.";
 }

@@ -16,6 +16,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QHash>
+#include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QUrl>
@@ -106,6 +107,7 @@ CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWri
 struct Repository {
     QString url;
     std::unique_ptr<vlr::PatientStore> store;
+    bool isStoring = false; // It must not be opened anew then.
 };
 
 Repository& openRepository() {
@@ -137,6 +139,8 @@ enum class Use { Reading, Listing, Storing };
 // ever the one that was locked when it was opened.
 vlr::PatientStore* currentRepository(Use use, CaError& error) {
     Repository& repository = openRepository();
+    if (repository.isStoring)
+        return repository.store.get();
     if (repository.store && repository.store->isTakenAway()) {
         VLR_LOG(Warning) << "The patient repository was renamed, replaced or removed, or its "
                             "server disconnected, while this program had it open. It is opened "
@@ -301,7 +305,7 @@ CaError DataIOManager::storeConfiguration(const QString& name,
 vlr::PatientStore* DataIOManager::repository(CaError& error) {
     Repository& repository = openRepository();
     const QString url = repositoryUrl();
-    if (!repository.store || repository.url != url) {
+    if (!repository.isStoring && (!repository.store || repository.url != url)) {
         // Again for every store: an application object calls its routines once and forgets them.
         qAddPostRoutine(&DataIOManager::closeRepository);
         repository.store = vlr::PatientStore::open(url, error);
@@ -310,6 +314,10 @@ vlr::PatientStore* DataIOManager::repository(CaError& error) {
             warnOfReadOnly(repository.store->whyReadOnly());
     }
     return repository.store.get();
+}
+
+vlr::PatientStore* DataIOManager::repositoryAsItIs(CaError& error) {
+    return currentRepository(Use::Reading, error);
 }
 
 void DataIOManager::closeRepository() {
@@ -383,6 +391,7 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
         patient->setStorage(vlr::URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)),
                             0);
     vlr::StoredPatient stored = storedForm(*patient);
+    const QScopedValueRollback<bool> storing(openRepository().isStoring, true);
     error = store->store(stored, [&] { return storeContent(*patient, stored); });
     if (error != CaError::nullError)
         return error;

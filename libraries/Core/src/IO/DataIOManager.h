@@ -78,9 +78,12 @@ public:
     static const char* const changedElsewhereError;
 
     /// The repository, opened when it is first asked for; null with the reason in `error`. The
-    /// operations on whole patients above open it anew when it was removed or replaced meanwhile,
-    /// with a "WARNING"; listing and storing do so too while it could be opened for reading only.
+    /// operations on whole patients above open it anew when it was removed, replaced or
+    /// disconnected meanwhile, with a "WARNING", but not while a patient is being stored; listing
+    /// and storing do so too while it could be opened for reading only.
     static vlr::PatientStore* repository(CaError& error);
+    /// The same, opened anew where these operations do.
+    static vlr::PatientStore* repositoryAsItIs(CaError& error);
     /// Closes the repository; the next use opens it again.
     static void closeRepository();
 };

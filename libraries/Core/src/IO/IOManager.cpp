@@ -26,7 +26,15 @@ CaError IOManager::read(const vlr::URI& uri, QByteArray& bytes) {
     vlr::PatientStore* store = DataIOManager::repository(error);
     if (!store)
         return error;
-    return store->readPart(uri.patientUid(), uri.itemKey(), uri.partName(), limit, bytes);
+    const auto read = [&] {
+        return store->readPart(uri.patientUid(), uri.itemKey(), uri.partName(), limit, bytes);
+    };
+    error = read();
+    // What was renamed can still be read, but not what was disconnected.
+    if (error == CaError::nullError || !store->isTakenAway())
+        return error;
+    store = DataIOManager::repositoryAsItIs(error);
+    return store ? read() : error;
 }
 
 CaError IOManager::write(const vlr::URI& uri, const QByteArray& bytes) {

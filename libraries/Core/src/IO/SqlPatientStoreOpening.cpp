@@ -57,11 +57,19 @@ CaError SqlPatientStore::openServer() {
     m_database.setUserName(m_url.userName());
     m_database.setPassword(m_url.password());
     m_database.setDatabaseName(m_url.path().mid(1));
-    // A server that is gone is given up after 5 seconds: 3 for noticing it, 2 for reaching it anew.
-    m_database.setConnectOptions(QStringLiteral("connect_timeout=2;tcp_user_timeout=3000"));
+    // A server that is gone is given up after 5 seconds: 2 for noticing it, whether something was
+    // sent to it or is awaited from it, and 3 for reaching it anew.
+    m_database.setConnectOptions(
+        QStringLiteral("connect_timeout=3;tcp_user_timeout=2000;keepalives_idle=1;"
+                       "keepalives_interval=1;keepalives_count=1"));
     if (!m_database.open())
         return failure(m_database.lastError().text());
-    error = run(QStringLiteral("SET lock_timeout = 5000"));
+    // A workstation that is switched off in the middle of a store keeps nobody else waiting.
+    for (const char* setting :
+         {"lock_timeout = 5000", "idle_in_transaction_session_timeout = 60000",
+          "tcp_keepalives_idle = 5", "tcp_keepalives_interval = 5", "tcp_keepalives_count = 2"})
+        if (error == CaError::nullError)
+            error = run(QStringLiteral("SET ") + QLatin1String(setting));
     return error == CaError::nullError ? makeTables() : error;
 }
 

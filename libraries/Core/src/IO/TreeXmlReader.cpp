@@ -148,9 +148,10 @@ private:
         static_cast<Reader*>(reader)->refuse("a document type is not allowed");
     }
 
-    // The parser gets the document in pieces that end where markup ends: what has to be refused is
-    // found before the rest is looked at, and no tag is begun twice. The attributes of an element
-    // are counted beforehand, since the parser has stored all of them before anybody is asked.
+    // The parser gets the document in pieces that end where markup ends, or inside of a long text:
+    // what has to be refused is found before the rest is looked at, and no tag is begun twice. The
+    // attributes of an element are counted beforehand, since the parser has stored all of them
+    // before anybody is asked.
     void parse() {
         constexpr std::size_t pieceSize = 65536;
         const Markup markup(m_document);

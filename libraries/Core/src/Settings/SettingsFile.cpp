@@ -106,7 +106,7 @@ bool isWithoutSettings(const QString& iniFile, const QByteArray& bytes) {
 
 // Reads the file, which holds these bytes.
 CaError parse(const QString& iniFile, const QByteArray& bytes, Values& values) {
-    if (bytes.count('\n') + bytes.count('\r') > mostLines)
+    if (std::max(bytes.count('\n'), bytes.count('\r')) > mostLines)
         return settingsError("damaged", QStringLiteral("it has more than %1 lines").arg(mostLines));
     if (holdsSerialisedObject(bytes))
         return settingsError("damaged", QStringLiteral("it holds a serialised object"));
@@ -154,7 +154,12 @@ CaError format(const QDir& scratch, const Values& values, QByteArray& bytes) {
     Values check;
     bytes.clear();
     if (!values.isEmpty()) { // QSettings makes no file for nothing.
-        CaError error = readWhole(path, fileLimit - firstLine.size() - lastLine.size(), bytes);
+        const qint64 most = fileLimit - firstLine.size() - lastLine.size();
+        CaError error =
+            QFileInfo(path).size() > most
+                ? settingsError("damaged",
+                                QStringLiteral("it has more than %1 bytes").arg(fileLimit))
+                : readWhole(path, most, bytes);
         bytes = firstLine + bytes + lastLine;
         if (error.isNull())
             error = parseCopy(scratch.filePath(QStringLiteral("check.ini")), bytes, check);
@@ -187,8 +192,8 @@ CaError setAside(const QString& path, const CaError& reason) {
     return CaError::nullError;
 }
 
-// Held while a lock file is made or removed, so that none that is just being made is taken for one
-// that nobody holds. The system lets go of it when a process ends.
+// Held while a lock file is made, or that of somebody else removed, so that none that is just being
+// made is taken for one that nobody holds. The system lets go of it when a process ends.
 class FolderLock {
 public:
     explicit FolderLock(const QString& folder)
@@ -234,10 +239,14 @@ void removeOwnRest(QLockFile& file) {
 
 // Where folders cannot be locked a file that names nobody may be in the making. One that still is
 // when the time is over is not.
-bool tryLock(QLockFile& file, const QString& folder, bool isLast) {
-    const FolderLock making(folder);
+bool tryLock(QLockFile& file, const QString& path, bool isLast) {
+    const FolderLock making(QFileInfo(path).path());
     if (making.isTaken())
         return false;
+    // QLockFile makes it to remove the lock of a process that is gone. Whoever was ended meanwhile
+    // has left it empty, and it would count for 30 seconds.
+    if (making.isHeld())
+        QFile::remove(path + QStringLiteral(".lock.rmlock"));
     removeOwnRest(file);
     return file.tryLock(0) || (namesNobody(file) && (making.isHeld() || isLast) &&
                                file.removeStaleLockFile() && file.tryLock(0));
@@ -248,7 +257,7 @@ CaError lock(QLockFile& file, const QString& path) {
     const QDeadlineTimer deadline(lockTimeout);
     for (bool isLast = false; !isLast; QThread::msleep(pause)) {
         isLast = deadline.hasExpired();
-        if (tryLock(file, QFileInfo(path).path(), isLast))
+        if (tryLock(file, path, isLast))
             return CaError::nullError;
         if (file.error() == QLockFile::PermissionError || file.error() == QLockFile::UnknownError)
             break;
