@@ -7,6 +7,7 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/AppBaseImpl.h"
 #include "AppBase/QtAboutDialog.h"
+#include "AppBase/QtAppBaseConfigWidget.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtModuleConfigWidget.h"
 #include "AppBase/SettingsConflictDialog.h"
@@ -29,7 +30,6 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QCheckBox>
-#include <QtWidgets/QColorDialog>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateTimeEdit>
 #include <QtWidgets/QFileDialog>
@@ -159,6 +159,11 @@ void saveImage(Workplace& place) {
     (void)vlr::Settings::remove(QStringLiteral("vlrImageWidget/path"));
 }
 
+void chooseColour(Workplace& place) {
+    auto* const form = new QtAppBaseConfigWidget(place.config.get(), {}, place.window(), {});
+    form->findChild<QPushButton*>()->click();
+}
+
 struct DialogEntry {
     const char* name;
     void (*open)(Workplace&);  // and runs it
@@ -173,6 +178,7 @@ constexpr DialogEntry dialogs[] = {
     {"new key of a setting", &askForKey<vlr::SettingsKeyDialog::Purpose::Rename>},
     {"conflict of settings", &askAboutSettings},
     {"screenshot", [](Workplace& p) { emit p.window()->screenShotRequest(); }, true, false},
+    {"colour", &chooseColour},
     {"about", [](Workplace& p) { exec<QtAboutDialog>(p.window()); }},
     {"patient", [](Workplace& p) { edit(p, p.patient, nullptr); }, true},
     {"patient with a name", [](Workplace& p) { edit(p, p.patient, &p.name); }, true},
