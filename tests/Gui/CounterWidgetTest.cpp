@@ -43,3 +43,21 @@ TEST_F(CounterWidgetTest, LitFramesHaveTheColorOfTheHighestColoredPosition) {
         EXPECT_TRUE(told.isEmpty() || told.last().first() == current) << number;
     }
 }
+
+TEST_F(CounterWidgetTest, TheNumberOfFramesCanChange) {
+    QtCounterWidget counter(3, 30, -5, nullptr);
+    EXPECT_EQ(counter.findChild<QLabel*>()->minimumSize(), QSize(30, 1));
+    counter.setFrameColor(Qt::red, 1);
+    counter.setCurrentFrameNumber(2);
+    QSignalSpy told(&counter, &QtCounterWidget::counterChangedSIG);
+    counter.setFrameCount(2);
+    ASSERT_EQ(told.size(), 1);
+    EXPECT_EQ(told.at(0).at(0), 0);
+    counter.setCurrentFrameNumber(1);
+    EXPECT_EQ(looks(counter), "--"); // Its colours are gone, too.
+
+    delete counter.layout();
+    expectLog(vlr::LogLevel::Error, "Layout is not defined.");
+    counter.setFrameCount(1);
+    EXPECT_EQ(looks(counter), "--");
+}

@@ -273,6 +273,8 @@ TEST_F(ImageWidgetTest, ADragIsNoClickAndCarriesTheImage) {
         if (!isDrag)
             continue;
         EXPECT_EQ(qvariant_cast<QImage>(widget.dragged->imageData()), image);
+        ASSERT_TRUE(widget.dragged->hasFormat(text("image/png")));
+        EXPECT_EQ(QImage::fromData(widget.dragged->data(text("image/png"))).size(), image.size());
     }
 }
 

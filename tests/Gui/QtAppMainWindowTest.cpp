@@ -254,3 +254,15 @@ TEST_F(QtAppMainWindowTest, TheWheelSwitchesNoTabs) {
     QApplication::sendEvent(&bar, &wheel);
     EXPECT_EQ(bar.currentIndex(), 0);
 }
+
+TEST_F(QtAppMainWindowTest, TheWindowStaysInTheLargestRectangle) {
+    Window window;
+    window.show();
+    window.move(700, 500);
+    const QRect limit(10, 20, 640, 480);
+    window.setMaxWindowSize(limit);
+    EXPECT_TRUE(limit.contains(window.frameGeometry())) << window.x() << ' ' << window.y();
+    window.setMaxWindowSize(QRect());
+    window.resize(900, 600);
+    EXPECT_EQ(window.size(), QSize(900, 600));
+}
