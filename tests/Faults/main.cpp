@@ -6,6 +6,8 @@
 
 #include "Faults.h"
 
+#include "Settings/vlrSettings.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
@@ -87,6 +89,7 @@ Report suffer(const Entry& fault, bool isLong) {
     if (!QDir().mkpath(QFile::decodeName(scratch)))
         throw std::runtime_error("There is no place for temporary files.");
     qputenv("TMPDIR", scratch);
+    vlr::Settings::reload(); // from where they are now
     Report report(isLong);
     const auto start = std::chrono::steady_clock::now();
     try {
