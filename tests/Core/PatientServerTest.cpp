@@ -9,7 +9,10 @@
 #include <QtSql/QSqlQuery>
 
 #include <atomic>
+#include <condition_variable>
 #include <gmock/gmock.h>
+#include <memory>
+#include <mutex>
 #include <thread>
 
 using testing::HasSubstr;
@@ -44,6 +47,10 @@ protected:
     DataPointer<Patient> m_patient{new Patient};
 };
 
+bool isOutOfTime(const CaError& error) {
+    return error.text().find("timeout") != std::string::npos;
+}
+
 } // namespace
 
 TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
@@ -74,6 +81,22 @@ TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
     EXPECT_EQ(bytes, "bytes");
 }
 
+TEST_F(PatientServerTest, APartThatIsTooLargeForAServerIsNamedAndNothingChanges) {
+    const QString name = QStringLiteral("part");
+    const DataPointer<DataItem> item(new DataItem);
+    item->setBinaryPart(name, "bytes");
+    ASSERT_EQ(m_patient->addChild(item, false), CaError::nullError);
+    ASSERT_EQ(storeAs("Before"), CaError::nullError);
+    item->setBinaryPart(name, QByteArray(600 << 20, Qt::Uninitialized));
+    const std::string error = storeAs("After").text();
+    EXPECT_THAT(error, HasSubstr("The part \"part\" with 629145600 bytes"));
+    EXPECT_THAT(error, HasSubstr("a server takes at most"));
+    EXPECT_TRUE(DataIOManager::hasUnstoredChanges(m_patient));
+    EXPECT_EQ(storedName(), QStringLiteral("Before"));
+    item->setBinaryPart(name, "fewer");
+    EXPECT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
+}
+
 TEST_F(PatientServerTest, ALockIsNotWaitedForForEver) {
     ASSERT_EQ(storeAs("Before"), CaError::nullError);
     QSqlDatabase other = m_server.connection(QStringLiteral("other"));
@@ -90,24 +113,34 @@ TEST_F(PatientServerTest, ALockIsNotWaitedForForEver) {
 TEST_F(PatientServerTest, WorkstationsThatStartAtOnceAgreeOnTablesAndIds) {
     constexpr int workstations = 8;
     constexpr int patients = 20;
-    std::atomic<int> opened{0};
+    std::mutex mutex;
+    std::condition_variable allOpened;
+    int opened = 0;
     std::atomic<int> stored{0};
     std::atomic<int> refused{0};
     std::vector<std::thread> threads;
     for (int number = 0; number < workstations; ++number)
         threads.emplace_back([&, number, url = m_server.url()] {
             CaError error;
-            const auto store = vlr::PatientStore::open(url, error);
+            std::unique_ptr<vlr::PatientStore> store;
+            do // On a machine with other work a server may not keep its times.
+                store = vlr::PatientStore::open(url, error);
+            while (isOutOfTime(error));
             EXPECT_TRUE(store) << error.text();
-            // All begin when the last one is there.
-            for (++opened; store && opened < workstations;)
-                std::this_thread::yield();
+            { // All begin when the last one is there.
+                std::unique_lock<std::mutex> lock(mutex);
+                if (++opened == workstations)
+                    allOpened.notify_all();
+                allOpened.wait(lock, [&] { return opened == workstations; });
+            }
             for (int id = 0; store && id < patients; ++id) {
                 vlr::StoredPatient patient;
                 patient.uid = QStringLiteral("%1 of %2").arg(id).arg(number);
                 patient.patientId = QString::number(id);
                 patient.document = "document";
-                error = store->store(patient, [] { return CaError::nullError; });
+                do
+                    error = store->store(patient, [] { return CaError::nullError; });
+                while (isOutOfTime(error));
                 stored += error == CaError::nullError;
                 refused += error.id() == DataIOManager::idTakenError;
             }

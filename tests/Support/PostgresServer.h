@@ -25,7 +25,7 @@ public:
     static constexpr const char* isMissing = "PostgreSQL or its driver for Qt is not installed.";
 
     bool isInstalled() const;
-    /// Returns when it answers; a test failure where it does not within 30 seconds.
+    /// Returns when it answers; a test failure where it does not within two minutes.
     void start();
     /// At once, as when it crashes: its clients lose their connections.
     void kill();
@@ -36,12 +36,14 @@ public:
 
 private:
     int run(const QString& program, const QStringList& arguments) const;
+    bool isReady() const;
     QStringList asServerUser(const QString& program, const QStringList& arguments) const;
 
     QString m_programs;
     QTemporaryDir m_folder;
     QProcess m_process;
     int m_port = 0;
+    bool m_hasStarted = false;
 };
 
 } // namespace vlrTest
