@@ -2,12 +2,16 @@
 #include "CoreTest.h"
 #include "IO/TemporaryFile.h"
 
+#include <functional>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace vlrTest;
 using testing::HasSubstr;
 
 namespace {
+
+std::function<void(const QString& path)> whenSynchronised;
 
 QStringList entries(const QString& folder) {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
@@ -21,6 +25,34 @@ void expectFailure(const QString& path, const QByteArray& bytes) {
 }
 
 } // namespace
+
+// Stands before that of the C library, also for the libraries of this program.
+extern "C" __attribute__((visibility("default"))) int fsync(int descriptor) {
+    if (whenSynchronised)
+        whenSynchronised(QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor)));
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+// After a power failure a name must not stand for bytes that never reached the disk.
+TEST(DurableFile, TheBytesAreOnTheDiskBeforeTheirNameAndBothWhenItReturns) {
+    const QString path = inFolder("made/a.xml");
+    for (const QByteArray& old : {QByteArray("none"), QByteArray("old")}) {
+        std::vector<QString> seen;
+        whenSynchronised = [&](const QString& synchronised) {
+            const bool isFolder = QFileInfo(synchronised).isDir();
+            seen.push_back(isFolder ? synchronised : QString::fromLatin1(readFile(synchronised)));
+            EXPECT_EQ(QFile::exists(path) ? readFile(path) : "none", isFolder ? "new" : old);
+        };
+        ASSERT_EQ(vlr::writeDurably(path, "new"), CaError::nullError);
+        whenSynchronised = nullptr;
+        std::vector<QString> expected{QStringLiteral("new"), inFolder("made")};
+        if (old == "none") // The folder is new as well.
+            expected.push_back(testFolder());
+        EXPECT_THAT(seen, testing::UnorderedElementsAreArray(expected));
+        EXPECT_EQ(seen.at(0), QStringLiteral("new"));
+        writeFile(path, "old");
+    }
+}
 
 TEST(DurableFile, CreatesFoldersForTheUserAloneAndReplacesLongerContent) {
     const QString path = inFolder("a/b/c.xml");
