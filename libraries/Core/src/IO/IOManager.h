@@ -13,7 +13,9 @@ public:
 
     /// The error names the URI and the cause; `bytes` is set on success only.
     static CaError read(const vlr::URI& uri, QByteArray& bytes);
-    /// Files are written durably. More than `limit` bytes are refused. A binary part belongs to a
-    /// stored patient.
+    /// Files are written durably. More than `limit` bytes are refused, and for a binary part, which
+    /// belongs to a stored patient, what the repository does not take: 1,000,000,000 bytes in an
+    /// SQLite file, 256 MiB less 16 bytes on a server, or more than there is memory for. What was
+    /// stored before stays then.
     static CaError write(const vlr::URI& uri, const QByteArray& bytes);
 };

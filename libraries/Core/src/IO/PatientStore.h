@@ -63,6 +63,7 @@ public:
     virtual CaError store(StoredPatient& patient, const std::function<CaError()>& storeParts) = 0;
     /// An unknown patient is an error.
     virtual CaError remove(const QString& uid) = 0;
+    /// Both name the part in their errors, also where there is not enough memory for it.
     virtual CaError readPart(const QString& uid, const QString& itemKey, const QString& name,
                              qint64 limit, QByteArray& bytes) = 0;
     virtual CaError writePart(const QString& uid, const QString& itemKey, const QString& name,

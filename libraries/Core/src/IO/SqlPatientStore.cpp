@@ -6,6 +6,9 @@
 #include <QtCore/QUuid>
 #include <QtCore/QVariant>
 #include <QtSql/QSqlError>
+#include <QtSql/QSqlRecord>
+
+#include <new>
 
 namespace vlr {
 
@@ -13,6 +16,17 @@ namespace {
 
 const QString listingColumns = QStringLiteral(
     "SELECT uid, patient_id, name, sex, birth_date, changed, revision FROM patient ");
+
+const QString ofThePart =
+    QStringLiteral(" FROM binary_part WHERE uid = ? AND item = ? AND name = ?");
+
+// What the driver sends is text, two characters a byte, and PostgreSQL reads a text of more than
+// 512 MiB no further.
+constexpr qint64 largestServerPart = (qint64(256) << 20) - 16;
+
+QString partText(const QString& name) {
+    return QStringLiteral("part \"%1\"").arg(name);
+}
 
 MetaInformation listingRow(const QSqlQuery& row) {
     return {URI::patient(row.value(0).toString()),
@@ -50,6 +64,10 @@ CaError SqlPatientStore::failure(const QString& reason) const {
                                                "\": " + reason.simplified().toStdString());
 }
 
+CaError SqlPatientStore::lackOfMemory() const {
+    return failure(QStringLiteral("there is not enough memory for it"));
+}
+
 // A full disk shows itself at prepare(); exec() would then speak of a parameter count. PostgreSQL
 // prepares neither transactions nor tables, so what has no values is run as it stands.
 CaError SqlPatientStore::query(const QString& sql, const QVariantList& values, QSqlQuery& query) {
@@ -68,12 +86,42 @@ CaError SqlPatientStore::query(const QString& sql, const QVariantList& values, Q
     return CaError::nullError;
 }
 
+// The drivers throw where a value finds no memory, which must not get past the store.
 CaError SqlPatientStore::run(const QString& sql, const QVariantList& values, int* changedRows) {
-    QSqlQuery statement(m_database);
-    const CaError error = query(sql, values, statement);
-    if (changedRows)
-        *changedRows = statement.numRowsAffected();
-    return error;
+    try {
+        QSqlQuery statement(m_database);
+        const CaError error = query(sql, values, statement);
+        if (changedRows)
+            *changedRows = statement.numRowsAffected();
+        return error;
+    } catch (const std::bad_alloc&) {
+        return lackOfMemory();
+    }
+}
+
+CaError SqlPatientStore::rows(const QString& sql, const QVariantList& values,
+                              const std::function<void(const QSqlQuery&)>& takeRow) {
+    try {
+        QSqlQuery row(m_database);
+        const CaError error = query(sql, values, row);
+        if (error != CaError::nullError)
+            return error;
+        while (row.next())
+            takeRow(row);
+        // There may be more that could not be read.
+        return row.lastError().isValid() ? failure(row.lastError().text()) : CaError::nullError;
+    } catch (const std::bad_alloc&) {
+        return lackOfMemory();
+    }
+}
+
+CaError SqlPatientStore::firstRow(const QString& sql, const QVariantList& values,
+                                  QVariantList& row) {
+    row.clear();
+    return rows(sql, values, [&](const QSqlQuery& answer) {
+        for (int i = 0; row.size() <= i && i < answer.record().count(); ++i)
+            row << answer.value(i);
+    });
 }
 
 CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, const bool& isIdle) {
@@ -84,7 +132,11 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, con
     error = run(isServer() ? QStringLiteral("BEGIN") : QStringLiteral("BEGIN IMMEDIATE"));
     if (error != CaError::nullError)
         return error;
-    error = work();
+    try {
+        error = work();
+    } catch (const std::bad_alloc&) {
+        error = lackOfMemory();
+    }
     if (error == CaError::nullError && !isIdle)
         error = run(QStringLiteral("COMMIT"));
     if (error != CaError::nullError || isIdle)
@@ -93,62 +145,66 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, con
 }
 
 CaError SqlPatientStore::list(std::vector<MetaInformation>& patients) {
-    QSqlQuery row(m_database);
-    const CaError error = query(listingColumns + QStringLiteral("ORDER BY patient_id"), {}, row);
-    if (error != CaError::nullError)
-        return error;
     std::vector<MetaInformation> read;
-    while (row.next())
-        read.push_back(listingRow(row));
-    if (row.lastError().isValid())
-        return failure(row.lastError().text());
-    patients = std::move(read);
-    return CaError::nullError;
+    const CaError error = rows(listingColumns + QStringLiteral("ORDER BY patient_id"), {},
+                               [&](const QSqlQuery& row) { read.push_back(listingRow(row)); });
+    if (error == CaError::nullError)
+        patients = std::move(read);
+    return error;
 }
 
 // The index that keeps the ids unique answers this alone.
 CaError SqlPatientStore::patientIds(std::vector<QString>& ids) {
     ids.clear();
-    QSqlQuery row(m_database);
-    const CaError error = query(QStringLiteral("SELECT patient_id FROM patient"), {}, row);
-    if (error != CaError::nullError)
-        return error;
-    while (row.next())
-        ids.push_back(row.value(0).toString());
-    return row.lastError().isValid() ? failure(row.lastError().text()) : CaError::nullError;
+    return rows(QStringLiteral("SELECT patient_id FROM patient"), {},
+                [&](const QSqlQuery& row) { ids.push_back(row.value(0).toString()); });
 }
 
 CaError SqlPatientStore::metaInformation(const QString& uid, MetaInformation& information) {
-    QSqlQuery row(m_database);
-    const CaError error = query(listingColumns + QStringLiteral("WHERE uid = ?"), {uid}, row);
-    if (error != CaError::nullError)
-        return error;
-    if (row.lastError().isValid())
-        return failure(row.lastError().text());
-    if (!row.next())
+    bool isFound = false;
+    const CaError error =
+        rows(listingColumns + QStringLiteral("WHERE uid = ?"), {uid}, [&](const QSqlQuery& row) {
+            information = listingRow(row);
+            isFound = true;
+        });
+    if (error == CaError::nullError && !isFound)
         return CaError(unknownPatientError,
                        failure(QStringLiteral("there is no such patient")).text());
-    information = listingRow(row);
-    return CaError::nullError;
+    return error;
+}
+
+CaError SqlPatientStore::readContent(const QString& what, const QString& columns,
+                                     const QString& from, const QVariantList& key, qint64 limit,
+                                     QVariantList& row) {
+    CaError error = firstRow(QStringLiteral("SELECT length(content)") + from, key, row);
+    if (error == CaError::nullError && !row.isEmpty() && row[0].toLongLong() > limit)
+        return failure(QStringLiteral("the %1 has more than %2 bytes").arg(what).arg(limit));
+    if (error == CaError::nullError)
+        error =
+            firstRow(QStringLiteral("SELECT length(content), content") + columns + from, key, row);
+    if (error == CaError::nullError && row.isEmpty())
+        return failure(QStringLiteral("the %1 is not there").arg(what));
+    // The driver of PostgreSQL gives none, and no error, where it finds no memory for them.
+    if (error == CaError::nullError && row[1].toByteArray().size() != row[0].toLongLong())
+        error = lackOfMemory();
+    return error == CaError::nullError
+               ? error
+               : CaError(error.id(),
+                         "The " + what.toStdString() + " cannot be read. " + error.text());
 }
 
 CaError SqlPatientStore::load(const QString& uid, qint64 limit, StoredPatient& patient) {
-    QSqlQuery row(m_database);
-    const QString from = QStringLiteral(" FROM patient JOIN document "
-                                        "ON document.uid = patient.uid WHERE patient.uid = ?");
-    CaError error = query(QStringLiteral("SELECT length(content)") + from, {uid}, row);
+    QVariantList row;
+    const CaError error =
+        readContent(QStringLiteral("patient"), QStringLiteral(", revision"),
+                    QStringLiteral(" FROM patient JOIN document ON document.uid = patient.uid "
+                                   "WHERE patient.uid = ?"),
+                    {uid}, limit, row);
     if (error != CaError::nullError)
         return error;
-    if (row.next() && row.value(0).toLongLong() > limit)
-        return failure(QStringLiteral("the patient has more than %1 bytes").arg(limit));
-    error = query(QStringLiteral("SELECT revision, content") + from, {uid}, row);
-    if (error != CaError::nullError)
-        return error;
-    if (!row.next())
-        return failure(QStringLiteral("there is no such patient"));
     patient.uid = uid;
-    patient.revision = row.value(0).toInt();
-    patient.document = row.value(1).toByteArray();
+    patient.document = row[1].toByteArray();
+    patient.revision = row[2].toInt();
     return CaError::nullError;
 }
 
@@ -162,11 +218,11 @@ CaError SqlPatientStore::store(StoredPatient& patient, const std::function<CaErr
 }
 
 CaError SqlPatientStore::checkId(const StoredPatient& patient) {
-    QSqlQuery row(m_database);
-    const CaError error = query(QStringLiteral("SELECT uid FROM patient WHERE patient_id = ? AND "
-                                               "uid <> ?"),
-                                {patient.patientId, patient.uid}, row);
-    if (error == CaError::nullError && row.next())
+    QVariantList row;
+    const CaError error =
+        firstRow(QStringLiteral("SELECT uid FROM patient WHERE patient_id = ? AND uid <> ?"),
+                 {patient.patientId, patient.uid}, row);
+    if (error == CaError::nullError && !row.isEmpty())
         return CaError(DataIOManager::idTakenError, "Another patient already has the id \"" +
                                                         patient.patientId.toStdString() + "\".");
     return error;
@@ -211,16 +267,19 @@ CaError SqlPatientStore::storeDocument(const StoredPatient& patient) {
             {patient.document, patient.uid}, &rows);
     if (error == CaError::nullError && rows != 1)
         return failure(QStringLiteral("the data of the patient are missing"));
+    if (error == CaError::nullError)
+        return checkWritten(QStringLiteral(" FROM document WHERE uid = ?"), {patient.uid},
+                            patient.document);
     return error;
 }
 
 // The columns of the listing are in the document too.
 CaError SqlPatientStore::findUnchanged(const StoredPatient& patient, bool& isUnchanged) {
-    QSqlQuery row(m_database);
+    QVariantList row;
     const CaError error =
-        query(QStringLiteral("SELECT 1 FROM document WHERE uid = ? AND content = ?"),
-              {patient.uid, patient.document}, row);
-    isUnchanged = error == CaError::nullError && !m_hasWrittenParts && row.next();
+        firstRow(QStringLiteral("SELECT 1 FROM document WHERE uid = ? AND content = ?"),
+                 {patient.uid, patient.document}, row);
+    isUnchanged = !m_hasWrittenParts && !row.isEmpty();
     return error;
 }
 
@@ -243,20 +302,17 @@ CaError SqlPatientStore::storeRows(const StoredPatient& patient,
 }
 
 CaError SqlPatientStore::settleParts(const StoredPatient& patient) {
-    QSqlQuery row(m_database);
-    CaError error = query(QStringLiteral("SELECT item, name FROM binary_part WHERE uid = ?"),
-                          {patient.uid}, row);
-    if (error != CaError::nullError)
-        return error;
     QSet<QPair<QString, QString>> missing = patient.parts;
     QSet<QPair<QString, QString>> orphans;
-    while (row.next()) {
-        const auto part = qMakePair(row.value(0).toString(), row.value(1).toString());
-        if (!missing.remove(part))
-            orphans.insert(part);
-    }
-    if (row.lastError().isValid())
-        return failure(row.lastError().text());
+    CaError error = rows(QStringLiteral("SELECT item, name FROM binary_part WHERE uid = ?"),
+                         {patient.uid}, [&](const QSqlQuery& row) {
+                             const auto part =
+                                 qMakePair(row.value(0).toString(), row.value(1).toString());
+                             if (!missing.remove(part))
+                                 orphans.insert(part);
+                         });
+    if (error != CaError::nullError)
+        return error;
     if (!missing.isEmpty())
         return failure(QStringLiteral("the bytes of the part \"%1\" are neither in memory nor in "
                                       "the repository")
@@ -282,38 +338,47 @@ CaError SqlPatientStore::remove(const QString& uid) {
 
 CaError SqlPatientStore::readPart(const QString& uid, const QString& itemKey, const QString& name,
                                   qint64 limit, QByteArray& bytes) {
-    QSqlQuery row(m_database);
-    const QString where =
-        QStringLiteral(" FROM binary_part WHERE uid = ? AND item = ? AND name = ?");
-    CaError error =
-        query(QStringLiteral("SELECT length(content)") + where, {uid, itemKey, name}, row);
-    if (error != CaError::nullError)
-        return error;
-    if (!row.next())
-        return failure(QStringLiteral("there is no part \"%1\"").arg(name));
-    if (row.value(0).toLongLong() > limit)
-        return failure(
-            QStringLiteral("the part \"%1\" has more than %2 bytes").arg(name).arg(limit));
-    error = query(QStringLiteral("SELECT content") + where, {uid, itemKey, name}, row);
-    if (error != CaError::nullError)
-        return error;
-    if (!row.next())
-        return failure(QStringLiteral("there is no part \"%1\"").arg(name));
-    bytes = row.value(0).toByteArray();
-    return CaError::nullError;
+    QVariantList row;
+    const CaError error =
+        readContent(partText(name), QString(), ofThePart, {uid, itemKey, name}, limit, row);
+    if (error == CaError::nullError)
+        bytes = row[1].toByteArray();
+    return error;
 }
 
 CaError SqlPatientStore::writePart(const QString& uid, const QString& itemKey, const QString& name,
                                    const QByteArray& bytes) {
-    const CaError error = checkWritable();
+    CaError error = checkWritable();
     if (error != CaError::nullError)
         return error;
     m_hasWrittenParts = true;
+    error = writeContent({uid, itemKey, name}, bytes);
+    return error == CaError::nullError
+               ? error
+               : CaError(error.id(), "The " + partText(name).toStdString() + " with " +
+                                         std::to_string(bytes.size()) +
+                                         " bytes cannot be stored. " + error.text());
+}
+
+CaError SqlPatientStore::writeContent(const QVariantList& key, const QByteArray& bytes) {
+    if (isServer() && bytes.size() > largestServerPart)
+        return failure(QStringLiteral("a server takes at most %1 bytes").arg(largestServerPart));
     // One statement, so that the old bytes stay where there is no room for the new ones.
-    return run(QStringLiteral("INSERT INTO binary_part (uid, item, name, content) "
-                              "VALUES (?, ?, ?, ?) ON CONFLICT (uid, item, name) "
-                              "DO UPDATE SET content = excluded.content"),
-               {uid, itemKey, name, bytes.isNull() ? QByteArray("") : bytes});
+    const CaError error = run(QStringLiteral("INSERT INTO binary_part (uid, item, name, content) "
+                                             "VALUES (?, ?, ?, ?) ON CONFLICT (uid, item, name) "
+                                             "DO UPDATE SET content = excluded.content"),
+                              key + QVariantList{bytes.isNull() ? QByteArray("") : bytes});
+    return error == CaError::nullError ? checkWritten(ofThePart, key, bytes) : error;
+}
+
+// The driver of PostgreSQL sends none, and gives no error, where it finds no memory for them.
+CaError SqlPatientStore::checkWritten(const QString& from, const QVariantList& key,
+                                      const QByteArray& bytes) {
+    QVariantList row;
+    const CaError error = firstRow(QStringLiteral("SELECT length(content)") + from, key, row);
+    if (error == CaError::nullError && row.value(0).toLongLong() != bytes.size())
+        return lackOfMemory();
+    return error;
 }
 
 } // namespace vlr

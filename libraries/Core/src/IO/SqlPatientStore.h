@@ -54,10 +54,21 @@ private:
     CaError findUnchanged(const StoredPatient& patient, bool& isUnchanged);
     CaError settleParts(const StoredPatient& patient);
     CaError query(const QString& sql, const QVariantList& values, QSqlQuery& query);
+    /// The values of the answer's first row; none where it has no row.
+    CaError firstRow(const QString& sql, const QVariantList& values, QVariantList& row);
+    CaError rows(const QString& sql, const QVariantList& values,
+                 const std::function<void(const QSqlQuery&)>& takeRow);
+    /// Reads "length(content), content" and further columns of the one row that the key names.
+    CaError readContent(const QString& what, const QString& columns, const QString& from,
+                        const QVariantList& key, qint64 limit, QVariantList& row);
+    CaError writeContent(const QVariantList& key, const QByteArray& bytes);
+    /// Whether all of the bytes have arrived.
+    CaError checkWritten(const QString& from, const QVariantList& key, const QByteArray& bytes);
     CaError run(const QString& sql, const QVariantList& values = {}, int* changedRows = nullptr);
     /// What `work` did is taken back after an error, and when `isIdle` is true after it.
     CaError inTransaction(const std::function<CaError()>& work, const bool& isIdle = false);
     CaError failure(const QString& reason) const;
+    CaError lackOfMemory() const;
 
     using FileIdentity = std::pair<quint64, quint64>; // Device and inode.
     static std::optional<FileIdentity> identity(const QString& path);

@@ -172,10 +172,9 @@ CaError SqlPatientStore::readVersion(int& version) {
     // Asking first keeps the usual start free of a write.
     if (!m_database.tables().contains(QLatin1String("repository")))
         return CaError::nullError;
-    QSqlQuery row(m_database);
-    const CaError error = query(QStringLiteral("SELECT version FROM repository"), {}, row);
-    if (error == CaError::nullError && row.next())
-        version = row.value(0).toInt();
+    QVariantList row;
+    const CaError error = firstRow(QStringLiteral("SELECT version FROM repository"), {}, row);
+    version = row.value(0).toInt();
     return error;
 }
 
