@@ -21,7 +21,8 @@ function(configure project build installed)
         -B "${build}" -G "${generator}" "-DCMAKE_CXX_COMPILER=${compiler}"
         "-DCMAKE_PREFIX_PATH=${installed}"
         -DCMAKE_DISABLE_FIND_PACKAGE_spdlog=ON -DCMAKE_DISABLE_FIND_PACKAGE_Qt5Svg=ON
-        -DCMAKE_DISABLE_FIND_PACKAGE_OpenIGTLink=ON -DCMAKE_DISABLE_FIND_PACKAGE_EXPAT=ON ${ARGN})
+        -DCMAKE_DISABLE_FIND_PACKAGE_OpenIGTLink=ON -DCMAKE_DISABLE_FIND_PACKAGE_EXPAT=ON
+        -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON ${ARGN})
 endfunction()
 
 # The files that find_package reads must not lead back to the trees they were made from.

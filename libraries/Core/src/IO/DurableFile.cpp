@@ -98,18 +98,6 @@ int synchronise(int descriptor) {
     return result == 0 ? 0 : errno;
 }
 
-// The file has its new content when this runs: a failure is a doubt about the next power
-// failure, not a failed write. Some file systems know no synchronised folders (EINVAL).
-void synchroniseFolder(const QString& folder) {
-    const int descriptor =
-        open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const int error = descriptor < 0 ? errno : synchronise(descriptor);
-    if (descriptor >= 0)
-        close(descriptor);
-    if (error != 0 && error != EINVAL)
-        VLR_LOG(Warning) << systemError(writeFailed, "synchronise", folder, error);
-}
-
 int writeAll(int descriptor, const QByteArray& bytes) {
     for (int written = 0; written < bytes.size();) {
         const ssize_t count =
@@ -205,6 +193,18 @@ int renameToFree(const QString& from, const QString& to) {
 
 } // namespace
 
+// The file has its new content when this runs: a failure is a doubt about the next power
+// failure, not a failed write. Some file systems know no synchronised folders (EINVAL).
+void synchroniseFolder(const QString& folder) {
+    const int descriptor =
+        open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int error = descriptor < 0 ? errno : synchronise(descriptor);
+    if (descriptor >= 0)
+        close(descriptor);
+    if (error != 0 && error != EINVAL)
+        VLR_LOG(Warning) << systemError(writeFailed, "synchronise", folder, error);
+}
+
 CaError writeDurably(const QString& path, const QByteArray& bytes) {
     if (!isUsable(path))
         return fileError(writeFailed, "write", path, "it is not a file name");
@@ -249,11 +249,11 @@ CaError readWhole(const QString& path, qint64 limit, QByteArray& bytes) {
     return error;
 }
 
-CaError keepAside(const QString& path, QString& keptAs) {
+CaError keepAside(const QString& path, QString& keptAs, const char* why) {
     if (!isUsable(path))
         return fileError(keepAsideFailed, "rename", path, "it is not a file name");
     const QString source = linkTarget(path);
-    const QString base = source + QStringLiteral(".damaged-") +
+    const QString base = source + QLatin1Char('.') + QLatin1String(why) + QLatin1Char('-') +
                          QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     int error = EEXIST;
     for (int number = 1; error == EEXIST && number < 10000; ++number) {

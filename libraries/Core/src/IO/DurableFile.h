@@ -27,8 +27,14 @@ VLR_CORE_EXPORT CaError writeDurably(const QString& path, const QByteArray& byte
 VLR_CORE_EXPORT CaError readWhole(const QString& path, qint64 limit, QByteArray& bytes);
 
 /// Renames a file that could not be understood to "<name>.damaged-<date and time>", with a
-/// number where that is taken, and writes its new path to `keptAs`. Nothing is overwritten.
-VLR_CORE_EXPORT CaError keepAside(const QString& path, QString& keptAs);
+/// number where that is taken, and writes its new path to `keptAs`. Nothing is overwritten. `why`
+/// stands in the place of "damaged".
+VLR_CORE_EXPORT CaError keepAside(const QString& path, QString& keptAs,
+                                  const char* why = "damaged");
+
+/// Makes sure that what was just made or renamed in the folder is there after a power failure. What
+/// goes wrong is a doubt, not a failure: it is logged at "WARNING".
+VLR_CORE_EXPORT void synchroniseFolder(const QString& folder);
 
 /// Removes what interrupted writeDurably() calls left in the folder: files and folders of this user
 /// named ".vlr-" and six letters or digits that no process has in use. Where the file system knows

@@ -1,6 +1,7 @@
 #include "IO/SqlPatientStore.h"
 
 #include "IO/DataIOManager.h"
+#include "IO/SqliteChain.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QUuid>
@@ -8,7 +9,10 @@
 #include <QtSql/QSqlError>
 #include <QtSql/QSqlRecord>
 
+#include <algorithm>
+#include <limits>
 #include <new>
+#include <sqlite3.h>
 
 namespace vlr {
 
@@ -23,6 +27,22 @@ const QString ofThePart =
 // What the driver sends is text, two characters a byte, and PostgreSQL reads a text of more than
 // 512 MiB no further.
 constexpr qint64 largestServerPart = (qint64(256) << 20) - 16;
+
+// Far more than a repository has, and what a listing may cost at the most.
+constexpr int mostRows = 1000000;
+constexpr qint64 mostBytes = qint64(256) << 20;
+// No id and no name is longer; beside the content of a row the texts of its key count.
+constexpr qint64 longestText = 64 << 10;
+
+qint64 sizeOf(const QSqlQuery& row) {
+    qint64 bytes = 0;
+    for (int i = 0; i < row.record().count(); ++i) {
+        const QVariant value = row.value(i);
+        bytes += value.type() == QVariant::ByteArray ? value.toByteArray().size()
+                                                     : 2 * qint64(value.toString().size());
+    }
+    return bytes;
+}
 
 QString partText(const QString& name) {
     return QStringLiteral("part \"%1\"").arg(name);
@@ -53,6 +73,8 @@ SqlPatientStore::~SqlPatientStore() {
     // a new one takes its place.
     if (isFileGone())
         (void)run(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    m_handle = nullptr;
+    openFiles().removeOne(m_url.path());
     m_database.close();
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_connection);
@@ -62,6 +84,19 @@ CaError SqlPatientStore::failure(const QString& reason) const {
     return CaError("PatientStore::failed", "Patient repository \"" +
                                                m_url.toString(QUrl::RemovePassword).toStdString() +
                                                "\": " + reason.simplified().toStdString());
+}
+
+SqlPatientStore::ValueLimit::ValueLimit(const SqlPatientStore& store, qint64 bytes)
+    : m_file(store.m_handle) {
+    if (m_file)
+        m_former = sqlite3_limit(
+            m_file, SQLITE_LIMIT_LENGTH,
+            static_cast<int>(std::min<qint64>(bytes, std::numeric_limits<int>::max())));
+}
+
+SqlPatientStore::ValueLimit::~ValueLimit() {
+    if (m_file)
+        sqlite3_limit(m_file, SQLITE_LIMIT_LENGTH, m_former);
 }
 
 CaError SqlPatientStore::lackOfMemory() const {
@@ -106,8 +141,18 @@ CaError SqlPatientStore::rows(const QString& sql, const QVariantList& values,
         const CaError error = query(sql, values, row);
         if (error != CaError::nullError)
             return error;
-        while (row.next())
+        int count = 0;
+        qint64 bytes = 0;
+        while (row.next()) {
+            bytes += sizeOf(row);
+            // A single one has a limit of its own.
+            if (++count > mostRows || (count > 1 && bytes > mostBytes))
+                return failure(QStringLiteral("the answer is too long: it has more than %1 rows or "
+                                              "%2 bytes")
+                                   .arg(mostRows)
+                                   .arg(mostBytes));
             takeRow(row);
+        }
         // There may be more that could not be read.
         return row.lastError().isValid() ? failure(row.lastError().text()) : CaError::nullError;
     } catch (const std::bad_alloc&) {
@@ -137,6 +182,8 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, con
     } catch (const std::bad_alloc&) {
         error = lackOfMemory();
     }
+    if (error == CaError::nullError && !isIdle && !isServer())
+        error = run(QLatin1String(SqliteChain::advance));
     if (error == CaError::nullError && !isIdle)
         error = run(QStringLiteral("COMMIT"));
     if (error != CaError::nullError || isIdle)
@@ -145,6 +192,7 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, con
 }
 
 CaError SqlPatientStore::list(std::vector<MetaInformation>& patients) {
+    const ValueLimit limit(*this, longestText);
     std::vector<MetaInformation> read;
     const CaError error = rows(listingColumns + QStringLiteral("ORDER BY patient_id"), {},
                                [&](const QSqlQuery& row) { read.push_back(listingRow(row)); });
@@ -155,12 +203,14 @@ CaError SqlPatientStore::list(std::vector<MetaInformation>& patients) {
 
 // The index that keeps the ids unique answers this alone.
 CaError SqlPatientStore::patientIds(std::vector<QString>& ids) {
+    const ValueLimit limit(*this, longestText);
     ids.clear();
     return rows(QStringLiteral("SELECT patient_id FROM patient"), {},
                 [&](const QSqlQuery& row) { ids.push_back(row.value(0).toString()); });
 }
 
 CaError SqlPatientStore::metaInformation(const QString& uid, MetaInformation& information) {
+    const ValueLimit limit(*this, longestText);
     bool isFound = false;
     const CaError error =
         rows(listingColumns + QStringLiteral("WHERE uid = ?"), {uid}, [&](const QSqlQuery& row) {
@@ -176,6 +226,7 @@ CaError SqlPatientStore::metaInformation(const QString& uid, MetaInformation& in
 CaError SqlPatientStore::readContent(const QString& what, const QString& columns,
                                      const QString& from, const QVariantList& key, qint64 limit,
                                      QVariantList& row) {
+    const ValueLimit valueLimit(*this, limit + longestText);
     CaError error = firstRow(QStringLiteral("SELECT length(content)") + from, key, row);
     if (error == CaError::nullError && !row.isEmpty() && row[0].toLongLong() > limit)
         return failure(QStringLiteral("the %1 has more than %2 bytes").arg(what).arg(limit));
@@ -298,7 +349,24 @@ CaError SqlPatientStore::storeRows(const StoredPatient& patient,
     error = storeDocument(patient);
     if (error == CaError::nullError)
         error = settleParts(patient);
-    return error;
+    return error == CaError::nullError ? checkStored(patient) : error;
+}
+
+// A database can do something else than it is told, and say that all is well.
+CaError SqlPatientStore::checkStored(const StoredPatient& patient) {
+    QVariantList row;
+    const CaError error = firstRow(
+        QStringLiteral("SELECT (SELECT count(*) FROM patient WHERE uid = ? AND "
+                       "patient_id = ? AND revision = ?), (SELECT count(*) FROM document "
+                       "WHERE uid = ?), (SELECT count(*) FROM binary_part WHERE uid = ?)"),
+        {patient.uid, text(patient.patientId), patient.revision + 1, patient.uid, patient.uid},
+        row);
+    if (error != CaError::nullError)
+        return error;
+    if (row.value(0).toInt() == 1 && row.value(1).toInt() == 1 &&
+        row.value(2).toInt() == patient.parts.size())
+        return CaError::nullError;
+    return failure(QStringLiteral("what was stored is not what is in it now"));
 }
 
 CaError SqlPatientStore::settleParts(const StoredPatient& patient) {

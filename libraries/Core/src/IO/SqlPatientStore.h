@@ -2,6 +2,7 @@
 
 #include "IO/PatientStore.h"
 
+#include <QtCore/QStringList>
 #include <QtCore/QUrl>
 #include <QtCore/QVariant>
 #include <QtSql/QSqlDatabase>
@@ -10,6 +11,8 @@
 #include <optional>
 #include <string>
 #include <utility>
+
+struct sqlite3;
 
 namespace vlr {
 
@@ -41,6 +44,10 @@ private:
     CaError openFile();
     CaError openFileForWriting();
     CaError openFileForReading(const CaError& reason);
+    CaError checkFile();
+    sqlite3* fileHandle();
+    CaError beginChain();
+    CaError checkStored(const StoredPatient& patient);
     CaError readVersion(int& version);
     CaError makeTables();
     bool isServer() const;
@@ -72,10 +79,25 @@ private:
 
     using FileIdentity = std::pair<quint64, quint64>; // Device and inode.
     static std::optional<FileIdentity> identity(const QString& path);
+    static QStringList& openFiles();
+
+    // No value of the file that is larger is read as long as it lives, and no memory spent for it.
+    class ValueLimit {
+    public:
+        ValueLimit(const SqlPatientStore& store, qint64 bytes);
+        ~ValueLimit();
+        ValueLimit(const ValueLimit&) = delete;
+        ValueLimit& operator=(const ValueLimit&) = delete;
+
+    private:
+        sqlite3* m_file;
+        int m_former = 0;
+    };
 
     QUrl m_url;
     QString m_connection;
     QSqlDatabase m_database;
+    sqlite3* m_handle = nullptr;        // The driver's, for a file.
     std::optional<FileIdentity> m_file; // Of the file that was opened; none for a server.
     std::string m_whyReadOnly;
     bool m_hasWrittenParts = false; // Since the last store began.

@@ -1,10 +1,15 @@
 #include "IO/PrivateFile.h"
+#include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
+#include "IO/SqliteChain.h"
+#include "IO/SqliteDatabase.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtSql/QSqlDriver>
 #include <QtSql/QSqlError>
 
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <system_error>
 
@@ -12,24 +17,11 @@ namespace vlr {
 
 namespace {
 
-constexpr int schemaVersion = 1;
-
 // The advisory lock on a server under which the tables are made; any number that stays the same.
 constexpr int lockOfTheTables = 1668246642;
 
-// BYTEA is PostgreSQL's name for bytes; SQLite takes any name and stores bytes as bytes.
-const char* const tables[] = {
-    "CREATE TABLE IF NOT EXISTS repository (version INTEGER NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS patient ("
-    "uid TEXT PRIMARY KEY, patient_id TEXT NOT NULL UNIQUE, name TEXT NOT NULL, "
-    "sex INTEGER NOT NULL, birth_date TEXT NOT NULL, changed TEXT NOT NULL, "
-    "revision INTEGER NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS document ("
-    "uid TEXT PRIMARY KEY REFERENCES patient ON DELETE CASCADE, content BYTEA NOT NULL)",
-    "CREATE TABLE IF NOT EXISTS binary_part ("
-    "uid TEXT NOT NULL REFERENCES patient ON DELETE CASCADE, item TEXT NOT NULL, "
-    "name TEXT NOT NULL, content BYTEA NOT NULL, PRIMARY KEY (uid, item, name))",
-};
+// No entry in the table of contents of a database file of this program is longer.
+constexpr qint64 longestEntry = 64 << 10;
 
 } // namespace
 
@@ -94,6 +86,8 @@ CaError SqlPatientStore::openFile() {
     error = openFileForWriting();
     if (error == CaError::nullError)
         error = makeTables();
+    if (error == CaError::nullError)
+        error = beginChain();
     if (error != CaError::nullError && file.size() > 0)
         error = openFileForReading(error);
     m_file = identity(m_url.path());
@@ -104,22 +98,70 @@ CaError SqlPatientStore::openFileForWriting() {
     // SQLite itself would let everybody read a new file; those beside it get the same rights.
     if (const int number = makePrivateFile(m_url.path()))
         return failure(QString::fromStdString(std::generic_category().message(number)));
+    // SQLite's locks tell of other processes alone.
+    CaError error = openFiles().contains(m_url.path())
+                        ? CaError()
+                        : SqliteChain::setForeignWalAside(m_url.path());
+    openFiles() << m_url.path();
+    if (error != CaError::nullError)
+        return failure(QString::fromStdString(error.text()));
     m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
     m_database.setDatabaseName(m_url.path());
     if (!m_database.open())
         return failure(m_database.lastError().text());
+    error = checkFile();
+    if (error != CaError::nullError)
+        return error;
     for (const char* pragma :
          {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA foreign_keys=ON"}) {
-        const CaError error = run(QString::fromLatin1(pragma));
+        error = run(QString::fromLatin1(pragma));
         if (error != CaError::nullError)
             return error;
     }
     return CaError::nullError;
 }
 
+// The file may be anybody's: nothing in it is asked before it is known what it consists of.
+CaError SqlPatientStore::checkFile() {
+    m_handle = fileHandle();
+    if (!m_handle)
+        return failure(QStringLiteral("the database driver brings an SQLite of its own"));
+    SqliteDatabase file(m_handle, m_url.path());
+    file.distrust();
+    const ValueLimit limit(*this, longestEntry);
+    int version = 0;
+    const CaError error = RepositorySchema::check(file, version);
+    return error == CaError::nullError ? error : failure(QString::fromStdString(error.text()));
+}
+
+// The driver's, where it uses the library that this one is linked to.
+sqlite3* SqlPatientStore::fileHandle() {
+    const QVariant handle = m_database.driver()->handle();
+    if (isServer() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    QVariantList source;
+    if (firstRow(QStringLiteral("SELECT sqlite_source_id()"), {}, source) != CaError::nullError ||
+        source.value(0).toString() != QLatin1String(sqlite3_sourceid()))
+        return nullptr;
+    return *static_cast<sqlite3* const*>(handle.constData());
+}
+
+// Files of former releases have none.
+CaError SqlPatientStore::beginChain() {
+    QVariantList link;
+    if (firstRow(QStringLiteral("SELECT current FROM chain"), {}, link) == CaError::nullError &&
+        !link.isEmpty())
+        return CaError::nullError;
+    return inTransaction([this] {
+        const CaError error = run(RepositorySchema::chainStatement());
+        return error == CaError::nullError ? run(QLatin1String(SqliteChain::begin)) : error;
+    });
+}
+
 // On a disk that is full or read-only SQLite cannot make the files it needs for its locks.
 // Without them all is readable as long as nobody has left changes outside the database file.
 CaError SqlPatientStore::openFileForReading(const CaError& reason) {
+    m_handle = nullptr;
     m_database.close();
     for (const char* changes : {"-wal", "-journal"})
         if (QFileInfo(m_url.path() + QLatin1String(changes)).size() > 0)
@@ -129,11 +171,17 @@ CaError SqlPatientStore::openFileForReading(const CaError& reason) {
                                QString::fromLatin1(QUrl::toPercentEncoding(m_url.path(), "/")) +
                                QStringLiteral("?immutable=1"));
     int version = 0;
-    if (!m_database.open() || readVersion(version) != CaError::nullError ||
-        version != schemaVersion)
+    if (!m_database.open() || checkFile() != CaError::nullError ||
+        readVersion(version) != CaError::nullError || version != RepositorySchema::version)
         return reason;
     m_whyReadOnly = reason.text();
     return CaError::nullError;
+}
+
+// The files that stores of this process have open for writing.
+QStringList& SqlPatientStore::openFiles() {
+    static QStringList files;
+    return files;
 }
 
 std::optional<SqlPatientStore::FileIdentity> SqlPatientStore::identity(const QString& path) {
@@ -181,23 +229,29 @@ CaError SqlPatientStore::readVersion(int& version) {
 CaError SqlPatientStore::makeTables() {
     int version = 0;
     const CaError readError = readVersion(version);
-    if (readError != CaError::nullError || version == schemaVersion)
+    if (readError != CaError::nullError || version == RepositorySchema::version)
         return readError;
-    if (version > schemaVersion)
-        return failure(QStringLiteral("it was made by a newer version of this program"));
+    if (version > RepositorySchema::version)
+        return failure(QStringLiteral("it was made by a newer version of this program: it has the "
+                                      "version %1")
+                           .arg(version));
     return inTransaction([this] {
         // "IF NOT EXISTS" alone does not keep two workstations from making the same table.
         CaError error =
             isServer()
                 ? run(QStringLiteral("SELECT pg_advisory_xact_lock(%1)").arg(lockOfTheTables))
                 : CaError();
-        for (const char* sql : tables)
+        for (const QString& sql : RepositorySchema::statements())
             if (error == CaError::nullError)
-                error = run(QString::fromLatin1(sql));
+                error = run(sql);
+        if (error == CaError::nullError && !isServer())
+            error = run(RepositorySchema::chainStatement());
+        if (error == CaError::nullError && !isServer())
+            error = run(QLatin1String(SqliteChain::begin));
         if (error == CaError::nullError)
             error = run(QStringLiteral("INSERT INTO repository SELECT %1 WHERE NOT EXISTS "
                                        "(SELECT version FROM repository)")
-                            .arg(schemaVersion));
+                            .arg(RepositorySchema::version));
         return error;
     });
 }

@@ -87,9 +87,11 @@ int openTemporaryFile(const QByteArray& folder, QByteArray& path) {
     return -1;
 }
 
-ScratchFolder::ScratchFolder() {
+ScratchFolder::ScratchFolder() : ScratchFolder(QDir::tempPath()) {}
+
+ScratchFolder::ScratchFolder(const QString& parent) {
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
-        m_path = pattern(QFile::encodeName(QDir::tempPath()));
+        m_path = pattern(QFile::encodeName(parent));
         if (!mkdtemp(m_path.data())) {
             m_error = errno;
             m_path.clear();

@@ -15,11 +15,12 @@ namespace vlr {
 /// errno, where that is impossible. To be closed when it has been renamed or removed.
 VLR_CORE_EXPORT int openTemporaryFile(const QByteArray& folder, QByteArray& path);
 
-/// A folder below the system's one for temporary files, for the user alone. It goes with the
-/// object.
+/// A folder below the given one, or the system's one for temporary files, for the user alone. It
+/// goes with the object.
 class ScratchFolder {
 public:
     ScratchFolder();
+    explicit ScratchFolder(const QString& parent);
     ~ScratchFolder();
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Error/CaError.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <functional>
+#include <memory>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace vlr {
+
+/// One row of an answer.
+class SqliteRow {
+public:
+    explicit SqliteRow(sqlite3_stmt* statement) : m_statement(statement) {}
+    [[nodiscard]] int columns() const;
+    [[nodiscard]] bool isNull(int column) const;
+    [[nodiscard]] qint64 number(int column) const;
+    /// The bytes of a text or a blob, whole, with the NULs in it. They are valid until the next
+    /// row.
+    [[nodiscard]] QByteArray bytes(int column) const;
+    [[nodiscard]] QString text(int column) const { return QString::fromUtf8(bytes(column)); }
+    /// What kind of value the file holds there, whatever the table declares; a letter.
+    [[nodiscard]] char kind(int column) const;
+
+private:
+    sqlite3_stmt* m_statement;
+};
+
+/// A database file, opened with SQLite's own interface, for what Qt's driver has no words for:
+/// limits, copies, and looking at a file that nobody vouches for. One thread at a time.
+///
+///     std::unique_ptr<SqliteDatabase> database;
+///     CaError error = SqliteDatabase::open(path, SqliteDatabase::Mode::AsItLies, database);
+///     if (error.isNull())
+///         error = database->rows("SELECT name FROM sqlite_master", [&](const SqliteRow& row) {
+///             names << row.text(0);
+///             return true; // false: that is enough
+///         });
+class SqliteDatabase {
+public:
+    enum class Mode {
+        AsItLies, ///< To read, without locks and without what lies beside the file.
+        Reading,  ///< To read, with locks; others may write meanwhile.
+        Writing,  ///< A file that exists.
+    };
+    static CaError open(const QString& path, Mode mode, std::unique_ptr<SqliteDatabase>& database);
+    /// One that somebody else has open and will close.
+    explicit SqliteDatabase(sqlite3* handle, QString name);
+    ~SqliteDatabase();
+    SqliteDatabase(const SqliteDatabase&) = delete;
+    SqliteDatabase& operator=(const SqliteDatabase&) = delete;
+
+    CaError run(const char* sql);
+    CaError rows(const char* sql, const std::function<bool(const SqliteRow&)>& take);
+    /// to them by SQL.
+    void distrust();
+
+    /// Copies all of it as it is at one moment into the other one, which is empty. `isWanted` is
+    /// asked every now and then, with the share that is done, from 0 to 1.
+    CaError copyTo(SqliteDatabase& target, const std::function<bool(double)>& isWanted);
+
+    /// The id of the error that copyTo() gives when the copy is wanted no more.
+    static const char* const cancelledError;
+    /// That of the error of every operation for which somebody else has the file locked.
+    static const char* const lockedError;
+
+private:
+    [[nodiscard]] CaError failure() const;
+
+    sqlite3* m_handle;
+    QString m_name;
+    bool m_isOwner;
+};
+
+} // namespace vlr
