@@ -14,8 +14,11 @@ set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
 set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}")
+# What is built has the run path of what is installed: CMake would fill another one up with empty
+# elements, each of which lets a library in the current folder be executed.
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}:$ORIGIN")
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
 
 add_library(vlrBuildOptions INTERFACE)
 target_compile_features(vlrBuildOptions INTERFACE cxx_std_17)
