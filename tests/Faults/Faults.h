@@ -32,6 +32,7 @@ void faultTracker(Report& report);
 void faultOwners(Report& report);
 void faultDialogs(Report& report);
 void faultFlood(Report& report);
+void faultTrust(Report& report);
 
 // What they run in processes of their own, by the name given to Child. The result is the exit code.
 
@@ -48,4 +49,5 @@ int actOwners(const QStringList& arguments);
 int actRepository(const QStringList& arguments);
 int actDialog(const QStringList& arguments);
 int actFlood(const QStringList& arguments);
+int actTrust(const QStringList& arguments);
 int actRace(const QStringList& arguments);

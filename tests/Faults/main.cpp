@@ -44,6 +44,7 @@ constexpr Entry faults[] = {
     {"owners", "objects destroyed behind the library's back", &faultOwners},
     {"dialogs", "every dialog left in every way", &faultDialogs},
     {"flood", "floods of pointer moves, resizes and log records", &faultFlood},
+    {"trust", "other users, their files, peers on the wire", &faultTrust},
 };
 
 struct Act {
@@ -67,6 +68,7 @@ constexpr Act acts[] = {
     {"repository", &actRepository, true},
     {"flood", &actFlood},
     {"race", &actRace},
+    {"trust", &actTrust},
 };
 
 int act(const QStringList& arguments, int& argc, char** argv) {

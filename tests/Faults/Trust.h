@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Something that other users of the machine, their files, or a peer on the wire try. It runs in a
+/// process of its own, once as root, where the test has that right, and once as an ordinary user,
+/// with empty user folders. It says what went wrong, or nothing.
+struct TrustCase {
+    const char* name;
+    std::string (*run)();
+};
+
+// The cases by what they attack, one file each; TrustFault.cpp runs them all.
+
+std::vector<TrustCase> trustStore();
