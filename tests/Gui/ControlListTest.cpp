@@ -180,12 +180,26 @@ TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
     list()->setViewerDimensions({420, 360}, {580, 360}, {420, 640}, {580, 640});
     list()->getViewer()->equalize();
     EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "the layout set while it was current";
+    expectLog(vlr::LogLevel::Error, "Wrong dimensions:");
+    list()->setViewerDimensions({700, 700}, {700, 300}, {300, 700}, {300, 300});
+    EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "a refused one is not kept";
 }
 
 TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
     addControls();
     expectLog(vlr::LogLevel::CaError, "Child REMOVED");
     ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(place(0, first)) << "again";
+    EXPECT_EQ(pane(0)->contentWidget(), first.widget.data());
+    const QPointer<QWidget> former = first.widget;
+    first.widget = new QLabel("another"_s);
+    ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(former) << "the caller's again";
+    EXPECT_EQ(former->parent(), nullptr);
+    EXPECT_FALSE(former->isVisible());
+    EXPECT_EQ(pane(0)->layout()->count(), 1);
+    delete former;
+    EXPECT_EQ(first.releases, 0);
     const QPointer<QWidget> more = new QLabel("more"_s);
     ASSERT_TRUE(list()->occupyResource(ControlList::LowerRight, &first, more, 0.5F, 0.5F));
     testing::internal::CaptureStdout();
@@ -212,24 +226,39 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     const QLayout* const whole = first.widget->parentWidget()->layout();
     EXPECT_EQ(whole->spacing(), 0);
     EXPECT_EQ(whole->contentsMargins(), QMargins(10, 0, 10, 2));
-    const auto other = std::make_unique<QLabel>("other"_s);
-    ASSERT_TRUE(list()->occupyResource(&second, other.get()));
+    ASSERT_TRUE(list()->occupyResource(&second, second.widget));
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(first.widget->parent(), nullptr);
 
-    const std::tuple<const char*, std::function<void()>, int> ends[] = {
-        {"a pane of its own", [&] { (void)place(1, second); }, 1},
-        {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 0},
-        {"its removal", [&] { list()->removeControl(&second); }, 0}};
-    for (const auto& [what, end, pageAfter] : ends) {
+    expectLog(vlr::LogLevel::CaError, "Child REMOVED");
+    // Whoever holds a pane comes back when the area is empty.
+    ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(place(1, second));
+    auto other = std::make_unique<QLabel>("other"_s);
+    const std::tuple<const char*, std::function<void()>, int, bool> ends[] = {
+        {"a pane of its own", [&] { (void)place(1, second); }, 1, false},
+        {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 1, false},
+        {"its places freed", [&] { list()->freeResourcesOf(&second); }, 1, false},
+        {"its hiding", [&] { (void)list()->hideControl("second"_s); }, 1, true},
+        {"its removal", [&] { list()->removeControl(&second); }, 1, true},
+        {"no pane held", [&] { list()->removeControl(&first), list()->removeControl(nullptr); }, 0,
+         false}};
+    for (const auto& [what, end, pageAfter, isReleased] : ends) {
         SCOPED_TRACE(what);
+        second.widget = second.widget ? second.widget.data() : new QLabel;
         ASSERT_TRUE(list()->occupyResource(&second, other.get()));
+        EXPECT_EQ(page(), 0);
         const int releases = second.releases;
         end();
         EXPECT_EQ(other->parent(), nullptr);
         EXPECT_EQ(page(), pageAfter);
-        EXPECT_EQ(second.releases > releases, !list()->getControl("second"));
+        EXPECT_EQ(second.releases > releases, isReleased);
     }
+    ASSERT_TRUE(place(3, third));
+    ASSERT_TRUE(list()->occupyResource(&first, other.get()));
+    other.reset();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(page(), 1) << "the widget's end";
 }
 
 TEST_F(ControlListTest, ShowsAndHidesInTheWindow) {
