@@ -10,6 +10,8 @@
 #include <QtCore/QTimer>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QToolTip>
 
 #include <algorithm>
 #include <random>
@@ -288,8 +290,9 @@ TEST_F(QtQuadViewTest, ALockedLayoutIsFrozenForTheHand) {
     view.resize(990, 790);
     EXPECT_EQ(visibleButtons(), 0) << "neither expand buttons nor touch handles";
     drag(QuadViewGeometry::Up, {200, 50});
-    view.actions().value(0)->trigger(); // maximises
+    view.layoutAction(QtQuadView::LayoutCommand::ToggleMaximized)->trigger();
     EXPECT_EQ(layout(), quarters);
+    EXPECT_TRUE(QToolTip::isVisible()) << "and says why nothing happens";
     EXPECT_EQ(up->cursor().shape(), Qt::ArrowCursor);
     view.setVViewDimension(20);
     EXPECT_NE(layout(), quarters) << "the program may";
@@ -349,21 +352,42 @@ TEST_F(QtQuadViewTest, ThePressedViewIsTheCurrentOne) {
     EXPECT_EQ(spy.size(), 2) << "a call tells nobody";
 }
 
-TEST_F(QtQuadViewTest, ColoursAreAppliedOnlyOnceConfigured) {
+TEST_F(QtQuadViewTest, ColoursAreAppliedOnceConfiguredAndOnlyOverNobodysOwn) {
     const QPalette plain;
+    const QColor window = plain.color(QPalette::Window);
+    const QColor selected = QColor(0, 200, 0).lighter(150);
+    const QColor normal(40, 50, 60);
     setting("QtQuadView/SelectedColor", Vector3d(0, 200, 0));
-    const auto colors = [](bool select) {
+    setting("QtQuadView/BackgroundColor", Vector3d(40, 50, 60));
+    for (const bool isConfigured : {false, true}) {
+        if (isConfigured)
+            setting("QtQuadView/ButtonColor", Vector3d(10, 20, 30));
         QtQuadView other;
-        if (select)
-            other.setFocus(0);
-        return other.getView(0)->palette().color(QPalette::Window);
-    };
-    EXPECT_EQ(colors(true), plain.color(QPalette::Window));
-    setting("QtQuadView/ButtonColor", Vector3d(10, 20, 30));
-    EXPECT_EQ(colors(true), QColor(0, 200, 0).lighter(150));
-    EXPECT_EQ(colors(false), plain.color(QPalette::Window));
-    (void)vlr::Settings::remove(known("QtQuadView/ButtonColor"));
-    (void)vlr::Settings::remove(known("QtQuadView/SelectedColor"));
+        auto* const content = new QLabel;
+        auto* const proud = new QLabel;
+        proud->setPalette(QPalette(QColor(1, 2, 3), QColor(4, 5, 6)));
+        other.getView(0)->layout()->addWidget(content);
+        other.getView(1)->layout()->addWidget(proud);
+        const auto color = [](const QWidget* widget) {
+            return widget->palette().color(QPalette::Window);
+        };
+        for (const int current : {0, 1, 2}) {
+            other.setFocus(current);
+            SCOPED_TRACE(testing::Message() << isConfigured << " view " << current);
+            const bool isColored = isConfigured && current == 0;
+            EXPECT_EQ(color(other.getView(0)), isColored ? selected : window);
+            EXPECT_EQ(color(content), isColored ? normal : window);
+            EXPECT_EQ(color(proud), QColor(4, 5, 6));
+        }
+        auto* const late = new QLabel;
+        other.getView(2)->layout()->addWidget(late);
+        EXPECT_EQ(color(late), isConfigured ? normal : window);
+        late->setParent(nullptr);
+        EXPECT_FALSE(late->testAttribute(Qt::WA_SetPalette)) << "elsewhere it is as it was";
+        delete late;
+    }
+    for (const char* name : {"ButtonColor", "SelectedColor", "BackgroundColor"})
+        (void)vlr::Settings::remove(known("QtQuadView/") + text(name));
 }
 
 TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
@@ -387,24 +411,132 @@ TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
 
 TEST_F(QtQuadViewTest, TheKeyboardMaximisesEqualisesAndUndoes) {
     QLabel* const content = fill(2);
+    QLabel* const elsewhere = fill(1);
     content->setFocusPolicy(Qt::StrongFocus);
     host.activateWindow();
     content->setFocus();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&host));
     view.setVViewDimension(20);
-    view.setFocus(2);
+    view.setFocus(1); // The focus, not the current view, says what is maximised.
     const std::string before = layout();
+    const auto press = [&](Qt::Key key, QWidget* widget) {
+        QTest::keyClick(widget, key, Qt::ControlModifier);
+        return layout();
+    };
     const std::pair<Qt::Key, std::string> steps[] = {{Qt::Key_M, "1000x0 0x0 1000x1000 0x1000"},
                                                      {Qt::Key_M, before},
                                                      {Qt::Key_E, quarters},
                                                      {Qt::Key_Z, before}};
-    for (const auto& [key, expected] : steps) {
-        QTest::keyClick(content, key, Qt::ControlModifier);
-        EXPECT_EQ(layout(), expected) << char(key);
+    for (const auto& [key, expected] : steps)
+        EXPECT_EQ(press(key, content), expected) << char(key);
+
+    // The application's action wins, in the window's menu as on the window, and while disabled.
+    QMenu menu(&host);
+    host.addAction(menu.menuAction());
+    QAction own;
+    own.setShortcut(Qt::CTRL + Qt::Key_E);
+    QSignalSpy spy(&own, &QAction::triggered);
+    for (QWidget* place : {&host, static_cast<QWidget*>(&menu)}) {
+        own.setParent(place);
+        place->addAction(&own);
+        for (const bool isEnabled : {true, false}) {
+            own.setEnabled(isEnabled);
+            EXPECT_EQ(press(Qt::Key_E, content), before);
+            EXPECT_EQ(spy.size(), isEnabled ? 1 : 0);
+            spy.clear();
+        }
+        place->removeAction(&own);
     }
+    own.setParent(nullptr);
+    // Keys can be changed and taken away, with their place in the menu or without.
+    using C = QtQuadView::LayoutCommand;
+    view.layoutAction(C::Equalize)->setShortcut(Qt::CTRL + Qt::Key_Y);
+    EXPECT_EQ(press(Qt::Key_E, content), before);
+    EXPECT_EQ(press(Qt::Key_Y, content), quarters);
+    view.layoutAction(C::Undo)->setVisible(false);
+    EXPECT_EQ(press(Qt::Key_Z, content), quarters);
+    view.layoutAction(C::ToggleMaximized)->trigger();
+    EXPECT_EQ(layout(), "0x1000 1000x1000 0x0 1000x0") << "by itself it is for the current view";
+    EXPECT_EQ(press(Qt::Key_M, elsewhere), quarters);
+
     // Every view may be hidden by a windmill preset of nothing but ends.
     view.setFocus(-1);
     view.setViewerDimensions({1000, 0}, {0, 1000}, {0, 1000}, {1000, 0});
     view.toggleMaximized();
     EXPECT_EQ(layout(), "1000x1000 0x1000 1000x0 0x0");
+}
+
+TEST_F(QtQuadViewTest, TheMenuOpensWhereTheRightButtonDidNotDrag) {
+    using C = QtQuadView::LayoutCommand;
+    fill(0)->setContextMenuPolicy(Qt::PreventContextMenu);
+    fill(3);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&host));
+    view.addAction(new QAction(text("of the application"), &view));
+    const QPoint left(100, 100);
+    const QPoint right(900, 700);
+    const auto menuAfter = [&](const QPoint& from, const QPoint& to) {
+        QWindow* const window = host.windowHandle();
+        QTest::mousePress(window, Qt::RightButton, {}, from);
+        EXPECT_FALSE(QApplication::activePopupWidget()) << "during the press";
+        QTest::mouseMove(window, to);
+        QTest::mouseRelease(window, Qt::RightButton, {}, to);
+        QCoreApplication::processEvents();
+        auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        std::string enabled = menu ? "" : "none";
+        for (const QAction* action : menu ? menu->actions() : QList<QAction*>())
+            if (!action->isSeparator())
+                enabled += action->isEnabled() ? '1' : '0';
+        return enabled;
+    };
+    const auto closeMenu = [] {
+        QApplication::activePopupWidget()->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    EXPECT_EQ(menuAfter(left, left), "none") << "it opted out";
+    EXPECT_EQ(menuAfter(right, right - QPoint(30, 0)), "none") << "a drag";
+    EXPECT_EQ(menuAfter(right, right - QPoint(1, 1)), "1001") << "all alike, nothing to undo";
+    view.layoutAction(C::ToggleMaximized)->trigger();
+    EXPECT_EQ(layout(), "0x0 1000x0 0x1000 1000x1000") << "the view below the menu";
+    closeMenu();
+    EXPECT_EQ(menuAfter(right, right), "1111");
+    view.lockAspectRatio();
+    closeMenu();
+    EXPECT_EQ(menuAfter(right, right), "0001");
+    closeMenu();
+    view.unlockAspectRatio();
+    view.forgetLayouts();
+    EXPECT_FALSE(view.layoutAction(C::Undo)->isEnabled());
+
+    QContextMenuEvent byKeyboard(QContextMenuEvent::Keyboard, right, view.mapToGlobal(right));
+    QCoreApplication::sendEvent(&view, &byKeyboard);
+    ASSERT_TRUE(QApplication::activePopupWidget());
+    closeMenu();
+    view.setContextMenuPolicy(Qt::NoContextMenu);
+    EXPECT_EQ(menuAfter(right, right), "none");
+}
+
+TEST_F(QtQuadViewTest, ButtonsAndHandlesAreWholeAtEveryEdge) {
+    const std::tuple<int, int, int> cases[] = {{50, 50, 12}, {0, 0, 6},   {100, 100, 6},
+                                               {0, 100, 6},  {100, 0, 6}, {50, 0, 9},
+                                               {50, 100, 9}, {0, 50, 9},  {100, 50, 9}};
+    for (const bool isTouched : {false, true, false}) {
+        view.enableTouchscreenMode(isTouched);
+        for (const auto& [x, y, count] : cases) {
+            SCOPED_TRACE(testing::Message() << isTouched << " " << x << " " << y);
+            view.setViewDimension(x, y);
+            EXPECT_EQ(visibleButtons(), count + int(isTouched)) << "with the handle";
+            for (const QPushButton* button : view.findChildren<QPushButton*>()) {
+                const QRect place(button->mapTo(&view, QPoint()), button->size());
+                EXPECT_TRUE(!button->isVisible() || view.rect().contains(place))
+                    << place.x() << " " << place.y();
+                EXPECT_GE(std::min(place.width(), place.height()), isTouched ? 35 : 32);
+            }
+        }
+    }
+    auto* const piece = new QtQVSimpleSplitter(&host, QtQVSplitterFrame::Cross, 1);
+    piece->createButton(nullptr);
+    piece->enableTouchScreenMode(true);
+    EXPECT_GT(host.children().size(), 2);
+    delete piece;
+    EXPECT_EQ(host.children(), QObjectList{&view}) << "line, box and handle went along";
 }
