@@ -498,7 +498,13 @@ TEST_F(QtQuadViewTest, TheMenuOpensWhereTheRightButtonDidNotDrag) {
     view.layoutAction(C::ToggleMaximized)->trigger();
     EXPECT_EQ(layout(), "0x0 1000x0 0x1000 1000x1000") << "the view below the menu";
     closeMenu();
+    QAction own(&host);
+    own.setShortcut(view.layoutAction(C::Equalize)->shortcut());
+    host.addAction(&own);
     EXPECT_EQ(menuAfter(right, right), "1111");
+    EXPECT_TRUE(view.layoutAction(C::Undo)->isShortcutVisibleInContextMenu());
+    EXPECT_FALSE(view.layoutAction(C::Equalize)->isShortcutVisibleInContextMenu())
+        << "the key does something else";
     view.lockAspectRatio();
     closeMenu();
     EXPECT_EQ(menuAfter(right, right), "0001");

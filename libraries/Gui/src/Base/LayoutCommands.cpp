@@ -137,25 +137,25 @@ bool LayoutCommands::eventFilter(QObject*, QEvent* event) {
 
 // --- keys
 
+// Qt does not take the key for an action that is disabled at present. It is the application's all
+// the same: who expects its undo does not expect another layout.
 QAction* LayoutCommands::actionOf(const QKeyEvent* event) const {
     const QKeySequence keys = keysOf(event);
     for (QAction* const action : m_actions)
         if (action->isVisible() && action->shortcuts().contains(keys) &&
-            !belongsToApplication(keys))
+            !belongsToApplication(keys, true))
             return action;
     return nullptr;
 }
 
-// Qt does not take the key for an action that is disabled at present. It is the application's all
-// the same: who expects its undo does not expect another layout.
-bool LayoutCommands::belongsToApplication(const QKeySequence& keys) const {
+bool LayoutCommands::belongsToApplication(const QKeySequence& keys, bool isDisabled) const {
     const auto isWithin = [](const QWidget* widget) {
         return qobject_cast<const QMenu*>(widget) || widget->isVisible();
     };
     const auto actions = m_view->window()->findChildren<QAction*>();
     return std::any_of(actions.begin(), actions.end(), [&](const QAction* action) {
         const auto widgets = action->associatedWidgets();
-        return !action->isEnabled() && action->shortcuts().contains(keys) &&
+        return action->isEnabled() != isDisabled && action->shortcuts().contains(keys) &&
                (action->shortcutContext() == Qt::WindowShortcut ||
                 action->shortcutContext() == Qt::ApplicationShortcut) &&
                std::any_of(widgets.begin(), widgets.end(), isWithin);
@@ -193,8 +193,12 @@ void LayoutCommands::showMenu(const QPoint& globalPosition) {
     delete m_menu.data();
     m_menu = new QMenu(m_view);
     m_menu->setAttribute(Qt::WA_DeleteOnClose);
-    for (QAction* const action : m_actions)
+    for (QAction* const action : m_actions) {
+        const QKeySequence keys = action->shortcut();
+        action->setShortcutVisibleInContextMenu(!belongsToApplication(keys, false) &&
+                                                !belongsToApplication(keys, true));
         m_menu->addAction(action);
+    }
     m_menu->addSeparator();
     m_menu->addActions(m_view->actions()); // The application's own.
     m_menuTarget = viewWith(m_view->childAt(m_view->mapFromGlobal(globalPosition)));

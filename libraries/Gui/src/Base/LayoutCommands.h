@@ -41,7 +41,7 @@ private:
     void requestMaximize();
     int viewWith(const QWidget* widget) const;
     QAction* actionOf(const QKeyEvent* event) const;
-    bool belongsToApplication(const QKeySequence& keys) const;
+    bool belongsToApplication(const QKeySequence& keys, bool isDisabled) const;
     bool runKey(QAction* action, const QWidget* receiver);
     void askForMenu(const QContextMenuEvent* event);
     void showMenu(const QPoint& globalPosition);
