@@ -120,7 +120,7 @@ TEST_F(ControlListTest, KeepsControlsByNameInOrder) {
     emit notReady.becameValid(list(), &notReady);
     EXPECT_TRUE(list()->isControlValid("notReady"));
     EXPECT_EQ(take(calls), "appeared notReady");
-    list()->removeControl(&first);
+    emit first.removed(list(), &first);
     EXPECT_EQ(take(calls), "removed first, all removed");
     EXPECT_EQ(list()->getControl("first"), nullptr);
 }
@@ -160,9 +160,9 @@ TEST_F(ControlListTest, RefusesPlacementsInOrderWithTheirMessages) {
 TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
     services.window = nullptr;
     addControls();
-    const auto shownUpperLeft = [] {
+    QSize r[4];
+    const auto shownUpperLeft = [&r] {
         EXPECT_TRUE(list()->showControl("first"_s));
-        QSize r[4];
         list()->viewerDimensions(r[0], r[1], r[2], r[3]);
         return r[0];
     };
@@ -179,7 +179,11 @@ TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
     }
     list()->setViewerDimensions({420, 360}, {580, 360}, {420, 640}, {580, 640});
     list()->getViewer()->equalize();
+    list()->getViewer()->undoLayout();
     EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "the layout set while it was current";
+    list()->getViewer()->undoLayout();
+    list()->viewerDimensions(r[0], r[1], r[2], r[3]);
+    EXPECT_EQ(r[0], QSize(420, 360)) << "undo begins there";
     expectLog(vlr::LogLevel::Error, "Wrong dimensions:");
     list()->setViewerDimensions({700, 700}, {700, 300}, {300, 700}, {300, 300});
     EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "a refused one is not kept";
@@ -212,6 +216,9 @@ TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
     EXPECT_FALSE(more) << "and left that one to the pane";
     EXPECT_EQ(pane(0)->contentWidget(), second.widget.data());
     EXPECT_EQ(pane(3)->contentWidget(), nullptr);
+    for (const int index : {-1, 4, 1})
+        list()->freeResource(index);
+    EXPECT_TRUE(second.widget);
     list()->freeResource(0);
     EXPECT_EQ(second.releases, 0);
     EXPECT_FALSE(second.widget);

@@ -207,6 +207,13 @@ TEST_F(QtQuadViewTest, PercentSettersSnapAndRefuse) {
 
 TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
     QtQVSplitterFrame* const up = line(QuadViewGeometry::Up);
+    QSignalSpy over(up, &QtQVSplitterFrame::mOnWidget);
+    for (const QEvent::Type type : {QEvent::Enter, QEvent::Enter, QEvent::Leave, QEvent::Leave}) {
+        QEvent event(type);
+        QCoreApplication::sendEvent(up, &event);
+    }
+    ASSERT_EQ(over.size(), 2) << "told once each";
+    EXPECT_TRUE(over[0][0].toBool() && !over[1][0].toBool());
     move(up, {2, 9}, {300, 50});
     EXPECT_EQ(layout(), quarters) << "nothing is pressed";
     QTest::mousePress(up, Qt::LeftButton);
@@ -223,15 +230,36 @@ TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
 
 TEST_F(QtQuadViewTest, AMoveAtTheEdgeOfALineSaysNothing) {
     using G = QuadViewGeometry;
-    const std::tuple<G::Splitter, QPoint, int> cases[] = {
-        {G::Up, {0, 5}, 0}, {G::Left, {5, 0}, 0}, {G::Center, {0, 0}, 1}};
-    for (const auto& [splitterPiece, position, moves] : cases) {
+    const std::tuple<G::Splitter, QPoint, int, Qt::CursorShape> cases[] = {
+        {G::Up, {0, 5}, 0, Qt::SizeHorCursor},
+        {G::Left, {5, 0}, 0, Qt::SizeVerCursor},
+        {G::Left, {0, 1}, 1, Qt::SizeVerCursor},
+        {G::Center, {0, 0}, 1, Qt::SizeAllCursor}};
+    for (const auto& [splitterPiece, position, moves, cursor] : cases) {
         QtQVSplitterFrame* const piece = line(splitterPiece);
+        EXPECT_EQ(piece->cursor().shape(), cursor);
         QSignalSpy spy(piece, &QtQVSplitterFrame::mmove);
         QTest::mousePress(piece, Qt::LeftButton);
         move(piece, position, {500, 400});
         EXPECT_EQ(spy.size(), moves) << splitterPiece << " at " << position.x();
         QTest::mouseRelease(piece, Qt::LeftButton);
+    }
+}
+
+TEST_F(QtQuadViewTest, ALineIsRaisedInItsMiddle) {
+    for (const int orientation : {QtQVSplitterFrame::Horizontal, QtQVSplitterFrame::Vertical}) {
+        QtQVSplitterFrame piece(nullptr, orientation);
+        piece.resize(10, 10);
+        const bool isUpright = orientation == QtQVSplitterFrame::Vertical;
+        const QImage image = piece.grab().toImage();
+        using P = QPalette; // the ground, and six pixels
+        const P::ColorRole roles[] = {P::Window, P::Window, P::Light, P::Mid,    P::Mid,
+                                      P::Mid,    P::Mid,    P::Dark,  P::Window, P::Window};
+        for (int i = 0; i < 10; ++i)
+            for (const int along : {0, 9})
+                EXPECT_EQ(isUpright ? image.pixel(i, along) : image.pixel(along, i),
+                          piece.palette().color(roles[i]).rgb())
+                    << orientation << " at " << i;
     }
 }
 
@@ -251,6 +279,11 @@ TEST_F(QtQuadViewTest, EveryExpandButtonDoesItsOwn) {
         const int share = 500 * (i % 3);
         const QString expected = text(pieces[i / 3]).arg(share).arg(1000 - share);
         EXPECT_EQ(layout(), expected.toStdString()) << i;
+        const char* const words[] = {"Right", "row alike",    "Left",
+                                     "Lower", "column alike", "Upper"};
+        EXPECT_TRUE(buttons[i]->toolTip().contains(text(words[i / 6 * 3 + i % 3]))) << i;
+        EXPECT_EQ(buttons[i]->accessibleName(), buttons[i]->toolTip());
+        EXPECT_EQ(buttons[i]->iconSize(), QSize(24, 24));
     }
 }
 
@@ -299,6 +332,7 @@ TEST_F(QtQuadViewTest, ALockedLayoutIsFrozenForTheHand) {
 
     view.unlockAspectRatio();
     EXPECT_EQ(spy.size(), 2);
+    EXPECT_EQ(visibleButtons(), 0) << "not before the next show";
     drag(QuadViewGeometry::Up, {693, 50});
     EXPECT_EQ(layout(), "700x500 300x500 200x500 800x500");
     EXPECT_EQ(up->cursor().shape(), Qt::SizeHorCursor);
@@ -316,6 +350,8 @@ TEST_F(QtQuadViewTest, TouchHandlesDragTheCentrePieces) {
     };
     EXPECT_TRUE(isAt({500, 400}));
 
+    move(centre, {5, 5}, {200, 300});
+    EXPECT_EQ(layout(), quarters) << "nothing is pressed";
     QTest::mousePress(centre, Qt::LeftButton);
     move(centre, {5, 5}, {200, 300});
     QTest::mouseRelease(centre, Qt::LeftButton);
@@ -328,6 +364,19 @@ TEST_F(QtQuadViewTest, TouchHandlesDragTheCentrePieces) {
     EXPECT_TRUE(handles[0]->isVisible());
     view.enableTouchscreenMode(false);
     EXPECT_TRUE(view.findChildren<QtDraggerButton*>().isEmpty());
+}
+
+TEST_F(QtQuadViewTest, ASubclassStylesTheFramesWithEveryReset) {
+    struct Styled : QtQuadView {
+        void setViewFrameStyle(QFrame*) override { ++styled; }
+        int styled = 0;
+    } other;
+    EXPECT_EQ(frame(3)->frameStyle(), int(QFrame::Box) | int(QFrame::Plain));
+    EXPECT_EQ(frame(3)->lineWidth(), 0);
+    other.equalize();
+    EXPECT_EQ(other.styled, 4);
+    EXPECT_EQ(other.sizeHint(), QSize(1024, 1024));
+    EXPECT_EQ(other.QWidget::sizePolicy().verticalPolicy(), QSizePolicy::Expanding);
 }
 
 TEST_F(QtQuadViewTest, ThePressedViewIsTheCurrentOne) {
@@ -539,10 +588,41 @@ TEST_F(QtQuadViewTest, ButtonsAndHandlesAreWholeAtEveryEdge) {
             }
         }
     }
-    auto* const piece = new QtQVSimpleSplitter(&host, QtQVSplitterFrame::Cross, 1);
-    piece->createButton(nullptr);
-    piece->enableTouchScreenMode(true);
-    EXPECT_GT(host.children().size(), 2);
-    delete piece;
-    EXPECT_EQ(host.children(), QObjectList{&view}) << "line, box and handle went along";
+}
+
+TEST_F(QtQuadViewTest, APieceKeepsItsButtonsAtItsPlace) {
+    const struct {
+        int orientation, position;
+        QPoint from, to; // with a twentieth of 200 or 100 pixels as inset
+        QRect box;
+    } cases[] = {{1, 0, {300, 50}, {304, 250}, {287, 60, 32, 100}},
+                 {1, 2, {300, 50}, {304, 250}, {287, 141, 32, 100}},
+                 {1, 1, {300, 50}, {304, 250}, {287, 101, 32, 100}},
+                 {0, 0, {50, 300}, {250, 304}, {60, 287, 100, 32}},
+                 {0, 2, {50, 300}, {250, 304}, {141, 287, 100, 32}},
+                 {2, 7, {50, 300}, {250, 400}, {101, 364, 100, 32}},
+                 {1, 1, {300, 50}, {304, 149}, {287, 50, 32, 100}},
+                 {1, 1, {300, 50}, {304, 148}, {}},
+                 {0, 1, {50, 300}, {149, 304}, {50, 287, 100, 32}},
+                 {0, 1, {50, 300}, {148, 304}, {}}};
+    const QPixmap picture(8, 8);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.orientation << " " << c.position << " " << c.to.y());
+        auto* const piece = new QtQVSimpleSplitter(&host, c.orientation, c.position);
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(piece->createButton(&picture)->focusPolicy(), Qt::NoFocus);
+        piece->enableTouchScreenMode(true);
+        piece->setPosition(c.from, c.to);
+        piece->show();
+        QRect box;
+        for (const QObject* child : host.children())
+            if (child != &view && child->findChild<QPushButton*>())
+                box = static_cast<const QWidget*>(child)->isVisible()
+                          ? static_cast<const QWidget*>(child)->geometry()
+                          : QRect();
+        EXPECT_EQ(box, c.box) << box.x() << " " << box.y() << " " << box.width();
+        EXPECT_EQ(host.findChildren<QtDraggerButton*>().size(), c.position == 1 ? 1 : 0);
+        delete piece;
+        EXPECT_EQ(host.children(), QObjectList{&view}) << "line, box and handle went along";
+    }
 }
