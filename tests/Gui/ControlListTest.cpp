@@ -178,8 +178,10 @@ TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
         list()->freeResourcesOf(nullptr);
     }
     list()->setViewerDimensions({420, 360}, {580, 360}, {420, 640}, {580, 640});
-    list()->getViewer()->equalize();
     list()->getViewer()->undoLayout();
+    list()->viewerDimensions(r[0], r[1], r[2], r[3]);
+    EXPECT_EQ(r[0], QSize(420, 360)) << "undo begins there";
+    list()->getViewer()->equalize();
     EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "the layout set while it was current";
     list()->getViewer()->undoLayout();
     list()->viewerDimensions(r[0], r[1], r[2], r[3]);
@@ -233,6 +235,11 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     const QLayout* const whole = first.widget->parentWidget()->layout();
     EXPECT_EQ(whole->spacing(), 0);
     EXPECT_EQ(whole->contentsMargins(), QMargins(10, 0, 10, 2));
+    ASSERT_TRUE(place(3, third));
+    EXPECT_EQ(page(), 1);
+    EXPECT_TRUE(list()->showControl("first"_s));
+    EXPECT_TRUE(list()->hideControl("third"_s));
+    EXPECT_EQ(page(), 0);
     ASSERT_TRUE(list()->occupyResource(&second, second.widget));
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(first.widget->parent(), nullptr);

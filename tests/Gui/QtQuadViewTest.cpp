@@ -226,6 +226,11 @@ TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
         view.undoLayout();
         EXPECT_EQ(layout(), quarters);
     }
+    QTest::mousePress(up, Qt::LeftButton);
+    move(up, {2, 9}, {300, 50});
+    view.setVViewDimension(0, 20); // a call is no part of the drag
+    view.undoLayout();
+    EXPECT_EQ(layout(), "300x500 700x500 500x500 500x500");
 }
 
 TEST_F(QtQuadViewTest, AMoveAtTheEdgeOfALineSaysNothing) {
@@ -373,6 +378,8 @@ TEST_F(QtQuadViewTest, ASubclassStylesTheFramesWithEveryReset) {
     } other;
     EXPECT_EQ(frame(3)->frameStyle(), int(QFrame::Box) | int(QFrame::Plain));
     EXPECT_EQ(frame(3)->lineWidth(), 0);
+    view.resize(3200, 1000);
+    EXPECT_EQ(frame(0)->pos(), QPoint(10, 10)) << "wider splitters on a wider screen";
     other.equalize();
     EXPECT_EQ(other.styled, 4);
     EXPECT_EQ(other.sizeHint(), QSize(1024, 1024));
@@ -451,6 +458,15 @@ TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
     EXPECT_FALSE(content);
     EXPECT_EQ(frame(0)->getCurrentChild(), nullptr);
 
+    struct Closing : QLabel {
+        explicit Closing(int& count) : closed(count) {}
+        void closeEvent(QCloseEvent*) override { ++closed; }
+        int& closed;
+    };
+    int closed = 0;
+    frame(0)->layout()->addWidget(new Closing(closed));
+    view.removeWidget(0);
+    EXPECT_EQ(closed, 1);
     content = fill(0);
     QObject::connect(frame(0), &QtQVViewFrame::getFocus, [&] { view.removeWidget(0); });
     QTest::mouseClick(content, Qt::LeftButton);
@@ -544,6 +560,7 @@ TEST_F(QtQuadViewTest, TheMenuOpensWhereTheRightButtonDidNotDrag) {
     EXPECT_EQ(menuAfter(left, left), "none") << "it opted out";
     EXPECT_EQ(menuAfter(right, right - QPoint(30, 0)), "none") << "a drag";
     EXPECT_EQ(menuAfter(right, right - QPoint(1, 1)), "1001") << "all alike, nothing to undo";
+    view.setFocus(0);
     view.layoutAction(C::ToggleMaximized)->trigger();
     EXPECT_EQ(layout(), "0x0 1000x0 0x1000 1000x1000") << "the view below the menu";
     closeMenu();
