@@ -166,7 +166,7 @@ TEST_F(QtQuadViewTest, PercentSettersSnapAndRefuse) {
     const std::tuple<const char*, Act, const char*> taken[] = {
         {"both", [](Q& v) { v.setViewDimension(30, 96); }, "300x1000 700x1000 300x0 700x0"},
         {"columns", [](Q& v) { v.setVViewDimension(20); }, "200x500 800x500 200x500 800x500"},
-        {"rows", [](Q& v) { v.setHViewDimension(51); }, quarters},
+        {"rows", [](Q& v) { v.setHViewDimension(20); }, "500x200 500x200 500x800 500x800"},
         {"0", [](Q& v) { v.setVViewDimension(0, 20); }, "200x500 800x500 500x500 500x500"},
         {"1", [](Q& v) { v.setVViewDimension(1, 20); }, "800x500 200x500 500x500 500x500"},
         {"2", [](Q& v) { v.setVViewDimension(2, 20); }, "500x500 500x500 200x500 800x500"},
