@@ -120,7 +120,7 @@ TEST_F(ControlListTest, KeepsControlsByNameInOrder) {
     emit notReady.becameValid(list(), &notReady);
     EXPECT_TRUE(list()->isControlValid("notReady"));
     EXPECT_EQ(take(calls), "appeared notReady");
-    list()->removeControl(&first);
+    emit first.removed(list(), &first);
     EXPECT_EQ(take(calls), "removed first, all removed");
     EXPECT_EQ(list()->getControl("first"), nullptr);
 }
@@ -160,9 +160,9 @@ TEST_F(ControlListTest, RefusesPlacementsInOrderWithTheirMessages) {
 TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
     services.window = nullptr;
     addControls();
-    const auto shownUpperLeft = [] {
+    QSize r[4];
+    const auto shownUpperLeft = [&r] {
         EXPECT_TRUE(list()->showControl("first"_s));
-        QSize r[4];
         list()->viewerDimensions(r[0], r[1], r[2], r[3]);
         return r[0];
     };
@@ -178,14 +178,34 @@ TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
         list()->freeResourcesOf(nullptr);
     }
     list()->setViewerDimensions({420, 360}, {580, 360}, {420, 640}, {580, 640});
+    list()->getViewer()->undoLayout();
+    list()->viewerDimensions(r[0], r[1], r[2], r[3]);
+    EXPECT_EQ(r[0], QSize(420, 360)) << "undo begins there";
     list()->getViewer()->equalize();
     EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "the layout set while it was current";
+    list()->getViewer()->undoLayout();
+    list()->viewerDimensions(r[0], r[1], r[2], r[3]);
+    EXPECT_EQ(r[0], QSize(420, 360)) << "undo begins there";
+    expectLog(vlr::LogLevel::Error, "Wrong dimensions:");
+    list()->setViewerDimensions({700, 700}, {700, 300}, {300, 700}, {300, 300});
+    EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "a refused one is not kept";
 }
 
 TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
     addControls();
     expectLog(vlr::LogLevel::CaError, "Child REMOVED");
     ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(place(0, first)) << "again";
+    EXPECT_EQ(pane(0)->contentWidget(), first.widget.data());
+    const QPointer<QWidget> former = first.widget;
+    first.widget = new QLabel("another"_s);
+    ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(former) << "the caller's again";
+    EXPECT_EQ(former->parent(), nullptr);
+    EXPECT_FALSE(former->isVisible());
+    EXPECT_EQ(pane(0)->layout()->count(), 1);
+    delete former;
+    EXPECT_EQ(first.releases, 0);
     const QPointer<QWidget> more = new QLabel("more"_s);
     ASSERT_TRUE(list()->occupyResource(ControlList::LowerRight, &first, more, 0.5F, 0.5F));
     testing::internal::CaptureStdout();
@@ -198,6 +218,9 @@ TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
     EXPECT_FALSE(more) << "and left that one to the pane";
     EXPECT_EQ(pane(0)->contentWidget(), second.widget.data());
     EXPECT_EQ(pane(3)->contentWidget(), nullptr);
+    for (const int index : {-1, 4, 1})
+        list()->freeResource(index);
+    EXPECT_TRUE(second.widget);
     list()->freeResource(0);
     EXPECT_EQ(second.releases, 0);
     EXPECT_FALSE(second.widget);
@@ -212,24 +235,44 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     const QLayout* const whole = first.widget->parentWidget()->layout();
     EXPECT_EQ(whole->spacing(), 0);
     EXPECT_EQ(whole->contentsMargins(), QMargins(10, 0, 10, 2));
-    const auto other = std::make_unique<QLabel>("other"_s);
-    ASSERT_TRUE(list()->occupyResource(&second, other.get()));
+    ASSERT_TRUE(place(3, third));
+    EXPECT_EQ(page(), 1);
+    EXPECT_TRUE(list()->showControl("first"_s));
+    EXPECT_TRUE(list()->hideControl("third"_s));
+    EXPECT_EQ(page(), 0);
+    ASSERT_TRUE(list()->occupyResource(&second, second.widget));
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(first.widget->parent(), nullptr);
 
-    const std::tuple<const char*, std::function<void()>, int> ends[] = {
-        {"a pane of its own", [&] { (void)place(1, second); }, 1},
-        {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 0},
-        {"its removal", [&] { list()->removeControl(&second); }, 0}};
-    for (const auto& [what, end, pageAfter] : ends) {
+    expectLog(vlr::LogLevel::CaError, "Child REMOVED");
+    // Whoever holds a pane comes back when the area is empty.
+    ASSERT_TRUE(place(0, first));
+    ASSERT_TRUE(place(1, second));
+    auto other = std::make_unique<QLabel>("other"_s);
+    const std::tuple<const char*, std::function<void()>, int, bool> ends[] = {
+        {"a pane of its own", [&] { (void)place(1, second); }, 1, false},
+        {"nobody's place", [&] { (void)list()->occupyResource(nullptr, nullptr); }, 1, false},
+        {"its places freed", [&] { list()->freeResourcesOf(&second); }, 1, false},
+        {"its hiding", [&] { (void)list()->hideControl("second"_s); }, 1, true},
+        {"its removal", [&] { list()->removeControl(&second); }, 1, true},
+        {"no pane held", [&] { list()->removeControl(&first), list()->removeControl(nullptr); }, 0,
+         false}};
+    for (const auto& [what, end, pageAfter, isReleased] : ends) {
         SCOPED_TRACE(what);
+        second.widget = second.widget ? second.widget.data() : new QLabel;
         ASSERT_TRUE(list()->occupyResource(&second, other.get()));
+        EXPECT_EQ(page(), 0);
         const int releases = second.releases;
         end();
         EXPECT_EQ(other->parent(), nullptr);
         EXPECT_EQ(page(), pageAfter);
-        EXPECT_EQ(second.releases > releases, !list()->getControl("second"));
+        EXPECT_EQ(second.releases > releases, isReleased);
     }
+    ASSERT_TRUE(place(3, third));
+    ASSERT_TRUE(list()->occupyResource(&first, other.get()));
+    other.reset();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(page(), 1) << "the widget's end";
 }
 
 TEST_F(ControlListTest, ShowsAndHidesInTheWindow) {

@@ -10,6 +10,8 @@
 #include <QtCore/QTimer>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QMenu>
+#include <QtWidgets/QToolTip>
 
 #include <algorithm>
 #include <random>
@@ -164,7 +166,7 @@ TEST_F(QtQuadViewTest, PercentSettersSnapAndRefuse) {
     const std::tuple<const char*, Act, const char*> taken[] = {
         {"both", [](Q& v) { v.setViewDimension(30, 96); }, "300x1000 700x1000 300x0 700x0"},
         {"columns", [](Q& v) { v.setVViewDimension(20); }, "200x500 800x500 200x500 800x500"},
-        {"rows", [](Q& v) { v.setHViewDimension(51); }, quarters},
+        {"rows", [](Q& v) { v.setHViewDimension(20); }, "500x200 500x200 500x800 500x800"},
         {"0", [](Q& v) { v.setVViewDimension(0, 20); }, "200x500 800x500 500x500 500x500"},
         {"1", [](Q& v) { v.setVViewDimension(1, 20); }, "800x500 200x500 500x500 500x500"},
         {"2", [](Q& v) { v.setVViewDimension(2, 20); }, "500x500 500x500 200x500 800x500"},
@@ -205,6 +207,13 @@ TEST_F(QtQuadViewTest, PercentSettersSnapAndRefuse) {
 
 TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
     QtQVSplitterFrame* const up = line(QuadViewGeometry::Up);
+    QSignalSpy over(up, &QtQVSplitterFrame::mOnWidget);
+    for (const QEvent::Type type : {QEvent::Enter, QEvent::Enter, QEvent::Leave, QEvent::Leave}) {
+        QEvent event(type);
+        QCoreApplication::sendEvent(up, &event);
+    }
+    ASSERT_EQ(over.size(), 2) << "told once each";
+    EXPECT_TRUE(over[0][0].toBool() && !over[1][0].toBool());
     move(up, {2, 9}, {300, 50});
     EXPECT_EQ(layout(), quarters) << "nothing is pressed";
     QTest::mousePress(up, Qt::LeftButton);
@@ -217,19 +226,45 @@ TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
         view.undoLayout();
         EXPECT_EQ(layout(), quarters);
     }
+    QTest::mousePress(up, Qt::LeftButton);
+    move(up, {2, 9}, {300, 50});
+    view.setVViewDimension(0, 20); // a call is no part of the drag
+    view.undoLayout();
+    EXPECT_EQ(layout(), "300x500 700x500 500x500 500x500");
 }
 
 TEST_F(QtQuadViewTest, AMoveAtTheEdgeOfALineSaysNothing) {
     using G = QuadViewGeometry;
-    const std::tuple<G::Splitter, QPoint, int> cases[] = {
-        {G::Up, {0, 5}, 0}, {G::Left, {5, 0}, 0}, {G::Center, {0, 0}, 1}};
-    for (const auto& [splitterPiece, position, moves] : cases) {
+    const std::tuple<G::Splitter, QPoint, int, Qt::CursorShape> cases[] = {
+        {G::Up, {0, 5}, 0, Qt::SizeHorCursor},
+        {G::Left, {5, 0}, 0, Qt::SizeVerCursor},
+        {G::Left, {0, 1}, 1, Qt::SizeVerCursor},
+        {G::Center, {0, 0}, 1, Qt::SizeAllCursor}};
+    for (const auto& [splitterPiece, position, moves, cursor] : cases) {
         QtQVSplitterFrame* const piece = line(splitterPiece);
+        EXPECT_EQ(piece->cursor().shape(), cursor);
         QSignalSpy spy(piece, &QtQVSplitterFrame::mmove);
         QTest::mousePress(piece, Qt::LeftButton);
         move(piece, position, {500, 400});
         EXPECT_EQ(spy.size(), moves) << splitterPiece << " at " << position.x();
         QTest::mouseRelease(piece, Qt::LeftButton);
+    }
+}
+
+TEST_F(QtQuadViewTest, ALineIsRaisedInItsMiddle) {
+    for (const int orientation : {QtQVSplitterFrame::Horizontal, QtQVSplitterFrame::Vertical}) {
+        QtQVSplitterFrame piece(nullptr, orientation);
+        piece.resize(10, 10);
+        const bool isUpright = orientation == QtQVSplitterFrame::Vertical;
+        const QImage image = piece.grab().toImage();
+        using P = QPalette; // the ground, and six pixels
+        const P::ColorRole roles[] = {P::Window, P::Window, P::Light, P::Mid,    P::Mid,
+                                      P::Mid,    P::Mid,    P::Dark,  P::Window, P::Window};
+        for (int i = 0; i < 10; ++i)
+            for (const int along : {0, 9})
+                EXPECT_EQ(isUpright ? image.pixel(i, along) : image.pixel(along, i),
+                          piece.palette().color(roles[i]).rgb())
+                    << orientation << " at " << i;
     }
 }
 
@@ -249,6 +284,11 @@ TEST_F(QtQuadViewTest, EveryExpandButtonDoesItsOwn) {
         const int share = 500 * (i % 3);
         const QString expected = text(pieces[i / 3]).arg(share).arg(1000 - share);
         EXPECT_EQ(layout(), expected.toStdString()) << i;
+        const char* const words[] = {"Right", "row alike",    "Left",
+                                     "Lower", "column alike", "Upper"};
+        EXPECT_TRUE(buttons[i]->toolTip().contains(text(words[i / 6 * 3 + i % 3]))) << i;
+        EXPECT_EQ(buttons[i]->accessibleName(), buttons[i]->toolTip());
+        EXPECT_EQ(buttons[i]->iconSize(), QSize(24, 24));
     }
 }
 
@@ -288,14 +328,16 @@ TEST_F(QtQuadViewTest, ALockedLayoutIsFrozenForTheHand) {
     view.resize(990, 790);
     EXPECT_EQ(visibleButtons(), 0) << "neither expand buttons nor touch handles";
     drag(QuadViewGeometry::Up, {200, 50});
-    view.actions().value(0)->trigger(); // maximises
+    view.layoutAction(QtQuadView::LayoutCommand::ToggleMaximized)->trigger();
     EXPECT_EQ(layout(), quarters);
+    EXPECT_TRUE(QToolTip::isVisible()) << "and says why nothing happens";
     EXPECT_EQ(up->cursor().shape(), Qt::ArrowCursor);
     view.setVViewDimension(20);
     EXPECT_NE(layout(), quarters) << "the program may";
 
     view.unlockAspectRatio();
     EXPECT_EQ(spy.size(), 2);
+    EXPECT_EQ(visibleButtons(), 0) << "not before the next show";
     drag(QuadViewGeometry::Up, {693, 50});
     EXPECT_EQ(layout(), "700x500 300x500 200x500 800x500");
     EXPECT_EQ(up->cursor().shape(), Qt::SizeHorCursor);
@@ -313,6 +355,8 @@ TEST_F(QtQuadViewTest, TouchHandlesDragTheCentrePieces) {
     };
     EXPECT_TRUE(isAt({500, 400}));
 
+    move(centre, {5, 5}, {200, 300});
+    EXPECT_EQ(layout(), quarters) << "nothing is pressed";
     QTest::mousePress(centre, Qt::LeftButton);
     move(centre, {5, 5}, {200, 300});
     QTest::mouseRelease(centre, Qt::LeftButton);
@@ -325,6 +369,21 @@ TEST_F(QtQuadViewTest, TouchHandlesDragTheCentrePieces) {
     EXPECT_TRUE(handles[0]->isVisible());
     view.enableTouchscreenMode(false);
     EXPECT_TRUE(view.findChildren<QtDraggerButton*>().isEmpty());
+}
+
+TEST_F(QtQuadViewTest, ASubclassStylesTheFramesWithEveryReset) {
+    struct Styled : QtQuadView {
+        void setViewFrameStyle(QFrame*) override { ++styled; }
+        int styled = 0;
+    } other;
+    EXPECT_EQ(frame(3)->frameStyle(), int(QFrame::Box) | int(QFrame::Plain));
+    EXPECT_EQ(frame(3)->lineWidth(), 0);
+    view.resize(3200, 1000);
+    EXPECT_EQ(frame(0)->pos(), QPoint(10, 10)) << "wider splitters on a wider screen";
+    other.equalize();
+    EXPECT_EQ(other.styled, 4);
+    EXPECT_EQ(other.sizeHint(), QSize(1024, 1024));
+    EXPECT_EQ(other.QWidget::sizePolicy().verticalPolicy(), QSizePolicy::Expanding);
 }
 
 TEST_F(QtQuadViewTest, ThePressedViewIsTheCurrentOne) {
@@ -349,21 +408,42 @@ TEST_F(QtQuadViewTest, ThePressedViewIsTheCurrentOne) {
     EXPECT_EQ(spy.size(), 2) << "a call tells nobody";
 }
 
-TEST_F(QtQuadViewTest, ColoursAreAppliedOnlyOnceConfigured) {
+TEST_F(QtQuadViewTest, ColoursAreAppliedOnceConfiguredAndOnlyOverNobodysOwn) {
     const QPalette plain;
+    const QColor window = plain.color(QPalette::Window);
+    const QColor selected = QColor(0, 200, 0).lighter(150);
+    const QColor normal(40, 50, 60);
     setting("QtQuadView/SelectedColor", Vector3d(0, 200, 0));
-    const auto colors = [](bool select) {
+    setting("QtQuadView/BackgroundColor", Vector3d(40, 50, 60));
+    for (const bool isConfigured : {false, true}) {
+        if (isConfigured)
+            setting("QtQuadView/ButtonColor", Vector3d(10, 20, 30));
         QtQuadView other;
-        if (select)
-            other.setFocus(0);
-        return other.getView(0)->palette().color(QPalette::Window);
-    };
-    EXPECT_EQ(colors(true), plain.color(QPalette::Window));
-    setting("QtQuadView/ButtonColor", Vector3d(10, 20, 30));
-    EXPECT_EQ(colors(true), QColor(0, 200, 0).lighter(150));
-    EXPECT_EQ(colors(false), plain.color(QPalette::Window));
-    (void)vlr::Settings::remove(known("QtQuadView/ButtonColor"));
-    (void)vlr::Settings::remove(known("QtQuadView/SelectedColor"));
+        auto* const content = new QLabel;
+        auto* const proud = new QLabel;
+        proud->setPalette(QPalette(QColor(1, 2, 3), QColor(4, 5, 6)));
+        other.getView(0)->layout()->addWidget(content);
+        other.getView(1)->layout()->addWidget(proud);
+        const auto color = [](const QWidget* widget) {
+            return widget->palette().color(QPalette::Window);
+        };
+        for (const int current : {0, 1, 2}) {
+            other.setFocus(current);
+            SCOPED_TRACE(testing::Message() << isConfigured << " view " << current);
+            const bool isColored = isConfigured && current == 0;
+            EXPECT_EQ(color(other.getView(0)), isColored ? selected : window);
+            EXPECT_EQ(color(content), isColored ? normal : window);
+            EXPECT_EQ(color(proud), QColor(4, 5, 6));
+        }
+        auto* const late = new QLabel;
+        other.getView(2)->layout()->addWidget(late);
+        EXPECT_EQ(color(late), isConfigured ? normal : window);
+        late->setParent(nullptr);
+        EXPECT_FALSE(late->testAttribute(Qt::WA_SetPalette)) << "elsewhere it is as it was";
+        delete late;
+    }
+    for (const char* name : {"ButtonColor", "SelectedColor", "BackgroundColor"})
+        (void)vlr::Settings::remove(known("QtQuadView/") + text(name));
 }
 
 TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
@@ -378,6 +458,15 @@ TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
     EXPECT_FALSE(content);
     EXPECT_EQ(frame(0)->getCurrentChild(), nullptr);
 
+    struct Closing : QLabel {
+        explicit Closing(int& count) : closed(count) {}
+        void closeEvent(QCloseEvent*) override { ++closed; }
+        int& closed;
+    };
+    int closed = 0;
+    frame(0)->layout()->addWidget(new Closing(closed));
+    view.removeWidget(0);
+    EXPECT_EQ(closed, 1);
     content = fill(0);
     QObject::connect(frame(0), &QtQVViewFrame::getFocus, [&] { view.removeWidget(0); });
     QTest::mouseClick(content, Qt::LeftButton);
@@ -387,24 +476,170 @@ TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
 
 TEST_F(QtQuadViewTest, TheKeyboardMaximisesEqualisesAndUndoes) {
     QLabel* const content = fill(2);
+    QLabel* const elsewhere = fill(1);
     content->setFocusPolicy(Qt::StrongFocus);
     host.activateWindow();
     content->setFocus();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&host));
     view.setVViewDimension(20);
-    view.setFocus(2);
+    view.setFocus(1); // The focus, not the current view, says what is maximised.
     const std::string before = layout();
+    const auto press = [&](Qt::Key key, QWidget* widget) {
+        QTest::keyClick(widget, key, Qt::ControlModifier);
+        return layout();
+    };
     const std::pair<Qt::Key, std::string> steps[] = {{Qt::Key_M, "1000x0 0x0 1000x1000 0x1000"},
                                                      {Qt::Key_M, before},
                                                      {Qt::Key_E, quarters},
                                                      {Qt::Key_Z, before}};
-    for (const auto& [key, expected] : steps) {
-        QTest::keyClick(content, key, Qt::ControlModifier);
-        EXPECT_EQ(layout(), expected) << char(key);
+    for (const auto& [key, expected] : steps)
+        EXPECT_EQ(press(key, content), expected) << char(key);
+
+    // The application's action wins, in the window's menu as on the window, and while disabled.
+    QMenu menu(&host);
+    host.addAction(menu.menuAction());
+    QAction own;
+    own.setShortcut(Qt::CTRL + Qt::Key_E);
+    QSignalSpy spy(&own, &QAction::triggered);
+    for (QWidget* place : {&host, static_cast<QWidget*>(&menu)}) {
+        own.setParent(place);
+        place->addAction(&own);
+        for (const bool isEnabled : {true, false}) {
+            own.setEnabled(isEnabled);
+            EXPECT_EQ(press(Qt::Key_E, content), before);
+            EXPECT_EQ(spy.size(), isEnabled ? 1 : 0);
+            spy.clear();
+        }
+        place->removeAction(&own);
     }
+    own.setParent(nullptr);
+    // Keys can be changed and taken away, with their place in the menu or without.
+    using C = QtQuadView::LayoutCommand;
+    view.layoutAction(C::Equalize)->setShortcut(Qt::CTRL + Qt::Key_Y);
+    EXPECT_EQ(press(Qt::Key_E, content), before);
+    EXPECT_EQ(press(Qt::Key_Y, content), quarters);
+    view.layoutAction(C::Undo)->setVisible(false);
+    EXPECT_EQ(press(Qt::Key_Z, content), quarters);
+    view.layoutAction(C::ToggleMaximized)->trigger();
+    EXPECT_EQ(layout(), "0x1000 1000x1000 0x0 1000x0") << "by itself it is for the current view";
+    EXPECT_EQ(press(Qt::Key_M, elsewhere), quarters);
+
     // Every view may be hidden by a windmill preset of nothing but ends.
     view.setFocus(-1);
     view.setViewerDimensions({1000, 0}, {0, 1000}, {0, 1000}, {1000, 0});
     view.toggleMaximized();
     EXPECT_EQ(layout(), "1000x1000 0x1000 1000x0 0x0");
+}
+
+TEST_F(QtQuadViewTest, TheMenuOpensWhereTheRightButtonDidNotDrag) {
+    using C = QtQuadView::LayoutCommand;
+    fill(0)->setContextMenuPolicy(Qt::PreventContextMenu);
+    fill(3);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&host));
+    view.addAction(new QAction(text("of the application"), &view));
+    const QPoint left(100, 100);
+    const QPoint right(900, 700);
+    const auto menuAfter = [&](const QPoint& from, const QPoint& to) {
+        QWindow* const window = host.windowHandle();
+        QTest::mousePress(window, Qt::RightButton, {}, from);
+        EXPECT_FALSE(QApplication::activePopupWidget()) << "during the press";
+        QTest::mouseMove(window, to);
+        QTest::mouseRelease(window, Qt::RightButton, {}, to);
+        QCoreApplication::processEvents();
+        auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        std::string enabled = menu ? "" : "none";
+        for (const QAction* action : menu ? menu->actions() : QList<QAction*>())
+            if (!action->isSeparator())
+                enabled += action->isEnabled() ? '1' : '0';
+        return enabled;
+    };
+    const auto closeMenu = [] {
+        QApplication::activePopupWidget()->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    EXPECT_EQ(menuAfter(left, left), "none") << "it opted out";
+    EXPECT_EQ(menuAfter(right, right - QPoint(30, 0)), "none") << "a drag";
+    EXPECT_EQ(menuAfter(right, right - QPoint(1, 1)), "1001") << "all alike, nothing to undo";
+    view.setFocus(0);
+    view.layoutAction(C::ToggleMaximized)->trigger();
+    EXPECT_EQ(layout(), "0x0 1000x0 0x1000 1000x1000") << "the view below the menu";
+    closeMenu();
+    QAction own(&host);
+    own.setShortcut(view.layoutAction(C::Equalize)->shortcut());
+    host.addAction(&own);
+    EXPECT_EQ(menuAfter(right, right), "1111");
+    EXPECT_TRUE(view.layoutAction(C::Undo)->isShortcutVisibleInContextMenu());
+    EXPECT_FALSE(view.layoutAction(C::Equalize)->isShortcutVisibleInContextMenu())
+        << "the key does something else";
+    view.lockAspectRatio();
+    closeMenu();
+    EXPECT_EQ(menuAfter(right, right), "0001");
+    closeMenu();
+    view.unlockAspectRatio();
+    view.forgetLayouts();
+    EXPECT_FALSE(view.layoutAction(C::Undo)->isEnabled());
+
+    QContextMenuEvent byKeyboard(QContextMenuEvent::Keyboard, right, view.mapToGlobal(right));
+    QCoreApplication::sendEvent(&view, &byKeyboard);
+    ASSERT_TRUE(QApplication::activePopupWidget());
+    closeMenu();
+    view.setContextMenuPolicy(Qt::NoContextMenu);
+    EXPECT_EQ(menuAfter(right, right), "none");
+}
+
+TEST_F(QtQuadViewTest, ButtonsAndHandlesAreWholeAtEveryEdge) {
+    const std::tuple<int, int, int> cases[] = {{50, 50, 12}, {0, 0, 6},   {100, 100, 6},
+                                               {0, 100, 6},  {100, 0, 6}, {50, 0, 9},
+                                               {50, 100, 9}, {0, 50, 9},  {100, 50, 9}};
+    for (const bool isTouched : {false, true, false}) {
+        view.enableTouchscreenMode(isTouched);
+        for (const auto& [x, y, count] : cases) {
+            SCOPED_TRACE(testing::Message() << isTouched << " " << x << " " << y);
+            view.setViewDimension(x, y);
+            EXPECT_EQ(visibleButtons(), count + int(isTouched)) << "with the handle";
+            for (const QPushButton* button : view.findChildren<QPushButton*>()) {
+                const QRect place(button->mapTo(&view, QPoint()), button->size());
+                EXPECT_TRUE(!button->isVisible() || view.rect().contains(place))
+                    << place.x() << " " << place.y();
+                EXPECT_GE(std::min(place.width(), place.height()), isTouched ? 35 : 32);
+            }
+        }
+    }
+}
+
+TEST_F(QtQuadViewTest, APieceKeepsItsButtonsAtItsPlace) {
+    const struct {
+        int orientation, position;
+        QPoint from, to; // with a twentieth of 200 or 100 pixels as inset
+        QRect box;
+    } cases[] = {{1, 0, {300, 50}, {304, 250}, {287, 60, 32, 100}},
+                 {1, 2, {300, 50}, {304, 250}, {287, 141, 32, 100}},
+                 {1, 1, {300, 50}, {304, 250}, {287, 101, 32, 100}},
+                 {0, 0, {50, 300}, {250, 304}, {60, 287, 100, 32}},
+                 {0, 2, {50, 300}, {250, 304}, {141, 287, 100, 32}},
+                 {2, 7, {50, 300}, {250, 400}, {101, 364, 100, 32}},
+                 {1, 1, {300, 50}, {304, 149}, {287, 50, 32, 100}},
+                 {1, 1, {300, 50}, {304, 148}, {}},
+                 {0, 1, {50, 300}, {149, 304}, {50, 287, 100, 32}},
+                 {0, 1, {50, 300}, {148, 304}, {}}};
+    const QPixmap picture(8, 8);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.orientation << " " << c.position << " " << c.to.y());
+        auto* const piece = new QtQVSimpleSplitter(&host, c.orientation, c.position);
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(piece->createButton(&picture)->focusPolicy(), Qt::NoFocus);
+        piece->enableTouchScreenMode(true);
+        piece->setPosition(c.from, c.to);
+        piece->show();
+        QRect box;
+        for (const QObject* child : host.children())
+            if (child != &view && child->findChild<QPushButton*>())
+                box = static_cast<const QWidget*>(child)->isVisible()
+                          ? static_cast<const QWidget*>(child)->geometry()
+                          : QRect();
+        EXPECT_EQ(box, c.box) << box.x() << " " << box.y() << " " << box.width();
+        EXPECT_EQ(host.findChildren<QtDraggerButton*>().size(), c.position == 1 ? 1 : 0);
+        delete piece;
+        EXPECT_EQ(host.children(), QObjectList{&view}) << "line, box and handle went along";
+    }
 }

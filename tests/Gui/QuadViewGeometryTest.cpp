@@ -139,9 +139,6 @@ TEST(QuadViewGeometry, PiecesAlignAndRepairTheRest) {
         QPoint pointer; // in an area of 1000 x 1000
         const char* after;
     } cases[] = {
-        {"H_CENTER", rows, G::HCenter, {9, 200}, "300x200 700x200 600x800 400x800 "},
-        {"V_CENTER", columns, G::VCenter, {200, 9}, "200x300 800x600 200x700 800x400 "},
-        {"CENTER", rows, G::Center, {200, 960}, "200x1000 800x1000 200x0 800x0 "},
         {"UP by DOWN", rows, G::Up, {640, 9}, "600x500 400x500 600x500 400x500 "},
         {"DOWN by UP", rows, G::Down, {340, 9}, "300x500 700x500 300x500 700x500 "},
         {"LEFT by RIGHT", columns, G::Left, {9, 649}, "500x600 500x600 500x400 500x400 "},

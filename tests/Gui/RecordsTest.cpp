@@ -84,6 +84,7 @@ TEST(QuadViewConfig, KeepsFourColoursAndTheHoldDownTime) {
     ASSERT_EQ(loaded->load(node), CaError::nullError);
     EXPECT_EQ(loaded->resourceColor(0), QColor(Qt::yellow));
     EXPECT_EQ(loaded->resourceColor(2), QColor(1, 2, 3, 255));
+    EXPECT_EQ(loaded->holdDownTime(), 1);
 }
 
 TEST(ModuleConfig, KeepsItsDimensionSets) {

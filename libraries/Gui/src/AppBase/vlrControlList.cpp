@@ -10,7 +10,6 @@
 #include <QtWidgets/QStackedWidget>
 
 #include <algorithm>
-#include <iostream>
 #include <iterator>
 
 namespace vlr {
@@ -18,10 +17,6 @@ namespace vlr {
 namespace {
 
 constexpr const char* logSource = "libraries/Gui/src/AppBase/vlrControlList";
-constexpr int fullSizePage = 0;
-constexpr int viewerPage = 1;
-constexpr float percent = 100.0F;
-constexpr int mostDisplaced = 16;
 
 LogStream log(const char* level, int line) {
     return Log::getInstance(level, logSource, line);
@@ -36,6 +31,7 @@ QString label(const std::string& name) {
 ControlList* ControlList::m_instance = nullptr;
 QMap<std::string, ControlList::ControlItem*> ControlList::m_controlList;
 std::vector<ControlList::controlerT> ControlList::m_controlerAssignment;
+std::vector<QPointer<QWidget>> ControlList::m_placedWidgets;
 QPointer<QtQuadView> ControlList::m_viewer;
 QPointer<QStackedWidget> ControlList::m_widgetStack;
 QPointer<QWidget> ControlList::m_fullSizeWidget;
@@ -64,18 +60,19 @@ void ControlList::createStack() {
     auto* const layout = new QHBoxLayout(m_fullSizeWidget);
     layout->setContentsMargins(10, 10, 10, 10);
     layout->setSpacing(10);
-    m_widgetStack->insertWidget(fullSizePage, m_fullSizeWidget);
+    m_widgetStack->insertWidget(FullSizePage, m_fullSizeWidget);
     m_currentFullScrenControl = {};
     qAddPostRoutine(&ControlList::destroyWithApplication);
 }
 
 void ControlList::createViewer() {
     m_viewer = new QtQuadView(m_widgetStack);
-    m_widgetStack->insertWidget(viewerPage, m_viewer);
+    m_widgetStack->insertWidget(ViewerPage, m_viewer);
     connect(m_viewer, SIGNAL(currentViewChanged(int)), m_instance,
             SLOT(currentControlChangedSL(int)));
     // What the controls had in the panes of an earlier layout went with it.
     m_controlerAssignment.clear();
+    m_placedWidgets.assign(static_cast<std::size_t>(m_viewer->getNumberOfViews()), nullptr);
     for (int i = 0; i < m_viewer->getNumberOfViews(); ++i)
         m_controlerAssignment.emplace_back(i, nullptr);
 }
@@ -158,8 +155,10 @@ bool ControlList::addControl(Control* control) {
 }
 
 void ControlList::removeControl(Control* control) {
-    if (!control)
-        return clearFullScreen(nullptr);
+    if (!control) {
+        clearFullScreen(nullptr);
+        return leaveEmptyFullSize();
+    }
     const QPointer<Control> guard(control);
     const std::string name = control->getName();
     const bool isKnown = item(control) != nullptr;
@@ -178,6 +177,7 @@ void ControlList::removeControl(Control* control) {
     }
     if (guard)
         clearFullScreen(control, true);
+    leaveEmptyFullSize();
 }
 
 // A control was destroyed without a word. It can only be compared with, not called any more.
@@ -195,6 +195,7 @@ void ControlList::forget(QObject* control) {
     }
     detachControlFromAllViewers(control);
     clearFullScreen(control);
+    leaveEmptyFullSize();
     if (!isKnown)
         return;
     emit controlRemoved(label(name));
@@ -230,170 +231,11 @@ void ControlList::controlInvalid(Control* control) {
         found->valid = false;
 }
 
-void ControlList::controlValidSlt(ControlList*, Control* control) {
-    controlValid(control);
-}
-
-void ControlList::controlInvalidSlt(ControlList*, Control* control) {
-    controlInvalid(control);
-}
-
-void ControlList::controlRemoveSlt(ControlList*, Control* control) {
-    removeControl(control);
-}
-
-// --- panes
-
-void ControlList::activateScreen(int page) {
-    if (m_widgetStack && m_widgetStack->currentIndex() != page)
-        m_widgetStack->setCurrentIndex(page);
-}
-
-void ControlList::cleanControler(std::vector<controlerT>::iterator index) {
-    std::cout << "void vlr::ControlList::cleanControler( std::vector<controlerT>::iterator index )"
-              << std::endl;
-    index->second = nullptr;
-    if (m_viewer)
-        m_viewer->removeWidget(index->first);
-}
-
-void ControlList::cleanControler(int index) {
-    cleanControler(std::next(m_controlerAssignment.begin(), index));
-}
-
-void ControlList::detachControlFromAllViewers(const QObject* control) {
-    for (std::size_t i = 0; i < m_controlerAssignment.size(); ++i)
-        if (m_controlerAssignment[i].second == control)
-            cleanControler(static_cast<int>(i));
-}
-
-bool ControlList::checkPlacement(const ResourcePosition& position, const Control* control,
-                                 float width, float height) const {
-    const auto isShare = [](float share) { return share >= 0.0F && share <= 1.0F; };
-    if (!m_viewer)
-        log("ERROR", 336) << "No valid controler attached";
-    else if (position > LowerRight)
-        log("ERROR", 341) << "Undefined position";
-    else if (!control)
-        log("ERROR", 346) << "Undefined control";
-    else if (!isShare(width) || !isShare(height))
-        log("ERROR", 352) << "Width and/or height parameter are wrong";
-    else if (!item(control))
-        log("ERROR", 359) << "Cannot find controlItem";
-    else if (!item(control)->valid)
-        log("ERROR", 364) << "ControlItem is not valid";
-    else
-        return true;
-    return false;
-}
-
-bool ControlList::occupyResource(const ResourcePosition& position, Control* control,
-                                 QWidget* widget, float width, float height) {
-    activateScreen(viewerPage);
-    clearFullScreen(control);
-    if (!checkPlacement(position, control, width, height))
-        return false;
-    if (!widget) {
-        log("ERROR", __LINE__) << "Undefined widget";
-        return false;
-    }
-    const bool isRight = position == UpperRight || position == LowerRight;
-    const bool isLower = position == LowerLeft || position == LowerRight;
-    ControlItem* const found = item(control);
-    found->widthPercent = static_cast<int>((isRight ? 1.0F - width : width) * percent);
-    found->heightPercent = static_cast<int>((isLower ? 1.0F - height : height) * percent);
-
-    const QPointer<Control> guard(control);
-    const QPointer<QWidget> widgetGuard(widget);
-    Control* holder = m_controlerAssignment[position].second;
-    // One that is displaced may put another into its place.
-    for (int tries = 0; holder && holder != control && tries < mostDisplaced; ++tries) {
-        displace(holder);
-        holder = m_controlerAssignment[position].second;
-    }
-    if (!guard || !widgetGuard || !m_viewer || !item(control))
-        return false; // Gone with the control that was here.
-    m_controlerAssignment[position].second = control;
-    QWidget* const pane = m_viewer->getView(static_cast<int>(position));
-    widget->setParent(pane);
-    pane->layout()->addWidget(widget);
-    widget->show();
-    m_viewer->update();
-    return true;
-}
-
-// The control loses all of its panes to another one.
-void ControlList::displace(Control* control) {
-    control->release();
-    detachControlFromAllViewers(control);
-}
-
-void ControlList::freeResource(int index) {
-    if (!m_viewer || index < 0 || index >= m_viewer->getNumberOfViews())
-        return;
-    controlerT& entry = m_controlerAssignment[static_cast<std::size_t>(index)];
-    entry.second = nullptr;
-    m_viewer->removeWidget(entry.first);
-}
-
-void ControlList::freeResourcesOf(const Control* control) {
-    if (!control)
-        return;
-    detachControlFromAllViewers(control);
-    clearFullScreen(control);
-}
-
-// --- the whole area
-
-void ControlList::clearFullScreen(const QObject* control, bool release) {
-    if (control && m_currentFullScrenControl.first != control)
-        return;
-    const auto former = m_currentFullScrenControl;
-    m_currentFullScrenControl = {};
-    if (release && former.first)
-        former.first->release();
-    QWidget* const widget = former.second;
-    if (!widget)
-        return;
-    widget->disconnect(m_fullSizeWidget);
-    widget->close();
-    if (!former.second)
-        return;
-    if (m_fullSizeWidget && widget->parentWidget() == m_fullSizeWidget) {
-        m_fullSizeWidget->layout()->removeWidget(widget);
-        widget->setParent(nullptr);
-    }
-}
-
-bool ControlList::occupyResource(Control* control, QWidget* widget) {
-    activateScreen(fullSizePage);
-    clearFullScreen(control);
-    if (!control)
-        return true;
-    if (!widget) {
-        log("ERROR", __LINE__) << "Undefined widget";
-        return false;
-    }
-    const QPointer<Control> guard(control);
-    const QPointer<QWidget> widgetGuard(widget);
-
-    for (int tries = 0; m_currentFullScrenControl.first && tries < mostDisplaced; ++tries)
-        clearFullScreen(nullptr, true);
-    if (!guard || !widgetGuard || !m_fullSizeWidget)
-        return false;
-    // Also one that is not in the list must not be called after its end.
-    connect(control, &QObject::destroyed, this, &ControlList::forget, Qt::UniqueConnection);
-    m_currentFullScrenControl = {control, widget};
-    widget->setParent(m_fullSizeWidget);
-    QLayout* const layout = m_fullSizeWidget->layout();
-    layout->addWidget(widget);
-    layout->setSpacing(0);
-    const QMargins margins = layout->contentsMargins();
-    layout->setContentsMargins(margins.left(), 0, margins.right(), 2);
-    widget->show();
-    m_fullSizeWidget->update();
-    return true;
-}
+// clang-format off
+void ControlList::controlValidSlt(ControlList*, Control* control) { controlValid(control); }
+void ControlList::controlInvalidSlt(ControlList*, Control* control) { controlInvalid(control); }
+void ControlList::controlRemoveSlt(ControlList*, Control* control) { removeControl(control); }
+// clang-format on
 
 // --- showing and hiding
 
@@ -412,9 +254,9 @@ bool ControlList::showControl(QString name) {
         services->getMainWindow()->occupyWindow(this);
     const bool isInPane = holdsPane(control);
     if (isInPane)
-        activateScreen(viewerPage);
+        activateScreen(ViewerPage);
     else if (m_currentFullScrenControl.first == control)
-        activateScreen(fullSizePage);
+        activateScreen(FullSizePage);
     if (m_viewer) {
         m_viewer->setViewDimension(widthPercent, heightPercent);
         m_viewer->forgetLayouts();
@@ -446,6 +288,7 @@ bool ControlList::hideControl(QString name) {
         if (guard) {
             detachControlFromAllViewers(control);
             clearFullScreen(control);
+            leaveEmptyFullSize();
         }
     }
     if (m_viewer)
@@ -480,10 +323,11 @@ void ControlList::setViewerDimensions(const QSize& r0, const QSize& r1, const QS
     }
     if (m_currentControl) {
         constexpr double percentOfPerMille = 0.1;
-        if (ControlItem* const found = item(m_currentControl->getName())) {
+        ControlItem* const found = item(m_currentControl->getName());
+        if (found && QuadViewGeometry().setExtents({r0, r1, r2, r3})) {
             found->heightPercent = static_cast<int>(r0.height() * percentOfPerMille);
             found->widthPercent = static_cast<int>(r0.width() * percentOfPerMille);
-        } else {
+        } else if (!found) {
             log("ERROR", 673) << "Control " << m_currentControl->getName() << " is not defined.";
         }
     }

@@ -57,11 +57,14 @@ public:
 
     /// Puts the widget into a pane. Width and height are the pane's share of the layout, from 0
     /// to 1; they are kept, and restored by showControl(). Another control in the pane is
-    /// released and loses all of its panes.
+    /// released and loses all of its panes. Another widget of the same control in the pane is
+    /// closed and taken out of it; like one taken out of the whole area, it belongs to the caller
+    /// again.
     bool occupyResource(const ResourcePosition& position, Control* control, QWidget* widget,
                         float width, float height);
     /// Puts the widget over the whole area. Another control there is released. A null control
-    /// takes out whatever is there.
+    /// takes out whatever is there. Once nothing is there any more, the layout comes back if one of
+    /// its panes is held.
     bool occupyResource(Control* control, QWidget* widget);
     void freeResource(int index);
     void freeResourcesOf(const Control* control);
@@ -73,7 +76,7 @@ public:
     void hideAll();
 
     /// The extents of the four views in per-mille (see QtQuadView). Setting them also makes them
-    /// the current control's layout.
+    /// the current control's layout, unless they are refused.
     void setViewerDimensions(const QSize& r0, const QSize& r1, const QSize& r2, const QSize& r3);
     void viewerDimensions(QSize& r0, QSize& r1, QSize& r2, QSize& r3);
 
@@ -102,6 +105,8 @@ private:
     };
     using controlerT = std::pair<int, Control*>; ///< View index and who occupies it.
 
+    enum Page { FullSizePage, ViewerPage }; ///< Of the stack.
+
     ControlList() = default;
     static void createStack();
     static void createViewer();
@@ -116,6 +121,9 @@ private:
     bool checkPlacement(const ResourcePosition& position, const Control* control, float width,
                         float height) const;
     void displace(Control* control);
+    void makeRoom(unsigned position, const Control* control, const QWidget* widget);
+    static void takeOut(QWidget* widget, QWidget* place);
+    void leaveEmptyFullSize();
     void cleanControler(std::vector<controlerT>::iterator index);
     void cleanControler(int index);
     void detachControlFromAllViewers(const QObject* control);
@@ -126,6 +134,7 @@ private:
     static ControlList* m_instance;
     static QMap<std::string, ControlItem*> m_controlList;
     static std::vector<controlerT> m_controlerAssignment;
+    static std::vector<QPointer<QWidget>> m_placedWidgets; ///< By view, what was put there last.
     static QPointer<QtQuadView> m_viewer;
     static QPointer<QStackedWidget> m_widgetStack;
     static QPointer<QWidget> m_fullSizeWidget;

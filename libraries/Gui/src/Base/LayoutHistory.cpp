@@ -1,5 +1,7 @@
 #include "Base/LayoutHistory.h"
 
+#include <algorithm>
+
 void LayoutHistory::remember(const QuadViewGeometry::Extents& before, int source) {
     const bool goesOn = source >= 0 && source == m_lastSource;
     m_lastSource = source;
@@ -8,6 +10,11 @@ void LayoutHistory::remember(const QuadViewGeometry::Extents& before, int source
     m_layouts.push_back(before);
     if (m_layouts.size() > limit)
         m_layouts.pop_front();
+}
+
+bool LayoutHistory::hasBefore(const QuadViewGeometry::Extents& present) const {
+    return std::any_of(m_layouts.begin(), m_layouts.end(),
+                       [&present](const auto& layout) { return layout != present; });
 }
 
 std::optional<QuadViewGeometry::Extents>

@@ -13,6 +13,8 @@ public:
     void remember(const QuadViewGeometry::Extents& before, int source);
     void endChange() { m_lastSource = -1; }
     void clear() { *this = {}; }
+    /// Whether takeBefore() has something to take.
+    bool hasBefore(const QuadViewGeometry::Extents& present) const;
     /// Takes the newest out; what equals the present layout is passed over.
     std::optional<QuadViewGeometry::Extents> takeBefore(const QuadViewGeometry::Extents& present);
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <initializer_list>
 
 namespace {
 
@@ -39,7 +40,13 @@ QtQVSimpleSplitter::QtQVSimpleSplitter(QWidget* parent, int orientation, int pos
     updateShape();
 }
 
-QtQVSimpleSplitter::~QtQVSimpleSplitter() = default;
+QtQVSimpleSplitter::~QtQVSimpleSplitter() {
+    for (QWidget* widget : std::initializer_list<QWidget*>{m_handle, m_box, m_line}) {
+        if (widget)
+            widget->disconnect(this); // A last word would reach a view that is half gone.
+        delete widget;
+    }
+}
 
 QWidget* QtQVSimpleSplitter::area() const {
     return m_line->parentWidget();
@@ -131,9 +138,7 @@ void QtQVSimpleSplitter::keepBoxInside() {
             middle.setY(2 * middle.y() - m_boxRect.bottom());
     }
     m_boxRect.moveCenter(middle);
-    if (!m_forFinger)
-        return;
-    // A finger needs the whole of it.
+    // Half of an icon says little, and is half as easy to hit.
     m_boxRect.moveRight(std::min(m_boxRect.right(), area()->width() - 1));
     m_boxRect.moveBottom(std::min(m_boxRect.bottom(), area()->height() - 1));
     m_boxRect.moveTopLeft({std::max(0, m_boxRect.left()), std::max(0, m_boxRect.top())});
@@ -190,8 +195,7 @@ void QtQVSimpleSplitter::enableTouchScreenMode(bool on) {
     if (m_position != centre)
         return;
     if (!on) {
-        delete m_handle;
-        m_handle = nullptr;
+        delete m_handle.data();
         return;
     }
     if (!m_handle)

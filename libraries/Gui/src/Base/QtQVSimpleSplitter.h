@@ -4,6 +4,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QPoint>
+#include <QtCore/QPointer>
 #include <QtCore/QRect>
 
 class QFrame;
@@ -14,7 +15,8 @@ class QtQVSplitterFrame;
 
 /// One draggable splitter piece of the quad view: a line, a box of expand buttons beside it and,
 /// in touch-screen mode, a large handle. It is no widget itself; its widgets are children of the
-/// parent given to it, and are placed in that parent's coordinates (pixels).
+/// parent given to it, and are placed in that parent's coordinates (pixels). Box and handle stay
+/// within the parent where they fit.
 ///
 ///     auto* splitter = new QtQVSimpleSplitter(view, QtQVSplitterFrame::Vertical, 0);
 ///     connect(splitter->createButton(&arrow), &QPushButton::clicked, view, &View::expandLeft);
@@ -27,7 +29,7 @@ public:
     /// Orientation as of QtQVSplitterFrame. Position along the axis: 0 first half, 1 centre,
     /// 2 second half; other values are clamped.
     QtQVSimpleSplitter(QWidget* parent, int orientation, int position);
-    ~QtQVSimpleSplitter() override;
+    ~QtQVSimpleSplitter() override; ///< Line, box and handle go with it.
 
     /// A new button in the box, 32 x 32 pixels, with the pixmap as its icon (null: none). The
     /// caller connects it; the box owns it.
@@ -46,7 +48,7 @@ public:
     void setLocked(bool locked);
     /// Whether the buttons may be seen. They are where the line is visible and has room for them.
     void showButtons(bool on);
-    /// Expand buttons of 36 instead of 32 pixels, of which none is cut off at an edge.
+    /// Expand buttons of 36 instead of 32 pixels.
     void sizeForFinger(bool on);
 
 signals:
@@ -73,14 +75,14 @@ private:
     void showHandle();
     void setTouchScreenButtonPosition(const int& x, const int& y);
 
-    QtQVSplitterFrame* m_line;
-    QFrame* m_box;
+    QPointer<QtQVSplitterFrame> m_line;
+    QPointer<QFrame> m_box;
     QRect m_boxRect;
     QSize m_boxHint; ///< Of the buttons made so far.
     bool m_forFinger = false;
     QRect m_rect;
     int m_position;
-    QtDraggerButton* m_handle = nullptr;
+    QPointer<QtDraggerButton> m_handle;
     bool m_buttonsDoNotFit = false;
     bool m_buttonsHidden = false;
 };

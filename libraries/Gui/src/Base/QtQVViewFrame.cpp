@@ -48,6 +48,7 @@ void QtQVViewFrame::readColors() {
         return;
     const QColor background = toColor(colorSetting("BackgroundColor", Vector3d(0, 0, 0)));
     const QColor selected = toColor(colorSetting("SelectedColor", Vector3d(1, 0, 0)));
+    m_hasColors = true;
     m_normalPalette = QPalette(toColor(button), background);
     m_selectedPalette = QPalette(selected.darker(200), selected.lighter(150));
 }
@@ -58,9 +59,19 @@ QWidget* QtQVViewFrame::contentWidget() const {
 
 void QtQVViewFrame::setFocus(bool on) {
     m_hasFocus = on;
-    QWidget* const content = contentWidget();
+    if (!m_hasColors)
+        return;
+    colorContent(contentWidget(), on);
     setPalette(on ? m_selectedPalette : QPalette());
-    if (content)
+}
+
+// A palette that the application gave to its content is none of ours.
+void QtQVViewFrame::colorContent(QWidget* content, bool on) {
+    if (!content)
+        return;
+    const QPalette present = content->palette();
+    const bool isOurs = m_normalPalette.resolve(present) == present;
+    if (!content->testAttribute(Qt::WA_SetPalette) || isOurs)
         content->setPalette(on ? m_normalPalette : QPalette());
 }
 
@@ -68,15 +79,16 @@ void QtQVViewFrame::childEvent(QChildEvent* event) {
     if (event->added()) {
         m_child = event->child();
         m_child->installEventFilter(this);
-        QWidget* const content = contentWidget();
-        if (m_hasFocus && content) {
-            content->setPalette(m_normalPalette);
+        if (QWidget* const content = contentWidget(); content && m_hasFocus && m_hasColors) {
+            colorContent(content, true);
             content->update();
         }
     } else if (event->removed()) {
         if (m_child)
             m_child->removeEventFilter(this);
         event->child()->removeEventFilter(this);
+        if (m_hasColors) // Elsewhere ours would pass for its own.
+            colorContent(qobject_cast<QWidget*>(event->child()), false);
         m_child = nullptr;
     }
     QFrame::childEvent(event);

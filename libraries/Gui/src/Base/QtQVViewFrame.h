@@ -16,7 +16,8 @@ class QHBoxLayout;
 ///
 /// Colours come from the settings "Velora/Application/QtQuadView/ButtonColor", ".../
 /// BackgroundColor" and ".../SelectedColor" (red, green and blue from 0 to 255) when the frame is
-/// made. While the button colour is the default (1, 0, 0) no colours are applied at all.
+/// made. While the button colour is the default (1, 0, 0) no colours are applied at all. Content
+/// with a palette of its own keeps it.
 class VLR_GUI_EXPORT QtQVViewFrame : public QFrame {
     Q_OBJECT
 
@@ -50,8 +51,10 @@ protected:
 
 private:
     void readColors();
+    void colorContent(QWidget* content, bool on);
     void discard(QWidget* content);
 
+    bool m_hasColors = false;
     bool m_hasFocus = false;
     bool m_handsPressOn = false;
     QPointer<QObject> m_child;

@@ -1,5 +1,6 @@
 #include "Base/QtQuadView.h"
 
+#include "Base/LayoutCommands.h"
 #include "Base/LayoutPictures.h"
 #include "Base/QtQVSimpleSplitter.h"
 #include "Base/QtQVSplitterFrame.h"
@@ -15,6 +16,7 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QToolTip>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -32,73 +34,52 @@ int expandButtonTimeout() {
     return vlr::Settings::get(key("ExpandButtonTimeoutInMS"), 2000, 0);
 }
 
-int percentOf(int length, int percent) {
-    return static_cast<int>(qint64(length) * percent / hundred);
+/// The three expand buttons of a piece that divides a row, and of one that divides a column.
+struct ButtonLook {
+    vlr::ExpandPicture picture;
+    const char* text;
+};
+using P = vlr::ExpandPicture;
+constexpr std::array<ButtonLook, 3> rowButtons{{
+    {P::Right, QT_TRANSLATE_NOOP("QtQuadView", "Right view over the whole row")},
+    {P::BothColumns, QT_TRANSLATE_NOOP("QtQuadView", "Both views of the row alike")},
+    {P::Left, QT_TRANSLATE_NOOP("QtQuadView", "Left view over the whole row")},
+}};
+constexpr std::array<ButtonLook, 3> columnButtons{{
+    {P::Lower, QT_TRANSLATE_NOOP("QtQuadView", "Lower view over the whole column")},
+    {P::BothRows, QT_TRANSLATE_NOOP("QtQuadView", "Both views of the column alike")},
+    {P::Upper, QT_TRANSLATE_NOOP("QtQuadView", "Upper view over the whole column")},
+}};
+
+vlr::LogStream complain(int line) {
+    return vlr::Log::getInstance("CaERROR", logSource, line);
 }
 
-Geometry::Extents maximized(int view) {
-    const bool isLeft = view % 2 == 0;
-    const bool isUpper = view < 2;
-    const int left = isLeft ? Geometry::whole : 0;
-    const int upper = isUpper ? Geometry::whole : 0;
-    const int right = Geometry::whole - left;
-    const int lower = Geometry::whole - upper;
-    return {{{left, upper}, {right, upper}, {left, lower}, {right, lower}}};
+int percentOf(int length, int percent) {
+    return static_cast<int>(qint64(length) * percent / hundred);
 }
 
 } // namespace
 
 /// What the seven pieces are made of.
 struct QtQuadView::SplitterRow {
-    struct Button {
-        vlr::ExpandPicture picture;
-        const char* text;
-        void (QtQuadView::*slot)();
-    };
     int orientation;
     int position;
     void (QtQuadView::*slot)(QPoint);
-    std::vector<Button> buttons;
+    std::vector<void (QtQuadView::*)()> buttons;
 };
 
 const std::array<QtQuadView::SplitterRow, QuadViewGeometry::splitterCount>&
 QtQuadView::splitterTable() {
-    using P = vlr::ExpandPicture;
     using Q = QtQuadView;
     constexpr int across = QtQVSplitterFrame::Horizontal;
     constexpr int upright = QtQVSplitterFrame::Vertical;
     constexpr int cross = QtQVSplitterFrame::Cross;
-    static const char* const right = QT_TR_NOOP("Right view over the whole row");
-    static const char* const columns = QT_TR_NOOP("Both views of the row alike");
-    static const char* const left = QT_TR_NOOP("Left view over the whole row");
-    static const char* const lower = QT_TR_NOOP("Lower view over the whole column");
-    static const char* const rows = QT_TR_NOOP("Both views of the column alike");
-    static const char* const upper = QT_TR_NOOP("Upper view over the whole column");
     static const std::array<SplitterRow, QuadViewGeometry::splitterCount> table{{
-        {upright,
-         0,
-         &Q::m_splitterUPSL,
-         {{P::Right, right, &Q::zoomHURSL},
-          {P::BothColumns, columns, &Q::zoomHUMSL},
-          {P::Left, left, &Q::zoomHULSL}}},
-        {upright,
-         2,
-         &Q::m_splitterDOWNSL,
-         {{P::Right, right, &Q::zoomHLRSL},
-          {P::BothColumns, columns, &Q::zoomHLMSL},
-          {P::Left, left, &Q::zoomHLLSL}}},
-        {across,
-         0,
-         &Q::m_splitterLEFTSL,
-         {{P::Lower, lower, &Q::zoomVLLSL},
-          {P::BothRows, rows, &Q::zoomVMLSL},
-          {P::Upper, upper, &Q::zoomVULSL}}},
-        {across,
-         2,
-         &Q::m_splitterRIGHTSL,
-         {{P::Lower, lower, &Q::zoomVLRSL},
-          {P::BothRows, rows, &Q::zoomVMRSL},
-          {P::Upper, upper, &Q::zoomVURSL}}},
+        {upright, 0, &Q::m_splitterUPSL, {&Q::zoomHURSL, &Q::zoomHUMSL, &Q::zoomHULSL}},
+        {upright, 2, &Q::m_splitterDOWNSL, {&Q::zoomHLRSL, &Q::zoomHLMSL, &Q::zoomHLLSL}},
+        {across, 0, &Q::m_splitterLEFTSL, {&Q::zoomVLLSL, &Q::zoomVMLSL, &Q::zoomVULSL}},
+        {across, 2, &Q::m_splitterRIGHTSL, {&Q::zoomVLRSL, &Q::zoomVMRSL, &Q::zoomVURSL}},
         {across, 1, &Q::m_splitterH_CENTERSL, {}},
         {upright, 1, &Q::m_splitterV_CENTERSL, {}},
         {cross, 1, &Q::m_splitterCENTERSL, {}},
@@ -109,6 +90,7 @@ QtQuadView::splitterTable() {
 QtQuadView::QtQuadView(QWidget* parent, Qt::WindowFlags f) : QWidget(parent, f) {
     setSizePolicy(sizePolicy());
     updateGeometry();
+    createCommands();
     createViews();
     createSplitters();
     m_locked = true;
@@ -118,7 +100,6 @@ QtQuadView::QtQuadView(QWidget* parent, Qt::WindowFlags f) : QWidget(parent, f) 
     m_hideTimer->setSingleShot(true);
     m_hideTimer->start(expandButtonTimeout());
     resetShapes();
-    createActions();
 }
 
 QtQuadView::~QtQuadView() = default;
@@ -136,16 +117,19 @@ void QtQuadView::createSplitters() {
         const SplitterRow& row = splitterTable()[i];
         auto* const splitter = new QtQVSimpleSplitter(this, row.orientation, row.position);
         m_splitters[i] = splitter;
-        for (const SplitterRow::Button& button : row.buttons) {
-            QPushButton* const widget = splitter->createButton(nullptr);
-            const vlr::ExpandPicture picture = button.picture;
+        const auto& looks =
+            row.orientation == QtQVSplitterFrame::Vertical ? rowButtons : columnButtons;
+        for (std::size_t b = 0; b < row.buttons.size(); ++b) {
+            const ButtonLook& look = looks[b];
+            QPushButton* const button = splitter->createButton(nullptr);
             constexpr QSize size(vlr::expandPictureSide, vlr::expandPictureSide);
-            widget->setIcon(vlr::iconOf(
-                size, [picture](qreal ratio) { return vlr::expandPixmap(picture, ratio); }));
-            widget->setIconSize(size);
-            widget->setToolTip(tr(button.text));
-            widget->setAccessibleName(tr(button.text));
-            connect(widget, &QPushButton::clicked, this, button.slot);
+            button->setIcon(vlr::iconOf(size, [picture = look.picture](qreal ratio) {
+                return vlr::expandPixmap(picture, ratio);
+            }));
+            button->setIconSize(size);
+            button->setToolTip(tr(look.text));
+            button->setAccessibleName(tr(look.text));
+            connect(button, &QPushButton::clicked, this, row.buttons[b]);
         }
         connect(splitter, &QtQVSimpleSplitter::dragFinished, this,
                 [this] { m_history.endChange(); });
@@ -153,33 +137,21 @@ void QtQuadView::createSplitters() {
     }
 }
 
-void QtQuadView::createActions() {
-    setContextMenuPolicy(Qt::ActionsContextMenu);
-    addLayoutAction(tr("Maximise or restore the current view"), QKeySequence(tr("Ctrl+M")),
-                    &QtQuadView::toggleMaximized);
-    addLayoutAction(tr("All views alike"), QKeySequence(tr("Ctrl+E")), &QtQuadView::equalize);
-    addLayoutAction(tr("Undo the last change of the layout"), QKeySequence(tr("Ctrl+Z")),
-                    &QtQuadView::undoLayout);
-}
-
-void QtQuadView::addLayoutAction(const QString& text, const QKeySequence& keys,
-                                 void (QtQuadView::*slot)()) {
-    auto* const action = new QAction(text, this);
-    action->setShortcut(keys);
-    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    addAction(action);
-    connect(action, &QAction::triggered, this, [this, slot] {
-        if (m_locked)
-            tellLocked(mapToGlobal(rect().center()));
-        else
-            (this->*slot)();
-    });
+void QtQuadView::createCommands() {
+    m_commands = new LayoutCommands(this);
+    connect(m_commands, &LayoutCommands::maximizeRequested, this, &QtQuadView::maximizeOrRestore);
+    connect(m_commands, &LayoutCommands::refused, this,
+            [this] { tellLocked(mapToGlobal(rect().center())); });
 }
 
 // --- queries
 
 QWidget* QtQuadView::getView(int index) {
     return m_views[static_cast<std::size_t>(index)];
+}
+
+QAction* QtQuadView::layoutAction(LayoutCommand command) const {
+    return m_commands->action(command);
 }
 
 int QtQuadView::getCurrentView() {
@@ -201,10 +173,6 @@ QSize QtQuadView::sizeHint() const {
     // Layouts add sizes up, which must not go beyond what an int holds.
     constexpr QSize most(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     return vlr::Settings::get(key("InitialSize"), QSize(1024, 1024)).boundedTo(most);
-}
-
-QSizePolicy QtQuadView::sizePolicy() const {
-    return {QSizePolicy::Expanding, QSizePolicy::Expanding, QSizePolicy::DefaultType};
 }
 
 // --- changing the layout
@@ -271,21 +239,23 @@ void QtQuadView::zoomColumn(QuadViewGeometry::Column column, int upperHeight) {
 }
 
 void QtQuadView::toggleMaximized() {
-    for (int view = 0; view < getNumberOfViews(); ++view)
-        if (m_geometry.extents() == maximized(view)) {
-            const QuadViewGeometry::Extents before =
-                m_beforeMaximized.value_or(QuadViewGeometry().extents());
+    maximizeOrRestore(getCurrentView());
+}
+
+void QtQuadView::maximizeOrRestore(int view) {
+    for (int i = 0; i < getNumberOfViews(); ++i)
+        if (m_geometry.extents() == Geometry::maximized(i)) {
+            const auto before = m_beforeMaximized.value_or(Geometry().extents());
             m_beforeMaximized.reset();
             remember();
             return changeTo(before);
         }
-    int view = getCurrentView();
-    for (int i = getNumberOfViews() - 1; i >= 0 && getCurrentView() < 0; --i)
-        if (m_geometry.isVisible(i) || i == 0)
+    for (int i = 0; view < 0 && i < getNumberOfViews(); ++i)
+        if (m_geometry.isVisible(i))
             view = i;
     m_beforeMaximized = m_geometry.extents();
     remember();
-    changeTo(maximized(view));
+    changeTo(Geometry::maximized(std::max(0, view)));
 }
 
 void QtQuadView::equalize() {
@@ -301,22 +271,28 @@ void QtQuadView::undoLayout() {
 void QtQuadView::forgetLayouts() {
     m_history.clear();
     m_beforeMaximized.reset();
+    updateCommands();
+}
+
+// What would do nothing cannot be chosen.
+void QtQuadView::updateCommands() {
+    const Geometry::Extents& extents = m_geometry.extents();
+    layoutAction(LayoutCommand::ToggleMaximized)->setEnabled(!m_locked);
+    layoutAction(LayoutCommand::Equalize)->setEnabled(!m_locked && extents != Geometry().extents());
+    layoutAction(LayoutCommand::Undo)->setEnabled(!m_locked && m_history.hasBefore(extents));
 }
 
 void QtQuadView::setViewerDimensions(const QSize& resource0, const QSize& resource1,
                                      const QSize& resource2, const QSize& resource3) {
+    const Geometry::Extents extents{resource0, resource1, resource2, resource3};
     remember();
-    if (m_geometry.setExtents({resource0, resource1, resource2, resource3})) {
-        applyGeometry();
-        updateGeometry();
-        return;
-    }
+    if (m_geometry.setExtents(extents))
+        return changeTo(extents);
     resetShapes();
     vlr::LogStream log = vlr::Log::getInstance("ERROR", logSource, __LINE__);
     log << "Wrong dimensions:\n";
-    int index = 0;
-    for (const QSize& size : {resource0, resource1, resource2, resource3})
-        log << "\nr" << index++ << ": " << size.width() << "/" << size.height();
+    for (std::size_t i = 0; i < extents.size(); ++i)
+        log << "\nr" << i << ": " << extents[i].width() << "/" << extents[i].height();
     log << std::endl;
 }
 
@@ -339,8 +315,8 @@ void QtQuadView::dragToPercent(QuadViewGeometry::Splitter splitter, const QPoint
 
 void QtQuadView::setViewDimension(int horizontal, int vertical) {
     if (horizontal < 0 || horizontal > hundred || vertical < 0 || vertical > hundred) {
-        vlr::Log::getInstance("CaERROR", logSource, __LINE__)
-            << "setViewDimension() invalid dimensions (" << horizontal << ", " << vertical << ")\n";
+        complain(__LINE__) << "setViewDimension() invalid dimensions (" << horizontal << ", "
+                           << vertical << ")\n";
         return;
     }
     dragToPercent(Geometry::Center,
@@ -350,8 +326,14 @@ void QtQuadView::setViewDimension(int horizontal, int vertical) {
 bool QtQuadView::isPercent(int value, const char* text) const {
     if (value >= 0 && value <= hundred)
         return true;
-    vlr::Log::getInstance("CaERROR", logSource, __LINE__)
-        << text << " dimensions ( " << value << " )\n";
+    complain(__LINE__) << text << " dimensions ( " << value << " )\n";
+    return false;
+}
+
+bool QtQuadView::isView(int index, const char* caller) const {
+    if (index >= 0 && index < getNumberOfViews())
+        return true;
+    complain(__LINE__) << caller << " invalid index" << index << "\n";
     return false;
 }
 
@@ -361,22 +343,12 @@ void QtQuadView::setVViewDimension(int percent) {
 }
 
 void QtQuadView::setVViewDimension(int index, int percent) {
-    if (!isPercent(percent, "setVViewDimension() invalid vertical"))
+    if (!isPercent(percent, "setVViewDimension() invalid vertical") ||
+        !isView(index, "setVViewDimension()"))
         return;
     const int part = percentOf(width(), percent);
-    switch (index) {
-    case 0:
-        return dragToPercent(Geometry::Up, QPoint(part, 0));
-    case 1:
-        return dragToPercent(Geometry::Up, QPoint(width() - part, 0));
-    case 2:
-        return dragToPercent(Geometry::Down, QPoint(part, 0));
-    case 3:
-        return dragToPercent(Geometry::Down, QPoint(width() - part, 0));
-    default:
-        vlr::Log::getInstance("CaERROR", logSource, __LINE__)
-            << "setVViewDimension() invalid index" << index << "\n";
-    }
+    dragToPercent(index < 2 ? Geometry::Up : Geometry::Down,
+                  QPoint(index % 2 == 0 ? part : width() - part, 0));
 }
 
 void QtQuadView::setHViewDimension(int percent) {
@@ -385,22 +357,12 @@ void QtQuadView::setHViewDimension(int percent) {
 }
 
 void QtQuadView::setHViewDimension(int index, int percent) {
-    if (!isPercent(percent, "setHViewDimension() invalid horizontal"))
+    if (!isPercent(percent, "setHViewDimension() invalid horizontal") ||
+        !isView(index, "setHViewDimension()"))
         return;
     const int part = percentOf(height(), percent);
-    switch (index) {
-    case 0:
-        return dragToPercent(Geometry::Left, QPoint(0, part));
-    case 1:
-        return dragToPercent(Geometry::Right, QPoint(0, part));
-    case 2:
-        return dragToPercent(Geometry::Left, QPoint(0, height() - part));
-    case 3:
-        return dragToPercent(Geometry::Right, QPoint(0, height() - part));
-    default:
-        vlr::Log::getInstance("CaERROR", logSource, __LINE__)
-            << "setHViewDimension() invalid index" << index << "\n";
-    }
+    dragToPercent(index % 2 == 0 ? Geometry::Left : Geometry::Right,
+                  QPoint(0, index < 2 ? part : height() - part));
 }
 
 // --- placing
@@ -423,6 +385,7 @@ void QtQuadView::applyGeometry() {
     m_isApplyPending = false;
     calculateViewPos();
     calculateSplitterPos();
+    updateCommands();
 }
 
 void QtQuadView::calculateViewPos() {
@@ -480,32 +443,29 @@ void QtQuadView::removeWidget(int index) {
 
 // --- lock, buttons and touch
 
-void QtQuadView::lockAspectRatio() {
-    if (m_locked)
-        return;
-    m_locked = true;
-    for (std::size_t i = 0; i < m_splitters.size(); ++i) {
-        QtQVSimpleSplitter* const splitter = m_splitters[i];
-        disconnect(splitter, &QtQVSimpleSplitter::mouseMove, this, splitterTable()[i].slot);
-        disconnect(splitter, &QtQVSimpleSplitter::mouseOverWidget, this,
-                   &QtQuadView::controlButtonHideTimeSL);
-        splitter->setLocked(true);
-    }
-    emit aspectRatioLockChanged(true);
-}
+// clang-format off
+void QtQuadView::lockAspectRatio() { setLocked(true); }
+void QtQuadView::unlockAspectRatio() { setLocked(false); }
+// clang-format on
 
-void QtQuadView::unlockAspectRatio() {
-    if (!m_locked)
+void QtQuadView::setLocked(bool locked) {
+    if (locked == m_locked)
         return;
-    m_locked = false;
+    m_locked = locked;
     for (std::size_t i = 0; i < m_splitters.size(); ++i) {
-        QtQVSimpleSplitter* const splitter = m_splitters[i];
-        connect(splitter, &QtQVSimpleSplitter::mouseMove, this, splitterTable()[i].slot);
-        connect(splitter, &QtQVSimpleSplitter::mouseOverWidget, this,
-                &QtQuadView::controlButtonHideTimeSL);
-        splitter->setLocked(false);
+        using S = QtQVSimpleSplitter;
+        S* const splitter = m_splitters[i];
+        if (locked) {
+            disconnect(splitter, &S::mouseMove, this, splitterTable()[i].slot);
+            disconnect(splitter, &S::mouseOverWidget, this, &QtQuadView::controlButtonHideTimeSL);
+        } else {
+            connect(splitter, &S::mouseMove, this, splitterTable()[i].slot);
+            connect(splitter, &S::mouseOverWidget, this, &QtQuadView::controlButtonHideTimeSL);
+        }
+        splitter->setLocked(locked);
     }
-    emit aspectRatioLockChanged(false);
+    updateCommands();
+    emit aspectRatioLockChanged(locked);
 }
 
 void QtQuadView::tellLocked(const QPoint& globalPosition) {

@@ -9,6 +9,8 @@
 
 #include <array>
 
+class LayoutCommands;
+class QAction;
 class QFrame;
 class QTimer;
 class QtQVSimpleSplitter;
@@ -28,9 +30,23 @@ class QtQVViewFrame;
 /// does. What is out of range is logged and changes nothing. While the hand drags, extents change
 /// at once and the widgets with the next round of the event loop, once for all moves that waited.
 ///
-/// By keyboard, while the focus is in one of the views: Ctrl+M maximises the current view and
-/// brings the layout back, Ctrl+E makes all views alike, Ctrl+Z takes the last change of the
-/// layout back. The context menu of a view that has none of its own offers the same.
+/// By keyboard, while the focus is in one of the views: Ctrl+M maximises the view with the focus
+/// and brings the layout back, Ctrl+E makes all views alike, Ctrl+Z takes the last change of the
+/// layout back. An action or shortcut of the application with the same keys wins, also while it
+/// is disabled; a view's content that edits text keeps them as well. Other keys, or none:
+///
+///     view->layoutAction(QtQuadView::LayoutCommand::Undo)->setShortcut(Qt::CTRL + Qt::Key_U);
+///     view->layoutAction(QtQuadView::LayoutCommand::Equalize)->setShortcut(QKeySequence());
+///     view->layoutAction(QtQuadView::LayoutCommand::ToggleMaximized)->setVisible(false);
+///
+/// The last one is neither in the menu nor on a key any more. Whether an action is enabled is the
+/// view's to say: it is where it would change something.
+///
+/// The context menu offers the same, and what the application adds with addAction(). With the
+/// mouse it opens when the right button is released where it was pressed, so that a drag with that
+/// button goes on undisturbed. A view's content with a context menu of its own keeps it; one that
+/// wants no menu at all opts out with setContextMenuPolicy(Qt::PreventContextMenu). The same with
+/// Qt::NoContextMenu on the QtQuadView switches the menu off for all views.
 ///
 /// Settings under "Velora/Application/QtQuadView/": "ExpandButtonTimeoutInMS" (2000),
 /// "InitialSize" (1024 x 1024), and those of the frames and splitters.
@@ -38,17 +54,22 @@ class VLR_GUI_EXPORT QtQuadView : public QWidget {
     Q_OBJECT
 
 public:
+    enum class LayoutCommand { ToggleMaximized, Equalize, Undo };
+
     explicit QtQuadView(QWidget* parent = nullptr, Qt::WindowFlags f = Qt::WindowFlags());
     ~QtQuadView() override;
 
     int getNumberOfViews() const { return QuadViewGeometry::viewCount; }
     QWidget* getView(int index); ///< The frame of the view; the index must lie in 0 to 3.
     int getCurrentView();        ///< -1 when there is none.
+    /// For its keys (one key with its modifiers), its text, or a place in a tool bar; owned by the
+    /// view. In a tool bar ToggleMaximized is about the current view.
+    QAction* layoutAction(LayoutCommand command) const;
     bool isAspectRatioLocked() const { return m_locked; }
     /// The four extents in per-mille.
     void viewerDimensions(QSize& r0, QSize& r1, QSize& r2, QSize& r3);
     QSize sizeHint() const override; ///< The setting "InitialSize", within what widgets can be.
-    QSizePolicy sizePolicy() const;
+    QSizePolicy sizePolicy() const { return {QSizePolicy::Expanding, QSizePolicy::Expanding}; }
     using QWidget::setFocus;
 
 signals:
@@ -118,14 +139,16 @@ private:
 
     void createViews();
     void createSplitters();
-    void createActions();
-    void addLayoutAction(const QString& text, const QKeySequence& keys, void (QtQuadView::*slot)());
+    void createCommands();
+    void updateCommands();
+    void maximizeOrRestore(int view);
     void resetShapes();
     void drag(QuadViewGeometry::Splitter splitter, const QPoint& globalPosition);
     void dragToPercent(QuadViewGeometry::Splitter splitter, const QPoint& position);
     void zoomRow(QuadViewGeometry::Row row, int leftWidth);
     void zoomColumn(QuadViewGeometry::Column column, int upperHeight);
     bool isPercent(int value, const char* text) const;
+    bool isView(int index, const char* caller) const;
     /// A negative source is a change of its own; see LayoutHistory.
     void remember(int source = -1);
     void changeTo(const QuadViewGeometry::Extents& extents);
@@ -133,8 +156,10 @@ private:
     void calculateViewPos();
     void calculateSplitterPos();
     void makeCurrent(QtQVViewFrame* frame);
+    void setLocked(bool locked);
     void tellLocked(const QPoint& globalPosition);
 
+    LayoutCommands* m_commands = nullptr;
     std::array<QtQVViewFrame*, QuadViewGeometry::viewCount> m_views{};
     QtQVViewFrame* m_current = nullptr;
     QuadViewGeometry m_geometry;

@@ -37,6 +37,15 @@ bool QuadViewGeometry::isVisible(int view) const {
     return extent.width() != 0 && extent.height() != 0;
 }
 
+QuadViewGeometry::Extents QuadViewGeometry::maximized(int view) {
+    const int left = view % 2 == 0 ? whole : 0;
+    const int upper = view < 2 ? whole : 0;
+    return {{{left, upper},
+             {whole - left, upper},
+             {left, whole - upper},
+             {whole - left, whole - upper}}};
+}
+
 bool QuadViewGeometry::setExtents(const Extents& extents) {
     const bool isInRange = std::all_of(extents.begin(), extents.end(), [](const QSize& extent) {
         return isShare(extent.width()) && isShare(extent.height());

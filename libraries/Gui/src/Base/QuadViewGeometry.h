@@ -48,6 +48,9 @@ public:
     const Extents& extents() const { return m_extents; }
     bool isVisible(int view) const;
 
+    /// One view (0 to 3) over the whole area.
+    static Extents maximized(int view);
+
     /// All views a quarter.
     void reset();
     /// Takes the extents as they are. Refused, without any change, where a row's widths or a
