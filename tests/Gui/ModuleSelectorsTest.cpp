@@ -117,8 +117,8 @@ TEST_F(ModuleSelectorsTest, RequestButtonsReachTheWindow) {
         buttonNamed(selector, name)->click();
         EXPECT_EQ(requested.size(), 1) << name;
     }
-    buttonNamed(selector, "Home")->click();
-    EXPECT_EQ(takeRequests(), "none");
+    EXPECT_FALSE(buttonNamed(selector, "Home"));
+    EXPECT_EQ(takeRequests(), "");
     EXPECT_EQ(QtModuleButtonSelector(Selector::Top).findChildren<QToolButton*>().size(), 0);
 }
 
