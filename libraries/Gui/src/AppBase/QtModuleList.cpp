@@ -141,11 +141,6 @@ int QtModuleList::registerModule(QtAppModule* module) {
     const int index = count() - 1;
     warnOfSharedConfiguration(index);
     const QPointer<QtModuleList> self = this;
-    // In the middle of another announcement it waits, as everything does.
-    m_requests.push_back({nullptr, [this, index] {
-                              if (isIndex(index))
-                                  emit registered(name(index), index);
-                          }});
     if (index == 0 && m_currentIndex == -1) {
         const Depth switching(this, &QtModuleList::m_switching);
         if (handleActions() && isIndex(0))
@@ -164,8 +159,7 @@ void QtModuleList::request(Request request) {
         if (isIndex(index) && index == m_currentIndex)
             return;
     }
-    const bool isOutermost = m_switching == 0 && m_announcing == 0;
-    if (isOutermost)
+    if (isIdle())
         m_handledRequests = 0;
     if (m_handledRequests >= mostRequests)
         return;
@@ -180,31 +174,42 @@ QtModuleList::Request QtModuleList::takeRequest() {
         VLR_LOG(Error) << "Modules and those who follow them go on asking for one another; after "
                        << mostRequests << " requests \"" << currentName()
                        << "\" stays the current module.";
-        m_requests.erase(std::remove_if(m_requests.begin(), m_requests.end(),
-                                        [](const Request& each) { return bool(each.target); }),
-                         m_requests.end());
+        m_requests.clear();
     }
     return request;
 }
 
 void QtModuleList::handleRequests() {
     const QPointer<QtModuleList> self = this;
-    while (handleActions() && m_switching == 0 && m_announcing == 0 && !m_requests.empty()) {
-        const Request request = takeRequest();
-        const Depth switching(this, &QtModuleList::m_switching);
-        switchTo(request.target());
-        if (!self)
-            return;
+    while (self && handleActions() && isIdle()) {
+        if (!m_requests.empty()) {
+            const Depth switching(this, &QtModuleList::m_switching);
+            switchTo(takeRequest().target());
+        } else if (m_isReplayWanted && m_handledRequests++ < mostRequests) {
+            const Depth announcing(this, &QtModuleList::m_announcing);
+            m_isReplayWanted = false;
+            replay();
+        } else {
+            break;
+        }
     }
 }
 
-// Those before the next request for a module. False where the list did not survive it.
+// Announces new modules, and handles what comes before the next request for a module. False where
+// the list did not survive it.
 bool QtModuleList::handleActions() {
     const QPointer<QtModuleList> self = this;
-    while (self && m_announcing == 0 && !m_requests.empty() && !m_requests.front().target) {
-        const Request request = takeRequest();
+    while (self && m_announcing == 0) {
         const Depth announcing(this, &QtModuleList::m_announcing);
-        request.action();
+        if (m_announcedModules < count()) {
+            const int index = m_announcedModules++;
+            if (isIndex(index))
+                emit registered(name(index), index);
+        } else if (!m_requests.empty() && !m_requests.front().target) {
+            takeRequest().action();
+        } else {
+            break;
+        }
     }
     return self;
 }
@@ -217,9 +222,12 @@ bool QtModuleList::isOtherModuleRequested() const {
 }
 
 // What was asked for while the current module was left, otherwise the index itself.
-int QtModuleList::laterTarget(int index) {
+int QtModuleList::laterTarget(int index, bool mayBeNone) {
     while (!m_requests.empty() && m_requests.front().target) {
-        const int later = takeRequest().target();
+        const int later = m_requests.front().target();
+        if (!mayBeNone && !isIndex(later))
+            break;
+        (void)takeRequest();
         if (later != m_currentIndex)
             return later;
     }
@@ -232,9 +240,13 @@ void QtModuleList::switchTo(int index) {
     if (isIndex(index) && index == m_currentIndex)
         return;
     if (isIndex(index) && isIndex(m_currentIndex)) {
+        const bool isNothingWaiting = m_requests.empty();
+        // One that nobody heard of must not stay the current module without a word.
+        const bool isAnnounced = m_announcedIndex == m_currentIndex;
         if (!leave(m_currentIndex))
             return;
-        index = laterTarget(index);
+        if (isNothingWaiting)
+            index = laterTarget(index, isAnnounced);
     }
     if (isIndex(index))
         enter(index);
@@ -262,8 +274,6 @@ bool QtModuleList::leave(int index) {
     proxy(index)->deactivate();
     if (!self)
         return false;
-    if (m_announcedIndex == index)
-        m_announcedIndex = -1;
     return announce([&] { emit deactivated(moduleName, index); });
 }
 
@@ -352,22 +362,23 @@ const QtAppModuleProxy* QtModuleList::currentModuleProxy() const {
 }
 
 void QtModuleList::generateEvents() {
+    if (isIdle())
+        m_handledRequests = 0;
+    m_isReplayWanted = true;
+    handleRequests();
+}
+
+void QtModuleList::replay() {
     const QPointer<QtModuleList> self = this;
-    {
-        const Depth announcing(this, &QtModuleList::m_announcing);
-        for (int i = 0; self && i < count(); ++i) {
-            if (!isIndex(i))
-                continue;
-            emit registered(name(i), i);
-            if (self && isIndex(i) && !proxy(i)->isEnabled())
-                emit disabled(name(i), i);
-        }
-        const int index = !self ? -1 : m_switching > 0 ? m_announcedIndex : m_currentIndex;
-        if (self && isIndex(index))
-            emit activated(name(index), index);
-        if (self && isIndex(index))
-            emit activated(proxy(index));
+    for (int i = 0; self && i < count(); ++i) {
+        if (!isIndex(i))
+            continue;
+        emit registered(name(i), i);
+        if (self && isIndex(i) && !proxy(i)->isEnabled())
+            emit disabled(name(i), i);
     }
-    if (self)
-        handleRequests();
+    if (self && isIndex(m_currentIndex))
+        emit activated(name(m_currentIndex), m_currentIndex);
+    if (self && isIndex(m_currentIndex))
+        emit activated(proxy(m_currentIndex));
 }

@@ -52,8 +52,8 @@ public:
     const QtAppModuleProxy* currentModuleProxy() const;
 
     /// Emits the signals that describe the state of the list, for a selector that comes late:
-    /// registered and, where it applies, disabled for every module, then activated, which in the
-    /// middle of a change is left to the change. Changes nothing.
+    /// registered and, where it applies, disabled for every module, then activated. Changes
+    /// nothing. In the middle of a change it waits until that is complete.
     void generateEvents();
 
 public slots:
@@ -96,27 +96,31 @@ private:
     void connectModule(QtAppModule* module);
     void disconnectModule(int index);
 
+    bool isIdle() const { return m_switching == 0 && m_announcing == 0; }
     void request(Request request);
     Request takeRequest();
     void handleRequests();
     bool handleActions();
     bool isOtherModuleRequested() const;
-    int laterTarget(int index);
+    int laterTarget(int index, bool mayBeNone);
 
     void switchTo(int index);
     void enter(int index);
     bool leave(int index);
     void leaveAll();
     void setModuleEnabled(int index, bool enable);
+    void replay();
     bool announce(const std::function<void()>& tell);
 
     QPointer<QtAppMainWindow> m_mainWindow;
     std::vector<QPointer<QtAppModuleProxy>> m_proxies;
     std::vector<std::vector<QMetaObject::Connection>> m_connections; // of each module
     int m_currentIndex = -1;
-    int m_announcedIndex = -1; // of the module that was last announced, until it is left
+    int m_announcedIndex = -1; // the current one, unless it was passed through
 
+    int m_announcedModules = 0; // as registered
     std::deque<Request> m_requests;
+    bool m_isReplayWanted = false;
     int m_handledRequests = 0; // since the outermost call
     int m_switching = 0;       // while modules are activated and deactivated
     int m_announcing = 0;      // while somebody is told
