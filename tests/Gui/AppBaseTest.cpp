@@ -4,7 +4,8 @@
 #include "AppBase/AppBaseImpl.h"
 #include "AppBase/AppBaseImplTest.h"
 #include "AppBase/QtConfigDialog.h"
-#include "AppBase/QtModuleSelector.h"
+#include "AppBase/QtModuleButtonSelector.h"
+#include "AppBase/QtModuleTabSelector.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Data/DataItem.h"
@@ -18,6 +19,7 @@
 #include <QtSql/QSqlQuery>
 #include <QtWidgets/QProgressDialog>
 #include <QtWidgets/QSplashScreen>
+#include <QtWidgets/QTabBar>
 #include <QtWidgets/QTabWidget>
 
 #include <csignal>
@@ -528,6 +530,44 @@ TEST_F(AppBaseTest, ASelectorFollowsTheListAndAsksIt) {
     }
     emit late->activateModule(0);
     EXPECT_EQ(take(late->calls), "off c, on a");
+}
+
+TEST_F(AppBaseTest, AModuleMayReplaceTheSelectorThatIsClicked) {
+    AppBase& application = app();
+    QPointer<QtModuleSelector> selectors[3];
+    for (int i = 0; i < 3; ++i) {
+        application.addModule(new RecordingModule("m%1"_s.arg(i)));
+        if (i == 1)
+            selectors[i] =
+                new QtModuleTabSelector(QtModuleSelector::Top, false, false, false, false);
+        else
+            selectors[i] = new QtModuleButtonSelector(QtModuleSelector::Top);
+    }
+    auto* first = new RecordingModule("A"_s);
+    auto* second = new RecordingModule("B"_s);
+    first->onActivate = [&] { application.setModuleSelector(selectors[1]); };
+    second->onActivate = [&] { application.setModuleSelector(selectors[2]); };
+    application.addModule(first);
+    application.addModule(second);
+    application.setModuleSelector(selectors[0]);
+    showActive(*application.getMainWindow());
+    QTest::mouseClick(selectors[0]->findChild<QAbstractButton*>("A_3"_s), Qt::LeftButton);
+    EXPECT_TRUE(first->isActive());
+    EXPECT_FALSE(selectors[0] && selectors[0]->isVisible());
+    auto* bar = selectors[1]->findChild<QTabBar*>();
+    EXPECT_EQ(bar->currentIndex(), 3);
+    QCoreApplication::sendPostedEvents(); // Lays it out.
+    QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(4).center());
+    EXPECT_TRUE(second->isActive());
+    EXPECT_TRUE(selectors[2]->findChild<QAbstractButton*>("B_4"_s)->isChecked());
+    // The former ones neither hear of anything nor ask, and go with the next turn of the loop.
+    if (selectors[1])
+        emit selectors[1]->activateModule(0);
+    EXPECT_TRUE(second->isActive());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(selectors[0] || selectors[1]);
+    EXPECT_TRUE(selectors[2]);
+    EXPECT_TRUE(application.getMainWindow()->isAncestorOf(selectors[2]));
 }
 
 // --- patients

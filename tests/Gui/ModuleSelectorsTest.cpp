@@ -4,6 +4,7 @@
 #include "AppBase/QtModuleTabSelector.h"
 #include "Gui/GuiTest.h"
 
+#include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QRadioButton>
 #include <QtWidgets/QTabBar>
 
@@ -117,9 +118,78 @@ TEST_F(ModuleSelectorsTest, RequestButtonsReachTheWindow) {
         buttonNamed(selector, name)->click();
         EXPECT_EQ(requested.size(), 1) << name;
     }
-    buttonNamed(selector, "Home")->click();
-    EXPECT_EQ(takeRequests(), "none");
+    EXPECT_FALSE(buttonNamed(selector, "Home"));
+    EXPECT_EQ(takeRequests(), "");
     EXPECT_EQ(QtModuleButtonSelector(Selector::Top).findChildren<QToolButton*>().size(), 0);
+}
+
+TEST_F(ModuleSelectorsTest, AClickThatTheListIgnoresChangesNothing) {
+    QtModuleButtonSelector buttons(Selector::Top);
+    QtModuleTabSelector tabs(Selector::Top, false, false, false, false);
+    for (QtModuleSelector* selector :
+         {static_cast<QtModuleSelector*>(&buttons), static_cast<QtModuleSelector*>(&tabs)}) {
+        listenTo(*selector);
+        addModules(*selector, 3);
+        selector->moduleActivated("m1"_s, 1);
+        EXPECT_EQ(takeRequests(), "") << "following asks for nothing";
+    }
+    const auto checked = [&] { return buttons.findChild<QButtonGroup*>()->checkedButton(); };
+    buttonNamed(buttons, "m2_2")->click();
+    EXPECT_EQ(checked(), buttonNamed(buttons, "m1_1"));
+    buttons.moduleDeactivated("m1"_s, 1);
+    buttonNamed(buttons, "m1_1")->click();
+    EXPECT_EQ(checked(), nullptr);
+    innerBar(tabs)->setCurrentIndex(2);
+    EXPECT_EQ(innerBar(tabs)->currentIndex(), 1);
+    EXPECT_EQ(takeRequests(), "\"m2 \"m1 2");
+}
+
+TEST_F(ModuleSelectorsTest, SelectorsTakeTheRoomThatTheirTextsNeed) {
+    QtModuleButtonSelector row(Selector::Top);
+    addModules(row, 6);
+    row.addModule(QString(80, QLatin1Char('w')), 6);
+    row.resize(1900, 60);
+    showActive(row);
+    const auto* longest = row.findChildren<QToolButton*>().last();
+    EXPECT_GT(longest->width(), 220);
+    EXPECT_TRUE(longest->toolTip().contains("wwww"_s));
+    row.resize(1000, 60);
+    row.addModule("m7"_s, 7);
+    for (const auto* button : row.findChildren<QToolButton*>())
+        EXPECT_EQ(button->minimumWidth(), 220);
+
+    QtModuleStepper stepper(Selector::Left);
+    auto* label = stepper.findChild<QLabel*>();
+    const int without = stepper.sizeHint().width();
+    stepper.addModule("A somewhat longer name"_s, 0);
+    stepper.moduleActivated("A somewhat longer name"_s, 0);
+    const int with = stepper.sizeHint().width();
+    EXPECT_GT(with, without);
+    show(stepper);
+    stepper.resize(with, 300);
+    EXPECT_EQ(label->text(), label->accessibleName()) << "not shortened";
+    stepper.addModule(QString(80, QLatin1Char('w')), 1);
+    EXPECT_EQ(label->minimumWidth(), 220);
+    stepper.setTouchScreenMode(true);
+    for (const auto* button : stepper.findChildren<QPushButton*>())
+        EXPECT_GE(std::min(button->minimumWidth(), button->minimumHeight()), 35);
+
+    for (const auto side : {Selector::Left, Selector::Top}) {
+        QtModuleTabSelector tabs(side, true, true, true, true);
+        for (int i = 0; i < 10; ++i)
+            tabs.addModule("A module with a long name %1"_s.arg(i), i);
+        tabs.resize(side == Selector::Left ? QSize(60, 600) : QSize(900, 60));
+        showActive(tabs);
+        for (const bool touch : {false, true}) {
+            tabs.setTouchScreenMode(touch);
+            const auto* bar = innerBar(tabs);
+            for (int tab = 0; tab < bar->count(); ++tab) {
+                EXPECT_TRUE(bar->rect().contains(bar->tabRect(tab))) << tab;
+                EXPECT_GE(bar->tabRect(tab).width(), touch ? 35 : 20);
+                EXPECT_GE(bar->tabRect(tab).height(), touch ? 35 : 20);
+            }
+        }
+    }
 }
 
 // --- tabs

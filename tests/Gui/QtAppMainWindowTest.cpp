@@ -231,6 +231,8 @@ TEST_F(QtAppMainWindowTest, TheSelectorStandsOnTheSideItReports) {
         const QPointer<QtModuleSelector> previous = selector;
         selector = new QtModuleSelector(static_cast<QtModuleSelector::Position>(position));
         window.setModuleSelector(selector);
+        EXPECT_FALSE(previous && (previous->isVisible() || window.isAncestorOf(previous)));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         EXPECT_FALSE(previous);
         int row = -1, column = -1, rows = 0, columns = 0;
         if (grid->indexOf(selector) >= 0)
@@ -242,6 +244,7 @@ TEST_F(QtAppMainWindowTest, TheSelectorStandsOnTheSideItReports) {
     window.setModuleSelector(selector);
     EXPECT_TRUE(selector) << "the same one again";
     window.setModuleSelector(nullptr);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(selector);
 }
 

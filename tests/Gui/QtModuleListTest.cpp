@@ -183,12 +183,79 @@ TEST_F(QtModuleListTest, ALaterRequestWinsOverTheOneItInterrupts) {
     EXPECT_EQ(take(calls), "m2 deactivate, m0 getMainWidget, m0 activate");
 }
 
-TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFound) {
-    for (const char* name : {"start", "twin", "twin"})
+TEST_F(QtModuleListTest, WhatIsAskedForMeanwhileComesWhenAllHaveHeardWhatIsTrue) {
+    addModules(4);
+    const auto asking = [this](auto signal, int asked, const std::function<void()>& change) {
+        list->activate(0);
+        events.clear();
+        const auto connection = QObject::connect(list.get(), signal, [&](auto, int index) {
+            if (index == asked)
+                list->activate(2);
+        });
+        follow("late", QOverload<QString, int>::of(&QtModuleList::activated));
+        change();
+        QObject::disconnect(connection);
+        return takeEvents();
+    };
+    const auto next = [this] { list->next(); };
+    EXPECT_EQ(asking(QOverload<QString, int>::of(&QtModuleList::activated), 1, next),
+              "deactivated m0 0, activated m1 1, late m1 1, deactivated m1 1, activated m2 2, "
+              "late m2 2, proxy m2");
+    EXPECT_EQ(asking(&QtModuleList::deactivated, 0, next).find("m1"), std::string::npos);
+    asking(&QtModuleList::deactivated, 1, [this] { list->deactivateAll(); });
+    EXPECT_TRUE(modules[2]->isActive());
+    EXPECT_EQ(raisedContextWidget(), 3);
+
+    // From a module's deactivate(): it is told of as left once, and when it is.
+    for (const bool all : {false, true}) {
+        list->activate(0);
+        events.clear();
+        modules[0]->onDeactivate = [this] {
+            list->enableModule(3); // At once, since what follows may be that module.
+            EXPECT_TRUE(takeEvents() == "enabled m3 3");
+            list->activate(2);
+            EXPECT_EQ(takeEvents(), "");
+        };
+        all ? list->deactivateAll() : list->activate(1);
+        modules[0]->onDeactivate = nullptr;
+        EXPECT_TRUE(modules[2]->isActive());
+        EXPECT_EQ(raisedContextWidget(), 3);
+        EXPECT_EQ(events.count("deactivated m0 0"_s), all ? 2 : 1);
+    }
+    // Left for nothing while it is activated: it is the current one still, so that is told first.
+    modules[3]->onActivate = [this] { list->deactivateAll(); };
+    events.clear();
+    list->activate(3);
+    EXPECT_EQ(events.indexOf("activated m3 3"_s), 1);
+    EXPECT_FALSE(modules[3]->isActive());
+}
+
+TEST_F(QtModuleListTest, ModulesThatGoOnAskingForEachOtherAreStopped) {
+    addModules(3);
+    modules[1]->onActivate = [this] { list->activate(2); };
+    modules[2]->onActivate = [this] { list->activate(1); };
+    expectLog(vlr::LogLevel::Error, "go on asking for one another; after 1000 requests");
+    list->next();
+    EXPECT_TRUE(list->currentModuleProxy()->module()->isActive());
+    list->activate(0);
+    EXPECT_TRUE(modules[0]->isActive());
+}
+
+TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFoundAndTheirCommonConfigurationToldOf) {
+    for (const char* warning : {"\"twin\" and \"twin\" share", "\"Plan A\" and \"PlanA\" share"})
+        expectLog(vlr::LogLevel::Warning, warning);
+    for (const char* name : {"start", "twin", "twin", "Plan A", "PlanA"})
         list->registerModule(new RecordingModule(QString::fromLatin1(name)));
     list->activate(2);
     list->activate("twin"_s);
     EXPECT_EQ(list->currentIndex(), 1);
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "share the configuration"), 2);
+
+    takeEvents();
+    expectLog(vlr::LogLevel::Error, "The module \"twin\" is registered already");
+    EXPECT_EQ(list->registerModule(list->currentModuleProxy()->module()), -1);
+    EXPECT_EQ(takeEvents(), "");
+    EXPECT_EQ(window->findChildren<QtAppModuleProxy*>().size(), 5);
 }
 
 // --- the end

@@ -11,6 +11,7 @@
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/QtScreenShotDialog.h"
+#include "AppBase/SelectorConnections.h"
 #include "AppBase/Translations.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
@@ -299,8 +300,7 @@ bool AppBaseImpl::addModule(QtAppModule* module) {
     if (!module || !m_moduleList)
         return false;
     showSplashScreenMessage(tr("Loading module: %1...").arg(module->name()));
-    m_moduleList->registerModule(module);
-    return true;
+    return m_moduleList->registerModule(module) >= 0;
 }
 
 void AppBaseImpl::activateModule(const QString& name) {
@@ -311,31 +311,11 @@ void AppBaseImpl::activateModule(const QString& name) {
 void AppBaseImpl::setModuleSelector(QtModuleSelector* selector) {
     if (!selector || !m_mainWindow || !m_moduleList)
         return;
-    // The same selector may be given again.
-    m_moduleList->disconnect(selector);
-    selector->disconnect(m_moduleList);
-    using List = QtModuleList;
-    using Selector = QtModuleSelector;
-    using Named = QOverload<QString>;
-    using Indexed = QOverload<int>;
-    List* list = m_moduleList;
-    connect(list, &List::registered, selector, &Selector::addModule);
-    connect(list, QOverload<QString, int>::of(&List::activated), selector,
-            &Selector::moduleActivated);
-    connect(list, &List::deactivated, selector, &Selector::moduleDeactivated);
-    connect(list, &List::enabled, selector, &Selector::moduleEnabled);
-    connect(list, &List::disabled, selector, &Selector::moduleDisabled);
-
-    connect(selector, Named::of(&Selector::activateModule), list, Named::of(&List::activate));
-    connect(selector, Indexed::of(&Selector::activateModule), list, Indexed::of(&List::activate));
-    connect(selector, &Selector::deactivateAllModules, list, &List::deactivateAll);
-    connect(selector, &Selector::previousModule, list, &List::previous);
-    connect(selector, &Selector::nextModule, list, &List::next);
-    connect(selector, Named::of(&Selector::enableModule), list, Named::of(&List::enableModule));
-    connect(selector, Indexed::of(&Selector::enableModule), list, Indexed::of(&List::enableModule));
-    connect(selector, Named::of(&Selector::disableModule), list, Named::of(&List::disableModule));
-    connect(selector, Indexed::of(&Selector::disableModule), list,
-            Indexed::of(&List::disableModule));
+    // The former one may be the one that was clicked, whose signal is not through yet.
+    if (m_moduleSelector)
+        vlr::disconnectSelector(m_moduleSelector, m_moduleList);
+    m_moduleSelector = selector;
+    vlr::connectSelector(selector, m_moduleList);
     m_mainWindow->setModuleSelector(selector);
     m_moduleList->generateEvents();
 }

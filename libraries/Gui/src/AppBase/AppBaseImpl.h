@@ -81,6 +81,7 @@ private:
 
     QPointer<QtModuleList> m_moduleList;
     QPointer<QtAppMainWindow> m_mainWindow;
+    QPointer<QtModuleSelector> m_moduleSelector;
     CurrentItems m_currentItems;
     DataPointer<AppBaseConfig> m_config;
     QSplashScreen* m_splashScreen = nullptr;

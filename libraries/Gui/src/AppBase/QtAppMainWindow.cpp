@@ -376,10 +376,22 @@ void QtAppMainWindow::setNewCurrentModuleWidget(QWidget* widget) {
     widget->show();
 }
 
+void QtAppMainWindow::takeModuleSelectorOut() {
+    if (!m_moduleSelector)
+        return;
+    if (!m_formerSelectors)
+        m_formerSelectors = std::make_unique<QWidget>();
+    m_moduleSelector->disconnect(this);
+    disconnect(m_moduleSelector);
+    m_moduleSelector->hide();
+    m_moduleSelector->setParent(m_formerSelectors.get());
+    m_moduleSelector->deleteLater();
+}
+
 void QtAppMainWindow::setModuleSelector(QtModuleSelector* selector) {
     if (selector == m_moduleSelector)
         return;
-    delete m_moduleSelector.data();
+    takeModuleSelectorOut();
     m_moduleSelector = selector;
     if (!selector)
         return;

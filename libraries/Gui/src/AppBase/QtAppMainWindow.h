@@ -7,6 +7,7 @@
 #include <QtCore/QPointer>
 #include <QtWidgets/QMainWindow>
 
+#include <memory>
 #include <vector>
 
 class QBoxLayout;
@@ -49,8 +50,9 @@ public:
     /// Shows the control list's window (four-view layout or full-size widget) in the viewer area.
     void occupyWindow(vlr::ControlList* list);
 
-    /// Places the selector at the side that it reports, owns it, and deletes the previous one at
-    /// once. A selector with an unknown position is kept but not shown.
+    /// Places the selector at the side that it reports and owns it. The previous one is taken out
+    /// at once and deleted by the event loop, so that this may be called while it is clicked. A
+    /// selector with an unknown position is kept but not shown.
     void setModuleSelector(QtModuleSelector* selector);
 
     /// Limits the window to the size of the rectangle and moves it inside where it is not. An
@@ -103,6 +105,7 @@ private:
     void askExit();
     void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
     void setViewerTouchScreenMode();
+    void takeModuleSelectorOut();
     void removeCurrentModuleWidget();
     void setNewCurrentModuleWidget(QWidget* widget);
 
@@ -119,6 +122,8 @@ private:
     QBoxLayout* m_contextLayout = nullptr;
     QBoxLayout* m_controlLayout = nullptr;
     QPointer<QtModuleSelector> m_moduleSelector;
+    std::unique_ptr<QWidget>
+        m_formerSelectors; ///< Out of sight, until the event loop deletes them.
     QStackedWidget* m_contextStack = nullptr;
     std::vector<QPointer<QWidget>> m_contextWidgets; ///< The stack's own indices move.
     QtAppMainWindowButtons* m_buttons = nullptr;

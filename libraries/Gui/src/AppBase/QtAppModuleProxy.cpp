@@ -113,6 +113,10 @@ QString QtAppModuleProxy::moduleName() {
     return m_module ? m_module->name() : QString();
 }
 
+QString QtAppModuleProxy::configurationName() const {
+    return impl() ? impl()->configName() : QString();
+}
+
 DataPointer<Data> QtAppModuleProxy::moduleConfiguration() const {
     return impl() ? impl()->configuration() : DataPointer<Data>();
 }

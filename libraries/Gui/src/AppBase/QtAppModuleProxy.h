@@ -35,6 +35,7 @@ public:
     /// True when this is the module's proxy; without a module only for null.
     bool operator==(QtAppModule* module);
     QString moduleName();
+    QString configurationName() const; ///< Under which the module's configuration is stored.
     DataPointer<Data> moduleConfiguration() const;
     DataPointer<ModuleConfig> moduleGeneralOptions() const;
     void storeConfiguration() const;

@@ -7,6 +7,7 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/TouchTargets.h"
 
+#include <QtCore/QPointer>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QButtonGroup>
@@ -24,8 +25,7 @@ constexpr int requestIconSize = 24;
 } // namespace
 
 QtModuleButtonSelector::QtModuleButtonSelector(QtModuleSelector::Position position, bool screenshot,
-                                               bool config, bool configFileEditor, bool exit,
-                                               bool noModule)
+                                               bool config, bool configFileEditor, bool exit, bool)
     : QtModuleSelector(position), m_vertical(position == Left || position == Right),
       m_scrollArea(new QScrollArea(this)), m_group(new QButtonGroup(this)),
       m_focusFrame(new QFocusFrame(this)) {
@@ -49,7 +49,7 @@ QtModuleButtonSelector::QtModuleButtonSelector(QtModuleSelector::Position positi
                   m_vertical ? QSizePolicy::Expanding : QSizePolicy::Fixed);
     connect(m_group, QOverload<QAbstractButton*>::of(&QButtonGroup::buttonClicked), this,
             &QtModuleButtonSelector::buttonClicked);
-    addRequestButtons(screenshot, config, configFileEditor, exit, noModule);
+    addRequestButtons(screenshot, config, configFileEditor, exit);
 }
 
 QtModuleButtonSelector::~QtModuleButtonSelector() {
@@ -61,7 +61,7 @@ QtModuleButtonSelector::~QtModuleButtonSelector() {
 // --- request buttons
 
 void QtModuleButtonSelector::addRequestButtons(bool screenshot, bool config, bool configFileEditor,
-                                               bool exit, bool noModule) {
+                                               bool exit) {
     const auto addButton = [this](const QString& iconName, const QString& toolTip) {
         auto* button = new QToolButton(this);
         button->setObjectName(iconName);
@@ -87,9 +87,6 @@ void QtModuleButtonSelector::addRequestButtons(bool screenshot, bool config, boo
         connect(button, &QToolButton::clicked, this, requests[i]);
         connectModuleRequest(this, i);
     }
-    if (noModule)
-        connect(addButton(QStringLiteral("Home"), tr("Leave All Modules")), &QToolButton::clicked,
-                this, &QtModuleSelector::deactivateAllModules);
     auto* services = ApplicationServices::instance();
     if (services && services->getMainWindow())
         connect(services->getMainWindow(), &QtAppMainWindow::requestsChanged, this,
@@ -127,17 +124,17 @@ void QtModuleButtonSelector::addModule(QString name, int index) {
     button->setObjectName(name + QLatin1Char('_') + QString::number(index));
     button->setCheckable(true);
     vlr::sizeForFinger(button, isTouchScreenMode());
-    button->adjustSize();
     m_moduleLayout->addWidget(button, 1);
     button->show(); // The layout counts what is shown; the selector may be shown already.
     m_group->addButton(button);
     modifyButtonSizes();
 }
 
+// By what the texts need, not by what the buttons have: in a window that shrinks they do too.
 void QtModuleButtonSelector::modifyButtonSizes() {
     int widest = isTouchScreenMode() ? vlr::fingerSize : 0;
     for (const QAbstractButton* button : m_group->buttons())
-        widest = std::max(widest, std::min(button->width(), widestModuleButton));
+        widest = std::max(widest, button->sizeHint().width());
     for (QAbstractButton* button : m_group->buttons())
         button->setMinimumWidth(widest);
     updateExtent();
@@ -180,20 +177,36 @@ void QtModuleButtonSelector::resizeEvent(QResizeEvent* event) {
     updateExtent();
 }
 
+void QtModuleButtonSelector::changeEvent(QEvent* event) {
+    QtModuleSelector::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        modifyButtonSizes();
+}
+
 void QtModuleButtonSelector::moduleActivated(QString name, int index) {
-    if (QAbstractButton* button = find(name, index)) {
-        button->setChecked(true);
-        m_scrollArea->ensureWidgetVisible(button);
-    }
+    QAbstractButton* button = find(name, index);
+    if (!button)
+        return;
+    m_current = button;
+    showCurrentModule();
+    m_scrollArea->ensureWidgetVisible(button);
 }
 
 void QtModuleButtonSelector::moduleDeactivated(QString name, int index) {
     QAbstractButton* button = find(name, index);
     if (!button)
         return;
+    if (m_current == button)
+        m_current = nullptr;
+    showCurrentModule();
+}
+
+void QtModuleButtonSelector::showCurrentModule() {
+    m_isFollowing = true;
     // An exclusive group does not let its last button go.
     m_group->setExclusive(false);
-    button->setChecked(false);
+    for (QAbstractButton* button : m_group->buttons())
+        button->setChecked(button == m_current);
     m_group->setExclusive(true);
 }
 
@@ -210,8 +223,12 @@ void QtModuleButtonSelector::moduleEnabled(QString name, int index) {
 }
 
 void QtModuleButtonSelector::buttonClicked(QAbstractButton* button) {
-    if (button && button->isChecked())
-        emit activateModule(button->text());
+    if (!button || !button->isChecked())
+        return;
+    const QPointer<QtModuleButtonSelector> self = this;
+    emit activateModule(button->text());
+    if (self && m_isFollowing)
+        showCurrentModule();
 }
 
 // --- keyboard

@@ -12,13 +12,15 @@ class QScrollArea;
 /// followed by request buttons.
 ///
 /// With the keyboard, the arrow keys, Home and End step through the buttons, and Space or Return
-/// presses the marked one. Long names are shortened on the button.
+/// presses the marked one. Names too long for the widest button (220 pixels) are shortened; the
+/// tool tip has the whole of each. Once a module was announced, the button that is checked is the
+/// module's: a click that changes no module changes no button.
 class VLR_GUI_EXPORT QtModuleButtonSelector : public QtModuleSelector {
     Q_OBJECT
 
 public:
-    /// The flags ask for request buttons, in this order; `noModule` for one that deactivates all
-    /// modules and so shows the application's own start page.
+    /// The first four flags ask for request buttons, in this order. `noModule` is ignored: a
+    /// module that was left that way could not be chosen again.
     QtModuleButtonSelector(QtModuleSelector::Position position, bool screenshot = false,
                            bool config = false, bool configFileEditor = false, bool exit = false,
                            bool noModule = false);
@@ -47,6 +49,7 @@ protected:
 
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
@@ -55,8 +58,8 @@ private slots:
     void buttonClicked(QAbstractButton* button);
 
 private:
-    void addRequestButtons(bool screenshot, bool config, bool configFileEditor, bool exit,
-                           bool noModule);
+    void addRequestButtons(bool screenshot, bool config, bool configFileEditor, bool exit);
+    void showCurrentModule();
     void updateRequestButtons();
     void updateExtent();
     void mark(QAbstractButton* button);
@@ -69,4 +72,6 @@ private:
     QButtonGroup* m_group;
     QFocusFrame* m_focusFrame;
     QAbstractButton* m_marked = nullptr;
+    QAbstractButton* m_current = nullptr; ///< Of the module that is announced as activated.
+    bool m_isFollowing = false;           ///< A module was announced: the list is there.
 };

@@ -6,6 +6,8 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtMyTabBar.h"
 
+#include <QtCore/QPointer>
+#include <QtCore/QScopedValueRollback>
 #include <QtGui/QPainter>
 #include <QtGui/QPixmap>
 #include <QtWidgets/QVBoxLayout>
@@ -102,13 +104,24 @@ void QtModuleTabSelector::addModule(QString name, int index) {
 
 void QtModuleTabSelector::moduleActivated(QString, int index) {
     const auto tab = std::find(m_moduleOfTab.begin(), m_moduleOfTab.end(), index);
-    if (tab != m_moduleOfTab.end())
-        m_bar->setCurrentIndex(static_cast<int>(tab - m_moduleOfTab.begin()));
+    if (tab == m_moduleOfTab.end())
+        return;
+    m_currentTab = static_cast<int>(tab - m_moduleOfTab.begin());
+    showCurrentModule();
+}
+
+void QtModuleTabSelector::showCurrentModule() {
+    const QScopedValueRollback<bool> following(m_following, true);
+    m_bar->setCurrentIndex(m_currentTab);
 }
 
 void QtModuleTabSelector::currentTabChanged(int tab) {
-    if (tab >= 0 && tab < static_cast<int>(m_moduleOfTab.size()))
-        emit activateModule(m_moduleOfTab[static_cast<std::size_t>(tab)]);
+    if (m_following || tab < 0 || tab >= static_cast<int>(m_moduleOfTab.size()))
+        return;
+    const QPointer<QtModuleTabSelector> self = this;
+    emit activateModule(m_moduleOfTab[static_cast<std::size_t>(tab)]);
+    if (self)
+        showCurrentModule();
 }
 
 void QtModuleTabSelector::toolButtonClickedSL(int id) {

@@ -16,7 +16,8 @@ class ToolTabBar;
 ///
 /// Module tabs are counted from 0, tool tabs by themselves from 0. With the keyboard, the arrow
 /// keys step through the module tabs and on to the tool tabs, which are then triggered by Space
-/// or Return. Long texts are shortened; when there are more tabs than fit, the bar scrolls.
+/// or Return. Long texts are shortened, and where the tabs do not fit those of the modules are
+/// shortened further, so that the tool tabs stay in sight. A bar that is too short even so scrolls.
 class VLR_GUI_EXPORT QtMyTabBar : public QWidget {
     Q_OBJECT
 

@@ -11,6 +11,8 @@ namespace {
 
 // About twenty-four characters; longer names are shortened.
 constexpr int widestTab = 220;
+// A letter and the dots; a finger's size in touch-screen mode.
+constexpr int narrowestTab = 28;
 
 /// The scroll buttons of a bar that does not fit are the style's to size.
 class FingerStyle : public QProxyStyle {
@@ -66,9 +68,15 @@ QSize ToolTabBar::minimumSizeHint() const {
                         : QSize(qMin(size.width(), widestTab), size.height());
 }
 
-// Where the tabs do not fit the bar scrolls; squeezing two hundred of them would leave no text.
+// Where the tabs do not fit those of the modules are squeezed, so that the tools, and with them
+// the way out, stay in sight. The bar scrolls only when nothing would be left of the texts.
 QSize ToolTabBar::minimumTabSizeHint(int index) const {
-    return tabSizeHint(index);
+    const QSize size = tabSizeHint(index);
+    if (index >= m_moduleTabs)
+        return size;
+    const int least = m_touchScreenMode ? vlr::fingerSize : narrowestTab;
+    return isVertical() ? QSize(size.width(), qMin(size.height(), least))
+                        : QSize(qMin(size.width(), least), size.height());
 }
 
 void ToolTabBar::keyPressEvent(QKeyEvent* event) {
