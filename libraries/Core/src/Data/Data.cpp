@@ -290,8 +290,10 @@ CaError Data::saveValues(DataTreeNode& node) {
 CaError Data::restoreValues(DataTreeNode& node) {
     auto children = std::exchange(m_children, {});
     auto parts = std::exchange(m_binaryParts, {});
+    const bool wasStored = m_isStored;
     m_childIndex.reset();
     const CaError error = load(node);
+    m_isStored = wasStored;
     m_children = std::move(children);
     m_childIndex.reset();
     m_binaryParts = std::move(parts);
@@ -302,8 +304,10 @@ CaError Data::restoreValues(DataTreeNode& node) {
 CaError Data::loadItem(DataTreeNode& node, QMap<QString, Data*>& references) {
     node.forgetReads();
     const CaError error = doLoad(&node, references);
-    if (error == CaError::nullError || isFaultOfAttribute(error))
+    if (error == CaError::nullError || isFaultOfAttribute(error)) {
         m_unreadAttributes = node.unreadAttributes();
+        m_isStored = true;
+    }
     return error;
 }
 
@@ -387,6 +391,7 @@ bool Data::hasUnstoredBinaryParts() const {
 }
 
 void Data::markBinaryPartsStored() {
+    m_isStored = true;
     for (auto& part : m_binaryParts)
         part.changed = false;
     for (const auto& child : m_children)
