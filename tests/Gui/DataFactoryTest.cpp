@@ -151,13 +151,36 @@ TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
     const DataPointer<Data> derived(new SpecialStudy);
     EXPECT_FALSE(DataFactory::configurationWidget(derived.get(), &parent));
     EXPECT_FALSE(DataFactory::configurationWidget(nullptr, &parent));
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "\"SpecialStudy\""), 1);
     DataFactory::linkDataToWidget("Study", "NobodyRegisteredThis", "", 1, "");
-    EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
+    expectLog(vlr::LogLevel::Warning, "createNobodyRegisteredThisFactory()");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "\"Study\""), 1);
+}
+
+TEST_F(DataFactoryTest, NullIsRefusedAloud) {
+    expectLog(vlr::LogLevel::Error, "null registration");
+    DataFactory::registerWidget(nullptr);
+    QString name = text("name");
+    expectLog(vlr::LogLevel::Error, "No widget given.");
+    QtDataConfigurationDialog dialog(nullptr, &name, nullptr, {});
+    auto* const frame = decorated(dialog);
+    QSignalSpy accepted(frame, &QtDecoratedDataConfigurationWidget::accepted);
+    frame->ok();
+    frame->defaults();
+    EXPECT_EQ(accepted.count(), 0);
+    showActive(dialog);
+    EXPECT_EQ(name, text("name"));
+    EXPECT_FALSE(dialog.findChild<QPushButton*>(text("ok"))->isVisible());
+    click(dialog, "cancel");
+    EXPECT_FALSE(dialog.isVisible());
 }
 
 TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
     const CaError expected("DataFactory::noConfigurationWidgetError");
     const DataPointer<Data> derived(new SpecialStudy);
+    expectLog(vlr::LogLevel::Warning, "\"SpecialStudy\"");
     EXPECT_EQ(DataFactory::displayConfigurationDialog(derived.get(), nullptr), expected);
     expectLog(vlr::LogLevel::Error, "Data is not defined");
     EXPECT_EQ(DataFactory::displayConfigurationDialog(nullptr, nullptr), expected);
@@ -309,6 +332,7 @@ TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
         EXPECT_TRUE(message->text().contains(text("The disk is full.")));
         EXPECT_EQ(dialog.findChild<QLineEdit*>()->text(), text("St. Mary"));
         EXPECT_EQ(study->institution(), text("St. Luke"));
+        EXPECT_FALSE(study->isStored());
         EXPECT_EQ(study->child(0), child);
         QByteArray bytes;
         EXPECT_EQ(study->binaryPart(text("part"), bytes), CaError::nullError);

@@ -50,6 +50,18 @@ bool isFaultOfAttribute(const CaError& error) {
     return error.id() == missingAttributeError || error.id() == malformedAttributeError;
 }
 
+// Another program's or version's items are no fault, but the missing line of a program of one's
+// own is found by this. A file may name any number of classes.
+void reportUnknown(const QString& className) {
+    constexpr int most = 100;
+    static auto* const reported = new QSet<QString>;
+    if (reported->contains(className) || reported->size() >= most)
+        return;
+    reported->insert(className);
+    VLR_LOG(Info) << "Items of the class \"" << className << "\" are kept unread: create"
+                  << className << "Factory() was not called.";
+}
+
 } // namespace
 
 Data::Data() = default;
@@ -359,8 +371,10 @@ CaError Data::loadChildren(const DataTreeNode& node, QMap<QString, Data*>& refer
         if (!childNode->id().isEmpty())
             ids.insert(childNode->id());
         DataPointer<Data> child(createInstance(childNode->className()));
-        if (!child)
+        if (!child) {
+            reportUnknown(childNode->className());
             child = DataPointer<Data>(new PlaceholderData(childNode->className()));
+        }
         const CaError error = child->loadItem(*childNode, references);
         if (error != CaError::nullError && !isFaultOfAttribute(error))
             return error;

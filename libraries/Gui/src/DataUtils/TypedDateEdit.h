@@ -96,16 +96,18 @@ protected:
         if (event->reason() == Qt::PopupFocusReason) // A date may have come from the calendar.
             emit this->editingFinished();
     }
+    // Here and when it is shown, the base class would put its own date in place of what was typed.
     void focusOutEvent(QFocusEvent* event) override {
         if (event->reason() != Qt::PopupFocusReason)
             showAsUnderstood();
-        QAbstractSpinBox::focusOutEvent(event);
+        this->lineEdit()->event(event);
+        QWidget::focusOutEvent(event);
+        emit this->editingFinished();
     }
+    void showEvent(QShowEvent* event) override { QWidget::showEvent(event); }
     bool focusNextPrevChild(bool next) override {
         return QAbstractSpinBox::focusNextPrevChild(next);
     }
-    // The base class would show its own date in place of what was typed.
-    void showEvent(QShowEvent* event) override { QWidget::showEvent(event); }
 
 private:
     static constexpr std::array<const char*, 6> parts{"dd", "MMM", "yyyy", "hh", "mm", "ss"};
