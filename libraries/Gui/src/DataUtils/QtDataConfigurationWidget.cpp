@@ -5,8 +5,9 @@
 
 QtDataConfigurationWidget::QtDataConfigurationWidget(Data* data, QString argument, QWidget* parent,
                                                      Qt::WindowFlags flags)
-    : QWidget(parent, flags), m_data(data), m_argument(std::move(argument)) {
-    new WheelGuard(this);
+    : QWidget(parent, flags), m_data(data), m_argument(std::move(argument)),
+      m_wheelGuard(new WheelGuard(this)) {
+    m_wheelGuard->setParent(nullptr);
 }
 
 QtDataConfigurationWidget::~QtDataConfigurationWidget() = default;
