@@ -28,7 +28,7 @@ struct Form {
           message(find<QtMessageLine>("birthDateMessage")) {}
     /// Types into the whole field and goes on to the next.
     void type(const QString& what) const {
-        birthDate->setFocus(Qt::TabFocusReason);
+        birthDate->setFocus();
         QTest::keyClicks(birthDate, what);
         if (what.isEmpty())
             QTest::keyClick(birthDate, Qt::Key_Delete);
@@ -129,7 +129,7 @@ TEST(DateText, IsUnderstoodOrRefusedWithTheReason) {
         {"ja_JP", "3/5/1968", "may be"},
         {"fr_FR", "5 jui 1968", "no date"}, // juin or juillet
         {"fr_FR", "5 juil. 1968", "1968-07-05"},
-        {"C", "5 Ma 1968", "no date"},
+        {"C", "5 De 1968", "no date"},
         {"C", "31 Feb 1968", "no such date"},
         {"C", "0 Mar 1968", "no such date"},
         {"C", "03 Feb 19", "1919 or 2019"},
@@ -231,6 +231,7 @@ TEST_F(PatientFormTest, ANewIdHasAVisibleCharacter) {
     form.id->setText(text(" 7"));
     EXPECT_TRUE(form.widget.ok());
     EXPECT_EQ(patient->patientId(), text(" 7"));
+    EXPECT_TRUE(Form(store(text(" "))).widget.ok()) << "An old one can still be edited";
 }
 
 // --- values
@@ -361,6 +362,13 @@ TEST_F(PatientFormTest, FieldsFollowOneAnother) {
     EXPECT_EQ(visited.join(QLatin1Char(' ')).toStdString(),
               "patientId patientName patientSex patientBirthDate birthDateNotKnown "
               "saveAsDefault ok cancel");
+    auto* const birthDate = widget->findChild<QDateEdit*>();
+    EXPECT_EQ(birthDate->accessibleName(), text("Patient Date of Birth"));
+    birthDate->setFocus();
+    QTest::keyClicks(birthDate, text("5.3.1968"));
+    QTest::keyClick(birthDate, Qt::Key_Return);
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(patient->birthDate(), QDate(1968, 3, 5));
 }
 
 TEST_F(PatientFormTest, TwoWorkstationsNeverGiveOneId) {

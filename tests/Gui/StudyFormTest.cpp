@@ -104,6 +104,7 @@ TEST_F(StudyFormTest, TheInstitutionSavedAsDefaultIsThereAtTheNextStart) {
     EXPECT_EQ(form.institution->text(), text("St. Luke \u4eac\u90fd"));
     EXPECT_TRUE(form.widget.ok());
     EXPECT_EQ(study->date(), QDate(2024, 1, 1));
+    EXPECT_FALSE(study->time().isValid());
 
     study->setInstitution(QString());
     EXPECT_EQ(Form(loaded(study)).institution->text(), QString());
@@ -134,11 +135,12 @@ TEST_F(StudyFormTest, WhatIsNoDateAndTimeIsRefusedAndStays) {
         EXPECT_FALSE(form.widget.ok());
         EXPECT_TRUE(message->text().contains(text(reason))) << message->text().toStdString();
         EXPECT_EQ(edit->text(), text(typed));
+        EXPECT_EQ(form.widget.focusWidget(), form.dateTime);
         EXPECT_EQ(study->institution(), QString());
     }
     edit->setText(text("5.3.2026 9:05"));
     EXPECT_TRUE(form.widget.ok());
-    EXPECT_EQ(message->text(), QString());
+    EXPECT_TRUE(message->text().isEmpty() && message->isHidden());
     EXPECT_EQ(QDateTime(study->date(), study->time()), QDateTime({2026, 3, 5}, {9, 5}));
 }
 
