@@ -2,6 +2,7 @@
 
 #include "AppBase/QtModuleConfigWidget.h"
 #include "Base/QtMessageLine.h"
+#include "Data/DataTreeNode.h"
 #include "Data/Study.h"
 #include "DataUtils/DataWidgetRegistration.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
@@ -158,6 +159,13 @@ TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
     for (int i = 0; i < 2; ++i)
         EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
     EXPECT_EQ(logCount(vlr::LogLevel::Warning, "\"Study\""), 1);
+    // Nor has it a factory.
+    ASSERT_EQ(study->addChild(derived, false), CaError::nullError);
+    DataTreeNode stored;
+    ASSERT_EQ(study->save(stored), CaError::nullError);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(study->load(stored), CaError::nullError);
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "createSpecialStudyFactory()"), 1);
 }
 
 TEST_F(DataFactoryTest, NullIsRefusedAloud) {

@@ -178,10 +178,15 @@ ReadDate readAnyDate(const QString& line, const QLocale& locale) {
     static const QRegularExpression withName(
         QStringLiteral("^(\\d+|[\\p{L}\\p{M}]+)[ .,/-]+(\\d+|[\\p{L}\\p{M}]+)[ .,/-]+"
                        "(\\d+|[\\p{L}\\p{M}]+)\\.?$"));
+    // A name between the numbers parts them by itself.
+    static const QRegularExpression nameWithin(
+        QStringLiteral("^(\\d+)[ .,/-]*([\\p{L}\\p{M}]+)[ .,/-]*(\\d+)\\.?$"));
     const QString plain = withLatinDigits(line);
     if (const auto match = numbers.match(plain); match.hasMatch())
         return readNumbers({match.captured(1), match.captured(3), match.captured(4)},
                            match.captured(2), locale);
+    if (const auto match = nameWithin.match(plain); match.hasMatch())
+        return readWithName(match.capturedTexts().mid(1), locale);
     if (const auto match = withName.match(plain); match.hasMatch())
         return readWithName(match.capturedTexts().mid(1), locale);
     return noDate(locale);
