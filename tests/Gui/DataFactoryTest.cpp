@@ -2,6 +2,7 @@
 
 #include "AppBase/QtModuleConfigWidget.h"
 #include "Base/QtMessageLine.h"
+#include "Data/DataTreeNode.h"
 #include "Data/Study.h"
 #include "DataUtils/DataWidgetRegistration.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
@@ -9,7 +10,12 @@
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
 
+#include <QtGui/QWheelEvent>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateEdit>
 #include <QtWidgets/QGroupBox>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
@@ -144,15 +150,46 @@ TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
     EXPECT_TRUE(qobject_cast<QtModuleConfigWidget*>(widget)) << "the later one";
 
     const DataPointer<Data> derived(new SpecialStudy);
-    EXPECT_FALSE(DataFactory::configurationWidget(derived.get(), &parent));
+    for (int i = 0; i < 2; ++i)
+        EXPECT_FALSE(DataFactory::configurationWidget(derived.get(), &parent));
     EXPECT_FALSE(DataFactory::configurationWidget(nullptr, &parent));
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "\"SpecialStudy\""), 1);
     DataFactory::linkDataToWidget("Study", "NobodyRegisteredThis", "", 1, "");
-    EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
+    expectLog(vlr::LogLevel::Warning, "createNobodyRegisteredThisFactory()");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "\"Study\""), 1);
+    // Nor has it a factory.
+    ASSERT_EQ(study->addChild(derived, false), CaError::nullError);
+    DataTreeNode stored;
+    ASSERT_EQ(study->save(stored), CaError::nullError);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(study->load(stored), CaError::nullError);
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "createSpecialStudyFactory()"), 1);
+}
+
+TEST_F(DataFactoryTest, NullIsRefusedAloud) {
+    expectLog(vlr::LogLevel::Error, "null registration");
+    DataFactory::registerWidget(nullptr);
+    QString name = text("name");
+    expectLog(vlr::LogLevel::Error, "No widget given.");
+    QtDataConfigurationDialog dialog(nullptr, &name, nullptr, {});
+    auto* const frame = decorated(dialog);
+    QSignalSpy accepted(frame, &QtDecoratedDataConfigurationWidget::accepted);
+    frame->ok();
+    frame->defaults();
+    EXPECT_EQ(accepted.count(), 0);
+    showActive(dialog);
+    EXPECT_EQ(name, text("name"));
+    EXPECT_FALSE(dialog.findChild<QPushButton*>(text("ok"))->isVisible());
+    click(dialog, "cancel");
+    EXPECT_FALSE(dialog.isVisible());
 }
 
 TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
     const CaError expected("DataFactory::noConfigurationWidgetError");
     const DataPointer<Data> derived(new SpecialStudy);
+    expectLog(vlr::LogLevel::Warning, "\"SpecialStudy\"");
     EXPECT_EQ(DataFactory::displayConfigurationDialog(derived.get(), nullptr), expected);
     expectLog(vlr::LogLevel::Error, "Data is not defined");
     EXPECT_EQ(DataFactory::displayConfigurationDialog(nullptr, nullptr), expected);
@@ -238,6 +275,52 @@ TEST_F(DataFactoryTest, WithoutANameThereIsNoFieldForOneAndDefaultsOnlyWhereThey
     EXPECT_EQ(study->institution(), text("St. Luke"));
 }
 
+// --- the wheel
+
+TEST_F(DataFactoryTest, TheWheelChangesAFieldOnlyWhileItHasTheFocus) {
+    InstitutionWidget form(study.get(), {}, nullptr, {});
+    auto* const page = new QWidget(&form);
+    form.layout()->addWidget(page);
+    auto* const combo = new QComboBox(page); // Made with their parents, the next two moved there.
+    combo->addItems({text("a"), text("b"), text("c")});
+    auto* const slider = new QSlider(Qt::Horizontal, page);
+    showActive(form);
+    auto* const spin = new QSpinBox;
+    spin->setRange(-9, 9);
+    auto* const date = new QDateEdit(QDate(1968, 3, 5));
+    auto* const column = new QVBoxLayout(page);
+    for (QWidget* field : std::initializer_list<QWidget*>{combo, slider, spin, date}) {
+        column->addWidget(field);
+        field->show();
+    }
+    combo->setCurrentIndex(1);
+    slider->setValue(5);
+    const auto values = [&] {
+        return std::make_tuple(combo->currentIndex(), slider->value(), spin->value(), date->date());
+    };
+    const auto turn = [](QWidget* over) {
+        const QPointF centre(over->rect().center());
+        QWheelEvent wheel(centre, over->mapToGlobal(centre.toPoint()), {}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(over, &wheel);
+        return wheel.isAccepted();
+    };
+    for (QWidget* field : std::initializer_list<QWidget*>{combo, slider, spin, date}) {
+        SCOPED_TRACE(field->metaObject()->className());
+        form.setFocus();
+        const auto before = values();
+        EXPECT_FALSE(turn(field)) << "What lies around it is scrolled";
+        EXPECT_EQ(values(), before);
+        EXPECT_NE(field->focusPolicy(), Qt::WheelFocus);
+        field->setFocus();
+        EXPECT_TRUE(turn(field));
+        EXPECT_NE(values(), before);
+    }
+    QScrollBar bar(&form);
+    EXPECT_TRUE(turn(&bar));
+    EXPECT_NE(bar.value(), 0);
+}
+
 // --- storing
 
 TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
@@ -258,6 +341,7 @@ TEST_F(DataFactoryTest, WhatCannotBeStoredStaysInTheFormAndNotInTheData) {
         EXPECT_TRUE(message->text().contains(text("The disk is full.")));
         EXPECT_EQ(dialog.findChild<QLineEdit*>()->text(), text("St. Mary"));
         EXPECT_EQ(study->institution(), text("St. Luke"));
+        EXPECT_FALSE(study->isStored());
         EXPECT_EQ(study->child(0), child);
         QByteArray bytes;
         EXPECT_EQ(study->binaryPart(text("part"), bytes), CaError::nullError);

@@ -2,6 +2,7 @@
 
 #include "Base/QtMessageLine.h"
 #include "Data/Study.h"
+#include "DataUtils/DateText.h"
 #include "DataUtils/FreePatientId.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
 #include "Gui/GuiTest.h"
@@ -23,7 +24,16 @@ struct Form {
         : widget(patient.get(), {}, nullptr, {}), id(find<QLineEdit>("patientId")),
           name(find<QLineEdit>("patientName")), sex(find<QComboBox>("patientSex")),
           birthDate(find<QDateEdit>("patientBirthDate")),
-          notKnown(find<QCheckBox>("birthDateNotKnown")) {}
+          notKnown(find<QCheckBox>("birthDateNotKnown")),
+          message(find<QtMessageLine>("birthDateMessage")) {}
+    /// Types into the whole field and goes on to the next.
+    void type(const QString& what) const {
+        birthDate->setFocus();
+        QTest::keyClicks(birthDate, what);
+        if (what.isEmpty())
+            QTest::keyClick(birthDate, Qt::Key_Delete);
+        QTest::keyClick(birthDate, Qt::Key_Tab);
+    }
     template <class Field>
     Field* find(const char* objectName) {
         return widget.findChild<Field*>(text(objectName));
@@ -35,6 +45,7 @@ struct Form {
     QComboBox* sex;
     QDateEdit* birthDate;
     QCheckBox* notKnown;
+    QtMessageLine* message;
 };
 
 class PatientFormTest : public GuiTest {
@@ -84,6 +95,146 @@ TEST_F(PatientFormTest, ARepositoryThatCannotBeReadIsSaidTwiceAndTheFormOpens) {
     EXPECT_EQ(Form(new Patient).id->text(), text("0000000"));
 }
 
+// --- dates
+
+TEST(DateText, IsUnderstoodOrRefusedWithTheReason) {
+    // The locale, what is typed, and the date in ISO or a part of the reason.
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"C", "05 Mar 1968", "1968-03-05"},
+        {"C", " 5  mar. 1968 ", "1968-03-05"},
+        {"C", "March 5, 1968", "1968-03-05"},
+        {"C", "05Mar1968", "1968-03-05"},
+        {"C", "1968-March-5", "1968-03-05"},
+        {"C", "1968-03-05", "1968-03-05"},
+        {"C", "1968.3.5", "1968-03-05"},
+        {"C", "05.03.1968", "1968-03-05"},
+        {"C", "29 Feb 1968", "1968-02-29"},
+        {"C", "05/03/1968", "05 Mar 1968 or 03 May 1968"},
+        {"C", "05 03 1968", "05 Mar 1968 or 03 May 1968"},
+        {"C", "05/05/1968", "1968-05-05"},
+        {"C", "13/03/1968", "1968-03-13"},
+        {"C", "3-13-1968", "1968-03-13"},
+        {"C", "13-13-1968", "no date"},
+        {"C", "\u0660\u0665 Mar \u0661\u0669\u0666\u0668", "1968-03-05"},
+        {"de_DE", "05.03.1968", "1968-03-05"},
+        {"de_DE", "5/3/1968", "1968-03-05"},
+        {"de_DE", "3.25.1968", "no such date: day 3 of month 25"},
+        {"de_DE", "5. M\u00e4rz 1968", "1968-03-05"},
+        {"de_DE", "5 march 1968", "1968-03-05"},
+        {"en_US", "3/5/1968", "1968-03-05"},
+        {"en_US", "3-5-1968", "1968-03-05"},
+        {"en_US", "05.03.1968", "05 Mar 1968 or 03 May 1968"},
+        {"en_US", "25.03.1968", "1968-03-25"},
+        {"ja_JP", "05 3\u6708 1968", "1968-03-05"},
+        {"ja_JP", "1968/3/5", "1968-03-05"},
+        {"ja_JP", "3/5/1968", "may be"},
+        {"fr_FR", "5 jui 1968", "no date"}, // juin or juillet
+        {"fr_FR", "5 juil. 1968", "1968-07-05"},
+        {"C", "5 De 1968", "no date"},
+        {"C", "31 Feb 1968", "no such date"},
+        {"C", "0 Mar 1968", "no such date"},
+        {"C", "03 Feb 19", "1919 or 2019"},
+        {"C", "03.02.68", "1968 or 2068"},
+        {"C", "Feb 3, 68", "1968 or 2068"},
+        {"C", "03 Feb 196", "four digits"},
+        {"C", "03 Feb 19680", "four digits"},
+        {"C", "1968 003 05", "no date"},
+        {"C", "196 03 05", "no date"},
+        {"C", "05.03/1968", "no date"},
+        {"C", "05031968", "no date"},
+        {"C", "5 Mar 1968 12:00", "no date"},
+        {"C", "5 6 Mar", "four digits"},
+        {"C", "Mar 1968", "no date"},
+        {"C", "", "no date"},
+        {"C", "31 Dec 1899", "before 01 Jan 1900"},
+        {"C", "1 Jan 1900", "1900-01-01"},
+    };
+    for (const auto& [locale, typed, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << locale << ": " << typed);
+        const vlr::ReadDate read =
+            vlr::readDate(text(typed), QLocale(text(locale)), QDate(1900, 1, 1));
+        const QString date = read.value.date().toString(Qt::ISODate);
+        EXPECT_TRUE((date + read.problem).contains(text(expected)))
+            << date.toStdString() << read.problem.toStdString();
+        EXPECT_NE(read.problem.isEmpty(), date.isEmpty());
+    }
+}
+
+TEST_F(PatientFormTest, WhatIsTypedAsDateOfBirthIsTakenOrMarkedAndNeverChanged) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"05.03.1968", "05 Mar 1968", ""},
+        {"5 march 2001", "05 Mar 2001", ""},
+        {"05 Nov 2060", "05 Nov 2060", "future"},
+        {"03 Feb 19", "03 Feb 19", "1919"},
+        {"soon", "soon", "no date"},
+        {"06 Jun 1887", "06 Jun 1887", "before 01 Jan 1900"},
+        {"", "", "Not known"},
+    };
+    QDate saved;
+    for (const auto& [typed, shown, reason] : cases) {
+        SCOPED_TRACE(typed);
+        const DataPointer<Patient> patient = store(text(shown) + text("id"));
+        patient->setBirthDate(QDate(1950, 1, 2));
+        Form form(patient);
+        showActive(form.widget);
+        form.name->setText(text("changed"));
+        form.type(text(typed));
+        EXPECT_EQ(QApplication::focusWidget(), form.notKnown);
+        const bool isTaken = !*reason || text(reason) == text("future");
+        EXPECT_EQ(form.birthDate->text(), text(shown));
+        EXPECT_TRUE(form.message->text().contains(text(reason)))
+            << form.message->text().toStdString();
+        EXPECT_EQ(form.message->text().isEmpty(), !*reason);
+        form.birthDate->setFocus(Qt::BacktabFocusReason);
+        form.widget.hide();
+        form.widget.show();
+        EXPECT_EQ(form.birthDate->text(), text(shown)) << "comes and goes";
+        EXPECT_EQ(form.widget.ok(), isTaken);
+        EXPECT_EQ(patient->name(), text(isTaken ? "changed" : "Somebody"));
+        EXPECT_EQ(patient->birthDate(), isTaken ? form.birthDate->date() : QDate(1950, 1, 2));
+        saved = isTaken ? patient->birthDate() : saved;
+        form.widget.saveAsDefault();
+        EXPECT_EQ(Form(new Patient).birthDate->date(), saved);
+    }
+}
+
+TEST_F(PatientFormTest, ArrowKeysChangeThePartAtTheCursor) {
+    const std::tuple<int, int, QDate> cases[] = {
+        {0, Qt::Key_Up, {1968, 3, 6}},   {2, Qt::Key_Down, {1968, 3, 4}},
+        {3, Qt::Key_Down, {1968, 2, 5}}, {6, Qt::Key_Up, {1968, 4, 5}},
+        {7, Qt::Key_Up, {1969, 3, 5}},   {11, Qt::Key_Down, {1967, 3, 5}}};
+    for (const auto& [cursor, key, expected] : cases) {
+        Form form(new Patient);
+        form.birthDate->setDate(QDate(1968, 3, 5));
+        form.birthDate->findChild<QLineEdit*>()->setCursorPosition(cursor);
+        QTest::keyClick(form.birthDate, Qt::Key(key));
+        EXPECT_EQ(form.birthDate->date(), expected) << cursor;
+    }
+    Form form(new Patient);
+    auto* const edit = form.birthDate->findChild<QLineEdit*>();
+    edit->setText(text("soon"));
+    form.birthDate->stepBy(1);
+    EXPECT_EQ(edit->text(), text("soon"));
+}
+
+TEST_F(PatientFormTest, ANewIdHasAVisibleCharacter) {
+    const DataPointer<Patient> patient(new Patient);
+    Form form(patient);
+    showActive(form.widget);
+    const auto* const message = form.find<QtMessageLine>("idMessage");
+    for (const char* blank : {"", "  ", "\u2003"}) {
+        form.id->setText(text(blank));
+        EXPECT_FALSE(form.widget.ok());
+        EXPECT_EQ(message->text(), text("Enter the id of the patient."));
+        EXPECT_EQ(QApplication::focusWidget(), form.id);
+        EXPECT_TRUE(patient->patientId().isEmpty());
+    }
+    form.id->setText(text(" 7"));
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(patient->patientId(), text(" 7"));
+    EXPECT_TRUE(Form(store(text(" "))).widget.ok()) << "An old one can still be edited";
+}
+
 // --- values
 
 TEST_F(PatientFormTest, ValuesSurviveTheFormAndTheRepository) {
@@ -130,15 +281,27 @@ TEST_F(PatientFormTest, ADateOfBirthIsOnlyChangedByEnteringOne) {
     patient->setBirthDate(tooEarly);
     {
         Form form(patient);
+        showActive(form.widget);
         EXPECT_EQ(form.birthDate->minimumDate(), QDate(1900, 1, 1));
+        EXPECT_EQ(form.birthDate->text(), text("05 Jun 1887"));
+        EXPECT_TRUE(form.message->text().contains(text("1900")));
         EXPECT_TRUE(form.widget.ok());
-        EXPECT_EQ(patient->birthDate(), tooEarly) << "The field cannot show it";
+        EXPECT_EQ(patient->birthDate(), tooEarly);
         form.birthDate->stepBy(1);
         EXPECT_TRUE(form.widget.ok());
         EXPECT_NE(patient->birthDate(), tooEarly);
         form.notKnown->setChecked(true);
+        EXPECT_EQ(form.birthDate->text(), QString());
         EXPECT_TRUE(form.widget.ok());
         EXPECT_FALSE(patient->birthDate().isValid());
+        QTest::mouseClick(form.notKnown, Qt::LeftButton, {},
+                          QPoint(5, form.notKnown->height() / 2));
+        EXPECT_EQ(QApplication::focusWidget(), form.birthDate);
+        EXPECT_FALSE(form.widget.ok()) << "no date of its own";
+        form.birthDate->setDate(QDate::currentDate());
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_EQ(patient->birthDate(), QDate::currentDate());
+        patient->setBirthDate({});
     }
     Form form(patient);
     EXPECT_TRUE(form.notKnown->isChecked());
@@ -167,11 +330,10 @@ TEST_F(PatientFormTest, DefaultsAreThereAtTheNextStart) {
 
 TEST_F(PatientFormTest, ADateOfBirthInTheFutureIsMarked) {
     Form form(store(text("1")));
-    const auto* message = form.find<QtMessageLine>("birthDateMessage");
-    form.birthDate->setDate(QDate::currentDate().addDays(2));
-    EXPECT_TRUE(message->text().contains(text("future")));
-    form.birthDate->setDate(QDate(2001, 2, 3));
-    EXPECT_EQ(message->text(), QString());
+    form.birthDate->setDate(QDate::currentDate().addDays(1));
+    EXPECT_TRUE(form.message->text().contains(text("future")));
+    form.birthDate->setDate(QDate::currentDate());
+    EXPECT_EQ(form.message->text(), QString());
 }
 
 TEST_F(PatientFormTest, OtherDataGivesAnEmptyFormThatDoesNothing) {
@@ -201,6 +363,13 @@ TEST_F(PatientFormTest, FieldsFollowOneAnother) {
     EXPECT_EQ(visited.join(QLatin1Char(' ')).toStdString(),
               "patientId patientName patientSex patientBirthDate birthDateNotKnown "
               "saveAsDefault ok cancel");
+    auto* const birthDate = widget->findChild<QDateEdit*>();
+    EXPECT_EQ(birthDate->accessibleName(), text("Patient Date of Birth"));
+    birthDate->setFocus();
+    QTest::keyClicks(birthDate, text("5.3.1968"));
+    QTest::keyClick(birthDate, Qt::Key_Return);
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(patient->birthDate(), QDate(1968, 3, 5));
 }
 
 TEST_F(PatientFormTest, TwoWorkstationsNeverGiveOneId) {

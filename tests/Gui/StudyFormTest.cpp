@@ -1,5 +1,7 @@
 #include "DataUtils/QtStudyConfigurationWidget.h"
 
+#include "Base/QtMessageLine.h"
+#include "Data/DataTreeNode.h"
 #include "Data/Patient.h"
 #include "Data/Study.h"
 #include "Gui/GuiTest.h"
@@ -22,7 +24,16 @@ struct Form {
     QDateTimeEdit* dateTime;
 };
 
-class StudyFormTest : public GuiTest {};
+class StudyFormTest : public GuiTest {
+protected:
+    static DataPointer<Study> loaded(const DataPointer<Study>& study) {
+        DataTreeNode node;
+        EXPECT_EQ(study->save(node), CaError::nullError);
+        const DataPointer<Study> result(new Study);
+        EXPECT_EQ(result->load(node), CaError::nullError);
+        return result;
+    }
+};
 
 } // namespace
 
@@ -64,11 +75,10 @@ TEST_F(StudyFormTest, AnExistingStudyKeepsWhatNobodyChanges) {
 }
 
 TEST_F(StudyFormTest, AnUnknownDateStaysUnknownUntilItIsEdited) {
-    const DataPointer<Patient> patient(new Patient);
-    const DataPointer<Study> study(new Study);
-    ASSERT_EQ(patient->addChild(study, false), CaError::nullError);
+    const DataPointer<Study> study = loaded(new Study);
     Form form(study);
     EXPECT_EQ(form.dateTime->accessibleDescription(), text("Not known"));
+    EXPECT_EQ(form.dateTime->text(), QString());
     form.institution->setText(text("St. Mary"));
     EXPECT_TRUE(form.widget.ok());
     EXPECT_EQ(study->institution(), text("St. Mary"));
@@ -86,10 +96,52 @@ TEST_F(StudyFormTest, TheInstitutionSavedAsDefaultIsThereAtTheNextStart) {
         form.institution->setText(text("St. Luke \u4eac\u90fd"));
         form.widget.saveAsDefault();
     }
-    EXPECT_EQ(Form(new Study).institution->text(), text("St. Luke \u4eac\u90fd"));
-    const DataPointer<Study> existing(new Study);
-    existing->setDate(QDate(2024, 1, 1));
-    EXPECT_EQ(Form(existing).institution->text(), QString());
+    const DataPointer<Patient> patient(new Patient);
+    const DataPointer<Study> study(new Study);
+    ASSERT_EQ(patient->addChild(study, false), CaError::nullError);
+    study->setDate(QDate(2024, 1, 1));
+    Form form(study);
+    EXPECT_EQ(form.institution->text(), text("St. Luke \u4eac\u90fd"));
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(study->date(), QDate(2024, 1, 1));
+    EXPECT_FALSE(study->time().isValid());
+
+    study->setInstitution(QString());
+    EXPECT_EQ(Form(loaded(study)).institution->text(), QString());
+    study->setInstitution(text("St. Mary"));
+    EXPECT_EQ(Form(study).institution->text(), text("St. Mary"));
+    study->setInstitution(QString());
+    patient->setPatientId(text("1"));
+    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    EXPECT_EQ(Form(study).institution->text(), QString()) << "stored meanwhile";
+    DataIOManager::closeRepository();
+}
+
+TEST_F(StudyFormTest, WhatIsNoDateAndTimeIsRefusedAndStays) {
+    const DataPointer<Study> study(new Study);
+    Form form(study);
+    const auto* const message = form.widget.findChild<QtMessageLine*>(text("dateTimeMessage"));
+    auto* const edit = form.dateTime->findChild<QLineEdit*>();
+    const std::pair<const char*, const char*> cases[] = {{"22 Nov 2026 25:00", "no time"},
+                                                         {"22 Nov 2026", "time"},
+                                                         {"22 Nov 26 10:00", "2026"},
+                                                         {"", "no date"},
+                                                         {"01 Jan 1700 10:00", "1752"}};
+    form.institution->setText(text("St. Mary"));
+    for (const auto& [typed, reason] : cases) {
+        SCOPED_TRACE(typed);
+        edit->setText(text(typed));
+        EXPECT_EQ(message->text(), QString());
+        EXPECT_FALSE(form.widget.ok());
+        EXPECT_TRUE(message->text().contains(text(reason))) << message->text().toStdString();
+        EXPECT_EQ(edit->text(), text(typed));
+        EXPECT_EQ(form.widget.focusWidget(), form.dateTime);
+        EXPECT_EQ(study->institution(), QString());
+    }
+    edit->setText(text("5.3.2026 9:05"));
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_TRUE(message->text().isEmpty() && message->isHidden());
+    EXPECT_EQ(QDateTime(study->date(), study->time()), QDateTime({2026, 3, 5}, {9, 5}));
 }
 
 TEST_F(StudyFormTest, FieldsFollowOneAnother) {

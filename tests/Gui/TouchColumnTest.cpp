@@ -9,6 +9,7 @@
 #include "IO/DataIOManager.h"
 
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QDateEdit>
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QToolButton>
@@ -243,9 +244,13 @@ TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
         QDialog dialog;
         auto* const layout = new QVBoxLayout(&dialog);
         auto* const button = new QPushButton(text("OK"));
+        auto* const date = new QDateEdit;
         layout->addWidget(button);
+        layout->addWidget(date);
         dialog.show();
         layout->activate();
+        const auto* const edit = date->findChild<QLineEdit*>();
+        EXPECT_TRUE(date->rect().contains(edit->geometry())) << "It is not cut off";
         return button->height();
     };
     EXPECT_GE(buttonHeight(), leastSize);

@@ -93,7 +93,8 @@ QVariant PatientTableModel::headerData(int section, Qt::Orientation orientation,
         return {};
     if (role == Qt::TextAlignmentRole)
         return int(Qt::AlignLeft | Qt::AlignVCenter);
-    if (role == Qt::ToolTipRole && section == Mark)
+    const bool isNamed = role == Qt::ToolTipRole || role == Qt::AccessibleTextRole;
+    if (isNamed && section == Mark)
         return tr("Current patient");
     if (role != Qt::DisplayRole)
         return {};

@@ -63,7 +63,6 @@ void makeSeries(const TourActions& actions, const QString& folder, const QSize& 
 void enterBirthDate(TourActions& actions, const QString& typed) {
     auto* birthDate = actions.find<QDateEdit>("patientBirthDate");
     birthDate->setFocus();
-    birthDate->setSelectedSection(QDateTimeEdit::DaySection);
     actions.type(birthDate, typed);
 }
 

@@ -28,6 +28,20 @@
 ///     VLR_DECLARE_RECORD_FACTORY(ProbeConfig, VLR_CORE_EXPORT)   // here, after the class
 ///     VLR_DEFINE_RECORD_FACTORY(ProbeConfig)                      // in the source file
 ///
+/// Data of a patient is declared in the same way with another base, which is Data or one of its
+/// classes, and is added to the patient's tree:
+///
+///     class VLR_CORE_EXPORT Probe : public DataRecord<Probe, Data> { ... };
+///     VLR_DECLARE_RECORD_FACTORY(Probe, VLR_CORE_EXPORT)
+///
+///     createProbeFactory();    // before a patient is loaded
+///     const DataPointer<Probe> probe(new Probe);
+///     CaError error = study->addChild(probe, true);
+///
+/// Items of a class whose factory was not made are loaded as unknown: they are kept and written
+/// back, but are no Probe. An "INFO" line in the log names the class, once. What is large (pixels,
+/// recordings) is a binary part of the item, see Data::setBinaryPart().
+///
 /// Attributes are written in the order of the list. One that is absent, or whose text is not a
 /// value of its type or lies outside its bounds, leaves the member as it is. Attributes that the
 /// class does not read, as a newer version may have stored them, are written back unchanged.

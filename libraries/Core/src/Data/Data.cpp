@@ -50,6 +50,18 @@ bool isFaultOfAttribute(const CaError& error) {
     return error.id() == missingAttributeError || error.id() == malformedAttributeError;
 }
 
+// Another program's or version's items are no fault, but the missing line of a program of one's
+// own is found by this. A file may name any number of classes.
+void reportUnknown(const QString& className) {
+    constexpr int most = 100;
+    static auto* const reported = new QSet<QString>;
+    if (reported->contains(className) || reported->size() >= most)
+        return;
+    reported->insert(className);
+    VLR_LOG(Info) << "Items of the class \"" << className << "\" are kept unread: create"
+                  << className << "Factory() was not called.";
+}
+
 } // namespace
 
 Data::Data() = default;
@@ -290,8 +302,10 @@ CaError Data::saveValues(DataTreeNode& node) {
 CaError Data::restoreValues(DataTreeNode& node) {
     auto children = std::exchange(m_children, {});
     auto parts = std::exchange(m_binaryParts, {});
+    const bool wasStored = m_isStored;
     m_childIndex.reset();
     const CaError error = load(node);
+    m_isStored = wasStored;
     m_children = std::move(children);
     m_childIndex.reset();
     m_binaryParts = std::move(parts);
@@ -302,8 +316,10 @@ CaError Data::restoreValues(DataTreeNode& node) {
 CaError Data::loadItem(DataTreeNode& node, QMap<QString, Data*>& references) {
     node.forgetReads();
     const CaError error = doLoad(&node, references);
-    if (error == CaError::nullError || isFaultOfAttribute(error))
+    if (error == CaError::nullError || isFaultOfAttribute(error)) {
         m_unreadAttributes = node.unreadAttributes();
+        m_isStored = true;
+    }
     return error;
 }
 
@@ -355,8 +371,10 @@ CaError Data::loadChildren(const DataTreeNode& node, QMap<QString, Data*>& refer
         if (!childNode->id().isEmpty())
             ids.insert(childNode->id());
         DataPointer<Data> child(createInstance(childNode->className()));
-        if (!child)
+        if (!child) {
+            reportUnknown(childNode->className());
             child = DataPointer<Data>(new PlaceholderData(childNode->className()));
+        }
         const CaError error = child->loadItem(*childNode, references);
         if (error != CaError::nullError && !isFaultOfAttribute(error))
             return error;
@@ -387,6 +405,7 @@ bool Data::hasUnstoredBinaryParts() const {
 }
 
 void Data::markBinaryPartsStored() {
+    m_isStored = true;
     for (auto& part : m_binaryParts)
         part.changed = false;
     for (const auto& child : m_children)

@@ -118,11 +118,14 @@ public:
     /// Writes the changed binary parts of the item and its descendants to their URIs. What an
     /// item adds or changes in its doBinSave() is stored as well.
     CaError saveBinaryParts();
-    /// Remembers that the binary parts now are as the repository has them.
+    /// Remembers that the item and its descendants are stored, with the binary parts they now have.
     void markBinaryPartsStored();
     /// Whether the item or a descendant has a binary part that saveBinaryParts() would write.
     bool hasUnstoredBinaryParts() const;
 
+    /// Whether the item was loaded, or stored with its patient; not so a new one that was only
+    /// added to a tree, and no copy.
+    bool isStored() const noexcept { return m_isStored; }
     /// Where the tree is kept (held by its root), how often it was stored there, and a checksum
     /// of what it was then, empty where that is not known.
     const vlr::URI& storageUri() const noexcept { return m_storageUri; }
@@ -181,6 +184,7 @@ private:
     std::vector<std::pair<QString, QString>> m_unreadAttributes;
     vlr::URI m_storageUri;
     int m_storageRevision = 0;
+    bool m_isStored = false;
     QByteArray m_storageDigest;
     vlr::URI m_formerStorageUri; // Of the tree that the item was the last to be removed from.
 };

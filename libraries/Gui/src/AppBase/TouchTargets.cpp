@@ -9,6 +9,16 @@
 
 namespace vlr {
 
+namespace {
+
+// The line edit of a spin box or a combo box has less height than what is around it.
+bool isPartOfField(const QWidget* widget) {
+    return qobject_cast<QAbstractSpinBox*>(widget->parent()) ||
+           qobject_cast<QComboBox*>(widget->parent());
+}
+
+} // namespace
+
 void sizeForFinger(QAbstractButton* button, bool on) {
     const int least = on ? fingerSize : 0;
     button->setMinimumHeight(least);
@@ -24,8 +34,8 @@ bool TouchDialogs::eventFilter(QObject* watched, QEvent* event) {
             if (!qobject_cast<QLineEdit*>(button->parent())) // Its own small buttons.
                 sizeForFinger(button, true);
         for (QWidget* field : dialog->findChildren<QWidget*>())
-            if (qobject_cast<QLineEdit*>(field) || qobject_cast<QComboBox*>(field) ||
-                qobject_cast<QAbstractSpinBox*>(field))
+            if ((qobject_cast<QLineEdit*>(field) && !isPartOfField(field)) ||
+                qobject_cast<QComboBox*>(field) || qobject_cast<QAbstractSpinBox*>(field))
                 field->setMinimumHeight(fingerSize);
     }
     return QObject::eventFilter(watched, event);

@@ -3,7 +3,6 @@
 #include "Data/Data.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
 #include "DataUtils/QtDataConfigurationWidget.h"
-#include "Log/vlrLog.h"
 
 #include <QtCore/QPointer>
 
@@ -13,6 +12,8 @@ const char* const DataFactory::operationCanceledError = "DataFactory::operationC
 DataFactory* DataFactory::m_instance = nullptr;
 
 namespace {
+
+const char* const sourceFile = "libraries/Gui/src/DataUtils/DataFactory";
 
 bool hasBits(int mask, int wanted) {
     return (mask & wanted) == wanted;
@@ -47,6 +48,10 @@ DataFactory& DataFactory::instance() {
 }
 
 void DataFactory::registerWidget(Registration* registration) {
+    if (!registration) {
+        VLR_LOG(Error) << "A null registration of a data widget is ignored.";
+        return;
+    }
     instance().m_registrations[registration->name()] = registration;
 }
 
@@ -114,15 +119,33 @@ bool DataFactory::isValidId(QString) {
 // --- widgets
 
 QtDataConfigurationWidget* DataFactory::configurationWidget(Data* data, QWidget* parent) {
-    const DataFactory& factory = instance();
+    // Records that nobody edits are common, so this is only for who looks for the reason.
+    return configurationWidget(data, parent, vlr::LogLevel::Info);
+}
+
+QtDataConfigurationWidget* DataFactory::configurationWidget(Data* data, QWidget* parent,
+                                                            vlr::LogLevel levelWithoutLink) {
+    DataFactory& factory = instance();
     if (!data)
         return nullptr;
-    const auto link = factory.m_links.find(data->getClassId().toStdString());
-    if (link == factory.m_links.end())
+    const std::string dataClass = data->getClassId().toStdString();
+    const auto link = factory.m_links.find(dataClass);
+    if (link == factory.m_links.end()) {
+        if (factory.m_missing.insert({dataClass, levelWithoutLink}).second)
+            vlr::LogStream(levelWithoutLink, sourceFile, __LINE__)
+                << "No widget edits data of the class \"" << dataClass
+                << "\": it was not linked with linkDataToWidget().";
         return nullptr;
-    const auto registration = factory.m_registrations.find(link->second.widgetName);
-    if (registration == factory.m_registrations.end())
+    }
+    const std::string& name = link->second.widgetName;
+    const auto registration = factory.m_registrations.find(name);
+    if (registration == factory.m_registrations.end()) {
+        if (factory.m_missing.insert({name, vlr::LogLevel::Warning}).second)
+            vlr::LogStream(vlr::LogLevel::Warning, sourceFile, __LINE__)
+                << "Data of the class \"" << dataClass << "\" is linked to the widget \"" << name
+                << "\", which was never registered: create" << name << "Factory() was not called.";
         return nullptr;
+    }
     return registration->second->configurationWidget(
         data, QString::fromStdString(link->second.widgetArgument), parent);
 }
@@ -134,9 +157,10 @@ CaError DataFactory::displayConfigurationDialog(Data* data, QString* name) {
 CaError DataFactory::displayConfigurationDialog(Data* data, QString* name,
                                                 const DialogOptions& options) {
     if (!data)
-        vlr::Log::getInstance("ERROR", "libraries/Gui/src/DataUtils/DataFactory", __LINE__)
-            << "Data is not defined";
-    QtDataConfigurationWidget* const widget = configurationWidget(data, nullptr);
+        vlr::Log::getInstance("ERROR", sourceFile, __LINE__) << "Data is not defined";
+    // Somebody wants to edit this.
+    QtDataConfigurationWidget* const widget =
+        configurationWidget(data, nullptr, vlr::LogLevel::Warning);
     if (!widget)
         return errorWithId(noConfigurationWidgetError);
     // The window that it belongs to may go while it is shown, and takes it along.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Error/CaError.h"
+#include "Log/vlrLog.h"
 #include "vlrGuiExport.h"
 
 #include <QtCore/QString>
@@ -8,7 +9,9 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 
 class Data;
 class QtDataConfigurationWidget;
@@ -67,7 +70,8 @@ public:
     DataFactory& operator=(const DataFactory&) = default;
     virtual ~DataFactory();
 
-    /// Does not take the registration over. A later one of the same name replaces the first.
+    /// Does not take the registration over. A later one of the same name replaces the first. Null
+    /// is an "ERROR" in the log and nothing else.
     static void registerWidget(Registration* registration);
     /// Makes or replaces the link of the class. The description is accepted but the name of the
     /// class is what is kept. The other bits of the mask than
@@ -77,10 +81,12 @@ public:
                                  std::string description, int typeMask, std::string widgetArgument);
 
     /// A new widget that edits the data, owned by the caller; null for null data, for a class
-    /// without link and where the widget of the link was never registered.
+    /// without link and where the widget of the link was never registered. What is missing stands
+    /// in the log, once: a link as "INFO", since not all data is edited, a widget as "WARNING".
     static QtDataConfigurationWidget* configurationWidget(Data* data, QWidget* parent);
     /// Lets the user edit the data in a modal dialog. With a name he edits that as well; it comes
-    /// back with every white-space character as "_". The null error when he accepted.
+    /// back with every white-space character as "_". The null error when he accepted. A class
+    /// without link is a "WARNING" in the log.
     static CaError displayConfigurationDialog(Data* data, QString* name);
     static CaError displayConfigurationDialog(Data* data, QString* name,
                                               const DialogOptions& options);
@@ -106,6 +112,8 @@ private:
     DataFactory(const DataFactory&);
     static DataFactory& instance();
     static void createInstance();
+    static QtDataConfigurationWidget* configurationWidget(Data* data, QWidget* parent,
+                                                          vlr::LogLevel levelWithoutLink);
     static QStringList
     list(int typeMask,
          const std::function<std::string(const std::string&, const WidgetLink&)>& text);
@@ -114,6 +122,7 @@ private:
 
     std::map<std::string, WidgetLink> m_links;
     std::map<std::string, Registration*> m_registrations;
+    std::set<std::pair<std::string, vlr::LogLevel>> m_missing; ///< Said in the log already.
 };
 
 /// The same as the function of the factory.

@@ -17,7 +17,7 @@ QtDataConfigurationDialog::QtDataConfigurationDialog(QtDataConfigurationWidget* 
     connect(m_decorated, &Decorated::accepted, this, &QDialog::accept);
     connect(m_decorated, &Decorated::rejected, this, &QDialog::reject);
     // A form says by its focus proxy where it is to be begun.
-    if (widget->focusProxy())
+    if (widget && widget->focusProxy())
         widget->setFocus();
 }
 

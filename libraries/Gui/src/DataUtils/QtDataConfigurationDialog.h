@@ -17,7 +17,7 @@ class VLR_GUI_EXPORT QtDataConfigurationDialog : public QDialog {
     Q_OBJECT
 
 public:
-    /// Takes the widget over. `name` as in QtDecoratedDataConfigurationWidget.
+    /// Takes the widget over. `widget` and `name` as in QtDecoratedDataConfigurationWidget.
     QtDataConfigurationDialog(QtDataConfigurationWidget* widget, QString* name, QWidget* parent,
                               Qt::WindowFlags flags);
     ~QtDataConfigurationDialog() override;

@@ -1,10 +1,14 @@
 #include "DataUtils/QtDataConfigurationWidget.h"
 
+#include "Base/WheelGuard.h"
 #include "Data/Data.h"
 
 QtDataConfigurationWidget::QtDataConfigurationWidget(Data* data, QString argument, QWidget* parent,
                                                      Qt::WindowFlags flags)
-    : QWidget(parent, flags), m_data(data), m_argument(std::move(argument)) {}
+    : QWidget(parent, flags), m_data(data), m_argument(std::move(argument)),
+      m_wheelGuard(new WheelGuard(this)) {
+    m_wheelGuard->setParent(nullptr);
+}
 
 QtDataConfigurationWidget::~QtDataConfigurationWidget() = default;
 

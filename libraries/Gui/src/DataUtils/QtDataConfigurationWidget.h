@@ -6,7 +6,10 @@
 
 #include <QtWidgets/QWidget>
 
+#include <memory>
+
 class Data;
+class WheelGuard;
 
 /// The base of every widget that edits or loads data. Nothing is written to the data before
 /// ok().
@@ -19,7 +22,8 @@ class Data;
 ///     };
 ///     VLR_REGISTER_DATA_WIDGET(QtProbeWidget, VLR_GUI_EXPORT)
 ///
-/// The widget holds a reference on its data for as long as it lives.
+/// The widget holds a reference on its data for as long as it lives. Its fields answer to the
+/// mouse wheel only while they have the focus; see WheelGuard.
 class VLR_GUI_EXPORT QtDataConfigurationWidget : public QWidget {
     Q_OBJECT
 
@@ -53,4 +57,5 @@ private:
     DataPointer<Data> m_data;
     QString m_argument;
     CaError m_defaultsError;
+    std::unique_ptr<WheelGuard> m_wheelGuard; ///< Not a child, of which an empty form has none.
 };

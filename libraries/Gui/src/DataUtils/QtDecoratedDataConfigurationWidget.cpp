@@ -7,6 +7,7 @@
 #include "DataUtils/QtDataConfigurationWidget.h"
 #include "Log/vlrLog.h"
 
+#include <QtCore/QEvent>
 #include <QtCore/QRegularExpression>
 #include <QtGui/QGuiApplication>
 #include <QtWidgets/QGroupBox>
@@ -21,12 +22,17 @@ QtDecoratedDataConfigurationWidget::QtDecoratedDataConfigurationWidget(
     : QWidget(parent, flags), m_widget(widget), m_name(name), m_column(new QVBoxLayout(this)),
       m_message(new QtMessageLine(this)) {
     m_column->setContentsMargins(0, 0, 0, 0);
-    if (m_name)
-        createNameField();
-    auto* box = new QGroupBox(tr("Item Settings:"), this);
-    (new QVBoxLayout(box))->addWidget(m_widget);
-    m_column->addWidget(box, 1);
     m_message->setObjectName(QStringLiteral("storeError"));
+    if (!m_widget) {
+        VLR_LOG(Error) << "No widget given.";
+        m_message->showError(tr("There is nothing to edit here."));
+    } else {
+        if (m_name)
+            createNameField();
+        auto* box = new QGroupBox(tr("Item Settings:"), this);
+        (new QVBoxLayout(box))->addWidget(m_widget);
+        m_column->addWidget(box, 1);
+    }
     m_column->addWidget(m_message);
     createButtons();
 }
@@ -44,7 +50,7 @@ void QtDecoratedDataConfigurationWidget::createNameField() {
 void QtDecoratedDataConfigurationWidget::createButtons() {
     using Self = QtDecoratedDataConfigurationWidget;
     auto* row = new QHBoxLayout;
-    if (m_widget->canSaveAsDefault()) {
+    if (m_widget && m_widget->canSaveAsDefault()) {
         auto* defaults = new QPushButton(tr("Save as default"), this);
         defaults->setObjectName(QStringLiteral("saveAsDefault"));
         defaults->setShortcut(tr("Alt+D"));
@@ -58,6 +64,7 @@ void QtDecoratedDataConfigurationWidget::createButtons() {
     ok->setObjectName(QStringLiteral("ok"));
     cancel->setObjectName(QStringLiteral("cancel"));
     ok->setDefault(true);
+    ok->setVisible(m_widget);
     row->addWidget(ok);
     row->addWidget(cancel);
     m_column->addLayout(row);
@@ -90,7 +97,7 @@ bool QtDecoratedDataConfigurationWidget::takeName() {
 }
 
 void QtDecoratedDataConfigurationWidget::ok() {
-    if (!takeName() || !takeData())
+    if (!m_widget || !takeName() || !takeData())
         return;
     const QPointer<QtDecoratedDataConfigurationWidget> self = this;
     emit accepted();
@@ -135,13 +142,19 @@ CaError QtDecoratedDataConfigurationWidget::store(const std::function<CaError()>
 }
 
 void QtDecoratedDataConfigurationWidget::showStoreError(const CaError& error) {
-    if (!m_widget->showStoreError(error))
+    if (!m_widget || !m_widget->showStoreError(error))
         m_message->showError(
             tr("This was not stored. %1").arg(QString::fromStdString(error.text())));
-    makeRoom();
 }
 
-// A window does not grow by itself for texts that need more lines.
+bool QtDecoratedDataConfigurationWidget::event(QEvent* event) {
+    const bool isHandled = QWidget::event(event);
+    if (event->type() == QEvent::LayoutRequest)
+        makeRoom();
+    return isHandled;
+}
+
+// A window does not grow by itself for texts that need more lines, here or in the form.
 void QtDecoratedDataConfigurationWidget::makeRoom() {
     QWidget* const top = window();
     QLayout* const layout = top->layout();
@@ -162,7 +175,7 @@ void QtDecoratedDataConfigurationWidget::cancel() {
 }
 
 void QtDecoratedDataConfigurationWidget::defaults() {
-    if (!m_widget->canSaveAsDefault())
+    if (!m_widget || !m_widget->canSaveAsDefault())
         return;
     const QPointer<QtDecoratedDataConfigurationWidget> self = this;
     m_widget->setDefaultsError(CaError::nullError);
@@ -176,5 +189,4 @@ void QtDecoratedDataConfigurationWidget::defaults() {
     else
         m_message->showError(tr("The values were not saved as default. %1")
                                  .arg(QString::fromStdString(error.text())));
-    makeRoom();
 }

@@ -22,7 +22,9 @@ class VLR_GUI_EXPORT QtDecoratedDataConfigurationWidget : public QWidget {
     Q_OBJECT
 
 public:
-    /// Takes the widget over. `name` may be null; otherwise it must outlive this widget.
+    /// Takes the widget over. `name` may be null; otherwise it must outlive this widget. A null
+    /// widget is an "ERROR" in the log: the frame says that there is nothing to edit and can only
+    /// be left by Cancel.
     QtDecoratedDataConfigurationWidget(QtDataConfigurationWidget* widget, QString* name,
                                        QWidget* parent, Qt::WindowFlags flags = {});
     ~QtDecoratedDataConfigurationWidget() override;
@@ -40,6 +42,9 @@ public slots:
     void cancel(); ///< Does not call the widget's cancel().
     void defaults();
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     void createNameField();
     void createButtons();
@@ -49,7 +54,7 @@ private:
     void showStoreError(const CaError& error);
     void makeRoom();
 
-    QtDataConfigurationWidget* m_widget;
+    QPointer<QtDataConfigurationWidget> m_widget;
     QLineEdit* m_nameEdit = nullptr;
     QString* m_name;
     QVBoxLayout* m_column;

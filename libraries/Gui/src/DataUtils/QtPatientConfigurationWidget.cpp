@@ -5,6 +5,7 @@
 #include "DataUtils/FreePatientId.h"
 #include "DataUtils/PatientConfiguration.h"
 #include "DataUtils/StoredDefaults.h"
+#include "DataUtils/TypedDateEdit.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 
@@ -26,6 +27,7 @@ namespace {
 constexpr int fieldWidth = 320;
 const char* const sourceFile = "libraries/Gui/src/DataUtils/QtPatientConfigurationWidget";
 const QString defaultsName = QStringLiteral("PatientDefaults");
+const char* const birthDateError = "QtPatientConfigurationWidget::birthDateError";
 const QDate earliestBirthDate(1900, 1, 1);
 
 QString textOf(const CaError& error) {
@@ -100,11 +102,13 @@ void QtPatientConfigurationWidget::createFields() {
 
 void QtPatientConfigurationWidget::createBirthDate() {
     auto* field = new QWidget(this);
-    m_birthDate = new QDateEdit(field);
+    m_birthDate = new TypedDateEdit<QDateEdit>(field);
     m_birthDate->setObjectName(QStringLiteral("patientBirthDate"));
+    m_birthDate->setAccessibleName(tr("Patient Date of Birth"));
     m_birthDate->setDisplayFormat(QStringLiteral("dd MMM yyyy"));
     m_birthDate->setCalendarPopup(true);
     m_birthDate->setMinimumDate(earliestBirthDate);
+    m_birthDate->editor()->setPlaceholderText(tr("Day Month Year"));
     m_birthDateNotKnown = new QCheckBox(tr("Not &known"), field);
     m_birthDateNotKnown->setObjectName(QStringLiteral("birthDateNotKnown"));
     auto* row = new QHBoxLayout(field);
@@ -113,13 +117,15 @@ void QtPatientConfigurationWidget::createBirthDate() {
     row->addWidget(m_birthDateNotKnown);
     m_birthDateMessage = addField(tr("Patient Date of &Birth:"), field, m_birthDate);
     m_birthDateMessage->setObjectName(QStringLiteral("birthDateMessage"));
-    connect(m_birthDateNotKnown, &QCheckBox::toggled, this,
-            [this](bool isNotKnown) { markBirthDate(!isNotKnown); });
-    // Whoever enters a date knows it.
-    connect(m_birthDate, &QDateEdit::dateChanged, this, [this] {
-        m_birthDateNotKnown->setChecked(false);
-        judgeBirthDate();
+    using Self = QtPatientConfigurationWidget;
+    connect(m_birthDateNotKnown, &QCheckBox::toggled, this, &Self::markBirthDate);
+    connect(m_birthDateNotKnown, &QCheckBox::clicked, this, [this](bool isNotKnown) {
+        if (!isNotKnown)
+            m_birthDate->setFocus();
     });
+    connect(m_birthDate->editor(), &QLineEdit::textChanged, this, &Self::followBirthDate);
+    connect(m_birthDate, &QDateEdit::dateChanged, this, &Self::followBirthDate);
+    connect(m_birthDate, &QDateEdit::editingFinished, this, &Self::judgeBirthDate);
 }
 
 // What is wrong with a field is said below it.
@@ -164,38 +170,62 @@ void QtPatientConfigurationWidget::showSex(int sex) {
     m_sex->setCurrentIndex(m_sex->findData(sex));
 }
 
+// The calendar opens at the present where no date is known.
 void QtPatientConfigurationWidget::showBirthDate(const QDate& date) {
-    m_birthDate->setDate(date.isValid() ? date : QDate::currentDate());
-    m_givenBirthDate = date;
-    m_shownBirthDate = m_birthDate->date();
+    const QDate shown = date.isValid() ? date : QDate::currentDate();
+    m_birthDate->keep(QDateTime(shown, QTime(0, 0), Qt::UTC));
     m_birthDateNotKnown->setChecked(!date.isValid());
-    markBirthDate(date.isValid());
-}
-
-// A date that does not count looks like one, and is announced like one.
-void QtPatientConfigurationWidget::markBirthDate(bool isKnown) {
-    QPalette colors = palette();
-    if (!isKnown)
-        colors.setColor(QPalette::Text, colors.color(QPalette::Disabled, QPalette::Text));
-    m_birthDate->setPalette(colors);
-    m_birthDate->setAccessibleDescription(isKnown ? QString() : tr("Not known"));
     judgeBirthDate();
 }
 
-// Clocks may be wrong, so it is the user who decides.
-void QtPatientConfigurationWidget::judgeBirthDate() {
-    if (enteredBirthDate() > QDate::currentDate())
-        m_birthDateMessage->showMessage(QStringLiteral("Warning"),
-                                        tr("This date lies in the future."));
+void QtPatientConfigurationWidget::markBirthDate(bool isNotKnown) {
+    if (isNotKnown)
+        m_birthDate->showNothing();
+    m_birthDate->setAccessibleDescription(isNotKnown ? tr("Not known") : QString());
+    m_birthDateMessage->clear();
+}
+
+// Whoever enters a date knows it. What is wrong with it is said when it is complete.
+void QtPatientConfigurationWidget::followBirthDate() {
+    if (!m_birthDate->isBlank())
+        m_birthDateNotKnown->setChecked(false);
+    if (m_birthDate->entry().problem.isEmpty())
+        judgeBirthDate();
     else
         m_birthDateMessage->clear();
 }
 
-QDate QtPatientConfigurationWidget::enteredBirthDate() const {
+// Clocks may be wrong, so it is the user who decides about the future.
+bool QtPatientConfigurationWidget::judgeBirthDate() {
+    if (!m_birthDate->isBlank())
+        m_birthDateNotKnown->setChecked(false);
+    m_birthDateMessage->clear();
     if (m_birthDateNotKnown->isChecked())
-        return {};
-    const bool isUntouched = m_birthDate->date() == m_shownBirthDate;
-    return isUntouched && m_givenBirthDate.isValid() ? m_givenBirthDate : m_birthDate->date();
+        return true;
+    const vlr::ReadDate entry = m_birthDate->entry();
+    if (m_birthDate->isBlank())
+        m_birthDateMessage->showError(tr("Enter the date, or choose \"Not known\"."));
+    else if (!entry.problem.isEmpty())
+        m_birthDateMessage->showError(entry.problem);
+    else if (entry.value.date() > QDate::currentDate())
+        m_birthDateMessage->showMessage(QStringLiteral("Warning"),
+                                        tr("This date lies in the future."));
+    else if (entry.value.date() < earliestBirthDate)
+        m_birthDateMessage->showMessage(
+            QStringLiteral("Information"),
+            tr("This date is kept, though none before 1900 can be entered."));
+    return entry.problem.isEmpty();
+}
+
+QDate QtPatientConfigurationWidget::enteredBirthDate() const {
+    return m_birthDateNotKnown->isChecked() ? QDate() : m_birthDate->entry().value.date();
+}
+
+bool QtPatientConfigurationWidget::judgeId() {
+    const bool isAnId = m_id->isReadOnly() || !m_id->text().trimmed().isEmpty();
+    if (!isAnId)
+        m_idMessage->showError(tr("Enter the id of the patient."));
+    return isAnId;
 }
 
 // --- results
@@ -203,6 +233,13 @@ QDate QtPatientConfigurationWidget::enteredBirthDate() const {
 bool QtPatientConfigurationWidget::ok() {
     if (!m_patient)
         return true;
+    const bool hasId = judgeId();
+    const bool hasBirthDate = judgeBirthDate();
+    if (!hasId || !hasBirthDate) {
+        QWidget* const first = hasId ? static_cast<QWidget*>(m_birthDate) : m_id;
+        first->setFocus();
+        return false;
+    }
     m_patient->setId(m_id->text());
     m_patient->setPatientId(m_id->text());
     m_patient->setName(m_name->text());
@@ -218,6 +255,10 @@ bool QtPatientConfigurationWidget::canSaveAsDefault() {
 void QtPatientConfigurationWidget::saveAsDefault() {
     if (!m_defaults)
         return;
+    if (!judgeBirthDate()) {
+        setDefaultsError(CaError(birthDateError, m_birthDateMessage->text().toStdString()));
+        return;
+    }
     m_defaults->setCisId(m_id->text().toStdString());
     m_defaults->setName(m_name->text().toStdString());
     m_defaults->setSex(static_cast<Patient::Sex>(m_sex->currentData().toInt()));

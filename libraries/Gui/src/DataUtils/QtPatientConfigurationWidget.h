@@ -9,18 +9,22 @@ class Patient;
 class PatientConfiguration;
 class QCheckBox;
 class QComboBox;
-class QDateEdit;
 class QGridLayout;
 class QLineEdit;
 class QPushButton;
 class QtMessageLine;
+class QDateEdit;
+template <class Base>
+class TypedDateEdit;
 
 /// The form of a patient. A new one, which has no id yet, begins with a free id and the values
 /// that were saved as default; the id of an existing one cannot be changed.
 ///
-/// Not every date of birth is known: then "Not known" is checked, and the patient keeps an invalid
-/// date until one is entered. One in the future is marked as unlikely. A date that the field cannot
-/// show stays what it is until then.
+/// Not every date of birth is known: then "Not known" is checked, the field is empty, and the
+/// patient keeps an invalid date until one is entered. What is typed is read as a whole (see
+/// DateText.h); what is not understood stays in the field and is refused with the reason below it.
+/// A date in the future is marked as unlikely. A stored one before 1900 is shown and kept, but no
+/// such date can be entered.
 class VLR_GUI_EXPORT QtPatientConfigurationWidget : public QtDataConfigurationWidget {
     Q_OBJECT
 
@@ -34,9 +38,12 @@ public:
     static const char* const idError;
     static const char* const nameError;
 
-    bool ok() override; ///< Always true.
+    /// False, with the reason below the field, for a new id without a visible character and for a
+    /// date of birth that is none. Nothing is written to the patient then.
+    bool ok() override;
     bool canSaveAsDefault() override;
-    void saveAsDefault() override; ///< Durably, for the forms of patients to come.
+    /// Durably, for the forms of patients to come. Refused where the date of birth is none.
+    void saveAsDefault() override;
     bool showStoreError(const CaError& error) override;
 
 private:
@@ -47,8 +54,10 @@ private:
     void fillFromDefaults();
     void showSex(int sex);
     void showBirthDate(const QDate& date);
-    void markBirthDate(bool isKnown);
-    void judgeBirthDate();
+    void markBirthDate(bool isNotKnown);
+    void followBirthDate();
+    bool judgeBirthDate();
+    bool judgeId();
     void showIdReadOnly();
     QDate enteredBirthDate() const;
     QString getUniqueId();
@@ -62,15 +71,13 @@ private:
     QLineEdit* m_id = nullptr;
     QLineEdit* m_name = nullptr;
     QComboBox* m_sex = nullptr;
-    QDateEdit* m_birthDate = nullptr;
+    TypedDateEdit<QDateEdit>* m_birthDate = nullptr;
     QCheckBox* m_birthDateNotKnown = nullptr;
     QtMessageLine* m_idMessage = nullptr;
     QtMessageLine* m_nameMessage = nullptr;
     QtMessageLine* m_birthDateMessage = nullptr;
     QPushButton* m_useFreeId = nullptr;
     QString m_freeId; ///< The one that was offered last.
-    QDate m_givenBirthDate;
-    QDate m_shownBirthDate; ///< For the given one.
 };
 
 VLR_REGISTER_DATA_WIDGET(QtPatientConfigurationWidget, VLR_GUI_EXPORT)

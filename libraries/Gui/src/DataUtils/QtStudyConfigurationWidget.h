@@ -5,12 +5,17 @@
 
 class QDateTimeEdit;
 class QLineEdit;
+class QtMessageLine;
 class Study;
 class StudyConfiguration;
+template <class Base>
+class TypedDateEdit;
 
-/// The form of a study. A new one, which has neither institution nor date, begins with the
-/// institution that was saved as default and at the present date and time. An existing one keeps
-/// its date and time, also unknown ones, until somebody edits them.
+/// The form of a study. A new one, which was never loaded or stored, begins with the institution
+/// that was saved as default and at the present date and time where it has none of its own. An
+/// existing one keeps its date and time, also unknown ones, until somebody edits them. What is
+/// typed is read as a whole (see DateText.h); what is not understood stays in the field and is
+/// refused with the reason below it.
 class VLR_GUI_EXPORT QtStudyConfigurationWidget : public QtDataConfigurationWidget {
     Q_OBJECT
 
@@ -19,19 +24,23 @@ public:
                                Qt::WindowFlags flags);
     ~QtStudyConfigurationWidget() override;
 
-    bool ok() override; ///< Always true. The time gets whole seconds.
+    /// False, with the reason below the field and nothing written, for a date or time that is none.
+    /// The time gets whole seconds.
+    bool ok() override;
     bool canSaveAsDefault() override;
     void saveAsDefault() override; ///< Durably, for the forms of studies to come.
 
 private:
     void createFields();
     void fill();
-    void markDateTime(bool isKnown);
+    void followDateTime();
+    bool judgeDateTime();
 
     DataPointer<Study> m_study;
     DataPointer<StudyConfiguration> m_defaults;
     QLineEdit* m_institution = nullptr;
-    QDateTimeEdit* m_dateTime = nullptr;
+    TypedDateEdit<QDateTimeEdit>* m_dateTime = nullptr;
+    QtMessageLine* m_dateTimeMessage = nullptr;
     bool m_keepsDateTime = false; ///< Nobody has edited what is stored.
 };
 
