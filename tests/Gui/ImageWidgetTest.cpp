@@ -231,6 +231,7 @@ TEST_F(ImageWidgetTest, MousePositionsAreScaledAndTruncated) {
         {ImageWidget::KeepAspectRatio, {400, 200}, {100, 50}, {200, 100}},
         {ImageWidget::Stretched, {20, 10}, {199, 99}, {19, 9}},
         {ImageWidget::Stretched, {20, 10}, {9, 9}, {0, 0}},
+        {ImageWidget::Stretched, {20, 50}, {199, 99}, {19, 49}},
         {ImageWidget::Unscaled, {20, 10}, {150, 7}, {150, 7}},
         {ImageWidget::Centered, {200, 200}, {60, 10}, {120, 20}}, // from the widget's corner
     };

@@ -3,6 +3,7 @@
 #include "Navigation/NavigationTest.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QtEndian>
 #include <QtNetwork/QTcpServer>
 #include <QtNetwork/QTcpSocket>
@@ -261,6 +262,21 @@ TEST_F(OpenIGTLinkClientTest, APeerThatFallsSilentOrGoesIsTriedAgain) {
     peer->abort();
     ASSERT_TRUE(waitFor([this] { return !client->latest()->isConnected; }));
     EXPECT_TRUE(client->latest()->tools.empty());
+}
+
+// A healthy tracker is not left: the time of silence begins with the last message.
+TEST_F(OpenIGTLinkClientTest, EveryGoodMessageBreaksTheSilence) {
+    options.silence = std::chrono::milliseconds(600);
+    start();
+    QElapsedTimer sinceStart, sinceLast;
+    sinceStart.start();
+    for (std::size_t count = 1; sinceStart.elapsed() < options.silence.count() / 2; ++count) {
+        sinceLast.start();
+        peer->write(points({{"0", 1, 2, 3}}));
+        ASSERT_TRUE(waitForMeasurements(count));
+    }
+    ASSERT_TRUE(waitForProblem("says nothing"));
+    EXPECT_GE(sinceLast.elapsed(), options.silence.count() * 9 / 10); // Timers are not exact.
 }
 
 TEST_F(OpenIGTLinkClientTest, KnownToolsAlwaysHaveAPlace) {
