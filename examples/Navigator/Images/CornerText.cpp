@@ -83,7 +83,8 @@ void paintCornerText(QPainter& painter, const QRect& area, const QStringList& li
         box.moveBottom(area.bottom() - margin);
     painter.fillRect(box.adjusted(-4, -2, 4, 2), textBackground);
     painter.setPen(color);
-    painter.drawText(box, static_cast<int>((corner & Qt::AlignHorizontal_Mask) | Qt::AlignTop),
+    const auto alignment = static_cast<int>((corner & Qt::AlignHorizontal_Mask) | Qt::AlignTop);
+    painter.drawText(box, alignment | Qt::TextDontClip, // A "g" may reach below the last line.
                      shown.join(QLatin1Char('\n')));
 }
 
