@@ -268,14 +268,17 @@ TEST_F(ImageWidgetTest, ADragIsNoClickAndCarriesTheImage) {
         send(widget, QEvent::MouseButtonPress, begin, Qt::LeftButton);
         send(widget, QEvent::MouseMove, begin + by, Qt::LeftButton);
         EXPECT_EQ(widget.dragged != nullptr, isDrag) << by.x();
+        const auto dragged = std::exchange(widget.dragged, nullptr);
+        send(widget, QEvent::MouseMove, begin + 2 * by, Qt::LeftButton);
+        EXPECT_FALSE(isDrag && widget.dragged) << "a second drag";
         send(widget, QEvent::MouseButtonRelease, begin + by, Qt::NoButton);
         EXPECT_EQ(clicks.count(), isClick ? 1 : 0) << by.x();
         EXPECT_EQ(releases.takeLast().at(0).toPoint(), begin + by);
         if (!isDrag)
             continue;
-        EXPECT_EQ(qvariant_cast<QImage>(widget.dragged->imageData()), image);
-        ASSERT_TRUE(widget.dragged->hasFormat(text("image/png")));
-        EXPECT_EQ(QImage::fromData(widget.dragged->data(text("image/png"))).size(), image.size());
+        EXPECT_EQ(qvariant_cast<QImage>(dragged->imageData()), image);
+        ASSERT_TRUE(dragged->hasFormat(text("image/png")));
+        EXPECT_EQ(QImage::fromData(dragged->data(text("image/png"))).size(), image.size());
     }
 }
 

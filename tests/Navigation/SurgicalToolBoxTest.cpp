@@ -102,7 +102,8 @@ TEST_F(SurgicalToolBoxTest, WhatIsNotRenewedForHalfASecondIsHidden) {
     box.refresh();
     EXPECT_EQ(visible(), 0);
     EXPECT_FALSE(body->hasPose());
-    see(exact);
+    see(exact); // where it was
+    EXPECT_EQ(visible(), 4);
     source->setConnected(false);
     box.refresh();
     EXPECT_EQ(visible(), 0);
