@@ -29,6 +29,14 @@ namespace {
 const QColor pointerColor(90, 205, 255);
 const Vector3d basePlace(100, -50, -1400);
 
+struct Repaints : QObject {
+    bool eventFilter(QObject*, QEvent* event) override {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+    int count = 0;
+};
+
 class TrackingModuleTest : public NavigatorTest {
 protected:
     void showTracking() {
@@ -168,10 +176,14 @@ TEST_F(TrackingModuleTest, EverySliceSaysWhyItShowsNoTip) {
     see("Pointer", {30, 30, 30}); // Beside all slices.
     const std::vector<std::string> nothing, baseHidden{"tracking lost", "reference base not seen"};
     EXPECT_THAT(told(), ElementsAre("Drill not seen"));
-    see("Drill", {0, 0, 0});
+    see("Drill", {30, 30, 30});
     EXPECT_EQ(told(), nothing);
     const QImage before = view(Plane::Axial)->grab().toImage();
+    QCoreApplication::processEvents();
+    Repaints repaints;
+    view(Plane::Axial)->installEventFilter(&repaints);
     hide("Reference base");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return repaints.count > 0; }, patience));
     EXPECT_NE(view(Plane::Axial)->grab().toImage(), before);
     for (QtAppModule* module : std::initializer_list<QtAppModule*>{compare, enlarge, m_module}) {
         activate(module);
@@ -361,5 +373,6 @@ TEST_F(TrackingModuleTest, ARecordingPlayedBackGivesTheSamePositions) {
     session.start(playback);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isRunning(); }, patience));
     EXPECT_EQ(session.state(), TrackingSession::State::Ended);
+    EXPECT_EQ(session.losses().value(1), QStringLiteral("the source has ended"));
     EXPECT_EQ(session.problem(), QString());
 }
