@@ -29,14 +29,6 @@ namespace {
 const QColor pointerColor(90, 205, 255);
 const Vector3d basePlace(100, -50, -1400);
 
-struct Repaints : QObject {
-    bool eventFilter(QObject*, QEvent* event) override {
-        count += event->type() == QEvent::Paint ? 1 : 0;
-        return false;
-    }
-    int count = 0;
-};
-
 class TrackingModuleTest : public NavigatorTest {
 protected:
     void showTracking() {
@@ -179,11 +171,7 @@ TEST_F(TrackingModuleTest, EverySliceSaysWhyItShowsNoTip) {
     see("Drill", {30, 30, 30});
     EXPECT_EQ(told(), nothing);
     const QImage before = view(Plane::Axial)->grab().toImage();
-    view(Plane::Axial)->repaint(); // Nothing is due from before.
-    Repaints repaints;
-    view(Plane::Axial)->installEventFilter(&repaints);
     hide("Reference base");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return repaints.count > 0; }, 10000));
     EXPECT_NE(view(Plane::Axial)->grab().toImage(), before);
     for (QtAppModule* module : std::initializer_list<QtAppModule*>{compare, enlarge, m_module}) {
         activate(module);
