@@ -231,6 +231,7 @@ TEST_F(ImageWidgetTest, MousePositionsAreScaledAndTruncated) {
         {ImageWidget::KeepAspectRatio, {400, 200}, {100, 50}, {200, 100}},
         {ImageWidget::Stretched, {20, 10}, {199, 99}, {19, 9}},
         {ImageWidget::Stretched, {20, 10}, {9, 9}, {0, 0}},
+        {ImageWidget::Stretched, {20, 50}, {199, 99}, {19, 49}},
         {ImageWidget::Unscaled, {20, 10}, {150, 7}, {150, 7}},
         {ImageWidget::Centered, {200, 200}, {60, 10}, {120, 20}}, // from the widget's corner
     };
@@ -267,14 +268,17 @@ TEST_F(ImageWidgetTest, ADragIsNoClickAndCarriesTheImage) {
         send(widget, QEvent::MouseButtonPress, begin, Qt::LeftButton);
         send(widget, QEvent::MouseMove, begin + by, Qt::LeftButton);
         EXPECT_EQ(widget.dragged != nullptr, isDrag) << by.x();
+        const auto dragged = std::exchange(widget.dragged, nullptr);
+        send(widget, QEvent::MouseMove, begin + 2 * by, Qt::LeftButton);
+        EXPECT_FALSE(isDrag && widget.dragged) << "a second drag";
         send(widget, QEvent::MouseButtonRelease, begin + by, Qt::NoButton);
         EXPECT_EQ(clicks.count(), isClick ? 1 : 0) << by.x();
         EXPECT_EQ(releases.takeLast().at(0).toPoint(), begin + by);
         if (!isDrag)
             continue;
-        EXPECT_EQ(qvariant_cast<QImage>(widget.dragged->imageData()), image);
-        ASSERT_TRUE(widget.dragged->hasFormat(text("image/png")));
-        EXPECT_EQ(QImage::fromData(widget.dragged->data(text("image/png"))).size(), image.size());
+        EXPECT_EQ(qvariant_cast<QImage>(dragged->imageData()), image);
+        ASSERT_TRUE(dragged->hasFormat(text("image/png")));
+        EXPECT_EQ(QImage::fromData(dragged->data(text("image/png"))).size(), image.size());
     }
 }
 

@@ -120,6 +120,9 @@ TEST_F(TrackingVisibilityTest, ValuesAreRoundedAndAligned) {
     EXPECT_EQ(texts(widget).at(3), text("0.63"));
     widget.setValuesShown(false, true);
     EXPECT_EQ(texts(widget), (QStringList{rms, text("0.63")}));
+    source->setConnected(false);
+    poll(widget);
+    EXPECT_EQ(texts(widget), (QStringList{rms, none}));
 }
 
 TEST_F(TrackingVisibilityTest, NothingIsShownWithoutToolOrConnection) {
@@ -141,7 +144,9 @@ TEST_F(TrackingVisibilityTest, NothingIsShownWithoutToolOrConnection) {
     EXPECT_EQ(looks(widget), "");
     widget.setSurgicalTool(tool);
     poll(widget);
+    EXPECT_TRUE(widget.isTracking());
     widget.stopTracking();
+    EXPECT_FALSE(widget.isTracking());
     EXPECT_EQ(looks(widget), "----");
     EXPECT_FALSE(widget.isVisible());
     box.reset();

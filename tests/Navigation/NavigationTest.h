@@ -37,6 +37,13 @@ public:
         return CaError::nullError;
     }
     void stop() override {}
+    void setTools(const std::vector<vlr::ToolGeometry>& tools) override {
+        told.clear();
+        for (const vlr::ToolGeometry& tool : tools)
+            told.push_back(tool.name);
+    }
+
+    std::vector<std::string> told; ///< The tools that are in use.
 
     void setConnected(bool connected, const std::string& problem = {},
                       const std::string& kind = {}) {

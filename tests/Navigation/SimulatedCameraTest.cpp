@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 using namespace vlrTest;
+using testing::Each;
 using vlr::SimulatedCamera;
 
 // Recordings and demonstrations shall look the same on every machine and in every version: the
@@ -31,5 +32,22 @@ TEST(SimulatedCamera, PosesAreThoseOfTheReference) {
         const auto seen = camera.see(fourMarkers(each.tool), each.picture);
         EXPECT_LT((pose * Vector3d(100, 0, 0) - each.hundredAlongX).norm(), tolerance);
         EXPECT_LT((seen.front() - each.firstMarkerSeen).norm(), tolerance) << each.picture;
+    }
+}
+
+// Each marker now and then, but none at the start.
+TEST(SimulatedCamera, HidesMarkersUnlessItIsToldNotTo) {
+    for (const bool hides : {true, false}) {
+        SimulatedCamera::Options options;
+        options.hidesMarkers = hides;
+        const SimulatedCamera camera(options);
+        std::vector<int> hidden(4);
+        for (int picture = 0; picture < 20 * options.rate; ++picture) {
+            const auto seen = camera.see(fourMarkers(), picture);
+            for (std::size_t i = 0; i < seen.size(); ++i)
+                hidden[i] += vlr::isHidden(seen[i]) ? 1 : 0;
+            EXPECT_TRUE(picture > 0 || hidden == std::vector<int>(4));
+        }
+        EXPECT_THAT(hidden, Each(testing::Truly([&](int count) { return (count > 0) == hides; })));
     }
 }

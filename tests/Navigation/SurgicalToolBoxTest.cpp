@@ -9,6 +9,7 @@
 
 using namespace vlrTest;
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
@@ -101,7 +102,8 @@ TEST_F(SurgicalToolBoxTest, WhatIsNotRenewedForHalfASecondIsHidden) {
     box.refresh();
     EXPECT_EQ(visible(), 0);
     EXPECT_FALSE(body->hasPose());
-    see(exact);
+    see(exact); // where it was
+    EXPECT_EQ(visible(), 4);
     source->setConnected(false);
     box.refresh();
     EXPECT_EQ(visible(), 0);
@@ -146,6 +148,12 @@ TEST_F(SurgicalToolBoxTest, ToolsComeAndGo) {
         ++unplugged;
     });
     EXPECT_FALSE(box.removeTool("Drill"));
+    for (const char* name : {"Saw", "Awl"})
+        EXPECT_NE(box.addTool(fourMarkers(name)), nullptr);
+    EXPECT_THAT(source->told, ElementsAre("Pointer", "Saw", "Awl"));
+    EXPECT_TRUE(box.removeTool("Saw"));
+    EXPECT_THAT(source->told, ElementsAre("Pointer", "Awl"));
+    EXPECT_TRUE(box.removeTool("Awl"));
     EXPECT_TRUE(box.removeTool("Pointer"));
     EXPECT_EQ(unplugged, 1);
     EXPECT_TRUE(box.getTools().empty());

@@ -4,12 +4,17 @@
 #include <QtCore/QProcess>
 
 #include <gmock/gmock.h>
+#include <set>
 
 using namespace vlrTest;
+using testing::AllOf;
 using testing::Contains;
+using testing::ContainsRegex;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Key;
+using testing::Not;
 using testing::Pair;
 using testing::StartsWith;
 
@@ -52,26 +57,70 @@ Outcome run(const QStringList& arguments) {
             process.readAllStandardError()};
 }
 
-int runTourStage(const char* stage) {
-    const QString pictures = testFolder() + QStringLiteral("/pictures");
-    QDir().mkpath(pictures);
-    const Outcome tour = run({QStringLiteral("--tour"), pictures, QStringLiteral("--tour-stage"),
-                              QString::fromLatin1(stage)});
+// The last line, the lines before it, and the status agree.
+void expectVerdict(const Outcome& check, bool isGood) {
+    EXPECT_EQ(check.code, isGood ? 0 : 1);
+    EXPECT_EQ(check.output.contains("FAULT"), !isGood);
+    EXPECT_THAT(check.output.toStdString(),
+                EndsWith(isGood ? "Everything works.\n" : "There are faults.\n"));
+}
+
+QString pictureFolder() {
+    return testFolder() + QStringLiteral("/pictures");
+}
+
+// The pictures that it announced, each of which has to be there.
+std::set<std::string> runTourStage(const char* stage) {
+    QDir().mkpath(pictureFolder());
+    const Outcome tour = run({QStringLiteral("--tour"), pictureFolder(),
+                              QStringLiteral("--tour-stage"), QString::fromLatin1(stage)});
     EXPECT_EQ(tour.code, 0) << tour.output.constData() << tour.errors.constData();
-    return QDir(pictures).entryList(QDir::Files).size();
+    std::set<std::string> names;
+    for (const QByteArray& line : tour.output.split('\n'))
+        if (line.endsWith(".png")) {
+            EXPECT_TRUE(names.insert(line.toStdString()).second) << line.constData();
+            EXPECT_FALSE(
+                QImage(pictureFolder() + QLatin1Char('/') + QString::fromUtf8(line)).isNull())
+                << line.constData();
+        }
+    return names;
+}
+
+// Of each number there is a station.
+void expectStations(const std::set<std::string>& pictures, int first, int last) {
+    for (int number = first; number <= last; ++number) {
+        const std::string begin = (number < 10 ? "0" : "") + std::to_string(number);
+        EXPECT_THAT(pictures, Contains(StartsWith(begin)));
+    }
 }
 
 } // namespace
 
 // The tour itself looks whether all is there, and at the second start whether it still is.
 TEST(NavigatorProcess, TourLeavesWhatItsUserEntered) {
-    EXPECT_EQ(runTourStage("1"), 46);
-    EXPECT_EQ(runTourStage("2"), 48);
+    expectStations(runTourStage("1"), 1, 20);
+    expectStations(runTourStage("2"), 21, 22);
     const auto files = configurationFiles();
     EXPECT_THAT(files.at("ImagesModuleConfiguration.xml"), HasSubstr("tour series"));
     EXPECT_THAT(files.at("PatientsModuleConfiguration.xml"), HasSubstr("0000000"));
     EXPECT_EQ(run({runOption}).code, 0);
     EXPECT_EQ(configurationFiles(), files) << "A run that changes nothing";
+}
+
+TEST(NavigatorProcess, ATourThatFailsSaysSo) {
+    const QString picture = pictureFolder() + QStringLiteral("/01-start.png");
+    ASSERT_TRUE(QDir().mkpath(picture)); // No picture can be written there.
+    const Outcome tour = run({QStringLiteral("--tour"), pictureFolder()});
+    EXPECT_EQ(tour.code, 1);
+    EXPECT_THAT(tour.errors.toStdString(),
+                AllOf(HasSubstr("Tour: cannot write " + picture.toStdString()),
+                      HasSubstr("Tour: stage 1 failed")));
+    EXPECT_THAT(tour.output.toStdString(), Not(HasSubstr("pictures in")));
+    const QString file = testFolder() + QStringLiteral("/file");
+    writeFile(file, "not a folder");
+    const Outcome nowhere = run({QStringLiteral("--tour"), file});
+    EXPECT_EQ(nowhere.code, 1);
+    EXPECT_THAT(nowhere.errors.toStdString(), HasSubstr(file.toStdString()));
 }
 
 TEST(NavigatorProcess, DamagedConfigurationIsKeptAside) {
@@ -146,16 +195,34 @@ TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
          "FAULT  configuration Images.xml: line 1"},
     };
     const QDir data(qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Navigator"));
+    const QDir temporary(testFolder() + QStringLiteral("/temporary"));
+    ASSERT_TRUE(QDir().mkpath(temporary.path()));
+    qputenv("TMPDIR", temporary.path().toLocal8Bit());
     for (const auto& one : cases) {
         SCOPED_TRACE(one.content.constData());
         writeFile(one.file, one.content);
         const Outcome check = run({QStringLiteral("--self-check")});
         EXPECT_THAT(check.output.toStdString(), HasSubstr(one.line));
-        const bool isGood = QByteArray(one.line).startsWith("ok");
-        EXPECT_EQ(check.code, isGood ? 0 : 1);
-        EXPECT_EQ(check.output.contains("FAULT"), !isGood);
+        expectVerdict(check, QByteArray(one.line).startsWith("ok"));
         EXPECT_EQ(readFile(one.file), one.content);
         QFile::remove(one.file);
-        EXPECT_EQ(data.entryList(QDir::Files), QStringList());
+        for (const QDir& folder : {data, QFileInfo(settings).dir(), temporary})
+            EXPECT_EQ(folder.entryList(QDir::Files | QDir::Hidden), QStringList());
+        EXPECT_TRUE(temporary.isEmpty());
     }
+}
+
+// It is larger than anything of the first half, which is done before. What would be shown in a box,
+// which nobody could answer, is told.
+TEST(NavigatorProcess, SelfCheckTellsFaultsOfParts) {
+    const FullDisk disk(3000);
+    const Outcome parts = run({QStringLiteral("--self-check-parts")});
+    EXPECT_EQ(parts.code, 1);
+    const Outcome check = run({QStringLiteral("--self-check")});
+    expectVerdict(check, false);
+    for (const Outcome& each : {parts, check})
+        EXPECT_THAT(each.output.toStdString(),
+                    ContainsRegex("FAULT  editor        Patient: Could not read.* disk I/O error"));
+    EXPECT_THAT(check.output.toStdString(), HasSubstr("FAULT  parts         all of the above: "
+                                                      "There were faults.\n"));
 }

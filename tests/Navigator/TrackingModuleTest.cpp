@@ -1,6 +1,9 @@
 #include "Tracking/TrackingModule.h"
 
 #include "Base/QtMessageLine.h"
+#include "Images/CompareModule.h"
+#include "Images/EnlargeModule.h"
+#include "Images/SliceView.h"
 #include "Navigation/NavigationTest.h"
 #include "Navigator/NavigatorTest.h"
 #include "Tracking/RecordingSwitch.h"
@@ -17,6 +20,7 @@
 #include <gmock/gmock.h>
 
 using namespace vlrTest;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -34,7 +38,7 @@ protected:
     }
     // The module Images is the active one.
     void showWithImages() {
-        showImages();
+        m_images = showImages();
         m_module = new TrackingModule(panes, m_time.clock());
         ASSERT_TRUE(application->addModule(m_module));
         session().start({});
@@ -69,6 +73,16 @@ protected:
             pixels += image.pixelColor(i % image.width(), i / image.width()) == pointerColor;
         return pixels > 10;
     }
+    // What all slices say, whichever are to be seen now.
+    std::vector<std::string> told() const {
+        const QStringList lines = view(Plane::Axial)->trackingText();
+        for (const Plane plane : allPlanes)
+            EXPECT_EQ(view(plane)->trackingText(), lines);
+        std::vector<std::string> result;
+        for (const QString& line : lines)
+            result.push_back(line.toStdString());
+        return result;
+    }
     void configure(const SourceChoice& source) {
         TrackingOptionsWidget widget(m_module->configuration(), {}, nullptr, {});
         widget.findChild<QComboBox*>(QStringLiteral("trackingSource"))
@@ -86,6 +100,7 @@ protected:
     }
 
     HandClock m_time;
+    ImagesModule* m_images = nullptr;
     TrackingModule* m_module = nullptr;
     HandSource* m_source = nullptr;
 };
@@ -108,9 +123,9 @@ TEST_F(TrackingModuleTest, TipsAreMeasuredFromTheBaseWhileItIsSeen) {
     m_source->setMarkers("Reference base", turned);
     see("Pointer", {10, 20, 30});
     EXPECT_EQ(text("tipPointer"), "20.0, -10.0, 30.0");
-    hide("Reference base");
-    EXPECT_THAT(text("tipsTitle"), HasSubstr("camera"));
-    EXPECT_EQ(text("tipPointer"), "110.0, -30.0, -1370.0");
+    hide("Reference base"); // The readout keeps its frame.
+    EXPECT_THAT(text("tipsTitle"), HasSubstr("reference base"));
+    EXPECT_EQ(text("tipPointer"), "reference base not seen");
 }
 
 TEST_F(TrackingModuleTest, TheTipIsInTheSlicesUntilItIsHiddenOrStale) {
@@ -142,6 +157,78 @@ TEST_F(TrackingModuleTest, TheTipIsInTheSlicesUntilItIsHiddenOrStale) {
     seePointer();
     session().stop();
     EXPECT_FALSE(isShown());
+}
+
+TEST_F(TrackingModuleTest, EverySliceSaysWhyItShowsNoTip) {
+    showWithImages();
+    auto* const compare = new CompareModule(panes);
+    auto* const enlarge = new EnlargeModule(panes);
+    ASSERT_TRUE(application->addModule(compare));
+    ASSERT_TRUE(application->addModule(enlarge));
+    see("Pointer", {30, 30, 30}); // Beside all slices.
+    const std::vector<std::string> nothing, baseHidden{"tracking lost", "reference base not seen"};
+    EXPECT_THAT(told(), ElementsAre("Drill not seen"));
+    see("Drill", {30, 30, 30});
+    EXPECT_EQ(told(), nothing);
+    const QImage before = view(Plane::Axial)->grab().toImage();
+    hide("Reference base");
+    EXPECT_NE(view(Plane::Axial)->grab().toImage(), before);
+    for (QtAppModule* module : std::initializer_list<QtAppModule*>{compare, enlarge, m_module}) {
+        activate(module);
+        EXPECT_EQ(told(), baseHidden);
+    }
+    see("Reference base", {0, 0, 0});
+    EXPECT_EQ(told(), nothing);
+    hide("Pointer");
+    hide("Drill");
+    EXPECT_THAT(told(), ElementsAre("tracking lost", "Pointer not seen", "Drill not seen"));
+    m_source->setConnected(false);
+    session().poll();
+    EXPECT_THAT(told(), ElementsAre("tracking lost", "tracker not connected"));
+    session().stop();
+    EXPECT_EQ(told(), nothing); // It is not missed.
+    SourceChoice none;
+    none.kind = SourceChoice::Recording;
+    session().start(none);
+    EXPECT_THAT(told(), ElementsAre("tracking lost", "the tracker cannot be used"));
+}
+
+// What the files hold may be of any size and of anybody.
+TEST_F(TrackingModuleTest, OnlyARegisteredVolumeOfAKnownSizeShowsTips) {
+    showWithImages();
+    ASSERT_TRUE(panes->volume().isRegistered());
+    const vlr::ImageSeries series = panes->series();
+    Volume volume;
+    ASSERT_EQ(Volume::load(series, volume), CaError::nullError);
+    const std::array<double, 3> oneMillimetre{1, 1, 1};
+    const struct {
+        std::array<double, 3> spacing;
+        bool isRegistered;
+        bool isShown;
+    } cases[] = {{oneMillimetre, true, true},
+                 {oneMillimetre, false, false},
+                 {{1, 1, 0}, true, false},
+                 {oneMillimetre, true, true}};
+    const auto show = [&](const auto& each) {
+        volume.setSpacing(each.spacing);
+        volume.setRegistered(each.isRegistered);
+        panes->showVolume(series, volume, 65);
+    };
+    see("Pointer", {10.5, -19.5, 1.5});
+    see("Drill", {0, 0, 0});
+    for (const auto& each : cases) {
+        show(each);
+        EXPECT_EQ(isTipAt(Plane::Axial, {74, 44, 65}), each.isShown);
+        EXPECT_EQ(told(), each.isShown ? std::vector<std::string>()
+                                       : std::vector<std::string>{"not registered"});
+    }
+    m_images->open({writeImages("series", std::vector<QByteArray>(3, png(128, 128)))});
+    EXPECT_THAT(told(), ElementsAre("not registered"));
+    m_images->open({writeImages("unequal", {png(10, 20), png(20, 20)})});
+    const auto* const single = find<SliceView>("sliceView");
+    EXPECT_EQ(single->trackingText(), QStringList(QStringLiteral("not registered")));
+    session().stop();
+    EXPECT_EQ(single->trackingText(), QStringList());
 }
 
 TEST_F(TrackingModuleTest, TheTipIsShownNearTheSliceAndInThePicture) {
@@ -268,13 +355,12 @@ TEST_F(TrackingModuleTest, ARecordingPlayedBackGivesTheSamePositions) {
     session.start(playback);
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return session.tips().at(1).inReference.has_value(); }, patience));
-    for (std::size_t i = 0; i < tips.size(); ++i) { // to the last bit
+    for (std::size_t i = 0; i < tips.size(); ++i) // to the last bit
         EXPECT_EQ(session.tips().at(i).inReference, tips[i].inReference);
-        EXPECT_EQ(session.tips().at(i).inCamera, tips[i].inCamera);
-    }
     playback.isFast = true;
     session.start(playback);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isRunning(); }, patience));
     EXPECT_EQ(session.state(), TrackingSession::State::Ended);
+    EXPECT_EQ(session.losses().value(1), QStringLiteral("the source has ended"));
     EXPECT_EQ(session.problem(), QString());
 }

@@ -159,7 +159,12 @@ TEST(Volume, CancellingLeavesTheVolumeThatWas) {
 
 TEST(Volume, SpacingThatCannotBeIsNotKnown) {
     Volume volume;
+    EXPECT_FALSE(volume.isSpacingKnown());
+    volume.setSpacing({0.5, 2, 3});
+    EXPECT_TRUE(volume.isSpacingKnown());
+    EXPECT_FALSE(volume.isRegistered());
     volume.setSpacing({0.5, 0, -3});
+    EXPECT_FALSE(volume.isSpacingKnown());
     EXPECT_THAT(volume.spacing(), ElementsAre(0.5, 1, 1));
     volume.setSpacing({std::nan(""), 2, HUGE_VAL});
     EXPECT_THAT(volume.spacing(), ElementsAre(1, 2, 1));

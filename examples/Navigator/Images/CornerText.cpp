@@ -14,6 +14,7 @@ constexpr int iconSize = 48;
 constexpr int messageWidth = 440;
 const QColor textColor(235, 235, 235);
 const QColor textBackground(0, 0, 0, 150);
+const QColor trackingColor(255, 190, 60);
 
 void paintMessage(QPainter& painter, const QRect& area, const QString& title,
                   const QString& reason) {
@@ -64,7 +65,7 @@ int widestOfTwoLines(const QRect& area) {
 }
 
 void paintCornerText(QPainter& painter, const QRect& area, const QStringList& lines,
-                     Qt::Alignment corner, int widest) {
+                     Qt::Alignment corner, int widest, const QColor& color) {
     const QFontMetrics metrics = painter.fontMetrics();
     QStringList shown;
     int textWidth = 0;
@@ -81,7 +82,18 @@ void paintCornerText(QPainter& painter, const QRect& area, const QStringList& li
     if (corner & Qt::AlignBottom)
         box.moveBottom(area.bottom() - margin);
     painter.fillRect(box.adjusted(-4, -2, 4, 2), textBackground);
-    painter.setPen(textColor);
-    painter.drawText(box, static_cast<int>((corner & Qt::AlignHorizontal_Mask) | Qt::AlignTop),
+    painter.setPen(color);
+    const auto alignment = static_cast<int>((corner & Qt::AlignHorizontal_Mask) | Qt::AlignTop);
+    painter.drawText(box, alignment | Qt::TextDontClip, // A "g" may reach below the last line.
                      shown.join(QLatin1Char('\n')));
+}
+
+void paintTrackingText(QPainter& painter, const QRect& area, const QStringList& lines) {
+    const QFont plain = painter.font();
+    QFont bold = plain;
+    bold.setBold(true);
+    painter.setFont(bold);
+    paintCornerText(painter, area, lines, Qt::AlignLeft | Qt::AlignBottom, widestLine(area),
+                    trackingColor);
+    painter.setFont(plain);
 }

@@ -19,6 +19,7 @@ public:
     /// Above the images: why they are not shown in another way. None for an empty text.
     void setReason(const QString& text);
     void setPatientText(const QStringList& text) { m_view->setPatientText(text); }
+    void setTrackingText(const QStringList& text) { m_view->setTrackingText(text); }
     const vlr::ImageSeries& series() const { return m_cache.series(); }
     int slice() const; ///< The slice shown, from 0.
     void setSlice(int slice);

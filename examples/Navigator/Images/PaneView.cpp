@@ -29,6 +29,13 @@ void PaneView::setPatientText(const QStringList& text) {
     update();
 }
 
+void PaneView::setTrackingText(const QStringList& text) {
+    if (text == m_trackingText)
+        return;
+    m_trackingText = text;
+    update();
+}
+
 void PaneView::setPositionText(const QString& text) {
     m_positionText = text;
     setAccessibleName(text.isEmpty() ? m_title : tr("%1, %2").arg(m_title, text));
@@ -63,6 +70,7 @@ void PaneView::paintEvent(QPaintEvent*) {
     painter.restore();
     paintCornerText(painter, pictureArea(), m_patientText, Qt::AlignRight,
                     widestLine(pictureArea()));
+    paintTrackingText(painter, pictureArea(), m_trackingText);
     painter.setClipping(false);
     paintTitle(painter);
     if (!hasFocus())

@@ -16,6 +16,9 @@ public:
     bool isCurrent() const { return m_isCurrent; }
     void setCurrent(bool current);
     void setPatientText(const QStringList& text);
+    /// Why no tips of instruments are seen; nothing where all is well or nothing is tracked.
+    void setTrackingText(const QStringList& text);
+    QStringList trackingText() const { return m_trackingText; }
 
     QSize sizeHint() const override { return {320, 240}; }
     QSize minimumSizeHint() const override { return {60, 45}; }
@@ -42,5 +45,6 @@ private:
     QColor m_color;
     QString m_positionText;
     QStringList m_patientText;
+    QStringList m_trackingText;
     bool m_isCurrent = false;
 };

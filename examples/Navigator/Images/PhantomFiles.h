@@ -8,4 +8,6 @@
 /// are in phantomFolder(). They appear there all at once or not at all.
 CaError providePhantom();
 
+constexpr double phantomSpacing = 1; ///< Millimetres between the centres of voxels, each way.
+
 QString phantomFolder(); ///< In the application's data folder.

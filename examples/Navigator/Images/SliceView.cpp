@@ -44,6 +44,13 @@ void SliceView::setPatientText(const QStringList& text) {
     update();
 }
 
+void SliceView::setTrackingText(const QStringList& text) {
+    if (text == m_trackingText)
+        return;
+    m_trackingText = text;
+    update();
+}
+
 // --- input
 
 void SliceView::keyPressEvent(QKeyEvent* event) {
@@ -82,6 +89,7 @@ void SliceView::paintEvent(QPaintEvent*) {
     const int widest = widestOfTwoLines(rect());
     paintCornerText(painter, rect(), m_sliceText, Qt::AlignLeft, widest);
     paintCornerText(painter, rect(), m_patientText, Qt::AlignRight, widest);
+    paintTrackingText(painter, rect(), m_trackingText);
     if (hasFocus()) {
         painter.setPen(palette().color(QPalette::Highlight));
         painter.drawRect(rect().adjusted(0, 0, -1, -1));

@@ -19,6 +19,8 @@ public:
     void showProblem(const QString& title, const QString& reason, const QStringList& sliceText);
     void showNote(const QString& text);
     void setPatientText(const QStringList& text);
+    void setTrackingText(const QStringList& text); ///< Why no tips of instruments are seen.
+    QStringList trackingText() const { return m_trackingText; }
 
     QSize sizeHint() const override { return {640, 480}; }
     QSize minimumSizeHint() const override { return {200, 150}; }
@@ -44,5 +46,6 @@ private:
     bool m_isProblem = false;
     QStringList m_sliceText;
     QStringList m_patientText;
+    QStringList m_trackingText;
     WheelNotches m_wheel;
 };

@@ -160,8 +160,12 @@ int Volume::count(Plane plane) const {
 }
 
 void Volume::setSpacing(const std::array<double, 3>& spacing) {
-    for (std::size_t axis = 0; axis < spacing.size(); ++axis)
-        m_spacing[axis] = std::isfinite(spacing[axis]) && spacing[axis] > 0 ? spacing[axis] : 1;
+    m_isSpacingKnown = true;
+    for (std::size_t axis = 0; axis < spacing.size(); ++axis) {
+        const bool isKnown = std::isfinite(spacing[axis]) && spacing[axis] > 0;
+        m_spacing[axis] = isKnown ? spacing[axis] : 1;
+        m_isSpacingKnown = m_isSpacingKnown && isKnown;
+    }
 }
 
 CaError Volume::problem(int z) const {

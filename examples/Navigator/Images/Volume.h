@@ -38,6 +38,13 @@ public:
     const std::array<double, 3>& spacing() const { return m_spacing; }
     /// A value that is not positive counts as not known.
     void setSpacing(const std::array<double, 3>& spacing);
+    bool isSpacingKnown() const { return m_isSpacingKnown; } ///< Of all three axes; not at first.
+
+    /// Whether it is known where the patient, or the phantom, that the volume shows is beside the
+    /// reference base of the tracker (see Tracking/VolumeRegistration.h). Not at first, and never
+    /// while the spacing is not known.
+    bool isRegistered() const { return m_isRegistered && m_isSpacingKnown; }
+    void setRegistered(bool registered) { m_isRegistered = registered; }
 
     /// Why the axial slice is empty, or the null error.
     CaError problem(int z) const;
@@ -62,6 +69,8 @@ private:
     QImage::Format m_format = QImage::Format_Grayscale8;
     Voxel m_size{};
     std::array<double, 3> m_spacing{1, 1, 1};
+    bool m_isSpacingKnown = false;
+    bool m_isRegistered = false;
     int m_darkest = 0;
     int m_brightest = 0;
 };

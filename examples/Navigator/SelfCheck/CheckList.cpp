@@ -4,6 +4,15 @@
 #include <iostream>
 #include <utility>
 
+namespace {
+
+// Who reads the lines takes each by itself.
+std::string inOneLine(const std::string& text) {
+    return QString::fromStdString(text).simplified().toStdString();
+}
+
+} // namespace
+
 CheckList::CheckList()
     : m_listener(vlr::Log::addListener([this](const vlr::LogRecord& record) { collect(record); })) {
 }
@@ -44,5 +53,5 @@ void CheckList::check(const char* kind, const QString& subject,
     m_faults += fault.empty() ? 0 : 1;
     std::cout << (fault.empty() ? "ok     " : "FAULT  ")
               << QString::fromLatin1(kind).leftJustified(14).toStdString() << subject.toStdString()
-              << (fault.empty() ? "" : ": ") << fault << std::endl;
+              << (fault.empty() ? "" : ": ") << inOneLine(fault) << std::endl;
 }

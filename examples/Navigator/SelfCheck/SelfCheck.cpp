@@ -14,13 +14,24 @@ namespace {
 
 constexpr int longestSilence = 60000; // milliseconds
 
-// What modules say for developers is left out.
-void forward(const QByteArray& line) {
-    if (line.startsWith("ok ") || line.startsWith("FAULT "))
-        std::cout << line.toStdString() << std::flush;
-}
+// The checks that the child has done so far.
+struct Results {
+    int good = 0;
+    int faults = 0;
 
-// The lines of the child are those of this program. A child that breaks down is a fault.
+    // What modules say for developers is left out.
+    void forward(const QByteArray& line) {
+        const bool isGood = line.startsWith("ok ");
+        const bool isFault = line.startsWith("FAULT ");
+        good += isGood ? 1 : 0;
+        faults += isFault ? 1 : 0;
+        if (isGood || isFault)
+            std::cout << line.toStdString() << std::flush;
+    }
+};
+
+// The lines of the child are those of this program. A child that breaks down is a fault, and so is
+// one that says nothing. What it printed counts whatever status it ends with.
 QString partsProblem() {
     const QTemporaryDir home;
     if (!home.isValid())
@@ -30,9 +41,10 @@ QString partsProblem() {
     child.setProcessEnvironment(ownEnvironment(home.path()));
     std::cout << std::flush;
     child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--self-check-parts")});
+    Results results;
     while (child.canReadLine() || child.waitForReadyRead(longestSilence))
         while (child.canReadLine())
-            forward(child.readLine());
+            results.forward(child.readLine());
     if (child.state() != QProcess::NotRunning && !child.waitForFinished(longestSilence)) {
         child.kill();
         child.waitForFinished();
@@ -40,7 +52,9 @@ QString partsProblem() {
     }
     if (child.exitStatus() != QProcess::NormalExit)
         return QStringLiteral("The program broke down.");
-    return child.exitCode() == 0 ? QString() : QStringLiteral("There were faults.");
+    if (results.faults > 0 || child.exitCode() != 0)
+        return QStringLiteral("There were faults.");
+    return results.good > 0 ? QString() : QStringLiteral("Nothing was checked.");
 }
 
 } // namespace

@@ -29,6 +29,18 @@ void storePresets(ModuleConfig& presets) {
     presets.setResourceDimensions(2, {0, 300}, {1000, 300}, {0, 700}, {1000, 700});
 }
 
+// What a finger is to hit stands whole in the window, and has 9 mm at 96 dots per inch.
+void expectFingerSize(const TourActions& actions, std::initializer_list<const char*> buttons) {
+    constexpr int fingerSize = 35;
+    for (const char* name : buttons) {
+        const QWidget* const button = actions.find(name);
+        const std::string told(name);
+        actions.expect(button->width() >= fingerSize && button->height() >= fingerSize,
+                       told + " is too small for a finger");
+        actions.expect(button->visibleRegion() == button->rect(), told + " is cut off");
+    }
+}
+
 } // namespace
 
 void touchStations(TourActions& actions, AppBase& application) {
@@ -36,6 +48,9 @@ void touchStations(TourActions& actions, AppBase& application) {
     storePresets(*presets);
     application.setTouchScreenModeEnabled(true);
     actions.picture("08c-touch-mode");
+    expectFingerSize(actions, {"preset1", "preset2", "preset3", "preset4", "allAlike", "nextStep",
+                               "previousStep", "openImages", "openFolder", "Exit", "Screenshot",
+                               "Configure"});
     const struct {
         const char* button;
         const char* picture;

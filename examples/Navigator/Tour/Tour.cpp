@@ -41,6 +41,11 @@ Tour::Tour(int stage, const QString& folder) : m_stage(stage), m_folder(folder) 
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
 }
 
+Tour::~Tour() {
+    if (hasFailed() && !m_isTold)
+        std::cerr << "Tour: the program ended before the tour did" << std::endl;
+}
+
 void Tour::start(AppBase& application) {
     if (m_stage != 0)
         QTimer::singleShot(0, &application, [this, &application] { run(application); });
@@ -50,9 +55,10 @@ void Tour::run(AppBase& application) {
     try {
         TourActions actions(application.getMainWindow(), m_folder);
         runTourStage(m_stage, actions, application);
+        m_isComplete = true;
     } catch (const std::exception& failure) {
         std::cerr << "Tour: " << failure.what() << std::endl;
-        m_failed = true;
+        m_isTold = true;
         application.exitApplication();
     }
 }

@@ -15,15 +15,21 @@ class Tour {
 public:
     Tour(int stage, const QString& folder); ///< Stage 0 does nothing.
 
+    ~Tour(); ///< Says so where the program ended before the tour did.
+    Tour(const Tour&) = delete;
+    Tour& operator=(const Tour&) = delete;
+
     void start(AppBase& application);
-    bool hasFailed() const { return m_failed; }
+    /// Whether a stage was to be seen and was not, up to its end.
+    bool hasFailed() const { return m_stage != 0 && !m_isComplete; }
 
 private:
     void run(AppBase& application);
 
     int m_stage;
     QString m_folder;
-    bool m_failed = false;
+    bool m_isComplete = false;
+    bool m_isTold = false; ///< Why it is not.
 };
 
 /// Runs this program once per stage, in an environment of its own, so that the user's data are

@@ -109,6 +109,18 @@ void TourActions::expect(bool condition, const std::string& what) const {
 
 // --- pictures
 
+namespace {
+
+bool isOneColour(const QImage& picture) {
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            if (picture.pixel(x, y) != picture.pixel(0, 0))
+                return false;
+    return true;
+}
+
+} // namespace
+
 QPixmap TourActions::grab() const {
     QWidget* const dialog = QApplication::activeModalWidget();
     if (QGuiApplication::platformName() == QLatin1String("xcb")) {
@@ -132,6 +144,8 @@ void TourActions::picture(const char* name) const {
     QCoreApplication::processEvents();
     const QString file = QString::fromLatin1(name) + QStringLiteral(".png");
     const QString path = m_folder + QLatin1Char('/') + file;
-    expect(grab().save(path), "cannot write " + path.toStdString());
+    const QPixmap shown = grab();
+    expect(!isOneColour(shown.toImage()), "there is nothing to be seen in " + file.toStdString());
+    expect(shown.save(path), "cannot write " + path.toStdString());
     std::cout << file.toStdString() << std::endl;
 }

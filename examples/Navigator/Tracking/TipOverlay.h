@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Images/PlaneView.h"
 #include "Images/VolumePanes.h"
 #include "Tracking/TrackingSession.h"
 
-/// Shows the tips of instruments in the slices of a volume, while both are there and for as long as
-/// the instrument and the reference base are seen.
+/// Shows the tips of instruments in the slices of a volume that is registered, for as long as the
+/// instrument and the reference base are seen. While something is tracked, slices without a tip say
+/// why there is none: "not registered", or what the tracker has lost.
 class TipOverlay : public QObject {
     Q_OBJECT
 
@@ -15,6 +17,8 @@ public:
 
 private:
     void show();
+    std::vector<TipMark> tipMarks() const;
+    QStringList trackingText() const;
 
     TrackingSession& m_session;
     std::shared_ptr<VolumePanes> m_panes;

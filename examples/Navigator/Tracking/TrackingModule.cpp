@@ -105,9 +105,11 @@ void TrackingModule::createContext() {
 QGridLayout* TrackingModule::createTips() {
     auto* grid = new QGridLayout;
     grid->setColumnStretch(1, 1);
-    m_tipsTitle = new QLabel;
-    m_tipsTitle->setObjectName(QStringLiteral("tipsTitle"));
-    grid->addWidget(m_tipsTitle, 0, 0, 1, 2);
+    // Positions never have another frame than this: a number in the camera's would be taken for
+    // one.
+    auto* title = new QLabel(tr("Tips in mm from the reference base:"));
+    title->setObjectName(QStringLiteral("tipsTitle"));
+    grid->addWidget(title, 0, 0, 1, 2);
     int row = 1;
     for (const TipPosition& tip : m_session.tips()) {
         auto* position = new QLabel;
@@ -186,17 +188,12 @@ void TrackingModule::showState() {
 }
 
 void TrackingModule::showTips() {
-    const SurgicalTool* const reference = m_session.reference();
-    const bool isReferenceSeen = reference && reference->getRigidBody()->hasPose();
-    m_tipsTitle->setText(isReferenceSeen ? tr("Tips in mm from the reference base:")
-                                         : tr("Tips in mm from the camera:"));
+    const QString missing = !m_session.isRunning()        ? QStringLiteral("-")
+                            : m_session.isReferenceSeen() ? tr("not seen")
+                                                          : tr("reference base not seen");
     const auto tips = m_session.tips();
-    for (std::size_t i = 0; i < tips.size(); ++i) {
-        const auto& position = isReferenceSeen ? tips[i].inReference : tips[i].inCamera;
-        m_tips[i]->setText(position                ? positionText(*position)
-                           : m_session.isRunning() ? tr("not seen")
-                                                   : QStringLiteral("-"));
-    }
+    for (std::size_t i = 0; i < tips.size(); ++i)
+        m_tips[i]->setText(tips[i].inReference ? positionText(*tips[i].inReference) : missing);
 }
 
 void TrackingModule::showRecordingStopped(const QString& problem) {

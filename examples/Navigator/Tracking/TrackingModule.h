@@ -47,7 +47,6 @@ private:
     QtElidedLabel* m_state;
     QtMessageLine* m_problem;
     QtMessageLine* m_recording;
-    QLabel* m_tipsTitle;
     std::vector<QLabel*> m_tips; ///< By instrument.
     QString m_recordingPath;
 };

@@ -127,22 +127,57 @@ std::vector<SurgicalTool*> TrackingSession::instruments() const {
     return result;
 }
 
+bool TrackingSession::isReferenceSeen() const {
+    const SurgicalTool* const base = reference();
+    return base && base->getRigidBody()->hasPose();
+}
+
 std::vector<TipPosition> TrackingSession::tips() const {
     const SurgicalTool* const base = reference();
     std::vector<TipPosition> result;
     for (const SurgicalTool* tool : instruments()) {
         TipPosition tip;
         tip.instrument = QString::fromStdString(tool->getName());
-        if (tool->getRigidBody()->hasPose())
-            tip.inCamera = tool->getRigidBody()->getTranslation();
-        if (tip.inCamera && base && base->getRigidBody()->hasPose()) {
+        if (tool->getRigidBody()->hasPose() && isReferenceSeen()) {
             const CaTool& body = *base->getRigidBody();
-            tip.inReference =
-                body.getRotation().transpose() * (*tip.inCamera - body.getTranslation());
+            const Vector3d fromBase =
+                tool->getRigidBody()->getTranslation() - body.getTranslation();
+            tip.inReference = body.getRotation().transpose() * fromBase;
         }
         result.push_back(tip);
     }
     return result;
+}
+
+// Why no tip has a position; empty where some may have one.
+QString TrackingSession::lossOfAll() const {
+    switch (state()) {
+    case State::Stopped:
+        return m_problem.isEmpty() ? QString() : tr("the tracker cannot be used");
+    case State::Ended:
+        return tr("the source has ended");
+    case State::Connecting:
+        return tr("tracker not connected");
+    case State::Connected:
+        break;
+    }
+    return isReferenceSeen() ? QString() : tr("reference base not seen");
+}
+
+QStringList TrackingSession::losses() const {
+    const QString ofAll = lossOfAll();
+    if (!ofAll.isEmpty())
+        return {tr("tracking lost"), ofAll};
+    QStringList lines;
+    if (!isRunning())
+        return lines;
+    const auto all = tips();
+    for (const TipPosition& tip : all)
+        if (!tip.inReference)
+            lines << tr("%1 not seen").arg(tip.instrument);
+    if (lines.size() == static_cast<int>(all.size()))
+        lines.prepend(tr("tracking lost"));
+    return lines;
 }
 
 // --- recording

@@ -12,12 +12,11 @@ namespace vlr {
 class TrackingRecorder;
 } // namespace vlr
 
-/// Where the tip of an instrument is, in millimetres. The tip is the origin of the instrument's own
-/// coordinates.
+/// Where the tip of an instrument is, in millimetres, in the coordinates of the reference base. The
+/// tip is the origin of the instrument's own coordinates.
 struct TipPosition {
     QString instrument;
-    std::optional<Vector3d> inCamera;    ///< None while the instrument is not seen.
-    std::optional<Vector3d> inReference; ///< None, too, while the reference base is not seen.
+    std::optional<Vector3d> inReference; ///< None unless the instrument and the base are seen.
 };
 
 /// The tools of this application and the tracker that sees them, from start to stop.
@@ -50,6 +49,11 @@ public:
     SurgicalTool* reference() const; ///< Null where its geometry file is damaged.
     std::vector<SurgicalTool*> instruments() const;
     std::vector<TipPosition> tips() const; ///< One per instrument, in their order.
+    bool isReferenceSeen() const;
+    /// What is not tracked though it should be, a line each, for views that show tips. Where no tip
+    /// at all can be shown, the first line is "tracking lost". Empty while all is seen, before the
+    /// first start, and after the user stopped.
+    QStringList losses() const;
 
     /// Records from now on to a file that does not exist yet. The error says why that cannot be. A
     /// recording that cannot go on, on a full disk, is stopped by the next poll.
@@ -69,6 +73,7 @@ private:
     void showPoll();
     void end(State state, const QString& problem);
     CaError closeRecording();
+    QString lossOfAll() const;
 
     SurgicalToolBox m_box;
     vlr::TrackingClock m_clock;
