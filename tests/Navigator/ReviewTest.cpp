@@ -85,12 +85,9 @@ protected:
             ASSERT_TRUE(QTest::qWaitFor([&] { return !each->isBusy(); }, patience));
     }
     void press(Qt::Key key) const { QTest::keyClick(list(), key); }
-    static void answer(QMessageBox::StandardButton button, QString* question = nullptr) {
-        answerNextMessageBox([button, question](QMessageBox& box) {
-            if (question)
-                *question = box.text();
-            QTest::mouseClick(box.button(button), Qt::LeftButton);
-        });
+    static void answer(QMessageBox::StandardButton button) {
+        answerNextMessageBox(
+            [button](QMessageBox& box) { QTest::mouseClick(box.button(button), Qt::LeftButton); });
     }
     std::string note() const {
         const auto* const note = find<QLabel>("reviewNote");
@@ -127,7 +124,10 @@ TEST_F(ReviewTest, DeletingAsksFirst) {
     showFour();
     press(Qt::Key_Home);
     QString question;
-    answer(QMessageBox::No, &question);
+    answerNextMessageBox([&](QMessageBox& box) {
+        question = box.text();
+        QTest::keyClick(&box, Qt::Key_Return);
+    });
     press(Qt::Key_Delete);
     EXPECT_THAT(question.toStdString(), HasSubstr("01 Mar 2026 07:00:03"));
     EXPECT_EQ(model()->rowCount(), 4);

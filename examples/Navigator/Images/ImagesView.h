@@ -19,6 +19,7 @@ public:
     /// Above the images: why they are not shown in another way. None for an empty text.
     void setReason(const QString& text);
     void setPatientText(const QStringList& text) { m_view->setPatientText(text); }
+    const QStringList& patientText() const { return m_view->patientText(); }
     const vlr::ImageSeries& series() const { return m_cache.series(); }
     int slice() const; ///< The slice shown, from 0.
     void setSlice(int slice);
