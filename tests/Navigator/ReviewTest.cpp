@@ -8,6 +8,7 @@
 #include "Review/ScreenshotModel.h"
 #include "Support/MessageBoxes.h"
 
+#include <QtTest/QSignalSpy>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QListView>
 
@@ -118,6 +119,20 @@ TEST_F(ReviewTest, ShowsTheNewestFirstAndOpensOne) {
     EXPECT_EQ(note(), "No screenshots of this patient");
     AppBase::setCurrentPatient(nullptr);
     EXPECT_EQ(note(), "No patient chosen");
+}
+
+TEST_F(ReviewTest, AThumbnailIsAnnouncedWhenItIsThere) {
+    showFour();
+    ScreenshotModel fresh;
+    fresh.setPatient(AppBase::getCurrentPatient());
+    const QSignalSpy changes(&fresh, &QAbstractItemModel::dataChanged);
+    for (const int number : {1, 3}) { // The last one is broken.
+        const int before = changes.count();
+        EXPECT_FALSE(fresh.index(number).data(Qt::DecorationRole).isValid());
+        ASSERT_TRUE(QTest::qWaitFor([&] { return changes.count() > before; }, patience));
+        EXPECT_EQ(changes.last().first().toModelIndex(), fresh.index(number));
+        EXPECT_EQ(fresh.index(number).data(Qt::DecorationRole).isValid(), number == 1);
+    }
 }
 
 TEST_F(ReviewTest, DeletingAsksFirst) {
