@@ -42,6 +42,7 @@ QStringList addModules(AppBase& application, const QStringList& paths) {
     auto* const compare = new CompareModule(panes);
     auto* const enlarge = new EnlargeModule(panes);
     auto* const review = new ReviewModule;
+    patients->setWorkOfPatient([panes] { return panes->closingText(); });
     patients->setSteps(false, true);
     images->setSteps(true, true);
     compare->setSteps(true, true);

@@ -5,6 +5,8 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
 
+#include <array>
+
 using namespace vlrTest;
 using testing::HasSubstr;
 
@@ -27,30 +29,31 @@ QByteArray encoded(const char* format, const QImage& image = picture()) {
 }
 
 // A grey TIFF with one strip of eight bits a pixel per page: header, then directories and pixels.
-QByteArray tiff(const std::vector<QSize>& pages) {
-    QByteArray bytes("II*\0", 4);
+using Samples = std::array<int, 3>; // their format, bits, number
+QByteArray tiff(const std::vector<QSize>& pages, const std::vector<Samples>& samples = {},
+                const QByteArray& written = {}, int photometric = 1,
+                QDataStream::ByteOrder order = QDataStream::LittleEndian) {
+    QByteArray bytes(order == QDataStream::LittleEndian ? "II*\0" : "MM\0*", 4);
     QDataStream stream(&bytes, QIODevice::Append);
-    stream.setByteOrder(QDataStream::LittleEndian);
+    stream.setByteOrder(order);
     stream << quint32(8);
     for (const QSize& page : pages) {
-        const int pixels = std::min(page.width(), 30) * std::min(page.height(), 30);
-        const int data = bytes.size() + 2 + 9 * 12 + 4;
+        const auto index = static_cast<std::size_t>(&page - &pages.front());
+        const Samples how = samples.empty() ? Samples{1, 8, 1} : samples[index];
+        const int pixels = std::min(page.width(), 30) * std::min(page.height(), 30) *
+                           std::max(1, how[1] / 8 * how[2]);
+        const int data = bytes.size() + 2 + 10 * 12 + 4;
         const std::pair<int, int> fields[] = {
-            {256, page.width()},
-            {257, page.height()},
-            {258, 8},
-            {259, 1},
-            {262, 1},
-            {273, data},
-            {277, 1},
-            {278, page.height()},
-            {279, pixels},
+            {256, page.width()}, {257, page.height()}, {258, how[1]}, {259, 1},
+            {262, photometric},  {273, data},          {277, how[2]}, {278, page.height()},
+            {279, pixels},       {339, how[0]},
         };
-        stream << quint16(9);
+        stream << quint16(10);
         for (const auto& [tag, value] : fields)
             stream << quint16(tag) << quint16(4) << quint32(1) << quint32(value);
         stream << quint32(&page == &pages.back() ? 0 : data + pixels);
-        stream.writeRawData(QByteArray(pixels, 0x55).constData(), pixels);
+        const QByteArray content = written.isEmpty() ? QByteArray(pixels, 0x55) : written;
+        stream.writeRawData(content.constData(), pixels);
     }
     return bytes;
 }
@@ -94,7 +97,7 @@ TEST(ImageFile, ReadsEveryFormat) {
 
 TEST(ImageFile, NoCutFileGivesHalfAnImage) {
     for (const char* format : formats) {
-        QByteArray whole = encoded(format);
+        QByteArray whole = encoded(format, picture(39, 30)); // a BMP has padding then
         if (qstrcmp(format, "jpeg") == 0) // a comment with the end marker, as previews have it
             whole.insert(2, QByteArray::fromHex("fffe0004ffd9"));
         for (int size = 0; size < whole.size(); ++size) {
@@ -139,6 +142,72 @@ TEST(ImageFile, ReadsThePagesOfATiff) {
     expectUnreadable(path, "100000 x 100000", 2);
     expectUnreadable(path, "page 4", 3);
     expectUnreadable(path, "page 0", -1);
+}
+
+// -1000, -1, 0 and 3000, as a CT has them.
+TEST(ImageFile, SignedGreysKeepTheirOrderAndAreKnownAsSigned) {
+    const QByteArray greys = QByteArray::fromHex("18fcffff0000b80b");
+    const Samples isSigned{2, 16, 1};
+    const Samples isUnsigned{1, 16, 1};
+    const QString path = inFolder("signed.tif");
+    for (const bool isFirst : {true, false}) {
+        writeFile(path, tiff({{2, 2}, {2, 2}}, {isFirst ? isSigned : isUnsigned, isSigned}, greys));
+        vlr::ImageInfo info;
+        ASSERT_EQ(vlr::readImageInfo(path, info), CaError::nullError);
+        EXPECT_EQ(info.zeroGrey, isFirst ? -32768 : 0);
+        if (!isFirst) {
+            expectUnreadable(path, "signed and unsigned grey values on its pages", 1);
+            continue;
+        }
+        for (const int page : {0, 1}) {
+            QImage image;
+            ASSERT_EQ(vlr::readImage(path, image, page), CaError::nullError);
+            ASSERT_EQ(image.format(), QImage::Format_Grayscale16);
+            int index = 0;
+            for (const int grey : {-1000, -1, 0, 3000}) {
+                const auto* const line =
+                    reinterpret_cast<const quint16*>(image.constScanLine(index / 2));
+                EXPECT_EQ(line[index % 2] + info.zeroGrey, grey);
+                ++index;
+            }
+        }
+    }
+}
+
+TEST(ImageFile, SamplesThatCannotBeShownAreRefusedByName) {
+    const QString path = inFolder("samples.tif");
+    const struct {
+        Samples samples;
+        int photometric;
+        const char* reason; // null: it is taken
+    } cases[] = {
+        {{1, 8, 1}, 1, nullptr},
+        {{1, 16, 1}, 1, nullptr},
+        {{4, 16, 1}, 1, nullptr},
+        {{1, 8, 3}, 2, nullptr},
+        {{3, 32, 1}, 1, "floating point numbers of 32 bits"},
+        {{3, 16, 1}, 1, "floating point numbers of 16 bits"},
+        {{5, 64, 1}, 1, "complex numbers of 64 bits"},
+        {{6, 16, 1}, 1, "complex numbers"},
+        {{7, 16, 1}, 1, "unknown kind"},
+        {{1, 32, 1}, 1, "unsigned numbers of 32 bits"},
+        {{1, 12, 1}, 1, "of 12 bits"},
+        {{2, 8, 1}, 1, "signed numbers of 8 bits"},
+        {{2, 16, 3}, 2, "signed numbers of 16 bits"},
+        {{2, 16, 1}, 0, "signed numbers of 16 bits"}, // white is zero
+    };
+    for (const auto& each : cases) {
+        for (const auto order : {QDataStream::LittleEndian, QDataStream::BigEndian}) {
+            writeFile(path, tiff({{4, 3}}, {each.samples}, {}, each.photometric, order));
+            vlr::ImageInfo info;
+            QImage image;
+            EXPECT_EQ(vlr::readImageInfo(path, info).isNull(), each.reason == nullptr);
+            if (each.reason)
+                expectUnreadable(path, each.reason);
+            else
+                EXPECT_EQ(vlr::readImage(path, image), CaError::nullError) << each.samples[0];
+        }
+    }
 }
 
 TEST(ImageSeries, OrdersAsAPersonAndKeepsGaps) {

@@ -1,4 +1,6 @@
+#include "IO/DataIOManager.h"
 #include "Images/ImagesView.h"
+#include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
 #include "Navigator/NavigatorTest.h"
 #include "Support/MessageBoxes.h"
@@ -8,13 +10,32 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 using namespace vlrTest;
 using testing::HasSubstr;
 
 namespace {
 
+// Something happens while there is progress, once.
+class ActingMonitor : public CaProgressMonitor {
+public:
+    explicit ActingMonitor(std::function<void()> act) : m_act(std::move(act)) {}
+    void tick() override {
+        if (const auto act = std::exchange(m_act, nullptr))
+            act();
+    }
+
+private:
+    std::function<void()> m_act;
+};
+
 class ImagesTest : public NavigatorTest {
 protected:
+    ~ImagesTest() override {
+        application.reset();
+        DataIOManager::closeRepository();
+    }
     // In the order of their names: good, cut, good, huge, no image, good.
     static QString makeFolder() {
         // A header of 60000 x 60000 pixels, and no more.
@@ -33,6 +54,28 @@ protected:
         return texts;
     }
     void press(Qt::Key key) { QTest::keyClick(find<QWidget>("sliceView"), key); }
+    // Whom the images belong to, as every view of them says and paints it; "" without images.
+    std::string owner() const {
+        std::set<QStringList> texts{panes->imagesView()->patientText()};
+        std::vector<QWidget*> views{find<QWidget>("sliceView")};
+        for (const PaneControl* control : panes->volumeControls()) {
+            texts.insert(qobject_cast<PaneView*>(control->view())->patientText());
+            views.push_back(control->view());
+        }
+        for (QWidget* view : views) // The corner is grey and white, not the black of the picture.
+            EXPECT_EQ(view && view->isVisible() && brightCorner(*view),
+                      view && view->isVisible() && !texts.begin()->isEmpty());
+        EXPECT_EQ(texts.size(), 1U) << "not all views say the same";
+        EXPECT_EQ(panes->series().isEmpty(), texts.begin()->isEmpty());
+        return texts.begin()->join(QLatin1Char('/')).toStdString();
+    }
+    static bool brightCorner(QWidget& view) {
+        const QImage image = view.grab({view.width() - 40, 20, 30, 30}).toImage();
+        for (int i = 0; i < 30 * 30; ++i)
+            if (qGray(image.pixel(i % 30, i / 30)) > 150)
+                return true;
+        return false;
+    }
 };
 
 } // namespace
@@ -68,6 +111,80 @@ TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {
         EXPECT_THAT(problems(), HasSubstr(path.toHtmlEscaped().toStdString()));
     }
     EXPECT_EQ(logCount(vlr::LogLevel::UserWarning, ""), 2); // Once each, not once per file.
+}
+
+// --- whom they belong to
+
+TEST_F(ImagesTest, BelongToThePatientForWhomTheyWereOpenedOrToNobody) {
+    const DataPointer<Patient> jane = storePatient("1", "Jane");
+    const DataPointer<Patient> other = storePatient("2", "Jane");
+    const QString volume = writeImages("volume", std::vector<QByteArray>(3, png(10, 20)));
+    ImagesModule* const module = showImages();
+    EXPECT_EQ(owner(), "Example");
+    AppBase::setCurrentPatient(jane);
+    EXPECT_EQ(owner(), "Example");
+    for (const QString& folder : {volume, makeFolder()}) {
+        SCOPED_TRACE(folder.toStdString());
+        AppBase::setCurrentPatient(nullptr);
+        jane->setName(QStringLiteral("Jane"));
+        module->open({folder});
+        EXPECT_EQ(owner(), "no patient");
+        AppBase::setCurrentPatient(jane);
+        EXPECT_EQ(owner(), "no patient");
+        module->open({folder});
+        EXPECT_EQ(owner(), "Jane/1");
+
+        jane->setName(QStringLiteral("Joan"));
+        jane->notify(Data::CHANGED);
+        EXPECT_EQ(owner(), "Joan/1");
+        AppBase::setCurrentPatient(loadPatient(*jane));
+        EXPECT_EQ(owner(), "Jane/1");
+        AppBase::getCurrentPatient()->setName(QStringLiteral("Ann"));
+        AppBase::getCurrentPatient()->notify(Data::CHANGED);
+        EXPECT_EQ(owner(), "Ann/1");
+
+        for (const DataPointer<Patient>& next : {other, DataPointer<Patient>()}) {
+            AppBase::setCurrentPatient(next);
+            EXPECT_EQ(owner(), "");
+            EXPECT_FALSE(panes->hasVolume());
+            EXPECT_EQ(problems(), "") << "files are named after patients, too";
+            EXPECT_EQ(find<QLabel>("source")->accessibleName(), QString());
+            AppBase::setCurrentPatient(jane);
+            EXPECT_EQ(owner(), "");
+            module->open({folder});
+        }
+    }
+    module->open({phantomFolder()});
+    EXPECT_EQ(owner(), "Example");
+}
+
+TEST_F(ImagesTest, APatientWhoComesWhileImagesAreLoadedDoesNotGetThem) {
+    ImagesModule* const module = showImages();
+    AppBase::setCurrentPatient(storePatient("1", "Jane"));
+    CaProgressMonitor::setInstance(
+        new ActingMonitor([] { AppBase::setCurrentPatient(storePatient("2", "Joan")); }));
+    expectLog(vlr::LogLevel::UserWarning, "not shown");
+    answerNextMessageBox([](QMessageBox& box) { box.accept(); });
+    module->open({writeImages("volume", std::vector<QByteArray>(3, png(10, 20)))});
+    CaProgressMonitor::setInstance(nullptr);
+    EXPECT_EQ(owner(), "Example");
+}
+
+TEST_F(ImagesTest, NextStartOpensThemForTheSamePatientOnly) {
+    const DataPointer<Patient> jane = storePatient("1", "Jane");
+    AppBase::setCurrentPatient(jane);
+    showImages({writeImages("volume", std::vector<QByteArray>(3, png(10, 20)))});
+    panes->setSlice(2);
+    for (const bool isSame : {false, true}) {
+        restart();
+        AppBase::setCurrentPatient(isSame ? loadPatient(*jane) : storePatient("2", "Jane"));
+        showImages();
+        EXPECT_EQ(owner(), isSame ? "Jane/1" : "Example");
+        EXPECT_EQ(problems().find("not opened for the patient") == std::string::npos, isSame);
+        EXPECT_EQ(panes->crossHair()->slice(Plane::Axial), isSame ? 2 : 64);
+        if (!isSame)
+            panes->setSlice(0); // of the example: theirs is not forgotten
+    }
 }
 
 // Where they are still there, the program's tour sees to it.

@@ -3,6 +3,7 @@
 #include "IO/DataIOManager.h"
 
 #include <QtCore/QBuffer>
+#include <QtCore/QDataStream>
 #include <QtCore/QDir>
 
 namespace vlrTest {
@@ -56,6 +57,21 @@ QByteArray png(int width, int height, QImage::Format format) {
     QImage image(width, height, format);
     image.fill(QColor(100, 100, 100));
     return png(image);
+}
+
+QByteArray signedTiff(const std::array<qint16, 4>& greys) {
+    QByteArray bytes("II*\0\x8\0\0\0", 8);
+    QDataStream stream(&bytes, QIODevice::Append);
+    stream.setByteOrder(QDataStream::LittleEndian);
+    const std::pair<int, int> fields[] = {{256, 2},   {257, 2}, {258, 16}, {259, 1}, {262, 1},
+                                          {273, 134}, {277, 1}, {278, 2},  {279, 8}, {339, 2}};
+    stream << quint16(std::size(fields));
+    for (const auto& [tag, value] : fields)
+        stream << quint16(tag) << quint16(4) << quint32(1) << quint32(value);
+    stream << quint32(0);
+    for (const qint16 grey : greys)
+        stream << grey;
+    return bytes;
 }
 
 QString writeImages(const char* name, const std::vector<QByteArray>& files) {

@@ -11,6 +11,8 @@
 #include <QtWidgets/QPushButton>
 
 #include <gtest/gtest.h>
+
+#include <array>
 #include <memory>
 
 namespace vlrTest {
@@ -73,6 +75,8 @@ DataPointer<Patient> loadPatient(const Patient& stored);
 QByteArray png(const QImage& image);
 /// A file of an image in one grey.
 QByteArray png(int width, int height, QImage::Format format = QImage::Format_Grayscale8);
+/// A TIFF of 2 x 2 pixels with signed grey values.
+QByteArray signedTiff(const std::array<qint16, 4>& greys);
 /// Makes a folder of the name with the files 1.png, 2.png and so on; the folder's path.
 QString writeImages(const char* name, const std::vector<QByteArray>& files);
 

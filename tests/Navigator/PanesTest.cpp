@@ -56,6 +56,30 @@ protected:
         return names;
     }
 
+    // A series of square images, each in one grey.
+    static QString squares(const std::vector<std::pair<int, int>>& sidesAndGreys) {
+        static int number = 0;
+        std::vector<QByteArray> files;
+        for (const auto& [side, grey] : sidesAndGreys) {
+            QImage image(side, side, QImage::Format_Grayscale8);
+            image.fill(QColor(grey, grey, grey));
+            files.push_back(png(image));
+        }
+        return writeImages(("squares" + std::to_string(++number)).c_str(), files);
+    }
+    static bool shows(QWidget* view, int grey) {
+        const QImage image = view->grab().toImage().convertToFormat(QImage::Format_RGB32);
+        int pixels = 0;
+        for (int i = 0; i < image.width() * image.height(); ++i)
+            pixels += image.pixel(i % image.width(), i / image.width()) == qRgb(grey, grey, grey);
+        return pixels > 50;
+    }
+    static QImage afterKeys(QWidget* view, Qt::Key key, int times) {
+        for (int i = 0; i < times; ++i)
+            QTest::keyClick(view, key);
+        return view->grab().toImage();
+    }
+
     ImagesModule* m_images = nullptr;
     CompareModule* m_compare = nullptr;
     EnlargeModule* m_enlarge = nullptr;
@@ -175,6 +199,65 @@ TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
     vlr::ControlList::instance()->hideControl(QStringLiteral("Axial"));
     ASSERT_TRUE(axial);
     EXPECT_FALSE(axial->parent());
+}
+
+TEST_F(PanesTest, NoPictureOfAFormerSliceOrVolumeStays) {
+    showModules();
+    for (const int grey : {60, 200}) {
+        m_images->open({squares({{9, grey}, {9, grey}, {9, grey}})});
+        for (const PaneControl* control : panes->volumeControls()) {
+            EXPECT_TRUE(shows(control->view(), grey)) << control->label().toStdString();
+            EXPECT_FALSE(shows(control->view(), 260 - grey)) << control->label().toStdString();
+        }
+    }
+    // One by one, since they are not of one size, but of one shape.
+    for (const int side : {9, 18}) {
+        m_images->open({squares({{9, 60}, {side, 200}})});
+        EXPECT_EQ(panes->hasVolume(), side == 9);
+        for (const int slice : {0, 1}) {
+            panes->setSlice(slice);
+            QWidget* const shown = side == 9 ? view(Plane::Axial) : find<QWidget>("sliceView");
+            EXPECT_TRUE(shows(shown, slice == 0 ? 60 : 200));
+            EXPECT_FALSE(shows(shown, slice == 0 ? 200 : 60));
+        }
+    }
+}
+
+TEST_F(PanesTest, TheOverviewIsTurnedByHandAndByKey) {
+    showModules();
+    QWidget* const view = overview();
+    const QImage first = view->grab().toImage();
+    const auto dragBy = [&](const QPoint& way) {
+        const QPoint from = view->rect().center();
+        QTest::mousePress(view, Qt::LeftButton, {}, from);
+        QMouseEvent move(QEvent::MouseMove, from + way, Qt::NoButton, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(view, &move);
+        QTest::mouseRelease(view, Qt::LeftButton, {}, from + way);
+        return view->grab().toImage();
+    };
+    const QImage focused = dragBy({0, 0}); // The click brings the keyboard here.
+    EXPECT_NE(focused, first);
+    const struct {
+        QPoint way;
+        Qt::Key key;
+    } cases[] = {{{40, 0}, Qt::Key_Right},
+                 {{-40, 0}, Qt::Key_Left},
+                 {{0, 40}, Qt::Key_Down},
+                 {{0, -40}, Qt::Key_Up}};
+    for (const auto& each : cases) { // Half a degree a pixel, five degrees a key.
+        const QImage dragged = dragBy(each.way);
+        EXPECT_NE(dragged, focused);
+        EXPECT_EQ(afterKeys(view, Qt::Key_Home, 1), focused);
+        EXPECT_EQ(afterKeys(view, each.key, 4), dragged);
+        EXPECT_EQ(afterKeys(view, Qt::Key_Home, 1), focused);
+    }
+    // All around to the sides, but upward and downward only to 80 degrees.
+    EXPECT_EQ(afterKeys(view, Qt::Key_Right, 72), focused);
+    const QImage highest = afterKeys(view, Qt::Key_Down, 11);
+    EXPECT_EQ(afterKeys(view, Qt::Key_Down, 1), highest);
+    const QImage lowest = afterKeys(view, Qt::Key_Up, 32);
+    EXPECT_NE(lowest, highest);
+    EXPECT_EQ(afterKeys(view, Qt::Key_Up, 1), lowest);
 }
 
 TEST_F(PanesTest, WhatIsNoVolumeTakesThePlaceOfThePanesUnlessItIsCancelled) {

@@ -46,7 +46,8 @@ class PatientsTest : public NavigatorTest {
 protected:
     std::string count() const { return find<QLabel>("patientCount")->text().toStdString(); }
     void showList(const char* expectedCount) {
-        show(new PatientsModule);
+        m_module = new PatientsModule;
+        show(m_module);
         ASSERT_TRUE(QTest::qWaitFor([&] { return count() == expectedCount; }, patience));
     }
     PatientsView* list() const { return window()->findChild<PatientsView*>(); }
@@ -80,6 +81,8 @@ protected:
     static void answerConflict(const char* button) {
         answerNextMessageBox([=](QMessageBox& box) { press(box, button); });
     }
+
+    PatientsModule* m_module = nullptr;
 };
 
 } // namespace
@@ -146,6 +149,57 @@ TEST_F(PatientsTest, TheCurrentPatientIsEditedInPlaceAndTheBannerIsNeverStale) {
     EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);
     AppBase::setCurrentPatient({});
     EXPECT_EQ(shownName(*window()), "No patient chosen");
+}
+
+TEST_F(PatientsTest, WhatTheFormerPatientWouldLoseIsAskedAboutOnce) {
+    storePatient("2", "Brown");
+    storePatient("1", "Adams");
+    showList("Patients: 2");
+    const struct {
+        QString work;
+        bool isChanged;
+        std::vector<const char*> losses; // none: there is no question
+    } cases[] = {{{}, false, {}},
+                 {text("His images go."), false, {"His images go."}},
+                 {{}, true, {"Changes", "The patient was not stored. "}},
+                 {text("His images go."), true, {"His images go.", "not stored"}}};
+    for (const auto& each : cases) {
+        for (const Qt::Key answer : {Qt::Key_Return, Qt::Key_Escape, Qt::Key_Y}) {
+            AppBase::setCurrentPatient(nullptr);
+            makeCurrent("1");
+            const DataPointer<Patient> adams = AppBase::getCurrentPatient();
+            m_module->setWorkOfPatient([&] { return each.work; });
+            if (each.isChanged)
+                adams->setSex(adams->sex() == Patient::Male ? Patient::Female : Patient::Male);
+            std::string question;
+            if (!each.losses.empty())
+                answerNextMessageBox([&](QMessageBox& box) {
+                    question = box.text().toStdString();
+                    if (answer == Qt::Key_Y)
+                        box.button(QMessageBox::Yes)->click();
+                    else
+                        QTest::keyClick(&box, answer);
+                });
+            {
+                const FullDisk full;
+                makeCurrent("2");
+            }
+            const bool isLeft = each.losses.empty() || answer == Qt::Key_Y;
+            EXPECT_EQ(AppBase::getCurrentPatient() == adams, !isLeft);
+            for (const char* const part : {"\"Adams\" (id 1)", "\"Brown\" (id 2)"})
+                EXPECT_EQ(question.find(part) == std::string::npos, each.losses.empty());
+            for (const char* const loss : each.losses)
+                EXPECT_THAT(question, HasSubstr(loss));
+        }
+    }
+    // What can be stored meanwhile is not lost, and nobody is asked.
+    AppBase::setCurrentPatient(nullptr);
+    makeCurrent("1");
+    const DataPointer<Patient> adams = AppBase::getCurrentPatient();
+    m_module->setWorkOfPatient({});
+    adams->setName(text("Adams-Brown"));
+    makeCurrent("2");
+    EXPECT_EQ(loadPatient(*adams)->name(), text("Adams-Brown"));
 }
 
 // --- two workstations

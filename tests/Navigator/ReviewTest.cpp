@@ -8,6 +8,7 @@
 #include "Review/ScreenshotModel.h"
 #include "Support/MessageBoxes.h"
 
+#include <QtTest/QSignalSpy>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QListView>
 
@@ -85,12 +86,9 @@ protected:
             ASSERT_TRUE(QTest::qWaitFor([&] { return !each->isBusy(); }, patience));
     }
     void press(Qt::Key key) const { QTest::keyClick(list(), key); }
-    static void answer(QMessageBox::StandardButton button, QString* question = nullptr) {
-        answerNextMessageBox([button, question](QMessageBox& box) {
-            if (question)
-                *question = box.text();
-            QTest::mouseClick(box.button(button), Qt::LeftButton);
-        });
+    static void answer(QMessageBox::StandardButton button) {
+        answerNextMessageBox(
+            [button](QMessageBox& box) { QTest::mouseClick(box.button(button), Qt::LeftButton); });
     }
     std::string note() const {
         const auto* const note = find<QLabel>("reviewNote");
@@ -123,11 +121,28 @@ TEST_F(ReviewTest, ShowsTheNewestFirstAndOpensOne) {
     EXPECT_EQ(note(), "No patient chosen");
 }
 
+TEST_F(ReviewTest, AThumbnailIsAnnouncedWhenItIsThere) {
+    showFour();
+    ScreenshotModel fresh;
+    fresh.setPatient(AppBase::getCurrentPatient());
+    const QSignalSpy changes(&fresh, &QAbstractItemModel::dataChanged);
+    for (const int number : {1, 3}) { // The last one is broken.
+        const int before = changes.count();
+        EXPECT_FALSE(fresh.index(number).data(Qt::DecorationRole).isValid());
+        ASSERT_TRUE(QTest::qWaitFor([&] { return changes.count() > before; }, patience));
+        EXPECT_EQ(changes.last().first().toModelIndex(), fresh.index(number));
+        EXPECT_EQ(fresh.index(number).data(Qt::DecorationRole).isValid(), number == 1);
+    }
+}
+
 TEST_F(ReviewTest, DeletingAsksFirst) {
     showFour();
     press(Qt::Key_Home);
     QString question;
-    answer(QMessageBox::No, &question);
+    answerNextMessageBox([&](QMessageBox& box) {
+        question = box.text();
+        QTest::keyClick(&box, Qt::Key_Return);
+    });
     press(Qt::Key_Delete);
     EXPECT_THAT(question.toStdString(), HasSubstr("01 Mar 2026 07:00:03"));
     EXPECT_EQ(model()->rowCount(), 4);

@@ -1,4 +1,5 @@
 #include "Images/Volume.h"
+#include "Images/SliceCache.h"
 #include "Navigator/NavigatorTest.h"
 
 #include <gmock/gmock.h>
@@ -131,6 +132,35 @@ TEST(Volume, SixteenBitsAreWindowedOverAllSlices) {
         EXPECT_THAT(values(volume.slice(plane, 1)), Each(AllOf(Gt(0), Lt(255))));
     EXPECT_EQ(values(volume.slice(Plane::Axial, 0)).front(), 0);
     EXPECT_EQ(values(volume.slice(Plane::Axial, 3)).back(), 255);
+}
+
+TEST(Volume, SignedGreysAreShownAndToldAsTheyAre) {
+    const QByteArray low = signedTiff({-1000, -1, 0, 40});
+    const Volume volume = volumeOf({low, signedTiff({0, 0, 0, 3080})});
+    EXPECT_EQ(volume.darkest(), -1000);
+    EXPECT_EQ(volume.brightest(), 3080);
+    EXPECT_EQ(volume.grey({1, 0, 0}), -1);
+    EXPECT_EQ(volume.grey({1, 2, 0}), 0);
+    EXPECT_THAT(values(volume.slice(Plane::Axial, 0)), ElementsAre(0, 62, 62, 65));
+    EXPECT_THAT(values(volume.slice(Plane::Axial, 1)), ElementsAre(62, 62, 62, 255));
+    Volume mixed;
+    const auto deep = png(2, 2, QImage::Format_Grayscale16);
+    EXPECT_THAT(Volume::load(seriesOf({low, deep}), mixed).text(),
+                AllOf(HasSubstr("Slice 2"), HasSubstr("2.png"), HasSubstr("signed")));
+}
+
+TEST(SliceCache, SixteenBitsOfOneImageAreSpreadAsThoseOfAVolume) {
+    QImage deep(2, 2, QImage::Format_Grayscale16);
+    deep.fill(0);
+    reinterpret_cast<quint16*>(deep.scanLine(1))[0] = 1000;
+    reinterpret_cast<quint16*>(deep.scanLine(1))[1] = 4095;
+    SliceCache cache;
+    cache.setSeries(seriesOf({png(deep), signedTiff({-1000, 0, 0, 3080}), png(2, 2)}));
+    EXPECT_THAT(values(cache.slice(0).image), ElementsAre(0, 0, 62, 255));
+    EXPECT_EQ(cache.slice(0).greys, std::make_pair(0, 4095));
+    EXPECT_EQ(cache.slice(1).greys, std::make_pair(-1000, 3080));
+    EXPECT_THAT(values(cache.slice(2).image), Each(100));
+    EXPECT_FALSE(cache.slice(2).greys);
 }
 
 TEST(Volume, ColoursBecomeGreyAndAnUnreadableSliceAGapInItsPlace) {

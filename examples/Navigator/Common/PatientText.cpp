@@ -30,3 +30,12 @@ QString dateText(const QDate& date) {
 QString dateFormat() {
     return QStringLiteral("dd MMM yyyy");
 }
+
+QString nameAndId(const Patient& patient) {
+    return tr("\"%1\" (id %2)").arg(patient.name(), patient.patientId());
+}
+
+bool isSamePatient(const DataPointer<Patient>& a, const DataPointer<Patient>& b) {
+    // One who was not stored yet has no place that could be compared.
+    return a == b || (a && b && a->storageUri().isValid() && a->storageUri() == b->storageUri());
+}

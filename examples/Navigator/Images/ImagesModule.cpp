@@ -45,6 +45,14 @@ QStringList absolute(const QStringList& paths) {
     return result;
 }
 
+// The example stays the example, whoever opens its folder.
+bool isExample(const vlr::ImageSeries& series) {
+    for (int i = 0; i < series.count(); ++i)
+        if (QFileInfo(series.path(i)).absolutePath() != phantomFolder())
+            return false;
+    return !series.isEmpty();
+}
+
 QString sourceText(const QStringList& paths) {
     if (paths.size() == 1)
         return QDir::toNativeSeparators(paths.first());
@@ -101,13 +109,13 @@ void ImagesModule::createContext() {
     connect(folder, &QPushButton::clicked, this, &ImagesModule::chooseFolder);
     const ImagesView* const view = panes().imagesView();
     connect(m_problems, &ProblemList::sliceChosen, &panes(), &VolumePanes::setSlice);
-    connect(view, &ImagesView::sliceChanged, this,
-            [this](int slice) { m_options->setSlice(slice); });
+    connect(&panes(), &VolumePanes::closed, this, &ImagesModule::forgetClosed);
+    connect(view, &ImagesView::sliceChanged, this, &ImagesModule::rememberSlice);
     connect(view, &ImagesView::sliceFailed, this, [this](int slice, const CaError& error) {
         m_problems->addProblem(panes().series(), slice, error);
     });
     connect(panes().crossHair(), &CrossHair::positionChanged, this,
-            [this] { m_options->setSlice(panes().crossHair()->slice(Plane::Axial)); });
+            [this] { rememberSlice(panes().crossHair()->slice(Plane::Axial)); });
 }
 
 PaneControl* ImagesModule::arrange() {
@@ -117,7 +125,9 @@ PaneControl* ImagesModule::arrange() {
 // --- opening
 
 void ImagesModule::openForTheFirstTime() {
-    const Opening opening = m_paths.isEmpty() ? Opening() : openPaths(absolute(m_paths), -1);
+    const Opening opening = m_paths.isEmpty()
+                                ? Opening()
+                                : openPaths(absolute(m_paths), -1, ImagesOwner::ofCurrentPatient());
     if (opening.isCancelled)
         panes().showNote(tr("No images"));
     else if (panes().series().isEmpty() && !openAgain())
@@ -130,7 +140,13 @@ void ImagesModule::openForTheFirstTime() {
 bool ImagesModule::openAgain() {
     if (m_options->paths().isEmpty() || !m_options->opensLastImages())
         return false;
-    const Opening opening = openPaths(m_options->paths(), m_options->slice());
+    const ImagesOwner owner = ImagesOwner::ofCurrentPatient();
+    if (m_options->patient() != owner.storedName()) {
+        m_problems->addText(tr("The images shown last time were not opened for the patient who is "
+                               "the current one now. They stay closed."));
+        return false;
+    }
+    const Opening opening = openPaths(m_options->paths(), m_options->slice(), owner);
     if (opening.problem.isEmpty())
         return true;
     if (opening.isCancelled) {
@@ -141,7 +157,7 @@ bool ImagesModule::openAgain() {
     }
     m_problems->addText(
         tr("The images shown last time are not there any more: %1").arg(opening.problem));
-    m_options->setPaths({});
+    m_options->setPaths({}, {});
     m_options->setSlice(-1);
     return false;
 }
@@ -163,14 +179,17 @@ void ImagesModule::openPhantom() {
     // As the only one it stands at the reference base, by agreement.
     volume.setSpacing({phantomSpacing, phantomSpacing, phantomSpacing});
     volume.setRegistered(true);
+    m_isRemembered = m_options->paths().isEmpty();
     if (error.id() == Volume::cancelledError)
         panes().showNote(tr("No images"));
     else
-        showSeries(series, volume, error, m_options->slice());
+        showSeries(series, volume, error, m_isRemembered ? m_options->slice() : -1,
+                   ImagesOwner::example());
 }
 
 // Shows what the paths hold, or tells why that is nothing.
-ImagesModule::Opening ImagesModule::openPaths(const QStringList& paths, int slice) {
+ImagesModule::Opening ImagesModule::openPaths(const QStringList& paths, int slice,
+                                              const ImagesOwner& asked) {
     const BusyCursor busy;
     vlr::ImageSeries series;
     const CaError error = vlr::ImageSeries::open(paths, series);
@@ -180,35 +199,60 @@ ImagesModule::Opening ImagesModule::openPaths(const QStringList& paths, int slic
     const CaError volumeError = Volume::load(series, volume);
     if (volumeError.id() == Volume::cancelledError)
         return {QString::fromStdString(volumeError.text()), true};
+    // Events are processed meanwhile.
+    const ImagesOwner owner = isExample(series) ? ImagesOwner::example() : asked;
+    if (!owner.suits(AppBase::getCurrentPatient()))
+        return {tr("The images are not shown, as their patient is not the current one any more.")};
     m_problems->showProblems(series);
     for (int z = 0; z < volume.count(Plane::Axial); ++z)
         if (volume.problem(z) != CaError::nullError)
             m_problems->addProblem(series, z, volume.problem(z));
     if (error != CaError::nullError)
         m_problems->addText(QString::fromStdString(error.text()));
-    if (!m_options->setPaths(paths))
+    rememberPaths(paths, owner);
+    m_source->setFullText(sourceText(paths));
+    showSeries(series, volume, volumeError, slice, owner);
+    return {};
+}
+
+void ImagesModule::rememberPaths(const QStringList& paths, const ImagesOwner& owner) {
+    m_isRemembered = true;
+    // The next start would take the images of somebody who has no name yet for nobody's.
+    const bool isNamed = !owner.patient() || !owner.storedName().isEmpty();
+    if (!m_options->setPaths(isNamed ? paths : QStringList(), owner.storedName()))
         m_problems->addText(tr("These are too many files to be opened again at the next start. "
                                "Open their folder instead."));
-    m_source->setFullText(sourceText(paths));
-    showSeries(series, volume, volumeError, slice);
-    return {};
+}
+
+// Not while the example stands in for images that another patient will see again.
+void ImagesModule::rememberSlice(int slice) {
+    if (m_isRemembered)
+        m_options->setSlice(slice);
+}
+
+// Names of files tell as much as the images do.
+void ImagesModule::forgetClosed() {
+    m_isRemembered = false;
+    m_source->setFullText({});
+    m_problems->showProblems({});
 }
 
 // The series is no volume where there is an error.
 void ImagesModule::showSeries(const vlr::ImageSeries& series, const Volume& volume,
-                              const CaError& error, int slice) {
+                              const CaError& error, int slice, const ImagesOwner& owner) {
     if (error != CaError::nullError) {
         panes().showSeries(series, slice,
                            tr("These images are shown one by one, as they are not a volume. %1")
-                               .arg(QString::fromStdString(error.text())));
+                               .arg(QString::fromStdString(error.text())),
+                           owner);
         return;
     }
-    panes().showVolume(series, volume, slice);
-    m_options->setSlice(panes().crossHair()->slice(Plane::Axial));
+    panes().showVolume(series, volume, slice, owner);
+    rememberSlice(panes().crossHair()->slice(Plane::Axial));
 }
 
 void ImagesModule::open(const QStringList& paths) {
-    report(openPaths(absolute(paths), -1));
+    report(openPaths(absolute(paths), -1, ImagesOwner::ofCurrentPatient()));
 }
 
 // Once for what the user did, however many files it concerns.
@@ -222,19 +266,22 @@ void ImagesModule::report(const Opening& opening) {
 
 // --- choosing
 
+// Not the folder of another patient, from which nothing should be opened for this one.
 QString ImagesModule::startFolder() const {
-    return m_options->paths().isEmpty()
+    const bool isOfPatient = m_options->patient() == ImagesOwner::ofCurrentPatient().storedName();
+    return m_options->paths().isEmpty() || !isOfPatient
                ? QStandardPaths::writableLocation(QStandardPaths::PicturesLocation)
                : QFileInfo(m_options->paths().first()).path();
 }
 
 void ImagesModule::openChosen(QFileDialog* dialog) {
     const QPointer<ImagesModule> self(this);
+    const ImagesOwner owner = ImagesOwner::ofCurrentPatient();
     const QStringList files = vlr::askForFiles(dialog, startFolder());
     if (!self)
         return;
     if (!files.isEmpty())
-        open(files);
+        report(openPaths(absolute(files), -1, owner));
     takeFocus();
 }
 

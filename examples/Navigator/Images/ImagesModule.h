@@ -13,11 +13,12 @@ class ImagesModule : public VolumeModule {
     Q_OBJECT
 
 public:
-    /// Without paths the images of the last time are shown again, or the example images.
+    /// Without paths the images of the last time are shown again, if they are of the patient who
+    /// is the current one when the module is first seen, or else the example images.
     explicit ImagesModule(std::shared_ptr<VolumePanes> panes, const QStringList& paths = {});
 
-    /// Opens files and folders. Where none of them holds an image, what is open stays and the
-    /// reason is shown.
+    /// Opens files and folders for the current patient. Where none of them holds an image, what is
+    /// open stays and the reason is shown.
     void open(const QStringList& paths);
 
 protected:
@@ -35,9 +36,12 @@ private:
     void openForTheFirstTime();
     bool openAgain();
     void openPhantom();
-    Opening openPaths(const QStringList& paths, int slice);
+    Opening openPaths(const QStringList& paths, int slice, const ImagesOwner& asked);
     void showSeries(const vlr::ImageSeries& series, const Volume& volume, const CaError& error,
-                    int slice);
+                    int slice, const ImagesOwner& owner);
+    void rememberPaths(const QStringList& paths, const ImagesOwner& owner);
+    void rememberSlice(int slice);
+    void forgetClosed();
     void report(const Opening& opening);
     void chooseImages();
     void chooseFolder();
@@ -46,6 +50,7 @@ private:
 
     QStringList m_paths;
     DataPointer<ImagesOptions> m_options;
+    bool m_isRemembered = false; ///< What is shown is what the options name.
     QtElidedLabel* m_source = nullptr;
     ProblemList* m_problems = nullptr;
 };

@@ -14,9 +14,10 @@ QString pathName(int index) {
 
 } // namespace
 
-bool ImagesOptions::setPaths(const QStringList& paths) {
+bool ImagesOptions::setPaths(const QStringList& paths, const QString& patient) {
     const bool fits = paths.size() <= mostPaths && paths.join(QString()).size() <= mostCharacters;
     m_paths = fits ? paths : QStringList();
+    m_patient = fits ? patient : QString();
     return fits;
 }
 

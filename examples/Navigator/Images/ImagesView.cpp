@@ -87,6 +87,8 @@ void ImagesView::showSlice() {
     QStringList text{title(), tr("%1 / %2").arg(index + 1).arg(series().count())};
     if (shown.error == CaError::nullError) {
         text << tr("%1 x %2 pixels").arg(shown.image.width()).arg(shown.image.height());
+        if (shown.greys)
+            text << tr("grey values %1 to %2").arg(shown.greys->first).arg(shown.greys->second);
         m_view->showImage(shown.image, text);
     } else {
         m_view->showProblem(title(), QString::fromStdString(shown.error.text()), text);

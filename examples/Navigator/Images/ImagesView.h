@@ -20,6 +20,7 @@ public:
     void setReason(const QString& text);
     void setPatientText(const QStringList& text) { m_view->setPatientText(text); }
     void setTrackingText(const QStringList& text) { m_view->setTrackingText(text); }
+    const QStringList& patientText() const { return m_view->patientText(); }
     const vlr::ImageSeries& series() const { return m_cache.series(); }
     int slice() const; ///< The slice shown, from 0.
     void setSlice(int slice);

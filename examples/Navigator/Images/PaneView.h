@@ -5,7 +5,7 @@
 #include <QtWidgets/QWidget>
 
 /// The base of what shows a volume in one pane: black ground, a title bar that shows which pane
-/// is the current one, the patient's name, and a frame while the keyboard is here.
+/// is the current one, whom the picture belongs to, and a frame while the keyboard is here.
 class PaneView : public QWidget {
     Q_OBJECT
 
@@ -15,10 +15,12 @@ public:
     QString title() const { return m_title; }
     bool isCurrent() const { return m_isCurrent; }
     void setCurrent(bool current);
+    /// Whom the picture belongs to.
     void setPatientText(const QStringList& text);
     /// Why no tips of instruments are seen; nothing where all is well or nothing is tracked.
     void setTrackingText(const QStringList& text);
     QStringList trackingText() const { return m_trackingText; }
+    const QStringList& patientText() const { return m_patientText; }
 
     QSize sizeHint() const override { return {320, 240}; }
     QSize minimumSizeHint() const override { return {60, 45}; }

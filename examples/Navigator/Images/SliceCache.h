@@ -4,10 +4,15 @@
 
 #include <QtCore/QCache>
 
-/// One place of a series: its image, or why there is none.
+#include <optional>
+#include <utility>
+
+/// One place of a series: its image, or why there is none. Grey values of 16 bits are spread over
+/// black to white, as those of a volume are.
 struct Slice {
     QImage image;
     CaError error;
+    std::optional<std::pair<int, int>> greys; ///< What became black and what became white.
 };
 
 /// Decodes the slices of a series when they are asked for and keeps those used last, in bounded

@@ -18,9 +18,11 @@ public:
     void showImage(const QImage& image, const QStringList& sliceText);
     void showProblem(const QString& title, const QString& reason, const QStringList& sliceText);
     void showNote(const QString& text);
+    /// Whom the picture belongs to.
     void setPatientText(const QStringList& text);
     void setTrackingText(const QStringList& text); ///< Why no tips of instruments are seen.
     QStringList trackingText() const { return m_trackingText; }
+    const QStringList& patientText() const { return m_patientText; }
 
     QSize sizeHint() const override { return {640, 480}; }
     QSize minimumSizeHint() const override { return {200, 150}; }

@@ -49,6 +49,7 @@ CaError withShortName(const CaError& error, const QString& path) {
 struct Plan {
     QSize size;
     QImage::Format format = QImage::Format_Grayscale8;
+    int zeroGrey = 0;
 };
 
 // Bits of a decoded pixel: 16 are one grey value of 16 bits, 64 are four components of 16 bits.
@@ -65,9 +66,15 @@ CaError checkHeaders(const vlr::ImageSeries& series, Plan& plan) {
         if (series.error(i) != CaError::nullError || info.size.isEmpty())
             continue;
         if (plan.size.isEmpty())
-            plan.size = info.size;
+            plan = {info.size, plan.format, info.zeroGrey};
         if (info.size != plan.size && series.page(i) == 0)
             return differentSize(series, i, info.size, plan.size);
+        if (info.zeroGrey != plan.zeroGrey)
+            return refusal("Volume::unequalGreys",
+                           tr("Slice %1 (\"%2\") and the slices before it do not both have signed "
+                              "grey values.")
+                               .arg(i + 1)
+                               .arg(QFileInfo(series.path(i)).fileName()));
         if (isDeep(info))
             plan.format = QImage::Format_Grayscale16;
     }
@@ -125,6 +132,7 @@ CaError Volume::load(const vlr::ImageSeries& series, Volume& volume, qint64 limi
 
     Volume loaded;
     loaded.m_format = plan.format;
+    loaded.m_zero = plan.zeroGrey;
     loaded.m_size = {plan.size.width(), plan.size.height(), series.count()};
     bool isAnyThere = false;
     const Progress progress(series.count());
@@ -180,7 +188,8 @@ int Volume::grey(const Voxel& voxel) const {
     if (slice.isNull())
         return 0;
     const uchar* const line = slice.constScanLine(voxel[1]);
-    return bitsPerVoxel() == 16 ? reinterpret_cast<const quint16*>(line)[voxel[0]] : line[voxel[0]];
+    return m_zero + (bitsPerVoxel() == 16 ? reinterpret_cast<const quint16*>(line)[voxel[0]]
+                                          : line[voxel[0]]);
 }
 
 // --- grey values
@@ -207,9 +216,9 @@ void Volume::updateRangeOf() {
     m_brightest = brightest;
 }
 
-uchar Volume::shown(quint16 grey) const {
-    const int range = std::max(1, m_brightest - m_darkest);
-    return static_cast<uchar>(std::max(0, grey - m_darkest) * 255 / range);
+uchar Volume::stretched(int grey, int darkest, int brightest) {
+    const int range = std::max(1, brightest - darkest);
+    return static_cast<uchar>(std::clamp(grey - darkest, 0, range) * 255 / range);
 }
 
 // --- pictures

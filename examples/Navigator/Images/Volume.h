@@ -19,7 +19,8 @@ public:
     /// Decodes the series; its first image is the lowest slice. `volume` is set on success only.
     ///
     /// Refused, before a pixel is decoded where the headers tell it: fewer than two images, images
-    /// of different sizes (the error names the first one that differs), more than `limit` bytes. A
+    /// of different sizes, or with signed and with unsigned grey values (the error names the first
+    /// one that differs), more than `limit` bytes. A
     /// slice that cannot be read stays empty; problem() says why. Colours become grey.
     ///
     /// The CaProgressMonitor shows how far it is; when the user cancels, the error has the id
@@ -31,8 +32,10 @@ public:
     Voxel size() const { return m_size; }
     int count(Plane plane) const; ///< Slices in the plane.
     int bitsPerVoxel() const { return m_format == QImage::Format_Grayscale16 ? 16 : 8; }
-    int darkest() const { return m_darkest; } ///< Of the grey values of all slices.
-    int brightest() const { return m_brightest; }
+    int darkest() const { return m_darkest + m_zero; } ///< Of the grey values of all slices.
+    int brightest() const { return m_brightest + m_zero; }
+    /// How bright the grey value is shown where that range is spread over black to white.
+    static uchar stretched(int grey, int darkest, int brightest);
 
     /// Distances between the centres of neighbours, in millimetres; 1 as long as nobody knows them.
     const std::array<double, 3>& spacing() const { return m_spacing; }
@@ -48,7 +51,7 @@ public:
 
     /// Why the axial slice is empty, or the null error.
     CaError problem(int z) const;
-    int grey(const Voxel& voxel) const; ///< 0 outside.
+    int grey(const Voxel& voxel) const; ///< As it is in the file, below 0 too; 0 outside.
 
     /// A picture of the plane with 8 bits, one pixel per voxel, turned as Plane.h says. 16 bits are
     /// windowed to the range of the whole volume. A null image for an index that does not exist.
@@ -61,7 +64,7 @@ private:
     void updateRangeOf();
     template <class Grey>
     QImage reslice(Plane plane, int index) const;
-    uchar shown(quint16 grey) const;
+    uchar shown(quint16 grey) const { return stretched(grey, m_darkest, m_brightest); }
     uchar shown(uchar grey) const { return grey; }
 
     std::vector<QImage> m_slices; ///< Axial; null where there is a problem.
@@ -71,6 +74,7 @@ private:
     std::array<double, 3> m_spacing{1, 1, 1};
     bool m_isSpacingKnown = false;
     bool m_isRegistered = false;
+    int m_zero = 0; ///< The grey value of a voxel of 0, see vlr::ImageInfo::zeroGrey.
     int m_darkest = 0;
     int m_brightest = 0;
 };

@@ -3,6 +3,7 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/vlrControlList.h"
 #include "Base/QtQVViewFrame.h"
+#include "Common/PatientText.h"
 #include "Images/ImagesView.h"
 #include "Images/OverviewView.h"
 #include "Images/PlaneView.h"
@@ -26,8 +27,8 @@ VolumePanes::VolumePanes() : m_imagesView(new ImagesView) {
             &VolumePanes::markCurrent);
     if (AppBase* application = AppBase::instance())
         m_patientChanges = CaConnection(*application, AppBase::CURRENT_PATIENT_CHANGED,
-                                        [this](auto&&...) { showPatient(); });
-    showPatient();
+                                        [this](auto&&...) { followPatient(); });
+    followPatient();
 }
 
 VolumePanes::~VolumePanes() = default;
@@ -64,16 +65,24 @@ std::vector<PaneControl*> VolumePanes::volumeControls() const {
 
 // --- images
 
-void VolumePanes::showVolume(const vlr::ImageSeries& series, const Volume& volume, int slice) {
+void VolumePanes::showVolume(const vlr::ImageSeries& series, const Volume& volume, int slice,
+                             const ImagesOwner& owner) {
+    if (!owner.suits(AppBase::getCurrentPatient()))
+        return;
     m_series = series;
+    m_owner = owner;
     m_crossHair.setSize(volume.size());
     if (slice >= 0)
         m_crossHair.setSlice(Plane::Axial, slice);
     setVolume(volume);
 }
 
-void VolumePanes::showSeries(const vlr::ImageSeries& series, int slice, const QString& reason) {
+void VolumePanes::showSeries(const vlr::ImageSeries& series, int slice, const QString& reason,
+                             const ImagesOwner& owner) {
+    if (!owner.suits(AppBase::getCurrentPatient()))
+        return;
     m_series = series;
+    m_owner = owner;
     m_imagesView->showSeries(series, slice);
     m_imagesView->setReason(reason);
     setVolume({});
@@ -81,12 +90,14 @@ void VolumePanes::showSeries(const vlr::ImageSeries& series, int slice, const QS
 
 void VolumePanes::showNote(const QString& text) {
     m_series = {};
+    m_owner = {};
     m_imagesView->showNote(text);
     setVolume({});
 }
 
 void VolumePanes::setVolume(const Volume& volume) {
     m_volume = volume;
+    showOwner(); // First, so that no picture is ever painted with the former name.
     for (const Plane plane : allPlanes)
         if (auto* const view = qobject_cast<PlaneView*>(planeControl(plane)->view()))
             view->setVolume(volume);
@@ -112,10 +123,31 @@ void VolumePanes::markCurrent(const QString& label) {
             view->setCurrent(control->label() == label);
 }
 
-void VolumePanes::showPatient() {
+// --- whom the images belong to
+
+QString VolumePanes::closingText() const {
+    return m_owner.patient() ? tr("The images that are open for %1 are closed.")
+                                   .arg(nameAndId(*m_owner.patient()))
+                             : QString();
+}
+
+void VolumePanes::followPatient() {
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    const QStringList text =
-        patient ? QStringList{patient->name(), patient->patientId()} : QStringList();
+    m_valueChanges = patient
+                         ? CaConnection(*patient, Data::CHANGED, [this](auto&&...) { showOwner(); })
+                         : CaConnection();
+    const bool suits = m_owner.suits(patient);
+    if (!suits)
+        showNote(tr("The images of the former patient were closed"));
+    else if (m_owner.patient()) // He may have been loaded anew.
+        m_owner = ImagesOwner::ofCurrentPatient();
+    showOwner();
+    if (!suits)
+        emit closed();
+}
+
+void VolumePanes::showOwner() {
+    const QStringList text = m_series.isEmpty() ? QStringList() : m_owner.text();
     m_imagesView->setPatientText(text);
     for (const PaneControl* control : volumeControls())
         if (auto* const view = qobject_cast<PaneView*>(control->view()))

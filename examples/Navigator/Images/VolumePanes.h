@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Images/CrossHair.h"
+#include "Images/ImagesOwner.h"
 #include "Images/PaneControl.h"
 #include "Images/Volume.h"
 #include "Observer/CaSubject.h"
@@ -12,6 +13,9 @@ class ImagesView;
 
 /// The images that are open and all views of them, as controls that modules put into panes. A
 /// series that is no volume is shown image by image in the one view imagesControl().
+///
+/// Every view says whom the images belong to. Those of a patient are closed as soon as he is not
+/// the current patient any more, whoever changed that; whether he may be left is asked before.
 ///
 ///     auto panes = std::make_shared<VolumePanes>();
 ///     application.addModule(new ImagesModule(panes, paths));
@@ -27,11 +31,17 @@ public:
     const Volume& volume() const { return m_volume; }
     bool hasVolume() const { return !m_volume.isEmpty(); }
     CrossHair* crossHair() { return &m_crossHair; }
+    const ImagesOwner& owner() const { return m_owner; } ///< Nobody while there are no images.
+    /// What is closed when the current patient is not that any more; empty for nothing.
+    QString closingText() const;
 
     /// The axial slice from which the user starts; below 0 the middle one.
-    void showVolume(const vlr::ImageSeries& series, const Volume& volume, int slice);
+    /// Ignored for an owner who is not the current patient (any more).
+    void showVolume(const vlr::ImageSeries& series, const Volume& volume, int slice,
+                    const ImagesOwner& owner);
     /// `reason` says why these images are not shown as a volume.
-    void showSeries(const vlr::ImageSeries& series, int slice, const QString& reason);
+    void showSeries(const vlr::ImageSeries& series, int slice, const QString& reason,
+                    const ImagesOwner& owner);
     void showNote(const QString& text); ///< While there are no images.
     void setSlice(int slice);           ///< Of the volume or of the series.
 
@@ -44,14 +54,17 @@ public:
 signals:
     /// Other images, or no volume any more: what stands in the panes is to be arranged anew.
     void imagesChanged();
+    void closed(); ///< The images of somebody who is not the current patient any more.
 
 private:
     void makeControls();
     void setVolume(const Volume& volume);
     void markCurrent(const QString& label);
-    void showPatient();
+    void followPatient();
+    void showOwner();
 
     vlr::ImageSeries m_series;
+    ImagesOwner m_owner;
     Volume m_volume;
     CrossHair m_crossHair;
     ImagesView* m_imagesView;
@@ -59,4 +72,5 @@ private:
     std::unique_ptr<PaneControl> m_overview;
     std::unique_ptr<PaneControl> m_images;
     CaConnection m_patientChanges;
+    CaConnection m_valueChanges;
 };

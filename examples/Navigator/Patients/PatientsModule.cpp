@@ -3,6 +3,8 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "Common/AfterFirstPaint.h"
+#include "Common/PatientText.h"
+#include "Common/Question.h"
 #include "Data/Study.h"
 #include "DataUtils/DataFactory.h"
 #include "DataUtils/QtPatientConfigurationWidget.h"
@@ -281,8 +283,32 @@ DataPointer<Patient> PatientsModule::selectedPatient() {
 }
 
 void PatientsModule::makeCurrent() {
-    if (const DataPointer<Patient> patient = selectedPatient())
+    const DataPointer<Patient> patient = selectedPatient();
+    if (patient && mayLeaveFor(patient))
         AppBase::setCurrentPatient(patient);
+}
+
+// One question about all that the former patient loses; nothing has changed when it is asked.
+bool PatientsModule::mayLeaveFor(const DataPointer<Patient>& next) {
+    const DataPointer<Patient> current = AppBase::getCurrentPatient();
+    if (!current || isSamePatient(current, next))
+        return true;
+    QStringList losses(m_work ? m_work() : QString());
+    if (DataIOManager::hasUnstoredChanges(current)) {
+        const CaError error = DataIOManager::storePatient(current);
+        if (error != CaError::nullError)
+            losses << tr("Changes of his data are lost. %1").arg(notStored(error));
+    }
+    losses.removeAll(QString());
+    if (losses.isEmpty())
+        return true;
+    const QString question = tr("Shall %1 be the current patient instead of %2?")
+                                 .arg(nameAndId(*next), nameAndId(*current));
+    losses.prepend(question);
+    // Whoever made another patient the current one meanwhile was not asked about that.
+    return confirm(m_view->window(), tr("Change the current patient"),
+                   losses.join(QStringLiteral("\n\n"))) &&
+           AppBase::getCurrentPatient() == current;
 }
 
 void PatientsModule::showCurrentPatient() {

@@ -19,6 +19,10 @@ class PatientsModule : public WorkflowModule {
 public:
     PatientsModule();
 
+    /// `work` says, in a sentence for the user, what is closed when another patient becomes the
+    /// current one; an empty text for nothing. Whoever is to lose something is asked first.
+    void setWorkOfPatient(std::function<QString()> work) { m_work = std::move(work); }
+
     void activate() override;
     void deactivate() override;
 
@@ -42,8 +46,10 @@ private:
     void followStored(bool mayAsk);
     void finishEdit(const DataPointer<Patient>& patient, bool takesStored);
     void makeCurrent();
+    bool mayLeaveFor(const DataPointer<Patient>& next);
     void showCurrentPatient();
 
+    std::function<QString()> m_work;
     DataPointer<PatientsOptions> m_options;
     QPointer<PatientsView> m_view; ///< Owned by the base.
     StudyList* m_studies = nullptr;

@@ -4,13 +4,14 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtScreenShotData.h"
 #include "Base/QtElidedLabel.h"
-#include "Base/QtMsgBox.h"
+#include "Common/Question.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 #include "Review/ReviewView.h"
 #include "Review/ScreenshotKeeper.h"
 #include "Review/ScreenshotModel.h"
 
+#include <QtCore/QPointer>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
@@ -89,14 +90,13 @@ void ReviewModule::deleteSelected() {
     if (!record)
         return;
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    const int answer = QtMsgBox::postAndWait(
-        m_view->window(), QtMsgBox::MsgQuestion, tr("Delete screenshot").toUtf8().constData(), "%s",
-        tr("Delete the screenshot of %1 from the patient's data? It cannot be brought back. The "
-           "file that was saved with it stays.")
-            .arg(screenshotTitle(*record))
-            .toUtf8()
-            .constData());
-    if (answer != QMessageBox::Yes)
+    const QPointer<ReviewModule> self(this);
+    const bool isConfirmed = confirm(
+        m_view->window(), tr("Delete screenshot"),
+        tr("Delete the screenshot of %1 from the patient's data? It cannot be brought back. A file "
+           "that was saved with it is not touched.")
+            .arg(screenshotTitle(*record)));
+    if (!self || !isConfirmed)
         return;
     m_isDeleting = true;
     const CaError error = removeStored(patient, record);

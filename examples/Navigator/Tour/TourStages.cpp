@@ -3,9 +3,9 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtModuleSelector.h"
 #include "Common/Selector.h"
+#include "Tools/ToolGeometry.h"
 #include "Tour/ReviewStations.h"
 #include "Tour/TouchStations.h"
-#include "Tools/ToolGeometry.h"
 #include "Tracking/TrackingRecorder.h"
 
 #include <QtCore/QDir>
@@ -97,10 +97,32 @@ void enterSecondPatient(TourActions& actions) {
     actions.click("ok");
 }
 
-void makeCurrentByKey(TourActions& actions, const QString& name) {
-    actions.key(actions.window()->findChild<QTableView*>(), Qt::Key_Return);
+void expectCurrent(TourActions& actions, const QString& name) {
     actions.waitFor([&] { return actions.find("currentPatientName")->accessibleName() == name; },
                     "the current patient " + name.toStdString());
+}
+
+void makeCurrentByKey(TourActions& actions, const QString& name) {
+    actions.key(actions.window()->findChild<QTableView*>(), Qt::Key_Return);
+    expectCurrent(actions, name);
+}
+
+// With images open for the former one, which are closed.
+void changePatientByKey(TourActions& actions, const QString& formerName, const QString& name) {
+    actions.inDialog(
+        [&] { actions.key(actions.window()->findChild<QTableView*>(), Qt::Key_Return); },
+        [&](QWidget* dialog) {
+            auto* const question = qobject_cast<QMessageBox*>(dialog);
+            actions.expect(question && question->text().contains(formerName.left(20)) &&
+                               question->text().contains(name.left(20)),
+                           "nobody asks whether the images may be closed");
+            actions.click(question->button(QMessageBox::Yes));
+        });
+    expectCurrent(actions, name);
+    actions.click("nextStep");
+    actions.expect(!actions.find("sliceView")->accessibleName().contains(QLatin1Char('/')),
+                   "images stay open for another patient");
+    actions.click("previousStep");
 }
 
 void studyStations(TourActions& actions) {
@@ -267,6 +289,14 @@ void openFolderByName(TourActions& actions, const QString& folder, const char* p
                      });
 }
 
+void openSeries(TourActions& actions) {
+    openFolderByName(actions, seriesFolder(), nullptr);
+    QWidget* const view = actions.find("axialView");
+    for (const auto key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_Right})
+        actions.key(view, key);
+    expectVolumeSlice(actions, "axialView", 3, 4);
+}
+
 void folderStations(TourActions& actions) {
     makeSeries(actions, unequalFolder(), {240, 320});
     openFolderByName(actions, unequalFolder(), "09-open-folder");
@@ -275,11 +305,7 @@ void folderStations(TourActions& actions) {
     actions.picture("09a-not-a-volume");
 
     makeSeries(actions, seriesFolder(), {320, 240});
-    openFolderByName(actions, seriesFolder(), nullptr);
-    QWidget* const view = actions.find("axialView");
-    for (const auto key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_Right})
-        actions.key(view, key);
-    expectVolumeSlice(actions, "axialView", 3, 4);
+    openSeries(actions);
     actions.expect(actions.find<QListWidget>("problems")->count() == 1,
                    "the broken file is not reported");
     actions.picture("10-broken-image");
@@ -356,14 +382,14 @@ void smallWindowStations(TourActions& actions) {
     actions.inDialog([&] { actions.click("newPatient"); },
                      [&](QWidget*) { enterSecondPatient(actions); });
     actions.expectText<QLabel>("patientCount", QStringLiteral("Patients: 2"));
-    makeCurrentByKey(actions, secondName);
+    changePatientByKey(actions, firstName, secondName);
     actions.picture("12-long-name");
     const QSize size = actions.window()->size();
     actions.window()->resize(800, 600);
     actions.waitFor([&] { return actions.window()->size() == QSize(800, 600); }, "a small window");
     actions.picture("13-small-window");
     actions.click("nextStep");
-    expectVolumeSlice(actions, "axialView", 3, 4);
+    openSeries(actions);
     actions.picture("14-images-in-a-small-window");
     actions.click("previousStep");
     actions.window()->resize(size);
@@ -376,7 +402,7 @@ void searchStations(TourActions& actions) {
     actions.expectText<QLabel>("patientCount", QStringLiteral("Patients: 1 of 2"));
     actions.picture("15-search");
     actions.key(search, Qt::Key_Return);
-    makeCurrentByKey(actions, firstName);
+    changePatientByKey(actions, secondName, firstName);
 }
 
 void answerExitQuestion(TourActions& actions, const std::function<void()>& ask,
@@ -423,6 +449,7 @@ void configurationStations(TourActions& actions) {
 
 void furtherStations(TourActions& actions, AppBase& application) {
     actions.click("nextStep");
+    openSeries(actions);
     progressStations(actions);
     messageStations(actions);
     selectorStations(actions, application);

@@ -1,6 +1,7 @@
 #include "Image/ImageFile.h"
 
 #include "IO/DurableFile.h"
+#include "Image/TiffSamples.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QFile>
@@ -138,6 +139,57 @@ qint64 bytesBesideImage(const ImageInfo& info, int coefficients, qint64 fileSize
     return kept + (isTurned ? info.bytes : 0);
 }
 
+QString samplesText(const TiffSamples& samples) {
+    const QString kind =
+        samples.format == TiffSamples::Signed     ? QStringLiteral("signed numbers")
+        : samples.format == TiffSamples::Floating ? QStringLiteral("floating point numbers")
+        : samples.format > TiffSamples::Untyped && samples.format <= TiffSamples::Complex
+            ? QStringLiteral("complex numbers")
+        : samples.format == TiffSamples::Unsigned || samples.format == TiffSamples::Untyped
+            ? QStringLiteral("unsigned numbers")
+            : QStringLiteral("numbers of an unknown kind");
+    return QStringLiteral("has %1 of %2 bits as pixels, which cannot be shown")
+        .arg(kind)
+        .arg(samples.bits);
+}
+
+bool isSignedGrey(const TiffSamples& samples) {
+    return samples.format == TiffSamples::Signed && samples.bits == 16 && samples.perPixel == 1 &&
+           samples.isBlackZero;
+}
+
+// Qt takes all samples for unsigned whole numbers, in which the air of a signed CT is white.
+CaError checkSamples(QIODevice& file, const QString& name, int page, int& zeroGrey) {
+    TiffSamples samples;
+    TiffSamples first;
+    if (!readTiffSamples(file, page, samples) || !readTiffSamples(file, 0, first))
+        return imageError("damaged", name, QStringLiteral("has a damaged header"));
+    const bool isUnsigned =
+        samples.format == TiffSamples::Unsigned || samples.format == TiffSamples::Untyped;
+    const bool isWidthKnown = samples.bits == 1 || samples.bits == 2 || samples.bits == 4 ||
+                              samples.bits == 8 || samples.bits == 16;
+    if ((!isUnsigned && !isSignedGrey(samples)) || !isWidthKnown)
+        return imageError("unknownSamples", name, samplesText(samples));
+    if (isSignedGrey(samples) != isSignedGrey(first))
+        return imageError("unknownSamples", name,
+                          QStringLiteral("has signed and unsigned grey values on its pages"));
+    zeroGrey = isSignedGrey(samples) ? std::numeric_limits<qint16>::min() : 0;
+    return CaError::nullError;
+}
+
+// From signed values to unsigned ones in the same order.
+CaError moveUp(QImage& image, const QString& name) {
+    if (image.format() != QImage::Format_Grayscale16)
+        return imageError("unknownSamples", name,
+                          QStringLiteral("has signed grey values that cannot be decoded"));
+    for (int y = 0; y < image.height(); ++y) {
+        auto* const line = reinterpret_cast<quint16*>(image.scanLine(y));
+        std::transform(line, line + image.width(), line,
+                       [](quint16 grey) { return static_cast<quint16>(grey ^ 0x8000U); });
+    }
+    return CaError::nullError;
+}
+
 // What the reader says of the page, on which it stands afterwards. The order of the questions is
 // not free: once Qt's TIFF reader has been asked for a size, it knows format and pages no more.
 CaError inspect(QImageReader& reader, const QString& name, int page, qint64 limit,
@@ -157,6 +209,11 @@ CaError inspect(QImageReader& reader, const QString& name, int page, qint64 limi
             QStringLiteral("has %1 pages, but not a page %2").arg(found.pages).arg(page + 1));
     if (found.format == "png") {
         const CaError error = checkTexts(walkPng(*reader.device(), "IDAT"), name);
+        if (!error.isNull())
+            return error;
+    }
+    if (found.format == "tiff") {
+        const CaError error = checkSamples(*reader.device(), name, page, found.zeroGrey);
         if (!error.isNull())
             return error;
     }
@@ -253,12 +310,15 @@ CaError decode(QIODevice& device, QIODevice& again, const QString& name, int pag
     if (bound.isValid() &&
         (info.size.width() > bound.width() || info.size.height() > bound.height()))
         reader.setScaledSize(info.size.scaled(bound, Qt::KeepAspectRatio));
-    const QImage decoded = reader.read();
+    QImage decoded = reader.read();
     if (decoded.isNull())
         return imageError("damaged", name,
                           QStringLiteral("cannot be decoded: %1").arg(reader.errorString()));
-    image = decoded;
-    return CaError::nullError;
+    if (info.zeroGrey != 0)
+        error = moveUp(decoded, name);
+    if (error.isNull())
+        image = decoded;
+    return error;
 }
 
 } // namespace

@@ -14,6 +14,9 @@ struct ImageInfo {
     QByteArray format; ///< "png", "jpeg", "bmp" or "tiff".
     int pages = 1;     ///< Images in the file; more than one only in TIFF.
     qint64 bytes = 0;  ///< Memory of one decoded page at most, once it is decoded.
+    /// The grey value that 0 in a decoded image stands for: -32768 in a TIFF of signed 16 bits,
+    /// whose values are moved up so that they keep their order, and otherwise 0.
+    int zeroGrey = 0;
 };
 
 /// Most memory that decoding one image may need: 512 MiB. Beside the image itself that is the
@@ -23,12 +26,16 @@ constexpr qint64 defaultImageLimit = qint64(512) << 20;
 
 /// Reads the header of a PNG, JPEG, BMP or TIFF file; the content decides, not the name. The
 /// error names the file and the cause: missing, not a regular file, not an image of these kinds,
-/// damaged header, decoding needs more than `limit` bytes (with both sizes), or a PNG with more
-/// compressed texts and profiles than an image has that was not made to exhaust the memory.
+/// damaged header, decoding needs more than `limit` bytes (with both sizes), a PNG with more
+/// compressed texts and profiles than an image has that was not made to exhaust the memory, or a
+/// TIFF with samples that cannot be shown as they are: floating point or complex numbers, signed
+/// ones other than grey of 16 bits, and samples of other than 1, 2, 4, 8 or 16 bits.
 VLR_CORE_EXPORT CaError readImageInfo(const QString& path, ImageInfo& info,
                                       qint64 limit = defaultImageLimit);
 
-/// Decodes one page (from 0), after the same checks. `image` is set on success only.
+/// Decodes one page (from 0), after the same checks. `image` is set on success only. A page whose
+/// grey values are signed where those of the first page are not, or the reverse, is refused, so
+/// that ImageInfo::zeroGrey holds for all pages.
 VLR_CORE_EXPORT CaError readImage(const QString& path, QImage& image, int page = 0,
                                   qint64 limit = defaultImageLimit);
 

@@ -2,6 +2,7 @@
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QLabel>
@@ -23,6 +24,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds eventInterval(10);
 constexpr int longestSingleLine = 80; // characters; longer texts are wrapped
+constexpr int focusPatience = 500;    // milliseconds
+constexpr int focusInterval = 10;     // milliseconds
 
 bool flushX = false;
 bool syncX = false;
@@ -160,7 +163,10 @@ public:
     // Here and not with the event, which others may handle before.
     void setVisible(bool visible) override {
         m_wasShown = m_wasShown || visible;
-        QProgressDialog::setVisible(visible);
+        if (visible && isFocusOnItsWay())
+            QTimer::singleShot(focusInterval, this, [this] { comeBack(); });
+        else
+            QProgressDialog::setVisible(visible);
     }
 
     void reject() override {
@@ -186,6 +192,16 @@ protected:
                 hide();
         }
         return QProgressDialog::eventFilter(watched, event);
+    }
+
+    // A dialog that closed just before, as one in which files were chosen, gives the keyboard back
+    // to its window. On X11 Qt does not take notice of that while a modal dialog is seen: when
+    // this one goes a moment later, the window would have the keyboard and not know it.
+    bool isFocusOnItsWay() const {
+        const QWidget* const window = parentWidget() ? parentWidget()->window() : nullptr;
+        return window && window->isVisible() && !window->isMinimized() &&
+               !QGuiApplication::focusWindow() &&
+               m_sinceStart.elapsed() < minimumDuration() + focusPatience;
     }
 
     // No window manager gives a popup a frame.
