@@ -31,9 +31,7 @@ public:
         QCoreApplication::setApplicationName(QStringLiteral("."));
         DataIOManager::closeRepository();
         vlr::Settings::reload();
-        const QString path = m_folder.filePath(QLatin1String(name));
-        QDir().mkpath(QFileInfo(path).path());
-        writeInput(path, bytes);
+        writeInput(m_folder.filePath(QLatin1String(name)), bytes);
     }
     ~OnlyFile() { DataIOManager::closeRepository(); }
     OnlyFile(const OnlyFile&) = delete;
