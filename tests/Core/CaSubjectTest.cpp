@@ -1,4 +1,5 @@
 #include "Observer/CaSubject.h"
+#include "Progress/CaProgressMonitor.h"
 
 #include <gmock/gmock.h>
 #include <memory>
@@ -92,6 +93,23 @@ TEST_F(CaSubjectTest, AConnectionDetachesWhenItGoesAndOutlivesTheSubject) {
     EXPECT_THAT(calls, ElementsAre(0));
 
     CaConnection connection(*subject, event, note);
+    connection = CaConnection(*subject, event, [](auto&&...) {}); // which ends the first one
+    subject->notify(event);
+    EXPECT_THAT(calls, ElementsAre(0));
     subject.reset();
     connection.disconnect();
+}
+
+TEST(CaProgressMonitor, BelongsToTheLibraryUntilAnotherOneComes) {
+    static int monitors = 0;
+    struct Monitor : CaProgressMonitor {
+        Monitor() { ++monitors; }
+        ~Monitor() override { --monitors; }
+    };
+    auto* const monitor = new Monitor;
+    for (int i = 0; i < 2; ++i)
+        CaProgressMonitor::setInstance(monitor);
+    EXPECT_EQ(monitors, 1);
+    CaProgressMonitor::setInstance(nullptr);
+    EXPECT_EQ(monitors, 0);
 }

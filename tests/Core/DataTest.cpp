@@ -251,6 +251,20 @@ TEST(Data, AFailedLoadLeavesTheItemAsItWas) {
 
 // --- attributes
 
+TEST(Data, RestoredValuesLeaveChildrenAndPartsAlone) {
+    const DataPointer<DataItem> item(new DataItem);
+    item->setId(QStringLiteral("before"));
+    DataTreeNode values;
+    ASSERT_EQ(item->saveValues(values), CaError::nullError);
+    item->setId(QStringLiteral("after"));
+    item->setBinaryPart(QStringLiteral("part"), "bytes");
+    ASSERT_EQ(item->addChild(new DataItem, false), CaError::nullError);
+    ASSERT_EQ(item->restoreValues(values), CaError::nullError);
+    EXPECT_EQ(item->id(), QStringLiteral("before"));
+    EXPECT_EQ(item->binaryParts(), QStringList(QStringLiteral("part")));
+    EXPECT_EQ(item->childCount(), 1);
+}
+
 TEST(DataRecord, KeepsTheAttributesOfOtherVersionsButNoneItGaveUp) {
     DataTreeNode node(QStringLiteral("Measurement"));
     for (const char* name : {"newer", "0", "length", "1", "2", "4"})

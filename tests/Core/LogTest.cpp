@@ -6,8 +6,10 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStandardPaths>
 
+#include <fstream>
 #include <iomanip>
 #include <limits>
+#include <locale>
 #include <thread>
 
 using namespace vlrTest;
@@ -118,6 +120,26 @@ TEST(Log, RecordsTakeWhatStreamsTake) {
         [](auto& stream) { stream << "before" << static_cast<const char*>(nullptr) << "after"; });
 }
 
+TEST(Log, AStreamGetsEachRecordAtOnceWithNumbersAsInTheSourceAndInTheFormatChosen) {
+    struct Foreign : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Foreign));
+    std::ofstream file(qPrintable(inFolder("log")));
+    const Routed routed(LogLevel::Info, file, 0);
+    {
+        vlr::LogStream first = Log::getInstance(LogLevel::Info, "file", 1);
+        first << 1234567 << ' ' << 0.5 << ' ' << std::hex;
+        vlr::LogStream moved(std::move(first));
+        moved << 65535;
+    }
+    std::locale::global(before);
+    EXPECT_EQ(readFile(inFolder("log")), "1234567 0.5 ffff");
+    EXPECT_EQ(Log::addListener({}), 0);
+}
+
 TEST(Log, NoTextPosesAsAnotherRecord) {
     VLR_LOG(Info) << "one\n2024-01-01 00:00:00.000 ERROR x:1: two\r\nthree\tx\x1b[2J\x7f\r\n\n";
     EXPECT_THAT(logFile(), HasSubstr(": one\n    2024-01-01 00:00:00.000 ERROR x:1: two\n"
@@ -219,9 +241,13 @@ TEST(Log, ThreadsDoNotMixTheirRecords) {
 
 TEST(Log, GoesOnWithoutAFile) {
     writeFile(inFolder("file"), {});
-    qputenv("XDG_DATA_HOME", inFolder("file").toUtf8());
-    EXPECT_EQ(complaintsOfThreeRecords(), 1);
-    EXPECT_EQ(Log::filePath(), "");
+    QDir().mkdir(inFolder("closed"));
+    const ReadOnlyFolder closed(inFolder("closed"));
+    for (const char* place : {"file", "closed"}) {
+        qputenv("XDG_DATA_HOME", inFolder(place).toUtf8());
+        EXPECT_EQ(complaintsOfThreeRecords(), 1) << place;
+        EXPECT_EQ(Log::filePath(), "");
+    }
 }
 
 // The limit holds for every file of the process, also for the one that catches standard error.

@@ -8,8 +8,6 @@
 
 #include <functional>
 #include <new>
-#include <sys/resource.h>
-#include <unistd.h>
 
 // Above all what could cost a patient's data while every call reports success.
 
@@ -44,25 +42,6 @@ protected:
 private:
     friend struct ::RecordAccess;
     static constexpr auto attributes() { return std::make_tuple(); }
-};
-
-// Lets this process have no more memory than it has, but for `room` bytes.
-class ShortOfMemory {
-public:
-    explicit ShortOfMemory(int room) {
-        const auto pages = vlrTest::readFile(QStringLiteral("/proc/self/statm")).split(' ');
-        EXPECT_EQ(getrlimit(RLIMIT_AS, &m_before), 0);
-        rlimit limit = m_before;
-        limit.rlim_cur = pages.at(0).toULong() * static_cast<unsigned long>(sysconf(_SC_PAGESIZE)) +
-                         static_cast<unsigned long>(room);
-        EXPECT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
-    }
-    ~ShortOfMemory() { setrlimit(RLIMIT_AS, &m_before); }
-    ShortOfMemory(const ShortOfMemory&) = delete;
-    ShortOfMemory& operator=(const ShortOfMemory&) = delete;
-
-private:
-    rlimit m_before{};
 };
 
 // What has to hold for a file and for a server.
@@ -221,7 +200,7 @@ TEST_P(EveryPatientStoreTest, WhereMemoryIsShortThePartIsNamedAndNothingIsLost) 
     GTEST_SKIP() << "The sanitizer ends a program that gets no memory.";
 #endif
     // Larger ones than these the allocator gives back at once.
-    constexpr int size = 40 << 20;
+    constexpr unsigned long size = 40 << 20;
     const QByteArray old(size, 'o');
     const QByteArray young(size, 'n');
     const auto patient = makePatient(QStringLiteral("1"));
@@ -232,13 +211,13 @@ TEST_P(EveryPatientStoreTest, WhereMemoryIsShortThePartIsNamedAndNothingIsLost) 
     int refused = 0;
     if (m_server) // Its driver gives up the connection where it cannot take the answer in.
         vlrTest::expectLog(LogLevel::Warning, "opened anew");
-    for (const int room : {size / 2, size * 3 / 2, size * 9 / 2, size * 20}) {
+    for (const auto room : {size / 2, size * 3 / 2, size * 9 / 2, size * 20}) {
         SCOPED_TRACE(room);
         QByteArray read;
         const auto loaded = reloaded(patient);
         CaError stored, unread;
         {
-            const ShortOfMemory shortOfMemory(room);
+            const vlrTest::ShortOfMemory shortOfMemory(room);
             stored = DataIOManager::storePatient(patient);
             unread = loaded->child(0)->binaryPart(part, read);
         }
@@ -270,7 +249,7 @@ TEST_P(EveryPatientStoreTest, ADocumentThatFindsNoMemoryIsNotTakenForAnEmptyOne)
     ASSERT_EQ(store(), CaError::nullError);
     patient.document.fill('e');
     {
-        const ShortOfMemory shortOfMemory(20 << 20);
+        const vlrTest::ShortOfMemory shortOfMemory(20 << 20);
         EXPECT_NE(store(), CaError::nullError);
     }
     EXPECT_EQ(sql("SELECT length(content) FROM document").toInt(), patient.document.size());

@@ -4,13 +4,31 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QSysInfo>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace vlrTest;
 using vlr::Settings;
+
+namespace {
+
+bool isSweptAtOnce = false; // what mkdtemp() makes next
+
+} // namespace
+
+// In the place of the system's, for the libraries as well.
+extern "C" char* mkdtemp(char* pattern) noexcept {
+    using Function = char* (*)(char*);
+    static const auto system = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "mkdtemp"));
+    char* const path = system(pattern);
+    if (path && std::exchange(isSweptAtOnce, false))
+        rmdir(path);
+    return path;
+}
 
 // While another process makes its lock file, which is empty for a moment, it holds the folder's
 // lock. Without that an empty one is nobody's, and there is nothing to wait for.
@@ -53,4 +71,11 @@ TEST(SettingsFile, NoMoreIsStoredThanIsRead) {
     EXPECT_EQ(Settings::keys().size(), 9990);
     EXPECT_EQ(Settings::set(QStringLiteral("Velora/Key"), QString(600000, u'x')).id(),
               "Settings::notStorable");
+}
+
+// By another process, which cannot tell that the folder is in use before that is locked.
+TEST(SettingsFile, AFolderThatIsSweptAtOnceIsMadeAnew) {
+    isSweptAtOnce = true;
+    EXPECT_EQ(Settings::set(QStringLiteral("Velora/Swept"), 1), CaError::nullError);
+    EXPECT_FALSE(isSweptAtOnce);
 }

@@ -1,118 +1,107 @@
-// Record files that somebody or something has damaged.
+// Files and messages that somebody or something has damaged: whole ones, every beginning of them,
+// and random changes.
 
 #include "Faults.h"
 
 #include "Cases.h"
 #include "Mutation.h"
 #include "QuietLog.h"
-#include "Records.h"
+#include "Victims.h"
+
+#include "Fuzz/Targets.h"
 
 #include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
-#include "Settings/vlrSettings.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 
 #include <algorithm>
 
 namespace {
 
+struct Kind {
+    const char* name; ///< Of a victim, or of a folder of the corpus.
+    QByteArray (*read)(const QByteArray&);
+    bool isSealed; ///< The beginning of a whole one is none.
+};
+
+constexpr Kind kinds[] = {
+    {"configuration", &fuzzConfiguration, true},
+    {"settings", &fuzzSettings, true},
+    {"patient", &fuzzPatients, true},
+    {"Xml", &fuzzXml, true},
+    {"Tool", &fuzzTool, true},
+    {"Settings", &fuzzSettings, false},
+    {"Recording", &fuzzRecording, false},
+    {"Igtl", &fuzzIgtl, false},
+    {"Image", &fuzzImage, false},
+};
+
 QByteArray contentOf(const QString& path) {
     QByteArray bytes;
-    (void)vlr::readWhole(path, qint64(64) << 20, bytes);
+    const CaError error = vlr::readWhole(path, qint64(64) << 20, bytes);
+    if (error != CaError::nullError)
+        throw std::runtime_error(error.text());
     return bytes;
 }
 
-QFileInfoList filesBeside(const QString& path) {
-    return QFileInfo(path).dir().entryInfoList(QDir::Files | QDir::Hidden);
-}
-
-// What remembers the file is to forget it, and what was kept of the last one goes.
-void clearFolder(const QString& path) {
-    DataIOManager::closeRepository();
-    vlr::Settings::reload();
-    for (const QFileInfo& file : filesBeside(path))
-        QFile::remove(file.filePath());
-}
-
-QByteArray wholeFile(const Record& record) {
-    clearFolder(record.file());
-    record.store();
-    DataIOManager::closeRepository(); // Now all is in the file.
-    return contentOf(record.file());
-}
-
-// Qt takes a settings file of the same size and time for the one it knows.
-void writeWithTime(const QString& path, const QByteArray& bytes, long seconds) {
-    writeFile(path, bytes);
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite) ||
-        !file.setFileTime(QDateTime::fromSecsSinceEpoch(seconds),
-                          QFileDevice::FileModificationTime))
-        throw std::runtime_error("The damaged file cannot be dated.");
-}
-
-// In its place or beside it. Opening a database may change its first page, but none behind that.
-bool isKept(const Record& record, const QByteArray& bytes) {
-    constexpr int firstPage = 4096;
-    const QFileInfoList files = filesBeside(record.file());
-    return bytes.isEmpty() || std::any_of(files.begin(), files.end(), [&](const QFileInfo& file) {
-               const QByteArray content = contentOf(file.filePath());
-               const bool isDatabase =
-                   file.suffix() == QLatin1String("sqlite") && bytes.size() > firstPage;
-               return content == bytes ||
-                      (isDatabase &&
-                       content.mid(firstPage, bytes.size() - firstPage) == bytes.mid(firstPage));
-           });
-}
-
-std::string judge(const Record& record, const QByteArray& bytes, bool isCut) {
-    Record::Found found = Record::Torn;
-    std::string why;
-    try {
-        found = record.read();
-    } catch (const std::exception& exception) {
-        why = exception.what();
+// Of the kind; what the library stores is made here.
+QStringList samples(const Kind& kind) {
+    const QDir folder(QStringLiteral(VLR_FUZZ_CORPUS "/") + QLatin1String(kind.name));
+    QStringList paths;
+    for (const QFileInfo& file : folder.entryInfoList(QDir::Files, QDir::Name))
+        paths << file.filePath();
+    if (!folder.exists()) {
+        const Victim& stored = victim(QLatin1String(kind.name));
+        if (stored.store(1) != CaError::nullError)
+            throw std::runtime_error("There is nothing to damage.");
+        DataIOManager::closeRepository(); // Now all is in the file.
+        paths << stored.file();
     }
-    if (found == Record::Torn || (found == Record::Sound && isCut && !record.isAppendedTo))
-        return "neither old, default nor whole " + why;
-    const bool isLost = found == Record::Nothing || found == Record::Refused;
-    return isLost && !isKept(record, bytes) ? "not kept" : "";
+    return paths;
 }
 
 } // namespace
 
 void faultDamage(Report& report) {
-    const QString act = QStringLiteral("damage");
-    const auto mutations = report.extent(2000, 100000) / static_cast<long>(records().size());
-    for (const Record& record : records()) {
-        const QString name = QLatin1String(record.name);
-        const long size = wholeFile(record).size();
-        const long step = std::max(1L, size / report.extent(1000, size));
-        const std::string bad = "believed or not kept: " + name.toStdString();
-        const long cuts = judgeCases(report, act, (size + step - 1) / step, bad,
-                                     {name, QStringLiteral("cut"), QString::number(step)});
-        const long changes =
-            judgeCases(report, act, mutations, bad, {name, QStringLiteral("change")});
-        // Nothing that is stored is shorter than this.
-        report.count("cuts: " + name.toStdString(), cuts, std::max(100L, size / step));
-        report.count("mutations", changes, mutations * static_cast<long>(records().size()));
+    for (const Kind& kind : kinds) {
+        const QStringList paths = samples(kind);
+        const std::string name = kind.name;
+        const long changes = report.extent(250, 11000) / std::max(1, paths.size());
+        for (const QString& path : paths) {
+            const long size = contentOf(path).size();
+            const long step = std::max(1L, size / report.extent(kind.isSealed ? 1000 : 100, size));
+            const long cases = 1 + (size + step - 1) / step + changes;
+            const long begun =
+                judgeCases(report, QStringLiteral("damage"), cases, "taken for whole: " + name,
+                           {QLatin1String(kind.name), path, QString::number(step)});
+            report.count("cuts", begun - 1 - changes, 1);
+            report.count("mutations", changes);
+        }
+        report.atLeast("whole ones: " + name, paths.size(), 1);
     }
 }
 
-// Arguments behind the cases: the record, "cut" or "change", and by how many bytes cuts differ.
+// Arguments behind the cases: the kind, its file, and by how many bytes cuts differ. The cases are
+// the whole, the cuts, and changes.
 int actDamage(const QStringList& arguments) {
-    const Record& record = named(records(), arguments.value(2));
-    const bool isCut = arguments.value(3) == QLatin1String("cut");
-    const QByteArray whole = wholeFile(record);
+    const Kind& kind = named(kinds, arguments.value(2));
+    const QByteArray whole = contentOf(arguments.value(3));
+    const int step = arguments.value(4).toInt();
+    const long cuts = (whole.size() + step - 1) / step;
+    const bool isStored = !arguments[3].startsWith(QLatin1String(VLR_FUZZ_CORPUS));
     const QuietLog quiet;
-    return doCases(arguments, [&](long number) {
-        const QByteArray bytes = isCut ? whole.left(static_cast<int>(number) * arguments[4].toInt())
-                                       : mutated(whole, static_cast<quint32>(number));
-        clearFolder(record.file());
-        writeWithTime(record.file(), bytes, number);
-        return judge(record, bytes, isCut);
+    const QByteArray read = kind.read(whole);
+    return doCases(arguments, [&](long number) -> std::string {
+        nameCase(arguments[3].toStdString());
+        if (number > cuts) {
+            (void)kind.read(mutated(whole, static_cast<quint32>(number)));
+            return {};
+        }
+        const QByteArray cut =
+            kind.read(number == 0 ? whole : whole.left(static_cast<int>(number - 1) * step));
+        const bool isWhole = !kind.isSealed || cut.isEmpty() || cut == read;
+        const bool isUsed = number > 0 || cut == read;
+        return isWhole && isUsed && !(read.isEmpty() && isStored) ? "" : "is another one";
     });
 }

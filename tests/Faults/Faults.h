@@ -42,7 +42,6 @@ int actGiant(const QStringList& arguments);
 int actImages(const QStringList& arguments);
 int actRange(const QStringList& arguments);
 int actStore(const QStringList& arguments);
-int actLog(const QStringList& arguments);
 int actTwo(const QStringList& arguments);
 int actTrack(const QStringList& arguments);
 int actOwners(const QStringList& arguments);

@@ -4,10 +4,10 @@
 #include "Faults.h"
 
 #include "Cases.h"
-#include "Mutation.h"
 #include "PeakMemory.h"
 #include "QuietLog.h"
 
+#include "Fuzz/Input.h"
 #include "IO/DataIOManager.h"
 #include "IO/TreeXml.h"
 #include "Settings/vlrSettings.h"
@@ -156,7 +156,7 @@ std::string meet(const Meeting& meeting, bool isTimed) {
     nameCase(std::string(reader.name) + ", " + meeting.giant.name + ", " +
              std::to_string(document.size()) + " bytes");
     if (reader.file)
-        writeFile(reader.file(), document);
+        writeInput(reader.file(), document);
     vlr::Settings::reload();
     malloc_trim(0); // What the last one gave back would not show.
     const PeakMemory memory;

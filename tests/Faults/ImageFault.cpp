@@ -6,6 +6,7 @@
 #include "Mutation.h"
 #include "PeakMemory.h"
 
+#include "Fuzz/Input.h"
 #include "Image/ImageFile.h"
 
 #include <QtCore/QBuffer>
@@ -171,7 +172,8 @@ std::string tryLarge(const QString& path, const Sample& sample, int claim, int s
              (isClaim ? " claiming " + std::to_string(claims[claim].width()) + " x " +
                             std::to_string(claims[claim].height())
                       : ""));
-    writeFile(path, isClaim ? claiming(sample, claims[claim]) : encoded(sample, QSize(side, side)));
+    writeInput(path,
+               isClaim ? claiming(sample, claims[claim]) : encoded(sample, QSize(side, side)));
     const qint64 pixels =
         qint64(side) * side * QImage::toPixelFormat(sample.pixels).bitsPerPixel() / 8;
     const qint64 limit = isClaim ? vlr::defaultImageLimit : leastLimit(path, pixels);
@@ -205,7 +207,7 @@ int actImages(const QStringList& arguments) {
         }
         const QByteArray image = encoded(samples[number % sampleCount], QSize(24, 16));
         const QByteArray bytes = mutated(image, static_cast<quint32>(number));
-        writeFile(path, bytes);
+        writeInput(path, bytes);
         (void)decodeAll(path, smallLimit);
         QImage screenshot; // as one in the list of them
         (void)vlr::readPng(bytes, QStringLiteral("screenshot"), screenshot, QSize(8, 8));

@@ -1,13 +1,9 @@
 #include "Mutation.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QList>
 #include <QtCore/QRandomGenerator>
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace {
 
@@ -61,11 +57,4 @@ QByteArray mutated(const QByteArray& original, quint32 seed) {
     for (int changes = 1 << random.bounded(4); changes > 0; --changes)
         change(bytes, random);
     return bytes;
-}
-
-void writeFile(const QString& path, const QByteArray& bytes) {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
-        throw std::runtime_error(path.toStdString() + " cannot be written.");
 }

@@ -36,38 +36,15 @@
 namespace {
 
 // As they stand in the file.
-const QByteArray badValues[] = {"",
-                                "nan",
-                                "inf",
-                                "-inf",
-                                "-1",
-                                "0",
-                                "0x10",
-                                "3.5",
-                                "1e308",
-                                "1e999",
-                                "2147483647",
-                                "2147483648",
-                                "-2147483648",
-                                "99999999999999999999",
-                                "true",
-                                "neither",
-                                "1 2",
-                                "nan nan nan",
-                                "1e308 -1e308 inf",
-                                "-5 300 1e9",
-                                "1 2 3 4",
-                                "@Size(-1 -1)",
-                                "@Size(2147483647 2147483647)",
-                                "99999999 x 99999999",
-                                "@Rect(1 2 3 4)",
-                                "@ByteArray(\\0\\xff)",
-                                "@Invalid()",
-                                "a, b, c",
-                                "\"\\0\\x1\\xd800\"",
-                                "/dev/zero",
-                                "/nowhere/there.png",
-                                QByteArray(20000, '7')};
+const QList<QByteArray> badValues =
+    QByteArray(
+        "|nan|inf|-inf|-1|0|0x10|3.5|1e308|1e999|2147483647|2147483648|-2147483648|"
+        "99999999999999999999|true|neither|1 2|nan nan nan|1e308 -1e308 inf|-5 300 1e9|"
+        "1 2 3 4|@Size(-1 -1)|@Size(2147483647 2147483647)|99999999 x 99999999|"
+        "@Rect(1 2 3 4)|@ByteArray(\\0\\xff)|@Invalid()|a, b, c|\"\\0\\x1\\xd800\"|/dev/zero|"
+        "/nowhere/there.png|" +
+        QByteArray(20000, '7'))
+        .split('|');
 
 QString key(const char* name) {
     return QStringLiteral("Velora/Application/") + QLatin1String(name);

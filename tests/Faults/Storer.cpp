@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr uid_t nobody = 65534;
-
 template <class Function>
 Function* shimFunction(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));

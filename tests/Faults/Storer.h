@@ -5,6 +5,7 @@
 #include "Victims.h"
 
 #include <memory>
+#include <sys/types.h>
 
 /// A process that stores versions of a victim, one after the other, some of them under a fault.
 /// What came of it is looked at from this process, which remembers nothing of the other one's. It
@@ -59,5 +60,6 @@ private:
 /// The lines that preload the shim. Where there is none, it is noted that the parts that need it
 /// were not run.
 QStringList shimEnvironment(Report& report);
-/// From now on this process is one of a user who is not root.
+constexpr uid_t nobody = 65534; ///< A user who is not root.
+/// From now on this process is one of that user.
 void becomeOrdinary();

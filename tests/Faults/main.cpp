@@ -36,7 +36,7 @@ constexpr Entry faults[] = {
     {"image", "damaged and oversized images", &faultImage},
     {"fulldisk", "a disk that fills up at every byte of a save", &faultFullDisk},
     {"syscalls", "every system call of a save failing", &faultSyscalls},
-    {"readonly", "folders, files and a log that may not be written", &faultReadOnly},
+    {"readonly", "folders and files that may not be written", &faultReadOnly},
     {"two", "two processes with one repository", &faultTwo},
     {"order", "the order in which saves reach the disk", &faultOrder},
     {"repository", "a repository locked, deleted, replaced under a form", &faultRepository},
@@ -56,7 +56,6 @@ struct Act {
 constexpr Act acts[] = {
     {"start", &actStart, true},
     {"store", &actStore},
-    {"log", &actLog},
     {"two", &actTwo},
     {"damage", &actDamage},
     {"giant", &actGiant},

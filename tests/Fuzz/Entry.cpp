@@ -16,6 +16,6 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    VLR_FUZZ_TARGET(QByteArray(reinterpret_cast<const char*>(bytes), static_cast<int>(size)));
+    (void)VLR_FUZZ_TARGET(QByteArray(reinterpret_cast<const char*>(bytes), static_cast<int>(size)));
     return 0;
 }

@@ -1,6 +1,8 @@
 #include "Input.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
 
 #include <cstdio>
@@ -14,6 +16,7 @@ void demand(bool claim, const char* what) {
 }
 
 void writeInput(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
     demand(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush(),
            "the input could be written");

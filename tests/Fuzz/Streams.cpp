@@ -45,25 +45,26 @@ void checkMeasurement(const vlr::TrackingMeasurement& measurement) {
 } // namespace
 
 // The first byte says in pieces of which size the others arrive, and whether their checksums stay.
-void fuzzIgtl(const QByteArray& bytes) {
+QByteArray fuzzIgtl(const QByteArray& bytes) {
     if (bytes.isEmpty())
-        return;
+        return {};
     const auto first = static_cast<uchar>(bytes.front());
     const QByteArray sent = first & 0x80 ? bytes.mid(1) : withChecksums(bytes.mid(1));
     const int piece = 1 + (first & 0x7f);
     vlr::IgtlStream stream(&checkMeasurement);
     for (int at = 0; at < sent.size(); at += piece)
         if (!stream.feed(sent.constData() + at, std::min(piece, sent.size() - at)))
-            break;
+            return {};
+    return sent;
 }
 
-void fuzzImage(const QByteArray& bytes) {
+QByteArray fuzzImage(const QByteArray& bytes) {
     constexpr qint64 limit = qint64(4) << 20;
     constexpr int mostPages = 3;
     const QString path = inputFile("image", bytes);
     vlr::ImageInfo info;
     if (!vlr::readImageInfo(path, info, limit).isNull())
-        return;
+        return {};
     demand(!info.size.isEmpty() && info.bytes <= limit,
            "an image that is accepted is in the limit");
     for (int page = 0; page < std::min(info.pages, mostPages); ++page) {
@@ -71,4 +72,5 @@ void fuzzImage(const QByteArray& bytes) {
         if (vlr::readImage(path, image, page, limit).isNull())
             demand(!image.isNull() && image.sizeInBytes() <= limit, "a decoded image is, too");
     }
+    return bytes;
 }

@@ -126,21 +126,29 @@ QByteArray readFile(const QString& path) {
     return file.readAll();
 }
 
-FullDisk::FullDisk(unsigned long bytes) {
+ResourceLimit::ResourceLimit(int resource, unsigned long most) : m_resource(resource) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
+    getrlimit(static_cast<__rlimit_resource>(m_resource), &limit);
     m_previous = limit.rlim_cur;
-    limit.rlim_cur = bytes;
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    limit.rlim_cur = most;
+    EXPECT_EQ(setrlimit(static_cast<__rlimit_resource>(m_resource), &limit), 0);
 }
 
-FullDisk::~FullDisk() {
+ResourceLimit::~ResourceLimit() {
     rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
+    getrlimit(static_cast<__rlimit_resource>(m_resource), &limit);
     limit.rlim_cur = m_previous;
-    setrlimit(RLIMIT_FSIZE, &limit);
+    setrlimit(static_cast<__rlimit_resource>(m_resource), &limit);
 }
+
+FullDisk::FullDisk(unsigned long bytes) : ResourceLimit(RLIMIT_FSIZE, bytes) {}
+
+ShortOfMemory::ShortOfMemory(unsigned long room)
+    : ResourceLimit(RLIMIT_AS,
+                    readFile(QStringLiteral("/proc/self/statm")).split(' ').at(0).toULong() *
+                            static_cast<unsigned long>(sysconf(_SC_PAGESIZE)) +
+                        room) {}
 
 // Root may write anywhere, so a process of root acts as another user meanwhile.
 ReadOnlyFolder::ReadOnlyFolder(const QString& path)

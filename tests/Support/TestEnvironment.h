@@ -31,17 +31,30 @@ QString testFolder();
 void writeFile(const QString& path, const QByteArray& bytes);
 QByteArray readFile(const QString& path);
 
-/// Makes every file write of this process fail once the file is longer than `bytes`, as a full
-/// disk does, for as long as the object lives.
-class FullDisk {
+/// A limit of the system for this process, for as long as the object lives.
+class ResourceLimit {
 public:
-    explicit FullDisk(unsigned long bytes = 0);
-    ~FullDisk();
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
+    ResourceLimit(int resource, unsigned long most);
+    ~ResourceLimit();
+    ResourceLimit(const ResourceLimit&) = delete;
+    ResourceLimit& operator=(const ResourceLimit&) = delete;
 
 private:
+    int m_resource;
     unsigned long m_previous;
+};
+
+/// Makes every file write fail once the file is longer than `bytes`, as a full disk does.
+class FullDisk : public ResourceLimit {
+public:
+    explicit FullDisk(unsigned long bytes = 0);
+};
+
+/// Leaves no more memory than there is in use, but for `room` bytes. Not for sanitizers, which end
+/// the process then.
+class ShortOfMemory : public ResourceLimit {
+public:
+    explicit ShortOfMemory(unsigned long room);
 };
 
 /// Makes a folder unwritable for this process, also when it runs as root.
