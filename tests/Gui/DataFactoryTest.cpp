@@ -9,7 +9,12 @@
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
 
+#include <QtGui/QWheelEvent>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDateEdit>
 #include <QtWidgets/QGroupBox>
+#include <QtWidgets/QScrollBar>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
@@ -236,6 +241,52 @@ TEST_F(DataFactoryTest, WithoutANameThereIsNoFieldForOneAndDefaultsOnlyWhereThey
         });
     }
     EXPECT_EQ(study->institution(), text("St. Luke"));
+}
+
+// --- the wheel
+
+TEST_F(DataFactoryTest, TheWheelChangesAFieldOnlyWhileItHasTheFocus) {
+    InstitutionWidget form(study.get(), {}, nullptr, {});
+    auto* const page = new QWidget(&form);
+    form.layout()->addWidget(page);
+    auto* const combo = new QComboBox(page); // Made with their parents, the next two moved there.
+    combo->addItems({text("a"), text("b"), text("c")});
+    auto* const slider = new QSlider(Qt::Horizontal, page);
+    showActive(form);
+    auto* const spin = new QSpinBox;
+    spin->setRange(-9, 9);
+    auto* const date = new QDateEdit(QDate(1968, 3, 5));
+    auto* const column = new QVBoxLayout(page);
+    for (QWidget* field : std::initializer_list<QWidget*>{combo, slider, spin, date}) {
+        column->addWidget(field);
+        field->show();
+    }
+    combo->setCurrentIndex(1);
+    slider->setValue(5);
+    const auto values = [&] {
+        return std::make_tuple(combo->currentIndex(), slider->value(), spin->value(), date->date());
+    };
+    const auto turn = [](QWidget* over) {
+        const QPointF centre(over->rect().center());
+        QWheelEvent wheel(centre, over->mapToGlobal(centre.toPoint()), {}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(over, &wheel);
+        return wheel.isAccepted();
+    };
+    for (QWidget* field : std::initializer_list<QWidget*>{combo, slider, spin, date}) {
+        SCOPED_TRACE(field->metaObject()->className());
+        form.setFocus();
+        const auto before = values();
+        EXPECT_FALSE(turn(field)) << "What lies around it is scrolled";
+        EXPECT_EQ(values(), before);
+        EXPECT_NE(field->focusPolicy(), Qt::WheelFocus);
+        field->setFocus();
+        EXPECT_TRUE(turn(field));
+        EXPECT_NE(values(), before);
+    }
+    QScrollBar bar(&form);
+    EXPECT_TRUE(turn(&bar));
+    EXPECT_NE(bar.value(), 0);
 }
 
 // --- storing

@@ -1,10 +1,13 @@
 #include "DataUtils/QtDataConfigurationWidget.h"
 
+#include "Base/WheelGuard.h"
 #include "Data/Data.h"
 
 QtDataConfigurationWidget::QtDataConfigurationWidget(Data* data, QString argument, QWidget* parent,
                                                      Qt::WindowFlags flags)
-    : QWidget(parent, flags), m_data(data), m_argument(std::move(argument)) {}
+    : QWidget(parent, flags), m_data(data), m_argument(std::move(argument)) {
+    new WheelGuard(this);
+}
 
 QtDataConfigurationWidget::~QtDataConfigurationWidget() = default;
 
