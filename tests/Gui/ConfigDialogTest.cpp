@@ -245,7 +245,8 @@ TEST_F(ConfigDialogTest, WidgetsForOtherDataAreEmpty) {
     QtAppBaseConfigWidget application(study.get(), {}, nullptr, {});
     QtModuleConfigWidget module(study.get(), {}, nullptr, {});
     EXPECT_TRUE(application.ok() && module.ok());
-    EXPECT_TRUE(application.children().isEmpty() && module.children().isEmpty());
+    EXPECT_TRUE(application.findChildren<QWidget*>().isEmpty());
+    EXPECT_TRUE(module.findChildren<QWidget*>().isEmpty());
 }
 
 TEST_F(ConfigDialogTest, AboutShowsTheBuild) {

@@ -185,6 +185,16 @@ TEST_F(SettingsModelTest, KeepingTheirsUndoesTheWholeRename) {
 
 TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
     SettingsModel model(source);
+    QSignalSpy changes(&model, &SettingsModel::dataChanged);
+    // A view paints again what was announced, from the name to the value.
+    const auto isAnnounced = [&](const QModelIndex& name) {
+        bool isFound = false;
+        for (const auto& change : changes)
+            isFound |= change.value(0).toModelIndex() == name &&
+                       change.value(1).toModelIndex() == name.siblingAtColumn(1);
+        changes.clear();
+        return isFound;
+    };
     const QAbstractItemModelTester tester(&model,
                                           QAbstractItemModelTester::FailureReportingMode::Fatal);
     const QString number = text("Site/Number");
@@ -193,18 +203,26 @@ TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
     EXPECT_EQ(model.rowCount(model.indexOf(number)), 1); // a setting and a group
     model.add(text("Alpha/One"), ofKind(Kind::Text));
     model.rename(text("Alpha/One"), text("zeta"));
+    EXPECT_TRUE(isAnnounced(model.indexOf(text("zeta"))));
     EXPECT_FALSE(model.indexOf(text("Alpha")).isValid());
     EXPECT_EQ(model.indexOf(text("zeta")).row(), 2);
     model.remove(text("zeta"));
     EXPECT_EQ(model.rowCount(), 2);
 
+    const QModelIndex index = model.indexOf(number);
+    EXPECT_TRUE(model.setData(index.siblingAtColumn(1), text("6")));
+    EXPECT_TRUE(isAnnounced(index));
+    model.revert(number);
+    EXPECT_TRUE(isAnnounced(index));
     model.remove(number); // stays in sight until it is stored
+    EXPECT_TRUE(isAnnounced(index));
     EXPECT_EQ(model.key(model.indexOf(number)), number);
     source.stored.insert(text("Other/Process"), text("1"));
     std::vector<SettingsConflict> conflicts;
     ASSERT_EQ(model.apply(conflicts), CaError::nullError);
     EXPECT_EQ(model.key(model.indexOf(number)), QString()); // still a group
     EXPECT_TRUE(model.indexOf(text("Other/Process")).isValid());
+    EXPECT_TRUE(isAnnounced(index)) << "it is changed no more";
 }
 
 TEST_F(SettingsModelTest, ApplicationsAddSettingsOfTheirOwn) {
