@@ -256,6 +256,9 @@ TEST_F(TouchColumnTest, AllButtonsFitAFingerInASmallWindow) {
             taken += place;
         }
         EXPECT_EQ(area->verticalScrollBar()->isVisible(), layouts == 40);
+        const QImage picture = pictureOf(mainButton());
+        const QPoint fourthView(picture.width() * 5 / 8, picture.height() * 5 / 8);
+        EXPECT_EQ(picture.pixelColor(fourthView), Qt::blue) << "the whole of it is shown";
     }
     config->setNoDimensionSets(3);
     settle();
