@@ -124,6 +124,7 @@ TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
         {"Cancel", [](QtConfigDialog& dialog) { click(dialog, "cancel"); }, false},
         {"Escape", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); }, false},
         {"close", [](QtConfigDialog& dialog) { dialog.close(); }, false},
+        {"Enter", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); }, true},
         {"Ok", [](QtConfigDialog& dialog) { click(dialog, "ok"); }, true}};
     for (const auto& [way, leave, writes] : cases) {
         SCOPED_TRACE(way);
@@ -187,7 +188,7 @@ TEST_F(ConfigDialogTest, TheChosenShowModeBecomesTheSetting) {
         EXPECT_EQ(combo->currentData().toInt(), c.shown);
         EXPECT_EQ(combo->toolTip().contains("\"maximized\""_s), c.isTold);
         if (c.pick >= 0) {
-            combo->setFocus();
+            EXPECT_TRUE(combo->hasFocus()) << "it is the first field";
             QTest::keyClick(combo, Qt::Key_Home);
             for (int i = 0; i < c.pick; ++i)
                 QTest::keyClick(combo, Qt::Key_Down);
@@ -196,12 +197,20 @@ TEST_F(ConfigDialogTest, TheChosenShowModeBecomesTheSetting) {
         EXPECT_EQ(showModeSetting(), QString::fromLatin1(c.after));
         EXPECT_EQ(config->showMode(), c.pick < 0 ? c.shown : c.pick);
     }
+    config->setTouchScreenModeEnabled(true);
     const auto dialog = makeDialog();
     dialog->findChild<QComboBox*>()->setCurrentIndex(1);
+    auto* const touchScreenMode = dialog->findChild<QCheckBox*>();
+    EXPECT_TRUE(touchScreenMode->isChecked());
+    touchScreenMode->setChecked(false);
+    const auto buttons = colorButtons(*dialog);
+    EXPECT_EQ(buttons[1]->y(), buttons[0]->y()) << "as the views stand";
+    EXPECT_GT(buttons[1]->x(), buttons[0]->x());
     expectLog(vlr::LogLevel::UserError, "The show mode could not be stored in the settings.\n");
     const ReadOnlyFolder closed(QFileInfo(vlr::Settings::filePath()).path());
     click(*dialog, "ok");
     EXPECT_EQ(config->showMode(), AppBaseConfig::Normal) << "the rest is done";
+    EXPECT_FALSE(config->isTouchScreenModeEnabled());
 }
 
 // --- taken away meanwhile

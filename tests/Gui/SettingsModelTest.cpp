@@ -203,7 +203,6 @@ TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
     EXPECT_EQ(model.rowCount(model.indexOf(number)), 1); // a setting and a group
     model.add(text("Alpha/One"), ofKind(Kind::Text));
     model.rename(text("Alpha/One"), text("zeta"));
-    EXPECT_TRUE(isAnnounced(model.indexOf(text("zeta"))));
     EXPECT_FALSE(model.indexOf(text("Alpha")).isValid());
     EXPECT_EQ(model.indexOf(text("zeta")).row(), 2);
     model.remove(text("zeta"));

@@ -228,6 +228,35 @@ TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
     EXPECT_EQ(layout(), rows);
 }
 
+TEST_F(TouchColumnTest, AColumnFollowsTheConfigurationAndTheLock) {
+    const DataPointer<QuadViewConfig> colors(new QuadViewConfig);
+    viewer()->lockAspectRatio();
+    {
+        QtControlAreaControlButtons own(colors, nullptr);
+        own.setNumButtons(2);
+        const auto buttons = own.findChildren<QtPresetButton*>(); // the main button first
+        ASSERT_EQ(buttons.size(), 3);
+        EXPECT_EQ(pictureOf(buttons[2]), pictureOf(buttons[0])) << "four equal views";
+        EXPECT_EQ(buttons[2]->toolTip(), text("Layout 2. Hold to store the present layout."));
+        own.setButtonToViewerDimensions(0, {}, {}, {}, {});
+        EXPECT_EQ(buttons[1]->toolTip(),
+                  text("Layout 1 is empty. Hold to store the present layout."));
+        const QImage before = pictureOf(buttons[0]);
+        colors->setResourceColor(0, Qt::white);
+        EXPECT_NE(pictureOf(buttons[0]), before);
+        colors->setHoldDownTime(700);
+        EXPECT_EQ(own.holdDownTime(), 700);
+        own.update();
+        EXPECT_TRUE(own.isHidden()) << "the views are locked";
+    }
+    colors->notify(Data::CHANGED);
+    // What no column shows any more has nobody to tell.
+    const DataPointer<ModuleConfig> first = config;
+    activate("Second");
+    app.reset();
+    first->notify(Data::CHANGED);
+}
+
 // Each of them can be hit with a finger: it is large enough, whole, and nothing lies over it.
 TEST_F(TouchColumnTest, AllButtonsFitAFingerInASmallWindow) {
     window()->resize(1024, 600);
@@ -263,6 +292,8 @@ TEST_F(TouchColumnTest, AllButtonsFitAFingerInASmallWindow) {
     config->setNoDimensionSets(3);
     settle();
     EXPECT_EQ(mainButton()->size(), QSize(58, 58)) << "as large as there is room";
+    EXPECT_LT(mainButton()->mapTo(handle(), {}).y(), 10) << "at the top";
+    EXPECT_GT(openClose()->geometry().bottom(), handle()->height() - 20) << "at the bottom";
 }
 
 TEST_F(TouchColumnTest, ThePresetsStandOnlyWhereViewsAre) {
@@ -328,19 +359,22 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
     const int width = splitter()->sizes().value(0);
     QTest::mouseClick(openClose(), Qt::LeftButton);
     EXPECT_FALSE(isOpen());
+    EXPECT_EQ(openClose()->toolTip(), text("Open the control area"));
     EXPECT_NE(pictureOf(openClose()), left);
     EXPECT_TRUE(openClose()->isVisible()) << "there is a way back";
     QTest::mouseClick(openClose(), Qt::LeftButton);
     EXPECT_EQ(splitter()->sizes().value(0), width);
     EXPECT_EQ(pictureOf(openClose()), left);
+    EXPECT_EQ(openClose()->accessibleName(), text("Close the control area"));
 
     // The other way round the control area is on the right.
     window()->setLayoutDirection(Qt::RightToLeft);
     const QImage right = pictureOf(openClose());
     EXPECT_NE(right, left);
-    splitter()->setSizes({0, 800});
-    QMetaObject::invokeMethod(handle(), "splitterMoved", Q_ARG(int, 0), Q_ARG(int, 1));
+    splitter()->setSizes({0, 800}); // as the window does
     EXPECT_EQ(pictureOf(openClose()), left) << "to open it";
+    splitter()->setSizes({300, 800});
+    EXPECT_EQ(pictureOf(openClose()), right);
 }
 
 TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {

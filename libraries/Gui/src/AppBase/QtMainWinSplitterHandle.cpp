@@ -93,9 +93,12 @@ void QtMainWinSplitterHandle::createColumn() {
 // From right to left the control area is on the right, and closes that way.
 void QtMainWinSplitterHandle::showDirection(bool isOpen) {
     const bool pointsLeft = isOpen != isRightToLeft();
-    m_openClose->setIcon(
-        vlr::icon(pointsLeft ? QStringLiteral("LeftArrow") : QStringLiteral("RightArrow")));
+    const QString icon = pointsLeft ? QStringLiteral("LeftArrow") : QStringLiteral("RightArrow");
     const QString text = isOpen ? tr("Close the control area") : tr("Open the control area");
+    if (icon == m_arrow && text == m_openClose->toolTip())
+        return; // Asked for at every step of a drag.
+    m_arrow = icon;
+    m_openClose->setIcon(vlr::icon(icon));
     m_openClose->setToolTip(text);
     m_openClose->setAccessibleName(text);
 }
@@ -149,6 +152,12 @@ bool QtMainWinSplitterHandle::eventFilter(QObject* watched, QEvent* event) {
 void QtMainWinSplitterHandle::showEvent(QShowEvent* event) {
     followViews();
     QSplitterHandle::showEvent(event);
+}
+
+// Sizes that are set, not dragged, are not announced by the splitter.
+void QtMainWinSplitterHandle::moveEvent(QMoveEvent* event) {
+    QSplitterHandle::moveEvent(event);
+    openCloseClickedSlot();
 }
 
 void QtMainWinSplitterHandle::changeEvent(QEvent* event) {

@@ -41,6 +41,7 @@ public slots:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
@@ -52,6 +53,7 @@ private:
     int m_touchWidth = 0;
     QFrame* m_frame;
     QToolButton* m_openClose;
+    QString m_arrow; ///< The icon's name.
     QScrollArea* m_presetArea;
     QtControlAreaControlButtons* m_controlButtons;
     DataPointer<QuadViewConfig> m_config;
