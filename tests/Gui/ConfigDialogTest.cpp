@@ -87,6 +87,7 @@ QColor shownColor(const QPushButton& button) {
 
 void chooseColor(QPushButton* button, const QColor& color, bool accept) {
     inNextDialog<QColorDialog>([=](QColorDialog& dialog) {
+        EXPECT_EQ(dialog.currentColor(), shownColor(*button));
         dialog.setCurrentColor(color);
         accept ? dialog.accept() : dialog.reject();
     });

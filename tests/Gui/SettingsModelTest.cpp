@@ -184,6 +184,7 @@ TEST_F(SettingsModelTest, KeepingTheirsUndoesTheWholeRename) {
 }
 
 TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
+    source.stored.insert(text("Site/Number/Unit"), text("m\nm"));
     SettingsModel model(source);
     QSignalSpy changes(&model, &SettingsModel::dataChanged);
     // A view paints again what was announced, from the name to the value.
@@ -213,6 +214,17 @@ TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
     EXPECT_TRUE(isAnnounced(index));
     model.revert(number);
     EXPECT_TRUE(isAnnounced(index));
+    const QString renamed = text("Site/New");
+    model.rename(number, renamed);
+    changes.clear();
+    model.revert(renamed);
+    EXPECT_TRUE(isAnnounced(model.indexOf(number))) << "the other half";
+    const auto shown = [&](const QString& key, int column, int role) {
+        return model.indexOf(key).siblingAtColumn(column).data(role);
+    };
+    EXPECT_TRUE(shown(known("DisplayLogo"), 0, Qt::FontRole).value<QFont>().italic());
+    EXPECT_FALSE(shown(number, 0, Qt::FontRole).value<QFont>().italic());
+    EXPECT_EQ(shown(text("Site/Number/Unit"), 1, Qt::DisplayRole).toString(), text("m\u21b5m"));
     model.remove(number); // stays in sight until it is stored
     EXPECT_TRUE(isAnnounced(index));
     EXPECT_EQ(model.key(model.indexOf(number)), number);
