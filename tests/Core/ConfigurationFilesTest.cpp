@@ -105,6 +105,19 @@ TEST(ConfigurationFiles, NoNameLeavesTheFolderAndWhatCouldNotBeLoadedIsNotStored
         EXPECT_EQ(store("x", odd), CaError::nullError);
         EXPECT_TRUE(QFileInfo(path).isFile()) << text;
     }
+    // Names too long for a file system stay apart, whether they differ at the end or elsewhere.
+    QString longName(300, u'x');
+    QSet<QString> paths;
+    for (const int place : {0, 1, 158, 159, 299}) {
+        longName[place] = u'y';
+        const QString path = DataIOManager::configurationPath(longName);
+        EXPECT_LT(QFileInfo(path).fileName().size(), 220);
+        EXPECT_EQ(store(QByteArray::number(place), longName), CaError::nullError);
+        paths << path;
+    }
+    EXPECT_EQ(paths.size(), 5);
+    for (const QString& path : paths)
+        EXPECT_TRUE(QFileInfo(path).isFile());
     EXPECT_NE(store("x", {}), CaError::nullError);
     // What could not be loaded is not stored either.
     const auto huge = makeConfiguration("x");

@@ -8,6 +8,7 @@
 #include "Data/Study.h"
 #include "Gui/GuiTest.h"
 
+#include <QtCore/QFileInfo>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QColorDialog>
 #include <QtWidgets/QComboBox>
@@ -64,6 +65,9 @@ protected:
         QTest::mouseClick(dialog.findChild<QPushButton*>(QString::fromLatin1(name)),
                           Qt::LeftButton);
     }
+    static QString showModeSetting() {
+        return vlr::Settings::get("Velora/Application/WindowShowMode"_s, "-");
+    }
     QColor color(int index) const {
         return config->mainWindowConfig()->quadViewConfig()->resourceColor(index);
     }
@@ -83,6 +87,7 @@ QColor shownColor(const QPushButton& button) {
 
 void chooseColor(QPushButton* button, const QColor& color, bool accept) {
     inNextDialog<QColorDialog>([=](QColorDialog& dialog) {
+        EXPECT_EQ(dialog.currentColor(), shownColor(*button));
         dialog.setCurrentColor(color);
         accept ? dialog.accept() : dialog.reject();
     });
@@ -120,15 +125,19 @@ TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
         {"Cancel", [](QtConfigDialog& dialog) { click(dialog, "cancel"); }, false},
         {"Escape", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); }, false},
         {"close", [](QtConfigDialog& dialog) { dialog.close(); }, false},
+        {"Enter", [](auto& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); }, true},
         {"Ok", [](QtConfigDialog& dialog) { click(dialog, "ok"); }, true}};
     for (const auto& [way, leave, writes] : cases) {
         SCOPED_TRACE(way);
         config = DataPointer<AppBaseConfig>(new AppBaseConfig);
         QStringList heard;
         const CaConnection observer(*config, Data::CHANGED, [&](auto&&...) {
-            heard << "%1%2"_s.arg(config->isTouchScreenModeEnabled()).arg(config->showMode());
+            heard << "%1%2 %3"_s.arg(config->isTouchScreenModeEnabled())
+                         .arg(config->showMode())
+                         .arg(showModeSetting());
         });
         const auto dialog = makeDialog();
+        ASSERT_EQ(vlr::Settings::remove("Velora/Application/WindowShowMode"_s), CaError::nullError);
         auto* showMode = dialog->findChild<QComboBox*>();
         EXPECT_EQ(showMode->currentText(), "Normal"_s);
         showMode->setCurrentIndex(showMode->findText("Full Screen"_s));
@@ -147,11 +156,62 @@ TEST_F(ConfigDialogTest, OnlyOkWritesToTheRecords) {
         EXPECT_EQ(colorChanges, writes ? QuadViewConfig::colorCount : 0) << "once per colour";
         EXPECT_FALSE(dialog->isVisible());
         EXPECT_EQ(dialog->result(), writes ? QDialog::Accepted : QDialog::Rejected);
-        EXPECT_EQ(take(heard), writes ? "11, 13" : "");
+        EXPECT_EQ(take(heard), writes ? "11 fullscreen, 13 fullscreen" : "");
+        EXPECT_EQ(showModeSetting(), writes ? "fullscreen"_s : "-"_s);
         EXPECT_EQ(color(2), writes ? QColor(1, 2, 3) : QColor(Qt::red));
         EXPECT_EQ(color(3), QColor(Qt::blue));
         EXPECT_EQ(makeDialog()->findChild<QSpinBox*>()->value() == count->value(), writes);
     }
+}
+
+// The setting decides, so what is chosen is written there; what is not chosen leaves it alone.
+TEST_F(ConfigDialogTest, TheChosenShowModeBecomesTheSetting) {
+    const struct {
+        const char* setting;
+        int shown; // what the record says
+        int pick;  // -1: nothing
+        const char* after;
+        bool isTold = false; // that the setting differs
+    } cases[] = {
+        {"maximized", AppBaseConfig::Normal, -1, "maximized", true},
+        {"maximized", AppBaseConfig::Normal, AppBaseConfig::Normal, "normal", true},
+        {"maximized", AppBaseConfig::Normal, AppBaseConfig::Minimized, "minimized", true},
+        {"Maximized", AppBaseConfig::Maximized, AppBaseConfig::Maximized, "Maximized"},
+        {"normal", AppBaseConfig::Normal, AppBaseConfig::Maximized, "maximized"},
+        {"normal", AppBaseConfig::FullScreen, AppBaseConfig::FullScreen, "fullscreen"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        setting("WindowShowMode", c.setting);
+        config->setShowMode(static_cast<AppBaseConfig::ShowMode>(c.shown));
+        const auto dialog = makeDialog();
+        auto* const combo = dialog->findChild<QComboBox*>();
+        EXPECT_EQ(combo->currentData().toInt(), c.shown);
+        EXPECT_EQ(combo->toolTip().contains("\"maximized\""_s), c.isTold);
+        if (c.pick >= 0) {
+            EXPECT_TRUE(combo->hasFocus()) << "it is the first field";
+            QTest::keyClick(combo, Qt::Key_Home);
+            for (int i = 0; i < c.pick; ++i)
+                QTest::keyClick(combo, Qt::Key_Down);
+        }
+        click(*dialog, "ok");
+        EXPECT_EQ(showModeSetting(), QString::fromLatin1(c.after));
+        EXPECT_EQ(config->showMode(), c.pick < 0 ? c.shown : c.pick);
+    }
+    config->setTouchScreenModeEnabled(true);
+    const auto dialog = makeDialog();
+    dialog->findChild<QComboBox*>()->setCurrentIndex(1);
+    auto* const touchScreenMode = dialog->findChild<QCheckBox*>();
+    EXPECT_TRUE(touchScreenMode->isChecked());
+    touchScreenMode->setChecked(false);
+    const auto buttons = colorButtons(*dialog);
+    EXPECT_EQ(buttons[1]->y(), buttons[0]->y()) << "as the views stand";
+    EXPECT_GT(buttons[1]->x(), buttons[0]->x());
+    expectLog(vlr::LogLevel::UserError, "The show mode could not be stored in the settings.\n");
+    const ReadOnlyFolder closed(QFileInfo(vlr::Settings::filePath()).path());
+    click(*dialog, "ok");
+    EXPECT_EQ(config->showMode(), AppBaseConfig::Normal) << "the rest is done";
+    EXPECT_FALSE(config->isTouchScreenModeEnabled());
 }
 
 // --- taken away meanwhile
@@ -195,7 +255,8 @@ TEST_F(ConfigDialogTest, WidgetsForOtherDataAreEmpty) {
     QtAppBaseConfigWidget application(study.get(), {}, nullptr, {});
     QtModuleConfigWidget module(study.get(), {}, nullptr, {});
     EXPECT_TRUE(application.ok() && module.ok());
-    EXPECT_TRUE(application.children().isEmpty() && module.children().isEmpty());
+    EXPECT_TRUE(application.findChildren<QWidget*>().isEmpty());
+    EXPECT_TRUE(module.findChildren<QWidget*>().isEmpty());
 }
 
 TEST_F(ConfigDialogTest, AboutShowsTheBuild) {

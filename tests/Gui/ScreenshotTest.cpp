@@ -47,6 +47,9 @@ protected:
     void take(Data* item, const char* button, QSize* preview = nullptr) {
         QtScreenShotDialog dialog(item, nullptr);
         inNextDialog<QtScreenShotDialog>([&](QtScreenShotDialog& shown) {
+            const bool isDescribed =
+                !shown.findChild<QPushButton*>("save"_s)->accessibleDescription().isEmpty();
+            EXPECT_EQ(isDescribed, !item) << "what \"Save\" will not do";
             if (preview)
                 *preview = shown.findChild<QLabel*>("preview"_s)->pixmap(Qt::ReturnByValue).size();
             for (QPushButton* each : shown.findChildren<QPushButton*>())
@@ -140,6 +143,7 @@ TEST_F(ScreenshotTest, NothingIsStoredWithoutNamePicturePlaceOrItem) {
 
 TEST_F(ScreenshotTest, AFileThatCannotBeWrittenLeavesTheRecordAndNoHalfFile) {
     ASSERT_TRUE(QDir().mkpath(folder()));
+    expectLog(vlr::LogLevel::UserError, "its file could not be written.\nReason: ");
     const std::string message =
         "Saving of screenshot '" + folder().toStdString() + "/Screenshot_Jane_";
     expectLog(vlr::LogLevel::Error, message);
@@ -152,6 +156,7 @@ TEST_F(ScreenshotTest, AFileThatCannotBeWrittenLeavesTheRecordAndNoHalfFile) {
         take(patient.get(), "Save");
     }
     EXPECT_EQ(logCount(vlr::LogLevel::Error, message), 2);
+    EXPECT_EQ(logCount(vlr::LogLevel::UserError, "/Screenshot_Jane_"), 2);
     EXPECT_EQ(files(), QStringList());
     ASSERT_EQ(patient->childCount(), 2);
     for (int i = 0; i < 2; ++i)
@@ -180,6 +185,56 @@ TEST_F(ScreenshotTest, ThePictureIsStoredWithThePatient) {
     EXPECT_EQ(screenshotOf(*loaded)->screenShot().toImage().pixelColor(5, 5), QColor(Qt::blue));
 }
 
+TEST_F(ScreenshotTest, OnceItIsStoredOnlyThePngStaysAndIsFoundEverywhere) {
+    const DataPointer<Exposed> record(new Exposed);
+    const QPixmap original = picture(Qt::green);
+    record->setScreenShot(original);
+    EXPECT_EQ(record->screenShot().cacheKey(), original.cacheKey());
+    EXPECT_TRUE(record->hasUnstoredBinaryParts());
+    const auto hasPicture = [&] {
+        const DataPointer<QtScreenShotData> copy(new QtScreenShotData(*record));
+        return record->screenShot().toImage().pixelColor(5, 5) == QColor(Qt::green) &&
+               copy->screenShot().toImage() == record->screenShot().toImage();
+    };
+    ASSERT_EQ(patient->addChild(record, true), CaError::nullError);
+    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    EXPECT_FALSE(record->hasUnstoredBinaryParts());
+    EXPECT_NE(record->screenShot().cacheKey(), original.cacheKey()) << "it is decoded";
+    EXPECT_TRUE(hasPicture());
+    record->saveImage("stored"_s);
+    EXPECT_EQ(QImage(folder() + "/stored.png"_s), original.toImage());
+
+    // Out of its tree, in a tree without a place, and read from where it was.
+    ASSERT_EQ(patient->removeChild(record.get()), CaError::nullError);
+    EXPECT_TRUE(hasPicture());
+    const DataPointer<Patient> other(new Patient);
+    ASSERT_EQ(other->addChild(record, true), CaError::nullError);
+    EXPECT_TRUE(hasPicture());
+    const DataPointer<Patient> loaded = reload(patient);
+    const auto former = screenshotOf(*loaded);
+    ASSERT_EQ(loaded->removeChild(former.get()), CaError::nullError);
+    EXPECT_EQ(former->screenShot().size(), original.size());
+    // A store that fails loses nothing.
+    ASSERT_EQ(patient->addChild(record, true), CaError::nullError);
+    record->setScreenShot(original);
+    {
+        const FullDisk full;
+        EXPECT_NE(DataIOManager::storePatient(patient), CaError::nullError);
+    }
+    EXPECT_TRUE(record->hasUnstoredBinaryParts() && hasPicture());
+    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    EXPECT_EQ(screenshotOf(*reload(patient))->screenShot().size(), original.size());
+}
+
+// As an application does that stores each new screenshot.
+TEST_F(ScreenshotTest, AScreenshotThatIsStoredAtOnceStillGetsItsFile) {
+    const CaConnection keeper(*patient, Data::CHILD_ADDED, [this](auto&&...) {
+        EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    });
+    take(patient.get(), "Save");
+    EXPECT_EQ(QImage(folder() + QLatin1Char('/') + files().value(0)).size(), QSize(301, 201));
+}
+
 TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
     const std::pair<QByteArray, const char*> cases[] = {
         {"These are not the bytes you look for.", "no PNG image"},
@@ -205,5 +260,8 @@ TEST_F(ScreenshotTest, WhatIsNoPictureGivesTheReason) {
                     HasSubstr(cases[i].second));
         EXPECT_TRUE(image.isNull());
         EXPECT_TRUE(screenshotOf(*loaded, i)->screenShot().isNull());
+        expectLog(vlr::LogLevel::Warning, "A copy of the screenshot \"\" has no picture. ");
+        const DataPointer<QtScreenShotData> copy(new QtScreenShotData(*screenshotOf(*loaded, i)));
+        EXPECT_TRUE(copy->screenShot().isNull());
     }
 }

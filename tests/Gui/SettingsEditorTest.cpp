@@ -9,6 +9,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtGui/QWheelEvent>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QListWidget>
@@ -263,6 +264,11 @@ TEST_F(SettingsEditorTest, WhatOthersChangedIsAskedFor) {
 
     inNextDialog<SettingsConflictDialog>([&](SettingsConflictDialog& asked) {
         auto* choice = qobject_cast<QComboBox*>(asked.findChild<QTableWidget*>()->cellWidget(1, 4));
+        ASSERT_FALSE(choice->hasFocus());
+        QWheelEvent wheel({2, 2}, choice->mapToGlobal(QPoint(2, 2)), {}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(choice, &wheel);
+        EXPECT_EQ(choice->currentIndex(), 0) << "the wheel chooses nothing";
         choice->setCurrentIndex(1); // mine
         QTest::keyClick(&asked, Qt::Key_Return);
     });

@@ -184,7 +184,18 @@ TEST_F(SettingsModelTest, KeepingTheirsUndoesTheWholeRename) {
 }
 
 TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
+    source.stored.insert(text("Site/Number/Unit"), text("m\nm"));
     SettingsModel model(source);
+    QSignalSpy changes(&model, &SettingsModel::dataChanged);
+    // A view paints again what was announced, from the name to the value.
+    const auto isAnnounced = [&](const QModelIndex& name) {
+        bool isFound = false;
+        for (const auto& change : changes)
+            isFound |= change.value(0).toModelIndex() == name &&
+                       change.value(1).toModelIndex() == name.siblingAtColumn(1);
+        changes.clear();
+        return isFound;
+    };
     const QAbstractItemModelTester tester(&model,
                                           QAbstractItemModelTester::FailureReportingMode::Fatal);
     const QString number = text("Site/Number");
@@ -198,13 +209,31 @@ TEST_F(SettingsModelTest, TheTreeFollowsEveryCommand) {
     model.remove(text("zeta"));
     EXPECT_EQ(model.rowCount(), 2);
 
+    const QModelIndex index = model.indexOf(number);
+    EXPECT_TRUE(model.setData(index.siblingAtColumn(1), text("6")));
+    EXPECT_TRUE(isAnnounced(index));
+    model.revert(number);
+    EXPECT_TRUE(isAnnounced(index));
+    const QString renamed = text("Site/New");
+    model.rename(number, renamed);
+    changes.clear();
+    model.revert(renamed);
+    EXPECT_TRUE(isAnnounced(model.indexOf(number))) << "the other half";
+    const auto shown = [&](const QString& key, int column, int role) {
+        return model.indexOf(key).siblingAtColumn(column).data(role);
+    };
+    EXPECT_TRUE(shown(known("DisplayLogo"), 0, Qt::FontRole).value<QFont>().italic());
+    EXPECT_FALSE(shown(number, 0, Qt::FontRole).value<QFont>().italic());
+    EXPECT_EQ(shown(text("Site/Number/Unit"), 1, Qt::DisplayRole).toString(), text("m\u21b5m"));
     model.remove(number); // stays in sight until it is stored
+    EXPECT_TRUE(isAnnounced(index));
     EXPECT_EQ(model.key(model.indexOf(number)), number);
     source.stored.insert(text("Other/Process"), text("1"));
     std::vector<SettingsConflict> conflicts;
     ASSERT_EQ(model.apply(conflicts), CaError::nullError);
     EXPECT_EQ(model.key(model.indexOf(number)), QString()); // still a group
     EXPECT_TRUE(model.indexOf(text("Other/Process")).isValid());
+    EXPECT_TRUE(isAnnounced(index)) << "it is changed no more";
 }
 
 TEST_F(SettingsModelTest, ApplicationsAddSettingsOfTheirOwn) {

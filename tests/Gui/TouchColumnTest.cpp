@@ -11,7 +11,10 @@
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QDateEdit>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QSplitter>
+#include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
 
@@ -53,6 +56,7 @@ protected:
         window()->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window()));
         window()->occupyWindow(vlr::ControlList::instance());
+        pages()->setCurrentWidget(viewer());
         app->setTouchScreenModeEnabled(true);
         QCoreApplication::processEvents(); // What is larger now finds its place.
         column()->setHoldDownTime(never);
@@ -63,6 +67,9 @@ protected:
     QtAppMainWindow* window() { return app->getMainWindow(); }
     QSplitter* splitter() { return window()->findChild<QSplitter*>(); }
     static QtQuadView* viewer() { return vlr::ControlList::instance()->getViewer(); }
+    static QStackedWidget* pages() {
+        return qobject_cast<QStackedWidget*>(vlr::ControlList::instance()->getWindow());
+    }
     // The splitter makes a handle before its first pane, too, and never shows it.
     QWidget* handle() { return splitter()->handle(1); }
     QtControlAreaControlButtons* column() {
@@ -86,6 +93,17 @@ protected:
         Sizes sizes;
         config->resourceDimensions(index, sizes[0], sizes[1], sizes[2], sizes[3]);
         return sizes;
+    }
+    // Layouts tell their parents one after the other.
+    static void settle() {
+        for (int round = 0; round < 4; ++round)
+            QCoreApplication::processEvents();
+    }
+    // With the button down.
+    static void move(QWidget* button, const QPoint& place) {
+        QMouseEvent event(QEvent::MouseMove, place, button->mapToGlobal(place), Qt::NoButton,
+                          Qt::LeftButton, {});
+        QCoreApplication::sendEvent(button, &event);
     }
     void store(int index, const Sizes& sizes) {
         config->setResourceDimensions(index, sizes[0], sizes[1], sizes[2], sizes[3]);
@@ -142,37 +160,48 @@ TEST_F(TouchColumnTest, HoldingStoresAndTheReleaseKeepsTheLayout) {
 }
 
 TEST_F(TouchColumnTest, WhatEndsAHoldStoresNothing) {
-    QtPresetButton* const button = presets()[0];
-    const QPoint outside = button->rect().bottomRight() + QPoint(40, 40);
+    const QPoint inside(20, 20);
+    const QPoint outside(100, 100);
     const struct {
-        std::function<void()> end;
-        Sizes layout; // after the release
+        std::function<void(QtPresetButton*)> end;
+        QPoint release; // where the hand is then
+        Sizes layout;   // after the release
+        Sizes mainLayout;
     } cases[] = {
-        {[&] { QTest::mouseRelease(button, Qt::LeftButton); }, unequal}, // applies it
-        {[&] {
-             QMouseEvent move(QEvent::MouseMove, outside, button->mapToGlobal(outside),
-                              Qt::NoButton, Qt::LeftButton, {});
-             QCoreApplication::sendEvent(button, &move);
-         },
-         rows},
-        {[this] { activate("Second"); }, rows},
+        {[](auto* b) { QTest::mouseRelease(b, Qt::LeftButton); }, outside, unequal, quarters},
+        {[&](auto* b) { move(b, outside); }, outside, rows, rows},
+        {[this](auto*) { activate("Second"); }, inside, rows, rows},
+        {[](auto*) { viewer()->lockAspectRatio(); }, inside, rows, rows},
+        {[this](auto*) { app->setTouchScreenModeEnabled(false); }, inside, rows, rows},
+        {[](auto*) { pages()->setCurrentIndex(0); }, inside, rows, rows},
+        {[this](auto*) { config->setNoDimensionSets(0); }, inside, rows, quarters},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        store(0, unequal);
-        viewer()->setViewerDimensions(rows[0], rows[1], rows[2], rows[3]);
-        QTest::mousePress(button, Qt::LeftButton);
-        ASSERT_TRUE(QTest::qWaitFor([&] { return button->ringShare() > 0; }, patience));
-        const qreal share = button->ringShare();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return button->ringShare() > share; }, patience));
-        c.end();
-        EXPECT_EQ(button->ringShare(), 0);
-        const Sizes before = stored(0);
-        column()->minPressTimeOver();
-        EXPECT_EQ(stored(0), before);
-        QTest::mouseRelease(button, Qt::LeftButton, {}, outside);
-        EXPECT_EQ(layout(), c.layout);
-    }
+    for (const auto& c : cases)
+        for (const bool isMain : {false, true}) {
+            SCOPED_TRACE(testing::Message() << &c - cases << (isMain ? ", main button" : ""));
+            store(0, unequal);
+            viewer()->setViewerDimensions(rows[0], rows[1], rows[2], rows[3]);
+            QtPresetButton* const button = isMain ? mainButton() : presets()[0];
+            QTest::mousePress(button, Qt::LeftButton);
+            const auto ringFills = [button] {
+                const qreal share = button->ringShare();
+                return QTest::qWaitFor([&] { return button->ringShare() > share; }, patience);
+            };
+            ASSERT_TRUE(isMain || (ringFills() && ringFills()));
+            c.end(button);
+            move(button, c.release); // A hand is never quite still.
+            EXPECT_EQ(button->ringShare(), 0);
+            const Sizes before = stored(0);
+            column()->minPressTimeOver();
+            EXPECT_EQ(stored(0), before);
+            QTest::mouseRelease(button, Qt::LeftButton, {}, c.release);
+            EXPECT_EQ(layout(), isMain ? c.mainLayout : c.layout);
+            viewer()->unlockAspectRatio();
+            pages()->setCurrentWidget(viewer());
+            app->setTouchScreenModeEnabled(true);
+            activate("First");
+            config->setNoDimensionSets(5);
+        }
 }
 
 TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
@@ -181,14 +210,113 @@ TEST_F(TouchColumnTest, TheNumberOfPresetsFollowsTheModule) {
     const std::pair<int, int> cases[] = {{3, 3}, {0, 0}, {7, 7}};
     for (const auto& [sets, buttons] : cases) {
         config->setNoDimensionSets(sets);
-        column()->update();
-        QCoreApplication::processEvents(); // New buttons are shown by then.
         EXPECT_EQ(presets().size(), buttons);
         if (sets == 3) {
             EXPECT_EQ(presets(), first.mid(0, 3)) << "the last ones go";
         }
         EXPECT_TRUE(mainButton()->isVisible());
     }
+    // A button without a layout of its own stores nothing, and shows nothing else.
+    store(6, unequal);
+    column()->setNumButtons(8);
+    settle();
+    const QImage emptyPicture = pictureOf(presets()[0]);
+    QTest::mousePress(presets()[7], Qt::LeftButton);
+    column()->minPressTimeOver();
+    EXPECT_EQ(pictureOf(presets()[7]), emptyPicture);
+    EXPECT_NE(pictureOf(presets()[6]), emptyPicture);
+    QTest::mouseRelease(presets()[7], Qt::LeftButton);
+    EXPECT_EQ(layout(), rows);
+}
+
+TEST_F(TouchColumnTest, AColumnFollowsTheConfigurationAndTheLock) {
+    const DataPointer<QuadViewConfig> colors(new QuadViewConfig);
+    viewer()->lockAspectRatio();
+    {
+        QtControlAreaControlButtons own(colors, nullptr);
+        own.setNumButtons(2);
+        const auto buttons = own.findChildren<QtPresetButton*>(); // the main button first
+        ASSERT_EQ(buttons.size(), 3);
+        EXPECT_EQ(pictureOf(buttons[2]), pictureOf(buttons[0])) << "four equal views";
+        EXPECT_EQ(buttons[2]->toolTip(), text("Layout 2. Hold to store the present layout."));
+        own.setButtonToViewerDimensions(0, {}, {}, {}, {});
+        EXPECT_EQ(buttons[1]->toolTip(),
+                  text("Layout 1 is empty. Hold to store the present layout."));
+        const QImage before = pictureOf(buttons[0]);
+        colors->setResourceColor(0, Qt::white);
+        EXPECT_NE(pictureOf(buttons[0]), before);
+        colors->setHoldDownTime(700);
+        EXPECT_EQ(own.holdDownTime(), 700);
+        own.update();
+        EXPECT_TRUE(own.isHidden()) << "the views are locked";
+    }
+    colors->notify(Data::CHANGED);
+    // What no column shows any more has nobody to tell.
+    const DataPointer<ModuleConfig> first = config;
+    activate("Second");
+    app.reset();
+    first->notify(Data::CHANGED);
+}
+
+// Each of them can be hit with a finger: it is large enough, whole, and nothing lies over it.
+TEST_F(TouchColumnTest, AllButtonsFitAFingerInASmallWindow) {
+    window()->resize(1024, 600);
+    for (const int layouts : {3, 10, 40}) {
+        SCOPED_TRACE(layouts);
+        config->setNoDimensionSets(layouts);
+        settle();
+        EXPECT_EQ(window()->size(), QSize(1024, 600));
+        auto* const area = handle()->findChild<QScrollArea*>();
+        QList<QAbstractButton*> buttons{openClose()};
+        for (auto* button : column()->findChildren<QtPresetButton*>())
+            if (!button->isHidden())
+                buttons << button;
+        EXPECT_EQ(buttons.size(), layouts + 2);
+        QRegion taken;
+        for (QAbstractButton* button : buttons) {
+            area->ensureWidgetVisible(button, 0, 0);
+            const QRegion seen = button->visibleRegion();
+            EXPECT_EQ(seen, QRegion(button->rect())) << "a part is cut off";
+            EXPECT_GE(std::min(button->width(), button->height()), leastSize);
+            EXPECT_LE(button->iconSize().height(), button->height() - 6);
+            const QRect place(button->mapTo(handle(), {}), button->size());
+            if (layouts <= 10) {
+                EXPECT_TRUE(!taken.intersects(place) && handle()->rect().contains(place));
+            }
+            taken += place;
+        }
+        EXPECT_EQ(area->verticalScrollBar()->isVisible(), layouts == 40);
+        const QImage picture = pictureOf(mainButton());
+        const QPoint fourthView(picture.width() * 5 / 8, picture.height() * 5 / 8);
+        EXPECT_EQ(picture.pixelColor(fourthView), Qt::blue) << "the whole of it is shown";
+    }
+    config->setNoDimensionSets(3);
+    settle();
+    EXPECT_EQ(mainButton()->size(), QSize(58, 58)) << "as large as there is room";
+    EXPECT_LT(mainButton()->mapTo(handle(), {}).y(), 10) << "at the top";
+    EXPECT_GT(openClose()->geometry().bottom(), handle()->height() - 20) << "at the bottom";
+}
+
+TEST_F(TouchColumnTest, ThePresetsStandOnlyWhereViewsAre) {
+    EXPECT_TRUE(mainButton()->isVisible());
+    pages()->setCurrentIndex(0); // a control over the whole area
+    EXPECT_FALSE(mainButton()->isVisible());
+    EXPECT_TRUE(openClose()->isVisible());
+    pages()->setCurrentWidget(viewer());
+    EXPECT_TRUE(mainButton()->isVisible());
+    QPointer<QLabel> list = new QLabel;
+    window()->occupyWindow(nullptr, list);
+    EXPECT_FALSE(mainButton()->isVisible());
+    app->setTouchScreenModeEnabled(false);
+    app->setTouchScreenModeEnabled(true);
+    EXPECT_FALSE(mainButton()->isVisible());
+    window()->occupyWindow(vlr::ControlList::instance());
+    EXPECT_TRUE(mainButton()->isVisible());
+    window()->hide();
+    pages()->setCurrentIndex(0);
+    window()->show();
+    EXPECT_FALSE(mainButton()->isVisible());
+    delete list;
 }
 
 TEST_F(TouchColumnTest, ALockedViewHidesTheColumnAndLeavingTheModeTheWholeHandle) {
@@ -232,11 +360,22 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
     const int width = splitter()->sizes().value(0);
     QTest::mouseClick(openClose(), Qt::LeftButton);
     EXPECT_FALSE(isOpen());
+    EXPECT_EQ(openClose()->toolTip(), text("Open the control area"));
     EXPECT_NE(pictureOf(openClose()), left);
     EXPECT_TRUE(openClose()->isVisible()) << "there is a way back";
     QTest::mouseClick(openClose(), Qt::LeftButton);
     EXPECT_EQ(splitter()->sizes().value(0), width);
     EXPECT_EQ(pictureOf(openClose()), left);
+    EXPECT_EQ(openClose()->accessibleName(), text("Close the control area"));
+
+    // The other way round the control area is on the right.
+    window()->setLayoutDirection(Qt::RightToLeft);
+    const QImage right = pictureOf(openClose());
+    EXPECT_NE(right, left);
+    splitter()->setSizes({0, 800}); // as the window does
+    EXPECT_EQ(pictureOf(openClose()), left) << "to open it";
+    splitter()->setSizes({300, 800});
+    EXPECT_EQ(pictureOf(openClose()), right);
 }
 
 TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {

@@ -24,9 +24,9 @@ struct SettingsChange {
 /// The settings database: typed values under slash-separated keys, for example
 /// "Velora/Application/WindowShowMode".
 ///
-///     const bool splash = Settings::get(QStringLiteral("Velora/Application/ShowSplashScreen"),
-///     false); const int width = Settings::get(key, 4, 1, 64);        // with a range CaError error
-///     = Settings::set(key, 8);
+///     const bool isShown = Settings::get(flagKey, false);
+///     const int width = Settings::get(widthKey, 4, 1, 64); // with a range
+///     const CaError error = Settings::set(widthKey, 8);
 ///
 /// It lives in "settings.ini" under the application's configuration folder
 /// (QStandardPaths::AppConfigLocation), in QSettings' INI format. The file is read when the

@@ -70,7 +70,7 @@ CaError ModuleConfig::doLoad(DataTreeNode* node, QMap<QString, Data*>& reference
     if (count < 0)
         return CaError(malformedAttributeError, "Cannot read attribute: NoSizes");
 
-    // The number is the file's word.
+    // A damaged file may name any number, and memory is made for it before a size is read.
     std::vector<DimensionSet> sets(static_cast<std::size_t>(std::min(count, mostSets)));
     for (std::size_t set = 0; set < sets.size(); ++set)
         for (std::size_t pane = 0; pane < sets[set].size(); ++pane) {

@@ -1,5 +1,8 @@
 #include "AppBase/QtAppBaseConfigWidget.h"
 
+#include "Log/vlrLog.h"
+#include "Settings/vlrSettings.h"
+
 #include <QtCore/QPointer>
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QCheckBox>
@@ -15,6 +18,26 @@ namespace {
 
 constexpr int pixmapSize = 128;
 constexpr int iconSize = 40;
+const QString showModeKey = QStringLiteral("Velora/Application/WindowShowMode");
+
+// As the setting has it.
+QString nameOf(AppBaseConfig::ShowMode mode) {
+    switch (mode) {
+    case AppBaseConfig::Minimized:
+        return QStringLiteral("minimized");
+    case AppBaseConfig::Maximized:
+        return QStringLiteral("maximized");
+    case AppBaseConfig::FullScreen:
+        return QStringLiteral("fullscreen");
+    case AppBaseConfig::Normal:
+        break;
+    }
+    return QStringLiteral("normal");
+}
+
+QString showModeSetting() {
+    return vlr::Settings::get(showModeKey, nameOf(AppBaseConfig::Normal)).toLower();
+}
 
 } // namespace
 
@@ -43,12 +66,27 @@ QWidget* QtAppBaseConfigWidget::createShowMode() {
     m_showMode->addItem(tr("Full Screen"), AppBaseConfig::FullScreen);
     m_showMode->setCurrentIndex(m_showMode->findData(m_config->showMode()));
     // The title stays free of the mark of a key.
-    m_showMode->setToolTip(tr("How the window comes up at the next start (Alt+S)"));
+    m_showMode->setToolTip(showModeToolTip());
+    connect(m_showMode, QOverload<int>::of(&QComboBox::activated), this,
+            [this] { m_isShowModePicked = true; });
     auto* key = new QShortcut(tr("Alt+S"), this);
     connect(key, &QShortcut::activated, m_showMode,
             [this] { m_showMode->setFocus(Qt::ShortcutFocusReason); });
     (new QVBoxLayout(box))->addWidget(m_showMode);
     return box;
+}
+
+QString QtAppBaseConfigWidget::showModeToolTip() const {
+    const QString text = tr("How the window is shown, now and at the next start (Alt+S)");
+    const QString setting = showModeSetting();
+    if (setting == nameOf(m_config->showMode()))
+        return text;
+    return text + QLatin1Char('\n') +
+           tr("Until a mode is chosen here, the setting counts, which is \"%1\".").arg(setting);
+}
+
+bool QtAppBaseConfigWidget::isShowModeChosen() const {
+    return m_isShowModePicked || m_showMode->currentData().toInt() != m_config->showMode();
 }
 
 QWidget* QtAppBaseConfigWidget::createColors() {
@@ -120,6 +158,9 @@ bool QtAppBaseConfigWidget::ok() {
     const Qt::CheckState touchScreenMode = m_touchScreenMode->checkState();
     const auto showMode = static_cast<AppBaseConfig::ShowMode>(m_showMode->currentData().toInt());
     const auto colors = m_colors;
+    CaError error;
+    if (isShowModeChosen() && showModeSetting() != nameOf(showMode))
+        error = vlr::Settings::set(showModeKey, nameOf(showMode));
     if (touchScreenMode != Qt::PartiallyChecked)
         config->setTouchScreenModeEnabled(touchScreenMode == Qt::Checked);
     config->notify(Data::CHANGED);
@@ -128,5 +169,8 @@ bool QtAppBaseConfigWidget::ok() {
     const DataPointer<QuadViewConfig> quadView = config->mainWindowConfig()->quadViewConfig();
     for (int i = 0; i < QuadViewConfig::colorCount; ++i)
         quadView->setResourceColor(i, colors[static_cast<std::size_t>(i)]);
+    if (error != CaError::nullError)
+        VLR_LOG(UserError) << tr("The show mode could not be stored in the settings.")
+                           << "\nReason: " << error.text();
     return true;
 }

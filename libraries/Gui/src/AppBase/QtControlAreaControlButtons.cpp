@@ -16,6 +16,7 @@
 namespace {
 
 constexpr int noPreset = -1;
+constexpr int gap = 4; // pixels
 const QSize quarter(500, 500);
 
 } // namespace
@@ -26,6 +27,7 @@ QtControlAreaControlButtons::QtControlAreaControlButtons(const DataPointer<QuadV
       m_mainButton(createButton(tr("All views alike"))), m_presets(new QButtonGroup(this)),
       m_quadViewConfig(config) {
     m_layout->setContentsMargins(0, 0, 0, 0);
+    m_layout->setSpacing(gap);
     m_presets->setExclusive(false);
     m_mainButton->setObjectName(QStringLiteral("allAlike"));
     m_holdTimer->setSingleShot(true);
@@ -49,6 +51,7 @@ QtPresetButton* QtControlAreaControlButtons::createButton(const QString& text) {
     created->setToolTip(text);
     created->setAccessibleName(text);
     m_layout->addWidget(created, 0, Qt::AlignHCenter);
+    created->show(); // Now, as the layout would do it when the events come round.
     connect(created, &QToolButton::pressed, this, &QtControlAreaControlButtons::buttonPressed);
     connect(created, &QToolButton::released, this, &QtControlAreaControlButtons::buttonReleased);
     return created;
@@ -75,12 +78,13 @@ void QtControlAreaControlButtons::reconfigure(CaSubject*, void*, const char*, vo
     if (m_quadViewConfig)
         draw(m_mainButton, {quarter, quarter, quarter, quarter});
     if (m_moduleConfig)
-        drawPresets();
+        takePresets();
     if (m_quadViewConfig)
         setHoldDownTime(m_quadViewConfig->holdDownTime());
 }
 
-void QtControlAreaControlButtons::drawPresets() {
+void QtControlAreaControlButtons::takePresets() {
+    setNumButtons(m_moduleConfig->noDimensionSets());
     for (int i = 0; i < count(); ++i) {
         const Sizes sizes = preset(i);
         setButtonToViewerDimensions(i, sizes[0], sizes[1], sizes[2], sizes[3]);
@@ -108,7 +112,7 @@ void QtControlAreaControlButtons::draw(QtPresetButton* button, const Sizes& size
         m_quadViewConfig ? m_quadViewConfig : DataPointer<QuadViewConfig>(new QuadViewConfig);
     for (int i = 0; i < QuadViewConfig::colorCount; ++i)
         colors[static_cast<std::size_t>(i)] = config->resourceColor(i);
-    const QSize size = button->iconSize();
+    const QSize size = QtPresetButton::pictureSize;
     button->setIcon(vlr::iconOf(size, [sizes, colors, size](qreal ratio) {
         return vlr::layoutPixmap(sizes, colors, size, ratio);
     }));
@@ -122,12 +126,7 @@ void QtControlAreaControlButtons::setHoldDownTime(int msec) {
 // --- the module and the viewer
 
 void QtControlAreaControlButtons::moduleActivated(const QtAppModuleProxy* proxy) {
-    // A hold that began in another module must not store into this one.
-    m_holdTimer->stop();
-    m_released = true;
-    if (QtPresetButton* const held = button(m_pressedIndex))
-        held->stopRing();
-    m_pressedIndex = noPreset;
+    abandonPress(); // What began in another module must not store into this one.
     if (m_moduleConfig)
         m_moduleConfig->detach(this);
     m_moduleConfig = proxy ? proxy->moduleGeneralOptions() : DataPointer<ModuleConfig>();
@@ -148,15 +147,15 @@ void QtControlAreaControlButtons::followViewer() {
 
 void QtControlAreaControlButtons::update() {
     followViewer();
-    if (m_moduleConfig) {
-        setNumButtons(m_moduleConfig->noDimensionSets());
-        drawPresets();
-    }
+    if (m_moduleConfig)
+        takePresets();
     QWidget::update();
 }
 
 void QtControlAreaControlButtons::setNumButtons(int numBtn) {
     const int wanted = std::max(0, numBtn);
+    if (m_pressedIndex >= wanted)
+        abandonPress();
     if (wanted > count()) {
         while (count() < wanted) {
             QtPresetButton* const created = createButton(QString());
@@ -176,10 +175,26 @@ void QtControlAreaControlButtons::setNumButtons(int numBtn) {
 }
 
 void QtControlAreaControlButtons::setViewerStateLocked(bool locked) {
+    if (locked)
+        abandonPress();
     setVisible(!locked);
 }
 
+void QtControlAreaControlButtons::hideEvent(QHideEvent* event) {
+    abandonPress();
+    QWidget::hideEvent(event);
+}
+
 // --- pressing
+
+void QtControlAreaControlButtons::abandonPress() {
+    m_holdTimer->stop();
+    m_released = true;
+    m_pressedIndex = noPreset;
+    m_mainButton->abandonPress();
+    for (int i = 0; i < count(); ++i)
+        button(i)->abandonPress();
+}
 
 void QtControlAreaControlButtons::buttonPressed() {
     m_released = false;
@@ -221,9 +236,17 @@ void QtControlAreaControlButtons::minPressTimeOver() {
     QtQuadView* const viewer = vlr::ControlList::instance()->getViewer();
     if (m_released || !viewer || !m_moduleConfig || !button(m_pressedIndex))
         return;
-    button(m_pressedIndex)->stopRing();
+    const int index = m_pressedIndex;
+    button(index)->stopRing();
     Sizes sizes;
     viewer->viewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
-    m_moduleConfig->setResourceDimensions(m_pressedIndex, sizes[0], sizes[1], sizes[2], sizes[3]);
-    setButtonToViewerDimensions(m_pressedIndex, sizes[0], sizes[1], sizes[2], sizes[3]);
+    // Who hears of it may take the column away.
+    const QPointer<QtControlAreaControlButtons> self = this;
+    const DataPointer<ModuleConfig> config = m_moduleConfig;
+    config->setResourceDimensions(index, sizes[0], sizes[1], sizes[2], sizes[3]);
+    if (!self)
+        return;
+    // The record may have no such layout, or another one by now.
+    sizes = preset(index);
+    setButtonToViewerDimensions(index, sizes[0], sizes[1], sizes[2], sizes[3]);
 }

@@ -18,7 +18,8 @@ class QVBoxLayout;
 /// of the others stands for a layout that the active module keeps in its ModuleConfig: a short
 /// press applies it, holding the button for the hold-down time (QuadViewConfig, milliseconds)
 /// stores the present layout in it. Sliding off the button before that does neither. A button
-/// whose layout was never stored is drawn empty and applies nothing.
+/// whose layout was never stored is drawn empty and applies nothing. A press during which the
+/// module changes or the column is hidden does neither, and so does one on a button that goes.
 ///
 /// Sizes are per-mille of the quad view, in pane order 0 to 3. The column is hidden while the
 /// quad view is locked.
@@ -45,6 +46,9 @@ public slots:
     void buttonPressed();
     void buttonReleased();
 
+protected:
+    void hideEvent(QHideEvent* event) override;
+
 private:
     using Sizes = std::array<QSize, 4>;
 
@@ -53,7 +57,8 @@ private:
     QtPresetButton* createButton(const QString& text);
     QtPresetButton* button(int index) const; ///< Null for an index out of range.
     Sizes preset(int index) const;
-    void drawPresets();
+    void takePresets();
+    void abandonPress();
     void draw(QtPresetButton* button, const Sizes& sizes) const;
     int count() const;
 

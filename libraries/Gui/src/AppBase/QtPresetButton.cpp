@@ -1,13 +1,16 @@
 #include "AppBase/QtPresetButton.h"
 
+#include "AppBase/TouchTargets.h"
+
 #include <QtCore/QVariantAnimation>
 #include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
 
+#include <algorithm>
+
 namespace {
 
 constexpr QSize buttonSize(58, 58);
-constexpr QSize pictureSize(46, 46);
 constexpr qreal ringWidth = 5;
 const QColor ringColor(214, 92, 0);
 const QColor ringGround(255, 255, 255, 200);
@@ -20,7 +23,8 @@ constexpr int top = 90 * sixteenths;
 
 QtPresetButton::QtPresetButton(QWidget* parent)
     : QToolButton(parent), m_ring(new QVariantAnimation(this)) {
-    setFixedSize(buttonSize);
+    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Maximum);
+    resize(buttonSize);
     setIconSize(pictureSize);
     setFocusPolicy(Qt::TabFocus);
     // First of all who hear it.
@@ -47,7 +51,34 @@ void QtPresetButton::stopRing() {
     setShare(0);
 }
 
+QSize QtPresetButton::sizeHint() const {
+    return buttonSize;
+}
+
+QSize QtPresetButton::minimumSizeHint() const {
+    return {vlr::fingerSize, vlr::fingerSize};
+}
+
+void QtPresetButton::resizeEvent(QResizeEvent* event) {
+    QToolButton::resizeEvent(event);
+    const int side = std::min(width(), height());
+    setIconSize(pictureSize * side / buttonSize.width());
+}
+
+void QtPresetButton::abandonPress() {
+    stopRing();
+    setDown(false);
+    m_ignoresHand = true;
+}
+
+void QtPresetButton::mousePressEvent(QMouseEvent* event) {
+    m_ignoresHand = false;
+    QToolButton::mousePressEvent(event);
+}
+
 void QtPresetButton::mouseMoveEvent(QMouseEvent* event) {
+    if (m_ignoresHand)
+        return;
     // The base class takes leaving for a release and coming back for a press.
     m_isAbandoned = !hitButton(event->pos());
     QToolButton::mouseMoveEvent(event);

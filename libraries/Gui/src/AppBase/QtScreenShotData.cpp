@@ -77,14 +77,20 @@ QtScreenShotData& QtScreenShotData::operator=(const QtScreenShotData& other) {
     if (this == &other)
         return *this;
     ConfigurationRecord<QtScreenShotData>::operator=(other);
-    QImage image;
     m_image.reset();
-    m_isStored = false;
-    // The bytes in the repository stay with the original.
-    if (other.m_image)
+    // The bytes stay with the original.
+    if (other.hasUnstoredImage()) {
         m_image = std::make_unique<QPixmap>(*other.m_image);
-    else if (other.readImage(image) == CaError::nullError)
+        return *this;
+    }
+    if (!other.binaryParts().contains(partName))
+        return *this;
+    QImage image;
+    const CaError error = other.readImage(image);
+    if (error == CaError::nullError)
         m_image = std::make_unique<QPixmap>(QPixmap::fromImage(image));
+    else
+        VLR_LOG(Warning) << "A copy of the screenshot \"" << id() << "\" has no picture. " << error;
     return *this;
 }
 
@@ -92,7 +98,6 @@ QtScreenShotData::~QtScreenShotData() = default;
 
 void QtScreenShotData::setScreenShot(QPixmap image) {
     m_image = std::make_unique<QPixmap>(image);
-    m_isStored = false;
 }
 
 void QtScreenShotData::setScreenShot(QPixmap image, const QString& name) {
@@ -101,7 +106,7 @@ void QtScreenShotData::setScreenShot(QPixmap image, const QString& name) {
 }
 
 QPixmap QtScreenShotData::screenShot() {
-    if (m_image && !m_image->isNull())
+    if (hasUnstoredImage())
         return *m_image;
     QImage image;
     return readImage(image) == CaError::nullError ? QPixmap::fromImage(image) : QPixmap();
@@ -112,17 +117,15 @@ CaError QtScreenShotData::readImage(QImage& image, const QSize& bound) const {
 }
 
 QtScreenShotData::ImageReader QtScreenShotData::imageReader(const QSize& bound) const {
-    if (m_image && !m_image->isNull())
+    if (hasUnstoredImage())
         return [kept = m_image->toImage(), bound](QImage& image) {
             image = bound.isValid() ? kept.scaled(bound.boundedTo(kept.size()), Qt::KeepAspectRatio,
                                                   Qt::SmoothTransformation)
                                     : kept;
             return CaError::nullError;
         };
-    const vlr::URI uri = binaryPartUri(partName);
     QByteArray bytes;
-    const CaError error = uri.isValid() ? IOManager::read(uri, bytes)
-                                        : failure(QStringLiteral("The screenshot has no picture."));
+    const CaError error = storedBytes(bytes);
     return [error, bytes, bound](QImage& image) {
         return error == CaError::nullError
                    ? vlr::readPng(bytes, QStringLiteral("screenshot"), image, bound)
@@ -130,16 +133,28 @@ QtScreenShotData::ImageReader QtScreenShotData::imageReader(const QSize& bound) 
     };
 }
 
-CaError QtScreenShotData::encodedImage(QByteArray& bytes) const {
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    if (!m_image->save(&buffer, pngFormat))
-        return failure(QStringLiteral("The screenshot cannot be encoded."));
-    return CaError::nullError;
+// The part knows its bytes also while they have no place yet, or none any more.
+CaError QtScreenShotData::storedBytes(QByteArray& bytes) const {
+    if (binaryParts().contains(partName))
+        return binaryPart(partName, bytes);
+    const vlr::URI uri = binaryPartUri(partName);
+    return uri.isValid() ? IOManager::read(uri, bytes)
+                         : failure(QStringLiteral("The screenshot has no picture."));
 }
 
+CaError QtScreenShotData::encodedImage(QByteArray& bytes) const {
+    QImage image;
+    const CaError error = readImage(image);
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (error == CaError::nullError && !image.save(&buffer, pngFormat))
+        return failure(QStringLiteral("The screenshot cannot be encoded."));
+    return error;
+}
+
+// What the part holds is stored as its bytes, and again where that fails; the picture goes.
 CaError QtScreenShotData::doBinSave() {
-    if (m_image && !m_image->isNull() && !m_isStored) {
+    if (hasUnstoredImage()) {
         (void)key(); // A new record has none before it is asked, and the place is named by it.
         if (!binaryPartUri(partName).isValid())
             return failure(QStringLiteral("QtScreenShotData: No URI found."));
@@ -148,35 +163,41 @@ CaError QtScreenShotData::doBinSave() {
         if (error != CaError::nullError)
             return error;
         setBinaryPart(partName, bytes);
+        m_image.reset();
     }
-    const CaError error = ConfigurationRecord<QtScreenShotData>::doBinSave();
-    m_isStored = m_image && error == CaError::nullError;
-    return error;
+    return ConfigurationRecord<QtScreenShotData>::doBinSave();
 }
 
 bool QtScreenShotData::doHasUnstoredBinaryParts() const {
-    return (m_image && !m_image->isNull() && !m_isStored) ||
-           ConfigurationRecord<QtScreenShotData>::doHasUnstoredBinaryParts();
+    return hasUnstoredImage() || ConfigurationRecord<QtScreenShotData>::doHasUnstoredBinaryParts();
 }
 
 void QtScreenShotData::saveImage(const QString& name) {
-    if (!m_image || m_image->isNull() || name.isEmpty())
-        return;
+    (void)saveImageFile(name);
+}
+
+// A picture that is stored already, as by who hears that the record was added, is read again.
+CaError QtScreenShotData::saveImageFile(const QString& name) {
+    const bool hasPicture = m_image ? !m_image->isNull() : binaryParts().contains(partName);
+    if (!hasPicture || name.isEmpty())
+        return CaError::nullError;
     const QString folder = screenshotFolder();
     (void)QDir().mkpath(folder);
-    const QString path = claimFile(folder, safeFileName(name));
+    const QString fileName = safeFileName(name);
+    const QString wanted =
+        QDir::cleanPath(folder + QLatin1Char('/') + fileName + QStringLiteral(".png"));
+    const QString path = claimFile(folder, fileName);
     QByteArray bytes;
-    CaError error =
-        path.isEmpty() ? failure(QStringLiteral("The file cannot be made.")) : encodedImage(bytes);
+    CaError error = path.isEmpty() ? failure(QStringLiteral("Could not make \"%1\".").arg(wanted))
+                                   : encodedImage(bytes);
     if (error == CaError::nullError)
         error = vlr::writeDurably(path, bytes);
     if (error == CaError::nullError)
-        return;
+        return error;
     if (!path.isEmpty())
         QFile::remove(path);
-    const QString wanted = folder + QLatin1Char('/') + safeFileName(name) + QStringLiteral(".png");
-    VLR_LOG(Error) << "Saving of screenshot '" << QDir::cleanPath(wanted) << "' failed... "
-                   << error;
+    VLR_LOG(Error) << "Saving of screenshot '" << wanted << "' failed... " << error;
+    return error;
 }
 
 VLR_DEFINE_RECORD_FACTORY(QtScreenShotData)

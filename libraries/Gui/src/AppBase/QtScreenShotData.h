@@ -11,7 +11,8 @@
 #include <memory>
 
 /// A screenshot among a patient's data. The picture is the record's binary part "screenShot", as
-/// PNG; it is written when the patient is stored and read when it is asked for.
+/// PNG; it is written when the patient is stored and read when it is asked for. Until then the
+/// picture itself is kept in memory, after that only its PNG.
 ///
 ///     DataPointer<QtScreenShotData> record(new QtScreenShotData);
 ///     record->setScreenShot(window->grab());
@@ -21,12 +22,15 @@ public:
     static constexpr const char* className = "QtScreenShotData";
 
     QtScreenShotData();
-    QtScreenShotData(const QtScreenShotData& other); ///< With the picture.
+    /// With the picture, wherever the original has it. One that cannot be read is missed in the
+    /// copy, with a "WARNING".
+    QtScreenShotData(const QtScreenShotData& other);
     QtScreenShotData& operator=(const QtScreenShotData& other);
 
     void setScreenShot(QPixmap image);
     void setScreenShot(QPixmap image, const QString& name); ///< And saves it as saveImage() does.
-    /// The picture from memory or from the repository; null where it cannot be had.
+    /// The picture from memory or from the repository, also after the record was taken out of its
+    /// tree; null where it cannot be had.
     QPixmap screenShot();
     /// As screenShot(), with the reason where there is no picture. A valid `bound` gives it scaled
     /// down to fit into that size (pixels), with its aspect ratio. A PNG that says it needs more
@@ -43,6 +47,8 @@ public:
     /// new one gets a number. Nothing happens without a picture or without a name; a failure is
     /// logged at "ERROR".
     void saveImage(const QString& name);
+    /// The same for who tells the user: the failure is logged, and its reason returned.
+    CaError saveImageFile(const QString& name);
 
 protected:
     ~QtScreenShotData() override;
@@ -53,10 +59,11 @@ private:
     friend struct RecordAccess;
     static constexpr auto attributes() { return std::make_tuple(); }
 
+    bool hasUnstoredImage() const { return m_image && !m_image->isNull(); }
+    CaError storedBytes(QByteArray& bytes) const;
     CaError encodedImage(QByteArray& bytes) const;
 
-    std::unique_ptr<QPixmap> m_image;
-    bool m_isStored = false; ///< The part holds the picture already.
+    std::unique_ptr<QPixmap> m_image; ///< Until the part holds it.
 };
 
 VLR_DECLARE_RECORD_FACTORY(QtScreenShotData, VLR_GUI_EXPORT)

@@ -3,6 +3,7 @@
 #include "AppBase/ApplicationServices.h"
 #include "AppBase/QtScreenShotData.h"
 #include "Data/Patient.h"
+#include "Log/vlrLog.h"
 
 #include <QtCore/QDateTime>
 #include <QtWidgets/QHBoxLayout>
@@ -50,15 +51,19 @@ void QtScreenShotDialog::createInterface() {
     m_preview->setObjectName(QStringLiteral("preview"));
     m_preview->setAccessibleName(tr("Preview at half size"));
     layout->addWidget(m_preview);
-    if (!m_data)
-        layout->addWidget(
-            new QLabel(tr("No patient is chosen. The screenshot will not be saved."), this));
     auto* const row = new QHBoxLayout;
     auto* const save = new QPushButton(tr("Save"), this);
     auto* const cancel = new QPushButton(tr("Cancel"), this);
     save->setObjectName(QStringLiteral("save"));
     cancel->setObjectName(QStringLiteral("cancel"));
     save->setDefault(true);
+    if (!m_data) {
+        const QString text = tr("No patient is chosen. \"Save\" will neither store the screenshot "
+                                "nor write a file.");
+        layout->addWidget(new QLabel(text, this));
+        save->setToolTip(text);
+        save->setAccessibleDescription(text);
+    }
     row->addStretch();
     row->addWidget(save);
     row->addWidget(cancel);
@@ -93,6 +98,7 @@ void QtScreenShotDialog::refreshAllGLWidgets(QObject* object) {
 }
 
 void QtScreenShotDialog::accept() {
+    CaError error;
     if (m_data) {
         const DataPointer<QtScreenShotData> record(new QtScreenShotData);
         record->setScreenShot(m_image);
@@ -100,7 +106,11 @@ void QtScreenShotDialog::accept() {
         m_data->setId(name);
         record->setId(recordId(name));
         (void)m_data->addChild(record, true);
-        record->saveImage(name);
+        error = record->saveImageFile(name);
     }
+    // Last, since what is told may be a box over this dialog's owner.
     QDialog::accept();
+    if (error != CaError::nullError)
+        VLR_LOG(UserError) << tr("The screenshot was taken, but its file could not be written.")
+                           << "\nReason: " << error.text();
 }

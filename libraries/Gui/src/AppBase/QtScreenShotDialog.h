@@ -9,7 +9,8 @@
 class QLabel;
 
 /// Takes a picture of a widget, shows it at half its size and, on "Save", attaches it to a data
-/// item and writes it as a PNG file (see QtScreenShotData::saveImage()).
+/// item and writes it as a PNG file (see QtScreenShotData::saveImage()). Where the file cannot be
+/// written, the user is told at "UERROR" after the dialog closed; the record stays attached.
 ///
 ///     QtScreenShotDialog dialog(patient, nullptr);
 ///     dialog.grab(window);       // runs the dialog

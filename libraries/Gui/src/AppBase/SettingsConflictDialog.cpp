@@ -1,5 +1,7 @@
 #include "AppBase/SettingsConflictDialog.h"
 
+#include "Base/WheelGuard.h"
+
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QHeaderView>
@@ -53,6 +55,7 @@ SettingsConflictDialog::SettingsConflictDialog(const SettingsEdits& edits,
     layout->addWidget(m_table);
     layout->addWidget(buttons);
     resize(fontMetrics().averageCharWidth() * 120, fontMetrics().lineSpacing() * 14);
+    new WheelGuard(this);
 }
 
 void SettingsConflictDialog::addConflict(const SettingsEdits& edits,

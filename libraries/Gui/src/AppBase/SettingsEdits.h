@@ -46,9 +46,10 @@ public:
     QString set(const QString& key, const QString& text);
     /// Why there can be no new key of that name, or nothing.
     QString keyProblem(const QString& key) const;
-    void add(const QString& key, const SettingsType& type); ///< The key must be no problem.
-    void rename(const QString& key, const QString& newKey); ///< Neither must the new one.
-    void remove(const QString& key);                        ///< Which leaves a known key's default.
+    /// The key, and the new one of a rename, must be no problem.
+    void add(const QString& key, const SettingsType& type);
+    void rename(const QString& key, const QString& newKey);
+    void remove(const QString& key); ///< Of a known key the default is left.
     void revert(const QString& key);
 
     std::vector<SettingsChange> changes() const; ///< In the order of their keys.

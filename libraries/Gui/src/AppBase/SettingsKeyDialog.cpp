@@ -1,5 +1,7 @@
 #include "AppBase/SettingsKeyDialog.h"
 
+#include "Base/WheelGuard.h"
+
 #include <QtGui/QAccessible>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDialogButtonBox>
@@ -58,6 +60,7 @@ SettingsKeyDialog::SettingsKeyDialog(const SettingsEdits& edits, Purpose purpose
     form->addRow(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &SettingsKeyDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &SettingsKeyDialog::reject);
+    new WheelGuard(this);
     connect(m_key, &QLineEdit::textChanged, m_refusal, &QLabel::clear);
 }
 

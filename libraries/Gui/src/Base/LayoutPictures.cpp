@@ -8,6 +8,7 @@
 #include <QtGui/QPainterPath>
 #include <QtGui/QTransform>
 
+#include <algorithm>
 #include <initializer_list>
 #include <utility>
 
@@ -64,10 +65,13 @@ public:
         painter->drawPixmap(rect, pixmap(rect.size() * ratio, mode, state));
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
-        const qreal ratio = qreal(size.width()) / m_size.width();
+        // A painter does not shrink what it paints by a ratio below 1.
+        const qreal ratio = std::max(1.0, qreal(size.width()) / m_size.width());
         if (m_pixmap.isNull() || !qFuzzyCompare(m_pixmap.devicePixelRatioF(), ratio))
             m_pixmap = m_draw(ratio);
-        return m_pixmap;
+        return size.width() < m_size.width()
+                   ? m_pixmap.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+                   : m_pixmap;
     }
     QIconEngine* clone() const override { return new DrawnIcon(*this); }
 

@@ -13,7 +13,7 @@
 namespace vlr {
 
 /// An icon of this size (pixels) that is drawn when it is first shown, for the screen on which it
-/// is shown.
+/// is shown. Where it is shown smaller, the whole of it is.
 VLR_GUI_EXPORT QIcon iconOf(const QSize& size,
                             const std::function<QPixmap(qreal devicePixelRatio)>& draw);
 
