@@ -3,6 +3,8 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleProxy.h"
+#include "Log/vlrLog.h"
+#include "Stream/QtStream.h"
 
 namespace {
 
@@ -140,7 +142,11 @@ void QtModuleList::activate(int index) {
 }
 
 void QtModuleList::activate(QString name) {
-    activate(findIndex(name));
+    const int index = findIndex(name);
+    if (index < 0)
+        VLR_LOG(Warning) << "There is no module \"" << name
+                         << "\" to activate, so the active one is left.";
+    activate(index);
 }
 
 void QtModuleList::next() {
