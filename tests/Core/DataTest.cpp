@@ -85,6 +85,22 @@ TEST(Data, DiesWithItsLastReferenceAndItsChildrenWithIt) {
     EXPECT_EQ(gone, "pc");
 }
 
+TEST(Data, IsDestroyedOnceWhateverIsAskedMeanwhile) {
+    DataPointer<Data> item = makeItem("item");
+    Data* const address = item.get();
+    DataPointer<Data> kept;
+    int deletions = 0;
+    const CaConnection onDeletion(*item, Data::DELETED, [&](auto&&...) {
+        ++deletions;
+        const DataPointer<Data> asked = address;
+        kept = asked;
+    });
+    vlrTest::expectLog(vlr::LogLevel::Error, "\"item\" was destroyed, but 1 pointers");
+    item = nullptr;
+    EXPECT_EQ(deletions, 1);
+    kept.forget();
+}
+
 TEST(Data, RefusesChildrenThatWouldBreakTheTree) {
     const DataPointer<Data> root = makeItem("root");
     const DataPointer<Data> child = makeItem("child");

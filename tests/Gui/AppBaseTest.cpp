@@ -8,6 +8,7 @@
 #include "AppBase/QtModuleTabSelector.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
+#include "Base/QtMsgBox.h"
 #include "Data/DataItem.h"
 #include "Data/ProcessData.h"
 #include "Gui/GuiTest.h"
@@ -15,6 +16,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
+#include <QtGui/QScreen>
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 #include <QtWidgets/QProgressDialog>
@@ -111,6 +113,14 @@ private:
     QObject m_context;
 };
 
+// Does as it goes what a context widget, or a picture, may do then.
+class Farewell : public QWidget {
+public:
+    using QWidget::QWidget;
+    ~Farewell() override { say(); }
+    std::function<void()> say;
+};
+
 class RecordingSelector : public QtModuleSelector {
 public:
     RecordingSelector() : QtModuleSelector(Top) {}
@@ -182,6 +192,53 @@ TEST_F(AppBaseTest, ACurrentItemThatIsReleasedTooOftenIsReportedAndForgotten) {
     EXPECT_FALSE(AppBase::getCurrentDataItem());
 }
 
+TEST_F(AppBaseTest, NothingIsUsedWhileItIsDestroyed) {
+    setting("ExitWithoutRequest", true);
+    setting("ShowSplashScreen", true);
+    for (const bool windowAlone : {false, true}) {
+        AppBase& application = app();
+        // One item in all three places, and observers that know it longer than the application.
+        auto patient = makePatient(windowAlone ? "1" : "2");
+        int lookups = 0;
+        const CaConnection gone(*patient, Data::DELETED, [&](auto&&...) {
+            AppBase::setCurrentDataItem(makePatient("3")); // too late
+            EXPECT_FALSE(AppBase::getCurrentPatient() || AppBase::getCurrentStudy());
+            lookups += AppBase::getCurrentDataItem() ? 0 : 1;
+        });
+        AppBase::setCurrentPatient(patient);
+        AppBase::setCurrentDataItem(patient);
+        patient = nullptr;
+
+        auto* const module = new RecordingModule("Plan"_s);
+        module->onDeactivate = [] {
+            AppBase::instance()->activateModule("Plan"_s);
+            EXPECT_TRUE(AppBase::getCurrentPatient());
+            EXPECT_TRUE(AppBase::instance()->getMainWindow());
+        };
+        const auto use = [&] {
+            AppBase::instance()->setTouchScreenModeEnabled(true);
+            AppBase::setBusyCursor();
+            EXPECT_EQ(AppBase::instance()->getMainWindow(), nullptr);
+            ++lookups;
+        };
+        (new Farewell(module->getWidget()))->say = use;
+        (new Farewell(splash()))->say = [&] {
+            AppBase::instance()->addModule(new RecordingModule("late"_s));
+            ++lookups;
+        };
+        application.addModule(module);
+        QTimer::singleShot(0, &application, [&] {
+            QTest::mouseClick(application.getMainWindow()->findChild<QToolButton*>("Exit"_s),
+                              Qt::LeftButton);
+        });
+        EXPECT_EQ(application.run(), 0);
+        if (windowAlone)
+            delete application.getMainWindow();
+        endApp();
+        EXPECT_EQ(lookups, 3);
+    }
+}
+
 // --- touch-screen mode
 
 TEST_F(AppBaseTest, TouchScreenModeIsAsymmetric) {
@@ -211,6 +268,8 @@ TEST_F(AppBaseTest, TheShowModeIsASettingOfAnyCase) {
     for (const auto& [mode, states] : cases) {
         SCOPED_TRACE(mode);
         setting("WindowShowMode", QString::fromLatin1(mode));
+        if (mode == "tiny"s)
+            expectLog(vlr::LogLevel::Warning, "WindowShowMode\" is \"tiny\"");
         const QtAppMainWindow* const window = app().getMainWindow();
         runUntil([&, mode = mode, expected = states] {
             EXPECT_EQ(window->windowState() & ~Qt::WindowActive, expected);
@@ -242,6 +301,7 @@ TEST_F(AppBaseTest, TheExitCodeIsZeroHoweverTheLoopIsLeft) {
 
 TEST_F(AppBaseTest, UnixSignalsEndTheLoopInGoodOrder) {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        std::signal(signal, SIG_DFL); // Whoever started this test may have it ignored.
         AppBase& application = app();
         const auto patient = makePatient(std::to_string(signal).c_str());
         AppBase::setCurrentPatient(patient);
@@ -251,7 +311,38 @@ TEST_F(AppBaseTest, UnixSignalsEndTheLoopInGoodOrder) {
         EXPECT_TRUE(QFile::exists(configuration()));
         QFile::remove(configuration());
         endApp();
+        std::signal(signal, SIG_IGN);
+        app();
+        EXPECT_EQ(std::signal(signal, SIG_IGN), SIG_IGN) << "stays ignored";
+        endApp();
     }
+}
+
+TEST_F(AppBaseTest, NoBoxOpensOnTheWayOut) {
+    expectLog(vlr::LogLevel::UserError, "late");
+    expectLog(vlr::LogLevel::UserError, "could not be stored and are lost");
+    expectLog(vlr::LogLevel::Error, "Could not store the current patient");
+    expectLog(vlr::LogLevel::Warning, "Not shown any more: Save?");
+    std::signal(SIGTERM, SIG_DFL);
+    AppBase& application = app();
+    auto* const module = new RecordingModule("Plan"_s);
+    int answer = -1;
+    module->onDeactivate = [&] {
+        VLR_LOG(UserError) << "late";
+        answer = QtMsgBox::postAndWait(nullptr, QtMsgBox::MsgQuestion, "", "Save?");
+    };
+    application.addModule(module);
+    ASSERT_EQ(DataIOManager::storePatient(makePatient("1")), CaError::nullError);
+    AppBase::setCurrentPatient(makePatient("1"));
+    QTimer::singleShot(0, &application, [&] {
+        std::raise(SIGTERM);
+        QCoreApplication::processEvents();
+        VLR_LOG(UserError) << "late";
+    });
+    EXPECT_EQ(application.run(), 0);
+    endApp();
+    EXPECT_EQ(answer, QMessageBox::NoButton);
+    EXPECT_EQ(logCount(vlr::LogLevel::UserError, ""), 3);
 }
 
 // The names below are in the files of every installation.
@@ -302,7 +393,7 @@ TEST_F(AppBaseTest, AConfigurationWrittenByHandIsUnderstoodAndStoredAgain) {
     app();
     runUntil();
     endApp();
-    EXPECT_EQ(readFile(configuration()), stored);
+    EXPECT_EQ(readFile(configuration()).toStdString(), stored.toStdString());
 }
 
 TEST_F(AppBaseTest, AChildOfAnotherClassInTheConfigurationGivesTheDefaults) {
@@ -346,7 +437,50 @@ TEST_F(AppBaseTest, AConfigurationChangeAppliesShowModeAndTouchScreenMode) {
             EXPECT_EQ(announced.take(), std::string("AppBase::TOUCH_SCREEN_MODE_ON ") + mode);
         }
         EXPECT_TRUE(application.getMainWindow()->isMaximized());
+        // Only another mode than the one in force is applied: what the user did to the window
+        // stays.
+        for (const auto& [mode, isMaximized] :
+             {std::pair("maximized"_s, false), std::pair("fullscreen"_s, false),
+              std::pair("maximized"_s, true)}) {
+            application.getMainWindow()->showNormal();
+            setting("WindowShowMode", mode);
+            impl->config()->notify(Data::CHANGED);
+            EXPECT_EQ(application.getMainWindow()->isMaximized(), isMaximized);
+        }
     });
+}
+
+// --- where the window stands
+
+TEST_F(AppBaseTest, TheWindowComesBackWhereItWas) {
+    const QRect place(40, 50, 700, 500);
+    const QRect screen = app().getMainWindow()->screen()->availableGeometry();
+    for (const char* mode : {"normal", "maximized", "normal"}) {
+        SCOPED_TRACE(mode);
+        endApp();
+        setting("WindowShowMode", mode);
+        const bool isKnown = QFile::exists(configuration());
+        QtAppMainWindow* const window = app().getMainWindow();
+        runUntil([&] {
+            auto* const splitter = window->findChild<QSplitter*>();
+            EXPECT_EQ(window->isMaximized(), mode == "maximized"s);
+            if (!isKnown) {
+                EXPECT_GE(window->width(), screen.width() / 2) << "a usable size";
+                window->setGeometry(place);
+                splitter->setSizes({300, 390});
+                impl->setTouchScreenModeEnabled(true);
+                splitter->setSizes({330, 300});
+                EXPECT_EQ(splitter->sizes()[0], 330);
+                impl->setTouchScreenModeEnabled(false);
+                return;
+            }
+            EXPECT_EQ(mode == "normal"s ? window->geometry() : window->normalGeometry(), place);
+            EXPECT_EQ(splitter->sizes()[0], 300);
+            impl->setTouchScreenModeEnabled(true);
+            EXPECT_EQ(splitter->sizes()[0], 330);
+            impl->setTouchScreenModeEnabled(false);
+        });
+    }
 }
 
 TEST_F(AppBaseTest, NothingNeedsTheWindowOrTheObject) {
@@ -408,6 +542,24 @@ TEST_F(AppBaseTest, ALaunchedSplashNeedsNoSettingAndClosesByItself) {
     EXPECT_FALSE(splash()->isVisible());
 }
 
+TEST_F(AppBaseTest, TheSplashStepsAsideForABoxAndComesBack) {
+    setting("ShowSplashScreen", true);
+    app();
+    for (const bool again : {true, false}) {
+        expectLog(vlr::LogLevel::UserInfo, "Hello");
+        bool wasVisible = true;
+        answerNextMessageBox([&](QMessageBox& box) {
+            wasVisible = splash()->isVisible();
+            if (!again)
+                impl->splashCloseSL();
+            box.accept();
+        });
+        VLR_LOG(UserInfo) << "Hello";
+        EXPECT_FALSE(wasVisible);
+        EXPECT_EQ(splash()->isVisible(), again);
+    }
+}
+
 // --- what the user is told
 
 TEST_F(AppBaseTest, TheUserLevelsPopUpAsMessageBoxesWithoutPrefix) {
@@ -449,12 +601,25 @@ TEST_F(AppBaseTest, DialogsAreOpenedByTheWindowAndBySystemConfigurationRequest) 
     application.addModule(new RecordingModule("Plan"_s));
     QtAppMainWindow* const window = application.getMainWindow();
     int tabs = -1;
-    inNextDialog<QtConfigDialog>([&](QtConfigDialog& dialog) {
-        tabs = dialog.findChild<QTabWidget*>()->count();
-        dialog.close();
-    });
-    emit window->configRequest();
+    // What was accepted is stored at once, and what was not is not.
+    const auto configure = [&](void (QDialog::*leave)()) {
+        inNextDialog<QtConfigDialog>([&, leave](QtConfigDialog& dialog) {
+            tabs = dialog.findChild<QTabWidget*>()->count();
+            (dialog.*leave)();
+        });
+        emit window->configRequest();
+        return QFile::exists(configuration());
+    };
+    EXPECT_FALSE(configure(&QDialog::reject));
     EXPECT_EQ(tabs, 2);
+    {
+        expectLog(vlr::LogLevel::Error, "AppBaseImpl::showConfigDialog(): Could not store");
+        expectLog(vlr::LogLevel::UserError, "could not be stored");
+        answerNextMessageBox([](QMessageBox& box) { box.accept(); });
+        const FullDisk fullDisk;
+        EXPECT_FALSE(configure(&QDialog::accept));
+    }
+    EXPECT_TRUE(configure(&QDialog::accept));
 
     const std::function<void()> ways[] = {[&] { emit window->configFileEditorRequest(); },
                                           [&] { application.requestSystemConfig(); }};
@@ -487,6 +652,8 @@ TEST_F(AppBaseTest, ModulesAreRegisteredActivatedAndStored) {
     application.activateModule("second"_s);
     EXPECT_EQ(activated.size(), 1);
     EXPECT_FALSE(first->isActive());
+    expectLog(vlr::LogLevel::Warning, "There is no module \"third\"");
+    application.activateModule("third"_s);
     first->setConfiguration(new Configuration);
     EXPECT_EQ(runUntil(), 0);
     const QString file = DataIOManager::configurationPath("firstModuleConfiguration"_s);

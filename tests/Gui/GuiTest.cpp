@@ -4,6 +4,8 @@
 
 namespace vlrTest {
 
+Q_COREAPP_STARTUP_FUNCTION(failAtUnansweredBoxes)
+
 void showActive(QWidget& widget) {
     widget.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&widget));

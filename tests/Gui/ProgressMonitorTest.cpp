@@ -8,6 +8,7 @@
 #include <QtWidgets/QProgressDialog>
 
 #include <climits>
+#include <set>
 #include <utility>
 
 using namespace vlrTest;
@@ -51,6 +52,21 @@ public:
         return QObject::eventFilter(watched, event);
     }
     std::function<void()> action;
+};
+
+// The values at which a bar is painted: what its user sees.
+class PaintedValues : public QObject {
+public:
+    explicit PaintedValues(QProgressBar* bar) : m_bar(bar) { bar->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint)
+            values.insert(m_bar->value());
+        return QObject::eventFilter(watched, event);
+    }
+    std::set<int> values;
+
+private:
+    QProgressBar* m_bar;
 };
 
 class ProgressMonitorTest : public GuiTest {
@@ -194,6 +210,18 @@ TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogAndProcessesNoEve
         EXPECT_FALSE(processed);
         monitor()->end();
         QCoreApplication::processEvents();
+    }
+}
+
+TEST_F(ProgressMonitorTest, TheBarIsSeenToMove) {
+    const std::function<void()> ways[] = {
+        [] { monitor()->tick(); }, [] { monitor()->setProgress(monitor()->getProgress() + 1); }};
+    for (const auto& goOn : ways) {
+        startShown(INT_MAX, true);
+        const PaintedValues painted(dialog()->findChild<QProgressBar*>());
+        EXPECT_TRUE(repeat(goOn, [&] { return painted.values.size() > 2; }));
+        monitor()->end();
+        deleteNow();
     }
 }
 

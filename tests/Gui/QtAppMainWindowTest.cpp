@@ -3,6 +3,7 @@
 #include "AppBase/QtTabBar.h"
 #include "Gui/GuiTest.h"
 
+#include <QtGui/QScreen>
 #include <QtGui/QWheelEvent>
 #include <QtWidgets/QGridLayout>
 #include <QtWidgets/QStackedWidget>
@@ -137,12 +138,66 @@ TEST_F(QtAppMainWindowTest, TheSplitterRemembersItsSizes) {
     window.setTouchScreenMode(true);
     EXPECT_EQ(splitter->sizes(), during);
 
-    // Folded away by hand before anything was remembered.
-    Window other;
-    showActive(other);
-    other.splitter()->setSizes({0, 1000});
-    other.toggleContextAreaVisible();
-    EXPECT_GE(other.splitter()->sizes()[0], 1);
+    // Closing it in that mode does not touch the width it has with the mouse.
+    window.toggleContextAreaVisible();
+    window.setTouchScreenMode(false);
+    EXPECT_EQ(splitter->sizes(), before);
+    window.setTouchScreenMode(true);
+    EXPECT_EQ(splitter->sizes()[0], 0);
+    window.toggleContextAreaVisible();
+    EXPECT_EQ(splitter->sizes(), during);
+}
+
+TEST_F(QtAppMainWindowTest, AControlAreaDraggedShutLeavesAButtonThatOpensIt) {
+    Window window;
+    showActive(window);
+    QSplitter* const splitter = window.splitter();
+    QSplitterHandle* const handle = splitter->handle(1);
+    const auto* const button = window.button("wayBack");
+    const int normalWidth = splitter->handleWidth();
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_FALSE(button->isVisible());
+        EXPECT_EQ(splitter->handleWidth(), normalWidth);
+        QTest::mousePress(handle, Qt::LeftButton, {}, {1, 100});
+        const QPoint edge(1 - handle->x(), 100);
+        QMouseEvent move(QEvent::MouseMove, edge, handle->mapToGlobal(edge), Qt::NoButton,
+                         Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(handle, &move);
+        QTest::mouseRelease(handle, Qt::LeftButton, {}, {1, 100});
+        ASSERT_EQ(splitter->sizes()[0], 0);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return button->isVisible(); }));
+        EXPECT_GE(button->width(), button->sizeHint().width());
+        EXPECT_TRUE(window.rect().contains(QRect(button->mapTo(&window, {}), button->size())));
+        if (round == 1)
+            break;
+        QTest::mouseClick(window.button("wayBack"), Qt::LeftButton);
+        EXPECT_GE(splitter->sizes()[0], 1);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !button->isVisible(); }));
+    }
+    // The column of touch-screen mode has a button of its own.
+    window.setTouchScreenMode(true);
+    EXPECT_FALSE(button->isVisible());
+}
+
+TEST_F(QtAppMainWindowTest, ALargeContextWidgetScrollsInsteadOfMakingTheWindowLarge) {
+    Window window;
+    auto* const small = new QLabel("small"_s);
+    auto* const large = new QWidget;
+    large->setMinimumSize(300, 5000);
+    window.raiseContextWidget(window.addContextWidget(small));
+    const int index = window.addContextWidget(large);
+    showActive(window);
+    const QSize screen = window.screen()->availableSize();
+    const auto* const area = window.contextStack()->parentWidget()->parentWidget();
+    EXPECT_LE(window.minimumSizeHint().height(), screen.height());
+    EXPECT_EQ(small->height(), area->height()) << "the one behind it does not matter";
+    window.raiseContextWidget(index);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return large->height() == 5000; }));
+    EXPECT_LE(window.minimumSizeHint().height(), screen.height());
+    EXPECT_EQ(window.height(), 700);
+    EXPECT_GE(area->width(), large->width()) << "to the side there is room";
+    window.raiseContextWidget(1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return small->height() == area->height(); }));
 }
 
 TEST_F(QtAppMainWindowTest, TheButtonsMakeTheRequestsSomebodyListensTo) {
@@ -204,10 +259,13 @@ TEST_F(QtAppMainWindowTest, ClosingAsksAndOnlyYesLeaves) {
 }
 
 TEST_F(QtAppMainWindowTest, TheScreenshotShortcutIsASetting) {
-    const std::tuple<const char*, Qt::Key, Qt::KeyboardModifiers> cases[] = {
-        {"", Qt::Key_F2, Qt::NoModifier}, {"Ctrl+P", Qt::Key_P, Qt::ControlModifier}};
-    for (const auto& [keys, key, modifiers] : cases) {
-        if (*keys)
+    // An empty setting switches it off.
+    const std::tuple<const char*, Qt::Key, Qt::KeyboardModifiers, int> cases[] = {
+        {nullptr, Qt::Key_F2, Qt::NoModifier, 1},
+        {"Ctrl+P", Qt::Key_P, Qt::ControlModifier, 1},
+        {"", Qt::Key_F2, Qt::NoModifier, 0}};
+    for (const auto& [keys, key, modifiers, requests] : cases) {
+        if (keys)
             setting("ScreenshotShortcut", keys);
         Window window;
         showActive(window);
@@ -216,7 +274,7 @@ TEST_F(QtAppMainWindowTest, TheScreenshotShortcutIsASetting) {
         showActive(other);
         QSignalSpy spy(&window, &QtAppMainWindow::screenShotRequest);
         QTest::keyClick(&other, key, modifiers);
-        EXPECT_EQ(spy.size(), 1);
+        EXPECT_EQ(spy.size(), requests);
     }
 }
 
@@ -256,6 +314,25 @@ TEST_F(QtAppMainWindowTest, TheWheelSwitchesNoTabs) {
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(&bar, &wheel);
     EXPECT_EQ(bar.currentIndex(), 0);
+}
+
+TEST_F(QtAppMainWindowTest, ARememberedPlaceIsClampedToTheScreensThatAreThere) {
+    const QVector<QRect> two = {{0, 0, 1000, 800}, {1000, 0, 500, 400}};
+    const std::tuple<QRect, QVector<QRect>, QRect> cases[] = {
+        {{100, 90, 300, 200}, two, {100, 90, 300, 200}},
+        {{900, 90, 300, 200}, two, {1000, 90, 300, 200}},    // most of it on the second one
+        {{1100, 300, 300, 200}, two, {1100, 200, 300, 200}}, // hangs out below
+        {{-50, 0, 300, 200}, two, {0, 20, 300, 200}},        // with its title bar
+        {{5000, 5000, 300, 200}, two, {700, 600, 300, 200}}, // of a screen that is gone
+        {{1000, 0, 3000, 2000}, {two[1]}, {1000, 20, 500, 380}},
+        {{7, 8, 9, 10}, {}, {7, 8, 9, 10}}};
+    for (const auto& [stored, screens, expected] : cases) {
+        const DataPointer<WindowPlace> place(new WindowPlace);
+        EXPECT_FALSE(place->isKnown());
+        place->setGeometry(stored);
+        EXPECT_TRUE(place->isKnown());
+        EXPECT_EQ(place->geometryOn(screens, 20), expected) << stored.x();
+    }
 }
 
 TEST_F(QtAppMainWindowTest, TheWindowStaysInTheLargestRectangle) {

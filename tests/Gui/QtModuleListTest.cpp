@@ -97,6 +97,7 @@ TEST_F(QtModuleListTest, LeavingTheListDeactivatesEveryModuleButKeepsTheIndex) {
 
     list->next();
     EXPECT_EQ(takeEvents(), "deactivated m0 0, activated m1 1, proxy m1");
+    expectLog(vlr::LogLevel::Warning, "There is no module \"M1\"");
     const std::function<void()> ways[] = {
         [&] { list->next(); }, [&] { list->next(); }, [&] { list->activate("M1"_s); },
         [&] { list->activate(-7); }, [&] { list->deactivateAll(); }};

@@ -41,7 +41,9 @@ TEST(Records, AccessorsMakeAndRepairTheirSubRecords) {
         {{[] { return new AppBaseConfig; },
           [](Data& owner) { return dynamic_cast<AppBaseConfig&>(owner).mainWindowConfig(); }},
          {[] { return new MainWindowConfig; },
-          [](Data& owner) { return dynamic_cast<MainWindowConfig&>(owner).quadViewConfig(); }}});
+          [](Data& owner) { return dynamic_cast<MainWindowConfig&>(owner).quadViewConfig(); }},
+         {[] { return new MainWindowConfig; },
+          [](Data& owner) { return dynamic_cast<MainWindowConfig&>(owner).windowPlace(); }}});
 }
 
 TEST(AppBaseConfig, IsCopiedAndKeepsWhatLiesOutsideItsRange) {

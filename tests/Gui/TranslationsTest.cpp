@@ -20,12 +20,17 @@ TEST_F(Translations, ThoseForTheUsersLanguageAreInstalled) {
     const QDir share(QCoreApplication::applicationDirPath() + "/../share/TranslationsTest"_s);
     const QString folder = share.path() + "/translations/"_s;
     writeFile(folder + "Program_de.qm"_s, german);
+    // What Austria says in its own way goes before what it has in common with others.
+    QByteArray austrian = german;
+    austrian.replace(QByteArray::fromHex("0045006e00640065"),
+                     QByteArray::fromHex("0041007500730021"));
+    writeFile(folder + "Program_de_AT.qm"_s, austrian);
     writeFile(folder + "Program_fr.qm"_s, "not for this user");
     writeFile(folder + "Damaged_de_AT.qm"_s, "damaged");
     expectLog(vlr::LogLevel::Warning, "Damaged_de_AT.qm cannot be read");
 
-    EXPECT_EQ(vlr::translationFiles().size(), 3);
+    EXPECT_EQ(vlr::translationFiles().size(), 4);
     vlr::installTranslations(QCoreApplication::instance());
-    EXPECT_EQ(QCoreApplication::translate("T", "Exit"), "Ende"_s);
+    EXPECT_EQ(QCoreApplication::translate("T", "Exit"), "Aus!"_s);
     QDir(share).removeRecursively();
 }

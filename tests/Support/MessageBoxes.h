@@ -1,24 +1,58 @@
 #pragma once
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMessageBox>
 
 #include <functional>
+#include <gtest/gtest.h>
+#include <list>
 
 namespace vlrTest {
+
+/// Whoever waits for a dialog: is it this one?
+inline std::list<std::function<bool(QWidget*)>>& awaitedDialogs() {
+    static std::list<std::function<bool(QWidget*)>> dialogs;
+    return dialogs;
+}
+
+/// Fails the test and closes the box as soon as the event loop has nothing to do but to wait for an
+/// answer that nobody will give. For Q_COREAPP_STARTUP_FUNCTION.
+inline void failAtUnansweredBoxes() {
+    const auto check = [] {
+        auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        for (const auto& isAwaited : awaitedDialogs())
+            if (isAwaited(box))
+                return;
+        ADD_FAILURE() << "Nobody answers: " << box->text().toStdString();
+        box->reject();
+    };
+    const auto watch = [check] {
+        QObject::connect(QAbstractEventDispatcher::instance(),
+                         &QAbstractEventDispatcher::aboutToBlock, qApp, check);
+    };
+    QMetaObject::invokeMethod(qApp, watch, Qt::QueuedConnection);
+}
 
 /// Runs `drive` on the next modal dialog of the class that opens, as a user would.
 template <class Dialog>
 void inNextDialog(std::function<void(Dialog&)> drive) {
     auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, drive] {
+    const auto awaited = awaitedDialogs().insert(awaitedDialogs().end(), [](QWidget* widget) {
+        return qobject_cast<Dialog*>(widget) != nullptr;
+    });
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, drive, awaited] {
         auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
         if (!dialog)
             return;
         timer->deleteLater();
         timer->stop();
+        const auto entry = awaited; // Nothing of this function may be left after it.
         drive(*dialog);
+        awaitedDialogs().erase(entry);
     });
     timer->start(1);
 }

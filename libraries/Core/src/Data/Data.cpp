@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <sstream>
 
 const char* const Data::CHANGED = "Data::CHANGED";
@@ -37,6 +38,9 @@ int height(const Data& item) {
         highest = std::max(highest, height(*item.child(i)));
     return highest + 1;
 }
+
+// The count while an item is being destroyed: so far from 0 that it does not get there again.
+constexpr int goingReferences = std::numeric_limits<int>::min() / 2;
 
 int depth(const Data* item) {
     int levels = 0;
@@ -80,6 +84,11 @@ Data::~Data() {
     notify(DELETED);
     for (const auto& child : m_children)
         child->leaveTree();
+    const int references = m_references.load(std::memory_order_relaxed);
+    if (references > goingReferences && references < 0)
+        VLR_LOG(Error) << "The item \"" << m_id << "\" was destroyed, but "
+                       << references - goingReferences
+                       << " pointers that were made meanwhile still point to it.";
 }
 
 void Data::ref() noexcept {
@@ -87,8 +96,11 @@ void Data::ref() noexcept {
 }
 
 void Data::unref() {
-    if (m_references.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete this;
+    if (m_references.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        return;
+    // Whoever hears of the deletion may take references and give them back.
+    m_references.store(goingReferences, std::memory_order_relaxed);
+    delete this;
 }
 
 _vlr::StringMixer Data::classId() {

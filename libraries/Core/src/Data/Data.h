@@ -57,7 +57,10 @@ public:
     Data& operator=(const Data& other);
 
     void ref() noexcept;
-    void unref(); ///< Destroys the item with the last reference.
+    /// Destroys the item with the last reference. References that are taken while it is being
+    /// destroyed, as by an observer of DELETED, do not keep it; one that is not given back until
+    /// the end points nowhere, which is logged at "ERROR".
+    void unref();
 
     static _vlr::StringMixer classId();
     virtual _vlr::StringMixer getClassId() const;

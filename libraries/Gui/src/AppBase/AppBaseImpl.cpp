@@ -12,6 +12,7 @@
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/QtScreenShotDialog.h"
 #include "AppBase/SelectorConnections.h"
+#include "AppBase/SplashScreen.h"
 #include "AppBase/Translations.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
@@ -23,9 +24,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QTimer>
 #include <QtGui/QIcon>
-#include <QtGui/QPainter>
-#include <QtSvg/QSvgRenderer>
-#include <QtWidgets/QSplashScreen>
 
 #include <iostream>
 
@@ -48,17 +46,17 @@ void announce(CurrentItems::Item item, void (*patient)(), void (*study)(), void 
     }
 }
 
-// Drawn for the screen's resolution.
-QPixmap builtInSplash() {
-    QSvgRenderer picture(QStringLiteral(":/splash/Splash.svg"));
-    const qreal ratio = qApp->devicePixelRatio();
-    QPixmap pixmap(picture.defaultSize() * ratio);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    picture.render(&painter);
-    painter.end();
-    pixmap.setDevicePixelRatio(ratio);
-    return pixmap;
+// What is being destroyed is not used any more: modules and widgets that ask for something as they
+// go find it gone, not half of it.
+template <class T>
+void destroy(QPointer<T>& owned) {
+    T* const object = owned.data();
+    owned = nullptr;
+    delete object;
+}
+
+QString showModeSetting() {
+    return vlr::Settings::get(key("WindowShowMode"), "normal");
 }
 
 int splashTimer() {
@@ -92,9 +90,10 @@ AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool for
 
 AppBaseImpl::~AppBaseImpl() {
     m_config->detach(this);
-    delete m_moduleList.data();
-    delete m_splashScreen;
-    delete m_mainWindow.data();
+    m_isLeaving = true;
+    destroy(m_moduleList);
+    destroy(m_splashScreen);
+    destroy(m_mainWindow);
     m_messageBoxes = {};
     delete m_application;
 }
@@ -109,8 +108,7 @@ void AppBaseImpl::createApplication(int& argc, char** argv) {
     vlr::installTranslations(m_application);
     setLogStreams();
     connect(m_application, &QtApplication::unixSignal, this, &AppBaseImpl::unixSignalHandler);
-    connect(m_application, &QtApplication::terminationRequested, this,
-            &AppBaseImpl::exitApplication);
+    connect(m_application, &QtApplication::terminationRequested, this, &AppBaseImpl::terminate);
     QGuiApplication::setQuitOnLastWindowClosed(false);
 }
 
@@ -136,6 +134,7 @@ void AppBaseImpl::registerConfiguration() {
 void AppBaseImpl::loadConfiguration() {
     createMainWindowConfigFactory();
     createQuadViewConfigFactory();
+    createWindowPlaceFactory();
     createQtScreenShotDataFactory();
     const DataPointer<Configuration> container(new Configuration);
     if (m_useConfiguration) {
@@ -153,6 +152,8 @@ void AppBaseImpl::loadConfiguration() {
 
 void AppBaseImpl::createMainWindow() {
     m_mainWindow = new QtAppMainWindow(m_config->mainWindowConfig(), nullptr, Qt::Window);
+    // A guarded pointer forgets it too late: context widgets may ask for it as they go.
+    connect(m_mainWindow, &QtAppMainWindow::aboutToGo, this, [this] { m_mainWindow.clear(); });
     m_moduleList = new QtModuleList(m_mainWindow, m_mainWindow);
     connect(m_moduleList, QOverload<const QtAppModuleProxy*>::of(&QtModuleList::activated),
             m_mainWindow, &QtAppMainWindow::moduleActivated);
@@ -172,14 +173,11 @@ void AppBaseImpl::createMainWindow() {
 // --- splash screen
 
 void AppBaseImpl::initSplashScreen(bool force) {
-    delete m_splashScreen;
-    m_splashScreen = nullptr;
+    destroy(m_splashScreen);
     m_splashGoesWithWindow = false;
     if (!vlr::Settings::get(key("ShowSplashScreen"), false) && !force)
         return;
-    const QString path = vlr::Settings::get(key("SplashScreen.ResourcePath"), "");
-    m_splashScreen = new QSplashScreen(path.isEmpty() ? builtInSplash() : QPixmap(path),
-                                       Qt::WindowStaysOnTopHint);
+    m_splashScreen = new SplashScreen;
     m_splashScreen->show();
     const int delay = force ? forcedSplashMilliseconds : splashTimer();
     if (delay != 0)
@@ -210,18 +208,8 @@ void AppBaseImpl::splashCloseSL() {
 }
 
 void AppBaseImpl::showSplashScreenMessage(const QString& text) {
-    if (!m_splashScreen)
-        return;
-    const bool left = vlr::Settings::get(key("ShowSplashScreenMessageLocationHorizontal"),
-                                         "left") == QLatin1String("left");
-    const bool bottom = vlr::Settings::get(key("ShowSplashScreenMessageLocationVertical"),
-                                           "bottom") == QLatin1String("bottom");
-    QColor color;
-    color.setNamedColor(vlr::Settings::get(key("ShowSplashScreenMessageColor"), "#000000"));
-    m_splashScreen->showMessage(text,
-                                static_cast<int>(left ? Qt::AlignLeft : Qt::AlignRight) |
-                                    static_cast<int>(bottom ? Qt::AlignBottom : Qt::AlignTop),
-                                color);
+    if (m_splashScreen)
+        m_splashScreen->tell(text);
 }
 
 // --- running
@@ -229,7 +217,9 @@ void AppBaseImpl::showSplashScreenMessage(const QString& text) {
 void AppBaseImpl::setShowMode() {
     if (!m_mainWindow)
         return;
-    const QString mode = vlr::Settings::get(key("WindowShowMode"), "normal").toLower();
+    const QString setting = showModeSetting();
+    m_appliedShowMode = setting;
+    const QString mode = setting.toLower();
     if (mode == QLatin1String("minimized"))
         m_mainWindow->showMinimized();
     else if (mode == QLatin1String("normal"))
@@ -238,6 +228,9 @@ void AppBaseImpl::setShowMode() {
         m_mainWindow->showMaximized();
     else if (mode == QLatin1String("fullscreen"))
         m_mainWindow->showFullScreen();
+    else
+        VLR_LOG(Warning) << "The setting \"Velora/Application/WindowShowMode\" is \"" << setting
+                         << "\", not minimized, normal, maximized or fullscreen. Nothing is shown.";
     m_mainWindow->raise();
 }
 
@@ -245,29 +238,43 @@ int AppBaseImpl::run() {
     if (m_mainWindow) {
         m_mainWindow->activateWindow();
         m_mainWindow->raise();
+        m_mainWindow->restorePlace();
     }
     setShowMode();
     // A window that is not shown must not leave the splash screen behind.
     if (m_mainWindow && !m_mainWindow->isVisible())
         finishSplashScreen();
     setTouchScreenModeEnabled(m_config->isTouchScreenModeEnabled());
+    if (m_mainWindow)
+        m_mainWindow->restoreControlArea();
     // Somebody may have asked to leave before there was a loop to leave.
+    m_isLeaving = m_exitRequested;
     if (!m_exitRequested)
         (void)QApplication::exec();
+    m_isLeaving = true;
     m_exitRequested = false;
     if (m_useConfiguration)
-        storeConfiguration();
+        (void)storeConfiguration("run");
     return 0;
 }
 
-void AppBaseImpl::storeConfiguration() {
+CaError AppBaseImpl::storeConfiguration(const char* caller) {
+    if (m_mainWindow)
+        m_mainWindow->rememberPlace();
     const DataPointer<Configuration> container(new Configuration);
     container->setId(m_configurationId);
     (void)container->addChild(m_config, true);
     const CaError error = DataIOManager::storeConfiguration(m_configurationName, container);
     if (error != CaError::nullError)
-        VLR_LOG(Error) << "AppBaseImpl::run(): "
+        VLR_LOG(Error) << "AppBaseImpl::" << caller << "(): "
                        << "Could not store configuration. Reason: " << error;
+    return error;
+}
+
+// Whoever ends the process this way does not read message boxes, and may not wait.
+void AppBaseImpl::terminate() {
+    m_isLeaving = true;
+    exitApplication();
 }
 
 void AppBaseImpl::exitApplication() {
@@ -284,13 +291,16 @@ void AppBaseImpl::exitApplication() {
                                << "\" could not be stored and are lost.\nReason: " << error.text();
         }
     }
+    m_isLeaving = true;
     QCoreApplication::quit();
 }
 
 void AppBaseImpl::unixSignalHandler(int) {}
 
 void AppBaseImpl::reconfigure(CaSubject*, void*, const char*, void*) {
-    setShowMode();
+    // A window that its user has maximised since stays as it is.
+    if (showModeSetting() != m_appliedShowMode)
+        setShowMode();
     setTouchScreenModeEnabled(m_config->isTouchScreenModeEnabled());
 }
 
@@ -362,10 +372,18 @@ void AppBaseImpl::resetCursor() {
 }
 
 void AppBaseImpl::showConfigDialog() {
+    const QPointer<AppBaseImpl> self = this;
     const QPointer<QtConfigDialog> dialog =
         new QtConfigDialog(m_config, m_moduleList, m_mainWindow);
-    dialog->exec();
+    const bool isAccepted = dialog->exec() == QDialog::Accepted;
     delete dialog.data();
+    if (!self || !isAccepted || !m_useConfiguration)
+        return;
+    // What was chosen does not wait for a good end of this run.
+    const CaError error = storeConfiguration("showConfigDialog");
+    if (error != CaError::nullError)
+        VLR_LOG(UserError) << "The configuration is in force, but could not be stored.\nReason: "
+                           << error.text();
 }
 
 void AppBaseImpl::showConfigFileEditorDialog() {

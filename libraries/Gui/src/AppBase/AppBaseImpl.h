@@ -14,14 +14,13 @@
 #include <vector>
 
 class QIcon;
-class QPixmap;
-class QSplashScreen;
 class QtApplication;
 class QtAppMainWindow;
 class QtAppModule;
 class QtMessageBoxLogger;
 class QtModuleList;
 class QtModuleSelector;
+class SplashScreen;
 
 /// Does the work of AppBase: it owns the QApplication, the configuration, the main window, the
 /// module list and the splash screen.
@@ -54,6 +53,8 @@ public:
     void setCurrentDataItem(const DataPointer<Data>& item);
     void setBusyCursor() override;
     void resetCursor() override;
+    /// From the moment the event loop is asked to end until run() is called again.
+    bool isLeaving() const override { return m_isLeaving; }
 
     static CaError getPatientList(std::vector<Patient*>& patients);
 
@@ -71,7 +72,8 @@ private:
     void registerConfiguration();
     void loadConfiguration();
     void createMainWindow();
-    void storeConfiguration();
+    CaError storeConfiguration(const char* caller);
+    void terminate();
     void initSplashScreen(bool force);
     void showSplashScreenMessage(const QString& text);
     void setShowMode();
@@ -84,7 +86,7 @@ private:
     QPointer<QtModuleSelector> m_moduleSelector;
     CurrentItems m_currentItems;
     DataPointer<AppBaseConfig> m_config;
-    QSplashScreen* m_splashScreen = nullptr;
+    QPointer<SplashScreen> m_splashScreen;
     bool m_splashGoesWithWindow = false;
     bool m_touchScreenMode = false;
     bool m_useConfiguration;
@@ -92,5 +94,7 @@ private:
     const QString m_configurationName;
     QtApplication* m_application = nullptr;
     std::array<std::unique_ptr<QtMessageBoxLogger>, 3> m_messageBoxes;
+    QString m_appliedShowMode; ///< As it was set; null before the first time.
     bool m_exitRequested = false;
+    bool m_isLeaving = false;
 };

@@ -26,4 +26,7 @@ public:
     virtual DataPointer<Patient> currentPatient() const = 0;
     virtual void setBusyCursor() = 0;
     virtual void resetCursor() = 0;
+    /// Whether the program is on its way out. A message box would close unread then, or keep a
+    /// program that was told to end from ending.
+    virtual bool isLeaving() const { return false; }
 };

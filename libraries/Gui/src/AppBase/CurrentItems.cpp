@@ -52,12 +52,25 @@ bool CurrentItems::Slot<T>::set(const DataPointer<T>& value) {
     return true;
 }
 
+template <class T>
+DataPointer<T> CurrentItems::Slot<T>::take() {
+    deletion.disconnect();
+    return std::move(item);
+}
+
 CurrentItems::CurrentItems(Announce announce) : m_announce(std::move(announce)) {}
 
-CurrentItems::~CurrentItems() = default;
+// Items die with their last reference, and who hears of it may ask for the current ones or set
+// others. So nothing is current any more when the first of them goes.
+CurrentItems::~CurrentItems() {
+    m_isGoing = true;
+    const auto dataItem = m_dataItem.take();
+    const auto study = m_study.take();
+    const auto patient = m_patient.take();
+}
 
 void CurrentItems::setPatient(const DataPointer<Patient>& patient) {
-    if (!m_patient.set(patient))
+    if (m_isGoing || !m_patient.set(patient))
         return;
     m_announce(Item::Patient);
     if (m_patient.item)
@@ -66,7 +79,7 @@ void CurrentItems::setPatient(const DataPointer<Patient>& patient) {
 }
 
 void CurrentItems::setStudy(const DataPointer<Study>& study) {
-    if (!m_study.set(study))
+    if (m_isGoing || !m_study.set(study))
         return;
     m_announce(Item::Study);
     if (m_patient.item)
@@ -74,6 +87,6 @@ void CurrentItems::setStudy(const DataPointer<Study>& study) {
 }
 
 void CurrentItems::setDataItem(const DataPointer<Data>& item) {
-    if (m_dataItem.set(item))
+    if (!m_isGoing && m_dataItem.set(item))
         m_announce(Item::DataItem);
 }

@@ -11,10 +11,10 @@
 /// one to the next.
 ///
 ///     CurrentItems current([](CurrentItems::Item item) { announce(item); });
-///     current.setPatient(patient);   // announces Patient, Study and DataItem as far as they
-///     change
+///     current.setPatient(patient);
 ///
-/// A change is announced when the new value is in place.
+/// This announces Patient, Study and DataItem, as far as they change. A change is announced when
+/// the new value is in place.
 class VLR_GUI_EXPORT CurrentItems {
 public:
     enum class Item { Patient, Study, DataItem };
@@ -23,6 +23,7 @@ public:
     explicit CurrentItems(Announce announce);
     CurrentItems(const CurrentItems&) = delete;
     CurrentItems& operator=(const CurrentItems&) = delete;
+    /// Gives all items back. From then on none is current, and none can be set, whoever asks.
     ~CurrentItems();
 
     const DataPointer<Patient>& patient() const { return m_patient.item; }
@@ -45,10 +46,12 @@ private:
         DataPointer<T> item;
         CaConnection deletion;
         bool set(const DataPointer<T>& value);
+        DataPointer<T> take(); ///< Leaves null behind.
     };
 
     Announce m_announce;
     Slot<Patient> m_patient;
     Slot<Study> m_study;
     Slot<Data> m_dataItem;
+    bool m_isGoing = false;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AppBase/WindowPlace.h"
 #include "Base/QuadViewConfig.h"
 #include "Data/ConfigurationRecord.h"
 #include "vlrGuiExport.h"
@@ -19,6 +20,7 @@ public:
     void setOuterLayoutDirection(LayoutDirections direction) { m_outerLayout = direction; }
 
     DataPointer<QuadViewConfig> quadViewConfig(); ///< Never null.
+    DataPointer<WindowPlace> windowPlace();       ///< Never null.
 
 protected:
     ~MainWindowConfig() override = default;

@@ -14,12 +14,14 @@
 #include <QtCore/QMetaMethod>
 #include <QtCore/QTimer>
 #include <QtGui/QCloseEvent>
+#include <QtGui/QScreen>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QGridLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QShortcut>
 #include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QStyle>
 #include <QtWidgets/QVBoxLayout>
 
 #include <algorithm>
@@ -80,6 +82,7 @@ QtAppMainWindow::~QtAppMainWindow() {
     for (const QPointer<QObject>& guest : guests)
         delete guest.data();
     m_buttons = nullptr;
+    emit aboutToGo();
 }
 
 void QtAppMainWindow::createCentralArea() {
@@ -115,11 +118,11 @@ void QtAppMainWindow::createCentralArea() {
 }
 
 void QtAppMainWindow::createControlArea() {
-    m_contextStack = new QStackedWidget(m_controlArea);
-    m_contextStack->show();
+    auto* const contextArea = new ContextArea(m_controlArea);
+    m_contextStack = contextArea->stack();
     m_contextLayout = new QBoxLayout(QBoxLayout::TopToBottom);
     removeMargins(m_contextLayout);
-    m_contextLayout->addWidget(m_contextStack, 20);
+    m_contextLayout->addWidget(contextArea, 20);
 
     m_controlLayout = new QBoxLayout(QBoxLayout::TopToBottom, m_controlArea);
     const QMargins margins = m_controlLayout->contentsMargins();
@@ -154,7 +157,8 @@ void QtAppMainWindow::createScreenshotShortcut() {
     const QString keys =
         vlr::Settings::get(QStringLiteral("Velora/Application/ScreenshotShortcut"), "F2");
     const QKeySequence sequence(keys);
-    if (sequence.isEmpty() || sequence[0] == Qt::Key_unknown)
+    // Without keys the shortcut is switched off.
+    if (!keys.isEmpty() && (sequence.isEmpty() || sequence[0] == Qt::Key_unknown))
         VLR_LOG(Warning) << "The screenshot shortcut \"" << keys << "\" is not a key sequence.";
     auto* shortcut = new QShortcut(sequence, this);
     shortcut->setContext(Qt::ApplicationShortcut);
@@ -278,6 +282,51 @@ void QtAppMainWindow::setMaxWindowSize(QRect rect) {
          std::max(rect.top(), std::min(outer.top(), rect.bottom() + 1 - outer.height())));
 }
 
+void QtAppMainWindow::restorePlace() {
+    QScreen* const first = screen();
+    const QSize available = first->availableSize();
+    const DataPointer<WindowPlace> place =
+        m_config ? m_config->windowPlace() : DataPointer<WindowPlace>();
+    if (!place || !place->isKnown()) {
+        if (!testAttribute(Qt::WA_Resized))
+            resize((available * 3 / 4).expandedTo(sizeHint()).boundedTo(available));
+        return;
+    }
+    QVector<QRect> rooms = {first->availableGeometry()};
+    for (const QScreen* other : QGuiApplication::screens())
+        rooms << other->availableGeometry();
+    setGeometry(place->geometryOn(rooms, style()->pixelMetric(QStyle::PM_TitleBarHeight)));
+}
+
+void QtAppMainWindow::restoreControlArea() {
+    const DataPointer<WindowPlace> place =
+        m_config ? m_config->windowPlace() : DataPointer<WindowPlace>();
+    const QList<int> sizes = m_splitter->sizes();
+    if (!place || !isUsable(sizes))
+        return;
+    const int total = sizes.value(controlPane) + sizes.value(viewerPane);
+    const auto sizesFor = [&](bool touchScreenMode, const QList<int>& otherwise) {
+        const int width = place->controlArea(touchScreenMode);
+        return width < 0 ? otherwise : QList<int>{width, std::max(0, total - width)};
+    };
+    m_splitter->setSizes(sizesFor(m_touchScreenMode, sizes));
+    m_rememberedSizes = sizesFor(!m_touchScreenMode, m_rememberedSizes);
+}
+
+void QtAppMainWindow::rememberPlace() {
+    const QList<int> sizes = m_splitter->sizes();
+    if (!m_config || !isVisible() || !isUsable(sizes))
+        return;
+    const DataPointer<WindowPlace> place = m_config->windowPlace();
+    const bool isLarge = isMaximized() || isFullScreen();
+    const QRect normal = isLarge ? normalGeometry() : geometry();
+    if (!normal.isEmpty())
+        place->setGeometry(normal);
+    place->setControlArea(m_touchScreenMode, sizes.value(controlPane));
+    if (isUsable(m_rememberedSizes))
+        place->setControlArea(!m_touchScreenMode, m_rememberedSizes.value(controlPane));
+}
+
 void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
     m_touchScreenMode = onOrOff;
     if (onOrOff && !m_touchDialogs) {
@@ -305,11 +354,12 @@ void QtAppMainWindow::setViewerTouchScreenMode() {
 void QtAppMainWindow::toggleContextAreaVisible() {
     const QList<int> sizes = m_splitter->sizes();
     const int total = sizes.value(controlPane) + sizes.value(viewerPane);
+    QList<int>& whenOpen = m_sizesWhenOpen[m_touchScreenMode ? 1 : 0];
     if (sizes.value(controlPane) >= 1) {
-        m_rememberedSizes = sizes;
+        whenOpen = sizes;
         m_splitter->setSizes({0, total});
-    } else if (m_rememberedSizes.value(controlPane) >= 1) {
-        m_splitter->setSizes(m_rememberedSizes);
+    } else if (whenOpen.value(controlPane) >= 1) {
+        m_splitter->setSizes(whenOpen);
     } else {
         // Closed by hand and never remembered open.
         const int width = m_controlArea->sizeHint().width();

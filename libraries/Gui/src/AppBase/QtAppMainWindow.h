@@ -7,12 +7,14 @@
 #include <QtCore/QPointer>
 #include <QtWidgets/QMainWindow>
 
+#include <array>
 #include <memory>
 #include <vector>
 
 class QBoxLayout;
 class QGridLayout;
 class QStackedWidget;
+class ContextArea;
 class QtAppMainWindowButtons;
 class QtAppModuleProxy;
 class QtMainWinSplitter;
@@ -59,6 +61,14 @@ public:
     /// empty rectangle removes the limit.
     void setMaxWindowSize(QRect rect);
 
+    /// Goes to the place of the configuration, clamped to the screens that are there; where none
+    /// is known, a window of which nobody has chosen the size takes three quarters of the screen.
+    void restorePlace();
+    /// Gives the control area the width of the configuration, in both modes. Call it when the
+    /// window has its size and its mode.
+    void restoreControlArea();
+    void rememberPlace(); ///< Puts both into the configuration, while the window is visible.
+
     /// Whether somebody is connected to the signal of the window, given as SIGNAL() spells it. A
     /// slot of the window always answers.
     bool isRequestAnswered(const char* member) const;
@@ -70,6 +80,7 @@ signals:
     void moduleActivated(const QtAppModuleProxy* proxy);
     void exitApplication();
     void requestsChanged(); ///< isRequestAnswered() changed for some request.
+    void aboutToGo();       ///< The last moment the window is whole; its widgets have yet to go.
 
 public slots:
     /// The main direction is fixed at construction; this does nothing.
@@ -82,7 +93,7 @@ public slots:
     /// The splitter alone governs the size of the control area; this does nothing.
     void setControlAreaSize(int size);
     /// Exchanges the splitter's sizes with the remembered ones, so that leaving the mode brings
-    /// back the sizes from before.
+    /// back the sizes from before. What closing the control area remembers is kept apart.
     void setTouchScreenMode(bool onOrOff);
 
 protected slots:
@@ -128,7 +139,8 @@ private:
     std::vector<QPointer<QWidget>> m_contextWidgets; ///< The stack's own indices move.
     QtAppMainWindowButtons* m_buttons = nullptr;
     DataPointer<MainWindowConfig> m_config;
-    QList<int> m_rememberedSizes;
+    QList<int> m_rememberedSizes;              ///< Those of the other mode.
+    std::array<QList<int>, 2> m_sizesWhenOpen; ///< Of either mode, before its area was closed.
     bool m_askingExit = false;
     int m_answeredRequests = 0;
 };

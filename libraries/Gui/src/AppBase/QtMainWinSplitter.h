@@ -3,13 +3,16 @@
 #include "Base/QuadViewConfig.h"
 #include "vlrGuiExport.h"
 
+#include <QtCore/QPointer>
 #include <QtWidgets/QSplitter>
 
+class QToolButton;
 class QtAppModuleProxy;
 
 /// The splitter between the control area (pane 0) and the viewer area (pane 1) of the main
 /// window. In touch-screen mode its handle is a column with an open/close button and the layout
-/// presets of the active module.
+/// presets of the active module. With the mouse, a control area that was dragged shut leaves a
+/// button in the handle that opens it again.
 class VLR_GUI_EXPORT QtMainWinSplitter : public QSplitter {
     Q_OBJECT
 
@@ -27,7 +30,15 @@ public slots:
 
 protected:
     QSplitterHandle* createHandle() override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
+    void createWayBack(QSplitterHandle* handle);
+    void showWayBack();
+
     DataPointer<QuadViewConfig> m_config;
+    const int m_normalHandleWidth;
+    bool m_touchScreenMode = false;
+    QPointer<QToolButton> m_wayBack; ///< Of the handle between the panes.
 };

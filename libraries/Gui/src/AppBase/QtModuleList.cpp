@@ -4,6 +4,7 @@
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "Log/vlrLog.h"
+#include "Stream/QtStream.h"
 
 #include <algorithm>
 
@@ -318,6 +319,9 @@ void QtModuleList::activate(int index) {
 }
 
 void QtModuleList::activate(QString name) {
+    if (findIndex(name) < 0)
+        VLR_LOG(Warning) << "There is no module \"" << name
+                         << "\" to activate, so the active one is left.";
     request({[this, name] { return findIndex(name); }, nullptr});
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vlrGuiExport.h"
+
 #include <QtCore/QObject>
 
 class QAbstractButton;
@@ -11,11 +13,11 @@ constexpr int fingerSize = 35;
 
 /// Makes a button large enough for a finger, or gives it back its own size. Only the height of a
 /// button with a text is set; whoever lays such buttons out sees to their width.
-void sizeForFinger(QAbstractButton* button, bool on);
+VLR_GUI_EXPORT void sizeForFinger(QAbstractButton* button, bool on);
 
 /// While it is installed on the application, what is pressed or typed into in a dialog is large
 /// enough for a finger when the dialog is shown.
-class TouchDialogs : public QObject {
+class VLR_GUI_EXPORT TouchDialogs : public QObject {
 public:
     using QObject::QObject;
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,5 +1,6 @@
 #include "Base/QtMessageBoxLogger.h"
 
+#include "AppBase/ApplicationServices.h"
 #include "Base/QtMsgBox.h"
 #include "Log/vlrLog.h"
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iostream>
 #include <utility>
 
 namespace {
@@ -81,6 +83,11 @@ private:
     }
 
     static void show(const Message& message) {
+        const ApplicationServices* const services = ApplicationServices::instance();
+        if (services && services->isLeaving()) {
+            std::cerr << message.text.toStdString() << std::endl;
+            return;
+        }
         const Kind& kind = kinds[static_cast<std::size_t>(message.kind)];
         // Not on the stack: a parent that is destroyed takes the box along.
         const QPointer<QMessageBox> box =

@@ -24,7 +24,9 @@ class QWidget;
 /// than a million characters wait, the rest is only counted. Texts are plain UTF-8; long ones are
 /// shown as QtMsgBox::setMessage() does.
 ///
-/// Without a QApplication nothing is shown and the text is dropped. GUI thread only.
+/// While the program is on its way out (ApplicationServices::isLeaving()) no box opens; the text
+/// goes to standard error. Without a QApplication nothing is shown and the text is dropped. GUI
+/// thread only.
 class VLR_GUI_EXPORT QtMessageBoxLogger : public QObject, public std::ostream {
     Q_OBJECT
 

@@ -1,5 +1,9 @@
 #include "Base/QtMsgBox.h"
 
+#include "AppBase/ApplicationServices.h"
+#include "Log/vlrLog.h"
+#include "Stream/QtStream.h"
+
 #include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
 #include <QtWidgets/QApplication>
@@ -122,6 +126,11 @@ int QtMsgBox::postAndWait(QWidget* parent, MsgType kind, const char* caption, co
         length >= static_cast<int>(bufferSize) ? cutText(buffer) : QString::fromUtf8(buffer.data());
     if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
         return NoButton;
+    const ApplicationServices* const services = ApplicationServices::instance();
+    if (services && services->isLeaving()) {
+        VLR_LOG(Warning) << "Not shown any more: " << text;
+        return NoButton;
+    }
 
     const Appearance appearance = appearanceOf(kind);
     if (appearance.beeps)

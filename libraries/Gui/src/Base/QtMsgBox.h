@@ -19,9 +19,9 @@ public:
     ~QtMsgBox() override;
 
     /// Shows a modal box and returns the code of the button pressed: QMessageBox::Ok, or for a
-    /// question Yes (Enter) or No (Escape); QMessageBox::NoButton where no box could be shown or
-    /// `parent` was destroyed meanwhile. A question has the icon of a warning. An unknown kind
-    /// is an information.
+    /// question Yes (Enter) or No (Escape); QMessageBox::NoButton where no box could be shown, as
+    /// while the program is on its way out, or `parent` was destroyed meanwhile. A question has the
+    /// icon of a warning. An unknown kind is an information.
     ///
     /// Caption, format and the strings put into it are UTF-8; a null caption or format is empty.
     /// The formatted text is cut at 1,023 bytes. It is shown as plain text, see setMessage().

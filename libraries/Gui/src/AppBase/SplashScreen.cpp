@@ -1,0 +1,76 @@
+#include "AppBase/SplashScreen.h"
+
+#include "Settings/vlrSettings.h"
+
+#include <QtCore/QEvent>
+#include <QtGui/QPainter>
+#include <QtSvg/QSvgRenderer>
+#include <QtWidgets/QApplication>
+
+namespace {
+
+QString setting(const char* name, const char* otherwise) {
+    return vlr::Settings::get(QStringLiteral("Velora/Application/") + QLatin1String(name),
+                              otherwise);
+}
+
+// Drawn for the screen's resolution.
+QPixmap builtInPicture() {
+    QSvgRenderer picture(QStringLiteral(":/splash/Splash.svg"));
+    const qreal ratio = qApp->devicePixelRatio();
+    QPixmap pixmap(picture.defaultSize() * ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    picture.render(&painter);
+    painter.end();
+    pixmap.setDevicePixelRatio(ratio);
+    return pixmap;
+}
+
+QPixmap picture() {
+    const QString path = setting("SplashScreen.ResourcePath", "");
+    return path.isEmpty() ? builtInPicture() : QPixmap(path);
+}
+
+bool isModalWindow(const QObject* object) {
+    if (!object->isWidgetType())
+        return false;
+    const auto* const widget = static_cast<const QWidget*>(object);
+    return widget->isWindow() && widget->isModal();
+}
+
+} // namespace
+
+SplashScreen::SplashScreen() : QSplashScreen(picture(), Qt::WindowStaysOnTopHint) {
+    qApp->installEventFilter(this);
+}
+
+void SplashScreen::tell(const QString& text) {
+    const bool left =
+        setting("ShowSplashScreenMessageLocationHorizontal", "left") == QLatin1String("left");
+    const bool bottom =
+        setting("ShowSplashScreenMessageLocationVertical", "bottom") == QLatin1String("bottom");
+    QColor color;
+    color.setNamedColor(setting("ShowSplashScreenMessageColor", "#000000"));
+    showMessage(text,
+                static_cast<int>(left ? Qt::AlignLeft : Qt::AlignRight) |
+                    static_cast<int>(bottom ? Qt::AlignBottom : Qt::AlignTop),
+                color);
+}
+
+bool SplashScreen::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Show && isVisible() && isModalWindow(watched)) {
+        m_isAside = true;
+        hide();
+    } else if (event->type() == QEvent::Hide && m_isAside && isModalWindow(watched) &&
+               !QApplication::activeModalWidget()) {
+        m_isAside = false;
+        show();
+    }
+    return QSplashScreen::eventFilter(watched, event);
+}
+
+void SplashScreen::closeEvent(QCloseEvent* event) {
+    m_isAside = false; // It does not come back.
+    QSplashScreen::closeEvent(event);
+}

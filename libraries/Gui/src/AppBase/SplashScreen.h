@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QtWidgets/QSplashScreen>
+
+/// The picture that is shown while the program starts, and what it says meanwhile; picture, place
+/// and colour of the texts are settings. It stays above all windows, so it steps aside as long as
+/// a modal one is open: a question below it could be neither read nor answered.
+class SplashScreen : public QSplashScreen {
+public:
+    SplashScreen();
+
+    void tell(const QString& text);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    bool m_isAside = false;
+};
