@@ -92,6 +92,8 @@ TEST_F(ImagesTest, BrokenFilesKeepTheirPlacesAndAreListed) {
         const std::string name = std::to_string(slice) + ".png";
         EXPECT_EQ(problems().find(name) == std::string::npos, isGood) << problems();
     }
+    press(Qt::Key_Right); // There is nothing behind the last.
+    EXPECT_EQ(position(), "Slice 6 of 6");
 }
 
 TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {

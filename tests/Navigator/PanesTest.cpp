@@ -183,6 +183,8 @@ TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
     EXPECT_THAT(inPanes(), ElementsAre("Coronal", "Axial", "", ""));
     find<QComboBox>("rightPlane")->setCurrentIndex(2);
     EXPECT_THAT(inPanes(), ElementsAre("Coronal", "Sagittal", "", ""));
+    find<QComboBox>("leftPlane")->setCurrentIndex(2); // They change places.
+    EXPECT_THAT(inPanes(), ElementsAre("Sagittal", "Coronal", "", ""));
 
     activate(m_enlarge);
     EXPECT_TRUE(view(Plane::Axial)->isVisible());
