@@ -176,9 +176,11 @@ void ImagesModule::openPhantom() {
     m_source->setFullText(tr("Example: Shepp-Logan head phantom"));
     Volume volume;
     error = Volume::load(series, volume);
-    // As the only one it stands at the reference base, by agreement.
-    volume.setSpacing({phantomSpacing, phantomSpacing, phantomSpacing});
-    volume.setRegistered(true);
+    if (error == CaError::nullError) {
+        // As the only one it stands at the reference base, by agreement.
+        volume.setSpacing({phantomSpacing, phantomSpacing, phantomSpacing});
+        volume.setRegistered(true);
+    }
     m_isRemembered = m_options->paths().isEmpty();
     if (error.id() == Volume::cancelledError)
         panes().showNote(tr("No images"));
