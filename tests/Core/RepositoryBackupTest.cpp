@@ -223,26 +223,58 @@ TEST_F(RepositoryBackupTest, WhatIsReplacedIsKeptWithWhatLiesBesideIt) {
     EXPECT_EQ(whole, 2);
 }
 
+// What a killed program left, beside a file that was there at another time.
 TEST_F(RepositoryBackupTest, WhatLiesBesideAnotherFileIsNotApplied) {
+    const QString wal = repository() + QStringLiteral("-wal");
+    const auto keep = [&](const char* name) {
+        DataIOManager::closeRepository();
+        EXPECT_TRUE(QFile::copy(repository(), inFolder(name)));
+    };
+    EXPECT_EQ(storedIds(), "");
+    keep("older");
     store(QStringLiteral("1"));
-    DataIOManager::closeRepository();
-    const QString old = inFolder("old");
-    ASSERT_TRUE(QFile::copy(repository(), old));
-    store(QStringLiteral("2"));
+    keep("own");
+    storeAndDie(QStringLiteral("2"));
+    ASSERT_TRUE(QFile::copy(wal, inFolder("wal")));
+    EXPECT_EQ(storedIds(), "1 2");
+    keep("applied");
+    store(QStringLiteral("3"));
+    keep("newer");
+    ASSERT_TRUE(QFile::copy(inFolder("own"), inFolder("former")));
+    execute(inFolder("former"), "DROP TABLE chain"); // as former releases left it
     ASSERT_EQ(backUp(), CaError::nullError);
-    DataIOManager::closeRepository();
-    storeAndDie(QStringLiteral("3"));
-    EXPECT_EQ(storedIds(), "1 2 3"); // Its own is applied.
+    ASSERT_EQ(restore(), CaError::nullError);
+    keep("restored");
 
-    // An old copy, put in place by hand; the killed program's changes lie beside it.
-    storeAndDie(QStringLiteral("4"));
-    copyOver(old, repository());
-    vlrTest::expectLog(LogLevel::Warning, "belong to another file");
-    EXPECT_EQ(storedIds(), "1");
-    EXPECT_EQ(filesOf(QFileInfo(repository()).path())
-                  .filter(QStringLiteral("patients.sqlite-wal.foreign-"))
-                  .size(),
-              1);
-    store(QStringLiteral("5"));
-    EXPECT_EQ(storedIds(), "1 5");
+    const struct {
+        const char* file;
+        const char* ids;
+        bool isForeign;
+    } cases[] = {{"own", "1 2", false}, {"applied", "1 2", false}, {"former", "1 2", false},
+                 {"older", "", true},   {"newer", "1 2 3", true},  {"restored", "1 2 3", true}};
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.file);
+        copyOver(inFolder(one.file), repository());
+        copyOver(inFolder("wal"), wal);
+        if (one.isForeign)
+            vlrTest::expectLog(LogLevel::UserWarning, "belong to another file");
+        EXPECT_EQ(storedIds(), one.ids);
+        const QDir folder(QFileInfo(repository()).path());
+        const auto kept = folder.entryInfoList({QStringLiteral("*-wal.foreign-*")});
+        ASSERT_EQ(kept.size(), one.isForeign ? 1 : 0);
+        for (const QFileInfo& file : kept) {
+            EXPECT_EQ(file.size(), QFileInfo(inFolder("wal")).size());
+            QFile::remove(file.filePath());
+        }
+        store(QStringLiteral("9")); // It can be stored to.
+        DataIOManager::closeRepository();
+    }
+}
+
+TEST_F(RepositoryBackupTest, ACopyWithoutItsChangesIsNoEmptyRepository) {
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(repository()).path()));
+    execute(repository(), "PRAGMA user_version = 1"); // A file without tables.
+    ASSERT_GT(QFileInfo(repository()).size(), 0);
+    std::vector<MetaInformation> patients;
+    EXPECT_THAT(DataIOManager::patientMetaInfoList(patients).text(), HasSubstr("holds nothing"));
 }

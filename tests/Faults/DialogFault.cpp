@@ -277,7 +277,10 @@ void scribble(QDialog& dialog) {
     for (auto* box : dialog.findChildren<QComboBox*>())
         box->setCurrentIndex((box->currentIndex() + 1) % std::max(box->count(), 1));
     for (auto* box : dialog.findChildren<QAbstractSpinBox*>())
-        box->stepUp();
+        if (box->text().isEmpty() && box->inherits("QDateEdit"))
+            QTest::keyClicks(box, QStringLiteral("1968-03-05")); // One that is not known.
+        else
+            box->stepUp();
 }
 
 // Edits what dialog is open and leaves it; and again, until nothing is open any more.

@@ -79,11 +79,15 @@ public:
         int error = descriptor >= 0 && fsync(descriptor) == 0 ? 0 : errno;
         if (descriptor >= 0)
             close(descriptor);
-        if (error == 0 && renameat2(AT_FDCWD, draft.constData(), AT_FDCWD, target.constData(),
-                                    mustBeNew ? RENAME_NOREPLACE : 0U) != 0)
+        if (error == 0 && mustBeNew &&
+            renameat2(AT_FDCWD, draft.constData(), AT_FDCWD, target.constData(),
+                      RENAME_NOREPLACE) != 0)
             error = errno;
         // Network file systems do not know RENAME_NOREPLACE.
-        if (error == EINVAL && !QFileInfo::exists(m_target))
+        const bool isUnknown = error == EINVAL || error == ENOSYS;
+        if (isUnknown && QFileInfo::exists(m_target))
+            error = EEXIST;
+        else if (isUnknown || (error == 0 && !mustBeNew))
             error = std::rename(draft.constData(), target.constData()) == 0 ? 0 : errno;
         if (error != 0)
             return systemError(QStringLiteral("Could not write"), m_target, error);
@@ -115,9 +119,11 @@ CaError countRows(SqliteDatabase& database, const char* sql, qint64& count) {
     });
 }
 
-// Of every value of every table, with its kind, in the order of the keys. The chain is left out: a
+// Of the time of the backup, and of every value of every table, with its kind, in the order of the
+// keys. The chain is left out: a
 // copy begins one of its own.
-CaError checksumOf(SqliteDatabase& database, const IsWanted& isWanted, QByteArray& checksum) {
+CaError checksumOf(SqliteDatabase& database, const QString& made, const IsWanted& isWanted,
+                   QByteArray& checksum) {
     constexpr const char* contents[] = {
         "SELECT * FROM repository",
         "SELECT * FROM patient ORDER BY uid",
@@ -131,6 +137,7 @@ CaError checksumOf(SqliteDatabase& database, const IsWanted& isWanted, QByteArra
     if (error == CaError::nullError)
         error = countRows(database, "SELECT count(*) FROM binary_part", all);
     QCryptographicHash hash(QCryptographicHash::Sha256);
+    add(hash, 'M', made.toUtf8());
     qint64 done = 0;
     bool isGoingOn = true;
     for (const char* content : contents) {
@@ -185,17 +192,18 @@ CaError checkSource(SqliteDatabase& database, const QString& repository) {
 }
 
 CaError sealBackup(SqliteDatabase& database, const IsWanted& isWanted, qint64& patients) {
+    const QString made = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
     QByteArray checksum;
     // A file of its own: without what would lie beside it.
     CaError error = runAll(database, {QStringLiteral("PRAGMA journal_mode=DELETE")});
     if (error == CaError::nullError)
-        error = checksumOf(database, isWanted, checksum);
+        error = checksumOf(database, made, isWanted, checksum);
     if (error == CaError::nullError)
         error = countRows(database, "SELECT count(*) FROM patient", patients);
     if (error != CaError::nullError)
         return error;
     const QString row = QStringLiteral("INSERT INTO backup VALUES ('%1', %2, '%3')")
-                            .arg(QDateTime::currentDateTimeUtc().toString(Qt::ISODate))
+                            .arg(made)
                             .arg(patients)
                             .arg(QLatin1String(checksum));
     return runAll(database, newChain() + QStringList{RepositorySchema::backupStatement(), row});
@@ -242,109 +250,164 @@ CaError checkCopy(SqliteDatabase& copy, const QString& backup, const Seal& seal,
     if (error == CaError::nullError && integrity != QLatin1String("ok"))
         error = backupError(integrity);
     if (error == CaError::nullError)
-        error = checksumOf(copy, isWanted, checksum);
+        error = checksumOf(copy, seal.made, isWanted, checksum);
+    qint64 patients = 0;
+    if (error == CaError::nullError)
+        error = countRows(copy, "SELECT count(*) FROM patient", patients);
     if (error.id() == backupCancelledError)
         return error;
     if (error != CaError::nullError)
         return backupError(QStringLiteral("The backup \"%1\" is damaged: %2")
                                .arg(backup, QString::fromStdString(error.text())));
-    if (checksum != seal.checksum)
+    if (checksum != seal.checksum || patients != seal.patients)
         return backupError(
             QStringLiteral("The backup \"%1\" is damaged: its checksum is another one.")
                 .arg(backup));
     return error;
 }
 
-QString freeName(const QString& repository) {
-    const QString base = repository + QStringLiteral(".replaced-") +
-                         QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString name = base;
-    for (int number = 2; QFileInfo::exists(name) || QFileInfo::exists(name + QLatin1String("-wal"));
-         ++number)
-        name = base + QLatin1Char('-') + QString::number(number);
-    return name;
-}
+// What lies beside the repository, and then the repository itself.
+constexpr const char* filesBeside[] = {"-wal", "-shm", "-journal"};
+constexpr const char* filesOfRepository[] = {"-wal", "-shm", "-journal", ""};
 
-constexpr const char* filesOfRepository[] = {"-wal", "-shm", ""};
+// A repository under a second name. What is done to the first one cannot lose it any more.
+class KeptRepository {
+public:
+    explicit KeptRepository(const QString& repository) : m_repository(repository) {}
 
-void removeFiles(const QString& repository) {
-    for (const char* suffix : filesOfRepository)
-        QFile::remove(repository + QLatin1String(suffix));
-}
-
-// Gives the repository, and what lies beside it, second names, so that nothing that is done to the
-// first ones can lose it.
-CaError keep(const QString& repository, const QString& keptAs) {
-    for (const char* suffix : filesOfRepository) {
-        const QString path = repository + QLatin1String(suffix);
-        const QByteArray name = QFile::encodeName(keptAs + QLatin1String(suffix));
-        if (link(QFile::encodeName(path).constData(), name.constData()) == 0 || errno == ENOENT)
-            continue;
-        const int number = errno;
-        removeFiles(keptAs);
-        return systemError(QStringLiteral("Could not keep"), path, number);
+    CaError keep() {
+        const QString base =
+            m_repository + QStringLiteral(".replaced-") +
+            QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+        for (int number = 1; number < 1000; ++number) {
+            m_name = number == 1 ? base : base + QLatin1Char('-') + QString::number(number);
+            const int error = linkAll();
+            if (error == 0)
+                return CaError::nullError;
+            removeKept();
+            if (error != EEXIST)
+                return systemError(QStringLiteral("Could not keep"), m_repository, error);
+        }
+        return systemError(QStringLiteral("Could not keep"), m_repository, EEXIST);
     }
-    return CaError::nullError;
-}
+    // Where what lay beside it was brought into it.
+    void removeKeptBeside() {
+        for (const char* suffix : filesBeside)
+            if (m_kept.removeAll(QLatin1String(suffix)) > 0)
+                QFile::remove(m_name + QLatin1String(suffix));
+    }
+    void removeKept() {
+        for (const QString& suffix : qAsConst(m_kept))
+            QFile::remove(m_name + suffix);
+        m_kept.clear();
+    }
+    // What was taken away beside the first name comes back.
+    void bringBack() {
+        for (const QString& suffix : qAsConst(m_kept))
+            (void)link(QFile::encodeName(m_name + suffix).constData(),
+                       QFile::encodeName(m_repository + suffix).constData());
+        removeKept();
+    }
+    // Empty where there was none.
+    [[nodiscard]] QString name() const { return m_kept.contains(QString()) ? m_name : QString(); }
+
+private:
+    int linkAll() {
+        for (const char* suffix : filesOfRepository) {
+            const QByteArray from = QFile::encodeName(m_repository + QLatin1String(suffix));
+            const QByteArray to = QFile::encodeName(m_name + QLatin1String(suffix));
+            if (link(from.constData(), to.constData()) == 0)
+                m_kept << QString::fromLatin1(suffix);
+            else if (errno != ENOENT)
+                return errno;
+        }
+        return 0;
+    }
+
+    QString m_repository;
+    QString m_name;
+    QStringList m_kept; // The suffixes of what this object linked.
+};
 
 // The old repository, with nobody else in it. What lies beside it is brought into it, so that all
 // of it is one file. A damaged one cannot be asked for that: `occupied` stays empty then.
 CaError occupy(const QString& repository, std::unique_ptr<SqliteDatabase>& occupied) {
+    if (SqliteUse::isInUse(repository))
+        return backupError(
+            QStringLiteral("The repository \"%1\" is in use by another program.").arg(repository));
     CaError error = SqliteDatabase::open(repository, SqliteDatabase::Mode::Writing, occupied);
+    if (error == CaError::nullError)
+        occupied->distrust();
     if (error == CaError::nullError)
         error = runAll(*occupied, {QStringLiteral("PRAGMA busy_timeout=500"),
                                    QStringLiteral("PRAGMA locking_mode=EXCLUSIVE"),
-                                   QStringLiteral("SELECT count(*) FROM patient"),
+                                   QStringLiteral("SELECT count(*) FROM sqlite_master"),
                                    QStringLiteral("PRAGMA journal_mode=DELETE"),
                                    QStringLiteral("BEGIN EXCLUSIVE")});
-    if (error.id() == SqliteDatabase::lockedError)
-        return backupError(
-            QStringLiteral("The repository \"%1\" is in use by another program.").arg(repository));
-    if (error != CaError::nullError)
-        occupied.reset();
-    return CaError::nullError;
+    if (error == CaError::nullError)
+        return error;
+    occupied.reset();
+    if (error.id() == SqliteDatabase::damagedError)
+        return CaError::nullError;
+    return backupError(QStringLiteral("The repository \"%1\" cannot be replaced: %2")
+                           .arg(repository, QString::fromStdString(error.text())));
 }
 
 // Keeps the old repository under another name and lets the new one take its place. At each moment
 // the old one has a name, and nothing of it lies beside the new one.
 CaError replaceBy(Draft& draft, const QString& repository, QString& keptAs) {
-    keptAs = freeName(repository);
-    CaError error = keep(repository, keptAs);
+    KeptRepository kept(repository);
+    CaError error = kept.keep();
     if (error != CaError::nullError)
         return error;
     std::unique_ptr<SqliteDatabase> occupied;
     if (QFileInfo::exists(repository))
         error = occupy(repository, occupied);
     if (error != CaError::nullError) {
-        removeFiles(keptAs);
+        kept.removeKept();
         return error;
     }
     if (occupied)
-        for (const char* suffix : {"-wal", "-shm"})
-            QFile::remove(keptAs + QLatin1String(suffix));
-    for (const char* suffix : {"-wal", "-shm"})
+        kept.removeKeptBeside();
+    for (const char* suffix : filesBeside)
         QFile::remove(repository + QLatin1String(suffix));
     error = draft.becomeTarget(false);
-    if (error == CaError::nullError && !QFileInfo::exists(keptAs))
-        keptAs.clear();
+    if (error == CaError::nullError)
+        keptAs = kept.name();
+    else
+        kept.bringBack();
     return error;
+}
+
+// To be called under the repository's OpeningLock.
+CaError prepare(const QString& repository, const OpeningLock& opening) {
+    if (opening.isTaken())
+        return backupError(
+            QStringLiteral("The repository \"%1\" is in use by another program.").arg(repository));
+    return SqliteChain::setForeignWalAside(repository);
 }
 
 } // namespace
 
-CaError backUpRepository(const QString& repository, const QString& backup, const IsWanted& isWanted,
+CaError backUpRepository(const QString& path, const QString& backup, const IsWanted& isWanted,
                          QString& summary) {
+    const QString repository = realFile(path);
     if (QFileInfo::exists(backup) || QFileInfo(backup).isSymLink())
         return backupError(QStringLiteral("\"%1\" exists already.").arg(backup));
     if (!QFileInfo(repository).isFile())
         return backupError(QStringLiteral("There is no repository \"%1\".").arg(repository));
+    std::optional<OpeningLock> opening(repository);
+    CaError error = prepare(repository, *opening);
+    const SqliteUse use(repository);
     std::unique_ptr<SqliteDatabase> source;
-    CaError error = SqliteDatabase::open(repository, SqliteDatabase::Mode::Reading, source);
+    if (error == CaError::nullError)
+        error = SqliteDatabase::open(repository, SqliteDatabase::Mode::Reading, source);
     // As it is at this moment, however long the copy takes.
     if (error == CaError::nullError)
         error = runAll(*source, {QStringLiteral("BEGIN")});
     if (error == CaError::nullError)
         error = checkSource(*source, repository);
+    opening.reset();
     if (error != CaError::nullError)
         return error;
     Draft draft(backup);
@@ -363,8 +426,9 @@ CaError backUpRepository(const QString& repository, const QString& backup, const
     return error;
 }
 
-CaError restoreRepository(const QString& backup, const QString& repository,
-                          const IsWanted& isWanted, QString& summary) {
+CaError restoreRepository(const QString& backup, const QString& path, const IsWanted& isWanted,
+                          QString& summary) {
+    const QString repository = realFile(path);
     if (!QFileInfo(backup).isFile())
         return backupError(QStringLiteral("There is no file \"%1\".").arg(backup));
     std::unique_ptr<SqliteDatabase> source;
@@ -374,6 +438,8 @@ CaError restoreRepository(const QString& backup, const QString& repository,
         error = readSeal(*source, backup, seal);
     if (error != CaError::nullError)
         return error;
+    if (const int number = makePrivateFolder(QFileInfo(repository).absolutePath()))
+        return systemError(QStringLiteral("Could not write"), repository, number);
     Draft draft(repository);
     std::unique_ptr<SqliteDatabase> target;
     error = draft.open(target);
@@ -385,6 +451,9 @@ CaError restoreRepository(const QString& backup, const QString& repository,
         error = runAll(*target, newChain() + QStringList{QStringLiteral("DROP TABLE backup")});
     target.reset();
     QString keptAs;
+    const OpeningLock opening(repository);
+    if (error == CaError::nullError)
+        error = prepare(repository, opening);
     if (error == CaError::nullError)
         error = replaceBy(draft, repository, keptAs);
     if (error == CaError::nullError)

@@ -1,7 +1,6 @@
 #include "IO/SqlPatientStore.h"
 
 #include "IO/DataIOManager.h"
-#include "IO/SqliteChain.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QUuid>
@@ -74,8 +73,8 @@ SqlPatientStore::~SqlPatientStore() {
     if (isFileGone())
         (void)run(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
     m_handle = nullptr;
-    openFiles().removeOne(m_url.path());
     m_database.close();
+    m_use.reset();
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_connection);
 }
@@ -177,11 +176,13 @@ CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, con
     error = run(isServer() ? QStringLiteral("BEGIN") : QStringLiteral("BEGIN IMMEDIATE"));
     if (error != CaError::nullError)
         return error;
+    m_isInTransaction = true;
     try {
         error = work();
     } catch (const std::bad_alloc&) {
         error = lackOfMemory();
     }
+    m_isInTransaction = false;
     if (error == CaError::nullError && !isIdle && !isServer())
         error = run(QLatin1String(SqliteChain::advance));
     if (error == CaError::nullError && !isIdle)
@@ -336,6 +337,10 @@ CaError SqlPatientStore::findUnchanged(const StoredPatient& patient, bool& isUnc
 
 CaError SqlPatientStore::storeRows(const StoredPatient& patient,
                                    const std::function<CaError()>& storeParts, bool& isUnchanged) {
+    // What is longer the listing would refuse, and with it all others.
+    if (std::max(patient.patientId.toUtf8().size(), patient.name.toUtf8().size()) > longestText / 4)
+        return failure(
+            QStringLiteral("an id or a name of more than %1 bytes").arg(longestText / 4));
     CaError error = checkId(patient);
     if (error == CaError::nullError)
         error = storePatientRow(patient);
@@ -416,6 +421,8 @@ CaError SqlPatientStore::readPart(const QString& uid, const QString& itemKey, co
 
 CaError SqlPatientStore::writePart(const QString& uid, const QString& itemKey, const QString& name,
                                    const QByteArray& bytes) {
+    if (!m_isInTransaction)
+        return inTransaction([&] { return writePart(uid, itemKey, name, bytes); });
     CaError error = checkWritable();
     if (error != CaError::nullError)
         return error;

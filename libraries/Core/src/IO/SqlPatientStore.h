@@ -1,8 +1,8 @@
 #pragma once
 
 #include "IO/PatientStore.h"
+#include "IO/SqliteChain.h"
 
-#include <QtCore/QStringList>
 #include <QtCore/QUrl>
 #include <QtCore/QVariant>
 #include <QtSql/QSqlDatabase>
@@ -47,6 +47,7 @@ private:
     CaError checkFile();
     sqlite3* fileHandle();
     CaError beginChain();
+    bool hasChangesBeside() const;
     CaError checkStored(const StoredPatient& patient);
     CaError readVersion(int& version);
     CaError makeTables();
@@ -79,7 +80,6 @@ private:
 
     using FileIdentity = std::pair<quint64, quint64>; // Device and inode.
     static std::optional<FileIdentity> identity(const QString& path);
-    static QStringList& openFiles();
 
     // No value of the file that is larger is read as long as it lives, and no memory spent for it.
     class ValueLimit {
@@ -95,11 +95,14 @@ private:
     };
 
     QUrl m_url;
+    QString m_path; // Of the file behind the URL's path.
+    std::optional<SqliteUse> m_use;
     QString m_connection;
     QSqlDatabase m_database;
     sqlite3* m_handle = nullptr;        // The driver's, for a file.
     std::optional<FileIdentity> m_file; // Of the file that was opened; none for a server.
     std::string m_whyReadOnly;
+    bool m_isInTransaction = false;
     bool m_hasWrittenParts = false; // Since the last store began.
 };
 

@@ -1,7 +1,6 @@
 #include "IO/PrivateFile.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
-#include "IO/SqliteChain.h"
 #include "IO/SqliteDatabase.h"
 
 #include <QtCore/QFile>
@@ -83,42 +82,43 @@ CaError SqlPatientStore::openFile() {
     CaError error = addDatabase(QStringLiteral("QSQLITE"));
     if (error != CaError::nullError)
         return error;
+    m_path = realFile(m_url.path());
+    const OpeningLock opening(m_path);
+    if (opening.isTaken())
+        return failure(QStringLiteral("another program is opening it"));
     error = openFileForWriting();
-    if (error == CaError::nullError)
-        error = makeTables();
-    if (error == CaError::nullError)
-        error = beginChain();
     if (error != CaError::nullError && file.size() > 0)
         error = openFileForReading(error);
-    m_file = identity(m_url.path());
     return error;
 }
 
 CaError SqlPatientStore::openFileForWriting() {
     // SQLite itself would let everybody read a new file; those beside it get the same rights.
-    if (const int number = makePrivateFile(m_url.path()))
+    if (const int number = makePrivateFile(m_path))
         return failure(QString::fromStdString(std::generic_category().message(number)));
-    // SQLite's locks tell of other processes alone.
-    CaError error = openFiles().contains(m_url.path())
-                        ? CaError()
-                        : SqliteChain::setForeignWalAside(m_url.path());
-    openFiles() << m_url.path();
+    CaError error = SqliteChain::setForeignWalAside(m_path);
     if (error != CaError::nullError)
         return failure(QString::fromStdString(error.text()));
+    m_file = identity(m_url.path());
+    m_use.emplace(m_path);
     m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
-    m_database.setDatabaseName(m_url.path());
+    m_database.setDatabaseName(m_path);
     if (!m_database.open())
         return failure(m_database.lastError().text());
     error = checkFile();
-    if (error != CaError::nullError)
-        return error;
-    for (const char* pragma :
-         {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA foreign_keys=ON"}) {
-        error = run(QString::fromLatin1(pragma));
-        if (error != CaError::nullError)
-            return error;
-    }
-    return CaError::nullError;
+    // A new file gets its tables before anything of it may lie beside it.
+    const QString statements[] = {QStringLiteral("PRAGMA synchronous=FULL"),
+                                  QStringLiteral("PRAGMA foreign_keys=ON")};
+    for (const QString& statement : statements)
+        if (error == CaError::nullError)
+            error = run(statement);
+    if (error == CaError::nullError)
+        error = makeTables();
+    if (error == CaError::nullError)
+        error = run(QStringLiteral("PRAGMA journal_mode=WAL"));
+    if (error == CaError::nullError)
+        error = beginChain();
+    return error == CaError::nullError ? checkWritable() : error;
 }
 
 // The file may be anybody's: nothing in it is asked before it is known what it consists of.
@@ -126,12 +126,25 @@ CaError SqlPatientStore::checkFile() {
     m_handle = fileHandle();
     if (!m_handle)
         return failure(QStringLiteral("the database driver brings an SQLite of its own"));
-    SqliteDatabase file(m_handle, m_url.path());
+    SqliteDatabase file(m_handle, m_path);
     file.distrust();
     const ValueLimit limit(*this, longestEntry);
     int version = 0;
     const CaError error = RepositorySchema::check(file, version);
-    return error == CaError::nullError ? error : failure(QString::fromStdString(error.text()));
+    if (error != CaError::nullError)
+        return failure(QString::fromStdString(error.text()));
+    // A file of this program has its tables from the first moment on.
+    if (version == 0 && QFileInfo(m_path).size() > 0 && !hasChangesBeside())
+        return failure(
+            QStringLiteral("it holds nothing: it may be a copy that was made without the "
+                           "file \"%1-wal\" beside it")
+                .arg(QFileInfo(m_path).fileName()));
+    return error;
+}
+
+bool SqlPatientStore::hasChangesBeside() const {
+    return QFileInfo(m_path + QLatin1String("-wal")).size() > 0 ||
+           QFileInfo(m_path + QLatin1String("-journal")).size() > 0;
 }
 
 // The driver's, where it uses the library that this one is linked to.
@@ -152,10 +165,14 @@ CaError SqlPatientStore::beginChain() {
     if (firstRow(QStringLiteral("SELECT current FROM chain"), {}, link) == CaError::nullError &&
         !link.isEmpty())
         return CaError::nullError;
-    return inTransaction([this] {
-        const CaError error = run(RepositorySchema::chainStatement());
-        return error == CaError::nullError ? run(QLatin1String(SqliteChain::begin)) : error;
+    CaError error = inTransaction([this] {
+        const CaError made = run(RepositorySchema::chainStatement());
+        return made == CaError::nullError ? run(QLatin1String(SqliteChain::begin)) : made;
     });
+    // From now on a file without a chain is one of before.
+    if (error == CaError::nullError)
+        error = run(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)"));
+    return error;
 }
 
 // On a disk that is full or read-only SQLite cannot make the files it needs for its locks.
@@ -163,12 +180,13 @@ CaError SqlPatientStore::beginChain() {
 CaError SqlPatientStore::openFileForReading(const CaError& reason) {
     m_handle = nullptr;
     m_database.close();
-    for (const char* changes : {"-wal", "-journal"})
-        if (QFileInfo(m_url.path() + QLatin1String(changes)).size() > 0)
-            return reason;
+    m_use.reset();
+    m_file = identity(m_url.path());
+    if (hasChangesBeside())
+        return reason;
     m_database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY"));
     m_database.setDatabaseName(QStringLiteral("file:") +
-                               QString::fromLatin1(QUrl::toPercentEncoding(m_url.path(), "/")) +
+                               QString::fromLatin1(QUrl::toPercentEncoding(m_path, "/")) +
                                QStringLiteral("?immutable=1"));
     int version = 0;
     if (!m_database.open() || checkFile() != CaError::nullError ||
@@ -176,12 +194,6 @@ CaError SqlPatientStore::openFileForReading(const CaError& reason) {
         return reason;
     m_whyReadOnly = reason.text();
     return CaError::nullError;
-}
-
-// The files that stores of this process have open for writing.
-QStringList& SqlPatientStore::openFiles() {
-    static QStringList files;
-    return files;
 }
 
 std::optional<SqlPatientStore::FileIdentity> SqlPatientStore::identity(const QString& path) {

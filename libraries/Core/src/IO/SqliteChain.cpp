@@ -4,16 +4,20 @@
 #include "IO/SqliteDatabase.h"
 #include "Log/vlrLog.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QThread>
 #include <QtCore/QtEndian>
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <optional>
-#include <system_error>
+#include <set>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -33,7 +37,8 @@ struct Link {
 // --- the file itself
 
 struct Chain {
-    quint32 page = 0; // on which the table lies
+    quint32 page = 0;  // on which the table lies
+    quint32 pages = 0; // of the file
     Link link;
 };
 
@@ -46,12 +51,18 @@ std::optional<Chain> chainOf(const QString& path) {
     database->distrust();
     Chain chain;
     int links = 0;
-    CaError error = database->rows("SELECT rootpage FROM sqlite_master WHERE name = 'chain' "
-                                   "AND type = 'table' AND sql LIKE 'CREATE TABLE %'",
-                                   [&](const SqliteRow& row) {
-                                       chain.page = static_cast<quint32>(row.number(0));
-                                       return true;
-                                   });
+    CaError error = database->rows("PRAGMA page_count", [&](const SqliteRow& row) {
+        chain.pages = static_cast<quint32>(row.number(0));
+        return true;
+    });
+    if (error != CaError::nullError)
+        return std::nullopt;
+    error = database->rows("SELECT rootpage FROM sqlite_master WHERE name = 'chain' "
+                           "AND type = 'table' AND sql LIKE 'CREATE TABLE %'",
+                           [&](const SqliteRow& row) {
+                               chain.page = static_cast<quint32>(row.number(0));
+                               return true;
+                           });
     if (error == CaError::nullError && chain.page > 0)
         error = database->rows("SELECT previous, current FROM chain LIMIT 2",
                                [&](const SqliteRow& row) {
@@ -148,9 +159,10 @@ std::optional<Link> linkOn(const QByteArray& page) {
     return reader.isGood() && areNumbers ? std::make_optional(link) : std::nullopt;
 }
 
-struct Beside {
-    std::vector<Link> links; // of the committed transactions, in their order
-    bool isReadable = true;
+// A committed transaction.
+struct Commit {
+    std::vector<Link> links; // those it wrote; none where a former release did
+    quint32 pages = 0;       // that the file has behind it
 };
 
 constexpr int headerSize = 32;
@@ -167,92 +179,142 @@ bool isHeader(const QByteArray& header) {
            (bigEndian(header, 0) & ~1U) == magic;
 }
 
-// The links of the transactions in the file of recent changes that were committed. Frames of former
-// rounds, which have other salts, follow them.
-Beside linksIn(const QString& wal, quint32 chainPage) {
-    Beside beside;
+// The transactions in the file of recent changes, in their order. Frames of former rounds, which
+// have other salts, follow them. None where SQLite will take nothing from it.
+std::vector<Commit> commitsIn(const QString& wal, quint32 chainPage) {
+    std::vector<Commit> commits;
     QFile file(wal);
     QByteArray header;
     if (file.open(QIODevice::ReadOnly))
         header = file.read(headerSize);
-    if (!isHeader(header)) {
-        beside.isReadable = false; // SQLite will take nothing from it.
-        return beside;
-    }
+    if (!isHeader(header))
+        return commits;
     const int pageSize = static_cast<int>(bigEndian(header, 8));
-    std::vector<Link> open; // not committed yet
+    Commit open;
     for (;;) {
         const QByteArray frame = file.read(frameHeaderSize);
         if (frame.size() < frameHeaderSize || frame.mid(8, 8) != header.mid(16, 8))
-            return beside;
-        if (bigEndian(frame, 0) == chainPage) {
-            // What is no link is another table's page, and of another file.
-            open.push_back(linkOn(file.read(pageSize)).value_or(Link{}));
-        } else if (!file.seek(file.pos() + pageSize)) {
-            return beside;
-        }
-        if (bigEndian(frame, 4) != 0) {
-            beside.links.insert(beside.links.end(), open.begin(), open.end());
-            open.clear();
-        }
+            return commits;
+        // What is no link is another table's page, and of another file.
+        if (bigEndian(frame, 0) == chainPage)
+            open.links.push_back(linkOn(file.read(pageSize)).value_or(Link{}));
+        else if (!file.seek(file.pos() + pageSize))
+            return commits;
+        open.pages = bigEndian(frame, 4);
+        if (open.pages == 0)
+            continue;
+        commits.push_back(open);
+        open = {};
     }
 }
 
-bool isForeign(const Chain& chain, const Beside& beside) {
-    if (!beside.isReadable || beside.links.empty())
-        return false;
+bool isForeign(const Chain& chain, const std::vector<Commit>& commits) {
     const qint64 state = chain.link.current;
-    return beside.links.front().previous != state &&
-           std::none_of(beside.links.begin(), beside.links.end(),
-                        [state](const Link& link) { return link.current == state; });
+    bool isFirst = true;
+    for (const Commit& commit : commits)
+        for (const Link& link : commit.links) {
+            if (isFirst && link.previous == state)
+                return false;
+            // A checkpoint that was cut off has brought the size as well.
+            if (link.current == state && commit.pages == chain.pages)
+                return false;
+            isFirst = false;
+        }
+    return !commits.empty();
 }
 
-// Held while it is decided: SQLite's own lock by which it finds out whether a file is in use. Who
-// opens the file meanwhile waits.
-class UseLock {
-public:
-    explicit UseLock(const QString& path)
-        : m_descriptor(::open(QFile::encodeName(path + QStringLiteral("-shm")).constData(),
-                              O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600)) {
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        lock.l_whence = SEEK_SET;
-        lock.l_start = 128; // UNIX_SHM_DMS in SQLite's os_unix.c
-        lock.l_len = 1;
-        m_isHeld = m_descriptor >= 0 && fcntl(m_descriptor, F_SETLK, &lock) == 0;
-    }
-    ~UseLock() {
-        if (m_descriptor >= 0)
-            close(m_descriptor);
-    }
-    UseLock(const UseLock&) = delete;
-    UseLock& operator=(const UseLock&) = delete;
-    [[nodiscard]] bool isHeld() const { return m_isHeld; }
+// --- who else is there
 
-private:
-    int m_descriptor;
-    bool m_isHeld = false;
+using Identity = std::pair<quint64, quint64>;
+
+Identity identityOf(const QString& path) {
+    struct stat status = {};
+    return stat(QFile::encodeName(path).constData(), &status) == 0
+               ? Identity(status.st_dev, status.st_ino)
+               : Identity();
+}
+
+struct Uses {
+    std::mutex mutex;
+    std::multiset<Identity> files;
 };
 
+Uses& uses() {
+    static Uses all;
+    return all;
+}
+
+// Whoever has the file open by SQLite holds this lock for others to see.
+bool isUsedElsewhere(const QString& path) {
+    const int descriptor = ::open(QFile::encodeName(path + QStringLiteral("-shm")).constData(),
+                                  O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return errno != ENOENT;
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 128; // UNIX_SHM_DMS in SQLite's os_unix.c
+    lock.l_len = 1;
+    const bool isUsed = fcntl(descriptor, F_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
+    close(descriptor);
+    return isUsed;
+}
+
+constexpr int patience = 5000; // milliseconds
+
 } // namespace
+
+OpeningLock::OpeningLock(const QString& path)
+    : m_descriptor(::open(QFile::encodeName(QFileInfo(path).path()).constData(),
+                          O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    constexpr int pause = 10; // milliseconds
+    const QDeadlineTimer deadline(patience);
+    do
+        m_isTaken = m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 &&
+                    errno == EWOULDBLOCK;
+    while (m_isTaken && !deadline.hasExpired() && (QThread::msleep(pause), true));
+}
+
+OpeningLock::~OpeningLock() {
+    if (m_descriptor >= 0)
+        close(m_descriptor);
+}
+
+SqliteUse::SqliteUse(const QString& path) : m_file(identityOf(path)) {
+    const std::lock_guard<std::mutex> lock(uses().mutex);
+    uses().files.insert(m_file);
+}
+
+SqliteUse::~SqliteUse() {
+    const std::lock_guard<std::mutex> lock(uses().mutex);
+    uses().files.erase(uses().files.find(m_file));
+}
+
+bool SqliteUse::isInUse(const QString& path) {
+    const std::lock_guard<std::mutex> lock(uses().mutex);
+    return uses().files.count(identityOf(path)) > 0 || isUsedElsewhere(path);
+}
+
+QString realFile(const QString& path) {
+    const QString real = QFileInfo(path).canonicalFilePath();
+    return real.isEmpty() ? path : real;
+}
 
 CaError SqliteChain::setForeignWalAside(const QString& path) {
     const QString wal = path + QStringLiteral("-wal");
     const QFileInfo info(wal);
-    if (!info.isFile() || info.size() <= headerSize)
-        return CaError::nullError;
-    const UseLock lock(path);
-    if (!lock.isHeld())
+    if (!info.isFile() || info.size() <= headerSize || SqliteUse::isInUse(path))
         return CaError::nullError;
     const auto chain = chainOf(path);
-    if (!chain || !isForeign(*chain, linksIn(wal, chain->page)))
+    if (!chain || !isForeign(*chain, commitsIn(wal, chain->page)))
         return CaError::nullError;
     QString keptAs;
     const CaError error = keepAside(wal, keptAs, "foreign");
     if (error == CaError::nullError)
-        VLR_LOG(Warning) << "The changes in \"" << wal << "\" belong to another file than the \""
-                         << path << "\" that lies there now. They are kept as \"" << keptAs
-                         << "\" and not applied.";
+        VLR_LOG(UserWarning) << "The changes in \"" << wal.toStdString()
+                             << "\" belong to another file than the \"" << path.toStdString()
+                             << "\" that lies there now. They are kept as \""
+                             << keptAs.toStdString() << "\" and not applied.";
     return error;
 }
 

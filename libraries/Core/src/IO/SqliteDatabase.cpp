@@ -11,6 +11,7 @@ namespace vlr {
 
 const char* const SqliteDatabase::cancelledError = "SqliteDatabase::cancelled";
 const char* const SqliteDatabase::lockedError = "SqliteDatabase::locked";
+const char* const SqliteDatabase::damagedError = "SqliteDatabase::damaged";
 
 namespace {
 
@@ -86,9 +87,12 @@ CaError SqliteDatabase::open(const QString& path, Mode mode,
 
 CaError SqliteDatabase::failure() const {
     const int code = sqlite3_errcode(m_handle) & 0xff;
-    return code == SQLITE_BUSY || code == SQLITE_LOCKED
-               ? databaseError(m_name, sqlite3_errmsg(m_handle), lockedError)
-               : databaseError(m_name, sqlite3_errmsg(m_handle));
+    const char* const text = sqlite3_errmsg(m_handle);
+    if (code == SQLITE_BUSY || code == SQLITE_LOCKED)
+        return databaseError(m_name, text, lockedError);
+    if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB)
+        return databaseError(m_name, text, damagedError);
+    return databaseError(m_name, text);
 }
 
 CaError SqliteDatabase::run(const char* sql) {

@@ -68,6 +68,8 @@ public:
     static const char* const cancelledError;
     /// That of the error of every operation for which somebody else has the file locked.
     static const char* const lockedError;
+    /// That of the error of a file that cannot be understood.
+    static const char* const damagedError;
 
 private:
     [[nodiscard]] CaError failure() const;
