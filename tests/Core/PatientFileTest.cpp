@@ -155,3 +155,13 @@ TEST_F(PatientFileTest, AnUrlThatDoesNotNameARepositoryIsRefused) {
     EXPECT_EQ(errorOf(QStringLiteral("sqlite://") + inFolder("a%3Fb")), "");
     EXPECT_TRUE(QFile::exists(inFolder("a?b")));
 }
+
+TEST_F(PatientStoreTest, ANameThatNoListingTakesIsRefused) {
+    store(makePatient(QStringLiteral("1")));
+    const auto patient = makePatient(QStringLiteral("2"));
+    patient->setName(QString(6000, QChar(0x6f22))); // of three bytes each
+    EXPECT_THAT(errorOfStoring(patient), HasSubstr("a name of more than"));
+    std::vector<MetaInformation> patients;
+    ASSERT_EQ(DataIOManager::patientMetaInfoList(patients), CaError::nullError);
+    EXPECT_EQ(patients.size(), 1U);
+}
