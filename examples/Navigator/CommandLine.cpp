@@ -38,6 +38,15 @@ void describe(QCommandLineParser& parser) {
                       text("Checks that this installation works, prints a line for everything "
                            "that was checked, and exits with 1 after a fault. Your own data are "
                            "read and not changed.")});
+    parser.addOption({text("backup"),
+                      text("Backs the patients up to the new file <FILE> and exits, also while the "
+                           "program is in use."),
+                      text("FILE")});
+    parser.addOption({text("restore"),
+                      text("Puts the patients of the backup <FILE> in the place of the present "
+                           "ones, which are kept beside them, and exits. Refused while the "
+                           "program is in use."),
+                      text("FILE")});
     addHidden(parser, "self-check-parts");
     addHidden(parser, "tour-stage", "number");
     addHidden(parser, "print-first-frame");
@@ -45,6 +54,14 @@ void describe(QCommandLineParser& parser) {
     // These are for the user interface library, which looks for them by itself.
     for (const char* name : {"platform", "style", "stylesheet", "display", "geometry"})
         addHidden(parser, name, "value");
+}
+
+QString fileOf(const QCommandLineParser& parser, const char* option, QString& error) {
+    if (!parser.isSet(text(option)))
+        return {};
+    if (parser.value(text(option)).isEmpty())
+        error = text("--%1 needs a file.").arg(text(option));
+    return parser.value(text(option));
 }
 
 } // namespace
@@ -61,6 +78,10 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     result.help = parser.isSet(text("help"));
     result.version = parser.isSet(text("version"));
     result.tourFolder = parser.value(text("tour"));
+    result.backup = fileOf(parser, "backup", result.error);
+    result.restore = fileOf(parser, "restore", result.error);
+    if (!result.backup.isNull() && !result.restore.isNull())
+        result.error = text("--backup and --restore exclude each other.");
     result.selfCheck = parser.isSet(text("self-check"));
     result.selfCheckParts = parser.isSet(text("self-check-parts"));
     result.exitAfterFirstFrame = parser.isSet(text("exit-after-first-frame"));

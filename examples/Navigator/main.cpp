@@ -2,6 +2,7 @@
 #include "AppBase/Icons.h"
 #include "AppBase/KnownSettings.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "BackupCommand.h"
 #include "CommandLine.h"
 #include "Common/AfterFirstPaint.h"
 #include "Common/Selector.h"
@@ -123,6 +124,10 @@ int main(int argc, char** argv) {
         std::cout << commandLineHelp().toStdString() << std::flush;
         return EXIT_SUCCESS;
     }
+    if (!commandLine.backup.isNull())
+        return runBackup(argc, argv, commandLine.backup);
+    if (!commandLine.restore.isNull())
+        return runRestore(argc, argv, commandLine.restore);
     if (commandLine.selfCheck)
         return runSelfCheck(argc, argv);
     if (!commandLine.tourFolder.isEmpty() && commandLine.tourStage == 0)

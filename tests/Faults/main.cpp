@@ -68,6 +68,7 @@ constexpr Act acts[] = {
     {"flood", &actFlood},
     {"race", &actRace},
     {"trust", &actTrust},
+    {"leave", &actLeave, true},
 };
 
 int act(const QStringList& arguments, int& argc, char** argv) {

@@ -12,6 +12,7 @@
 #include "Data/DataItem.h"
 #include "Data/ProcessData.h"
 #include "Gui/GuiTest.h"
+#include "IO/RecoveryFile.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
@@ -320,7 +321,7 @@ TEST_F(AppBaseTest, UnixSignalsEndTheLoopInGoodOrder) {
 
 TEST_F(AppBaseTest, NoBoxOpensOnTheWayOut) {
     expectLog(vlr::LogLevel::UserError, "late");
-    expectLog(vlr::LogLevel::UserError, "could not be stored and are lost");
+    expectLog(vlr::LogLevel::UserError, "could not be stored. They are kept in ");
     expectLog(vlr::LogLevel::Error, "Could not store the current patient");
     expectLog(vlr::LogLevel::Warning, "Not shown any more: Save?");
     std::signal(SIGTERM, SIG_DFL);
@@ -343,6 +344,80 @@ TEST_F(AppBaseTest, NoBoxOpensOnTheWayOut) {
     endApp();
     EXPECT_EQ(answer, QMessageBox::NoButton);
     EXPECT_EQ(logCount(vlr::LogLevel::UserError, ""), 3);
+    EXPECT_EQ(vlr::waitingRecoveries().size(), 1);
+}
+
+// Clicks on the buttons of the boxes, one after the other. Enter is no answer to any of them.
+void answerBoxes(const std::vector<const char*>& buttons) {
+    if (buttons.empty())
+        return;
+    answerNextMessageBox([buttons](QMessageBox& box) {
+        QTest::keyClick(&box, Qt::Key_Return);
+        auto* const button = box.findChild<QPushButton*>(QString::fromLatin1(buttons.front()));
+        ASSERT_TRUE(box.isVisible() && button) << box.text().toStdString();
+        answerBoxes({buttons.begin() + 1, buttons.end()});
+        button->click();
+    });
+}
+
+TEST_F(AppBaseTest, WhatCouldNotBeStoredIsOfferedAtTheNextStart) {
+    const auto patient = makePatient("1");
+    ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    QString file;
+    const auto stored = [&] {
+        DataPointer<Patient> now;
+        EXPECT_EQ(DataIOManager::loadPatient(patient->storageUri(), now), CaError::nullError);
+        return now;
+    };
+    const auto leaveChange = [&](const char* name) {
+        patient->setName(QString::fromLatin1(name));
+        ASSERT_EQ(vlr::writeRecovery(patient, file), CaError::nullError);
+    };
+    const struct {
+        std::function<void()> before;
+        std::vector<const char*> answers;
+        const char* stored;
+        int waiting;
+    } starts[] = {
+        {[&] { leaveChange("mine"); }, {"later"}, "", 1},
+        {[&] {
+             const auto theirs = stored();
+             theirs->setName("theirs"_s);
+             EXPECT_EQ(DataIOManager::storePatient(theirs), CaError::nullError);
+         },
+         {"takeOver", "later"},
+         "theirs",
+         1},
+        {[] {}, {"takeOver", "takeOver"}, "mine", 0},
+        {[&] { leaveChange("declined"); }, {"aside"}, "mine", 0},
+        {[&] {
+             leaveChange("stored in the last moment");
+             EXPECT_EQ(DataIOManager::storePatientOverOthers(patient), CaError::nullError);
+         },
+         {},
+         "stored in the last moment",
+         0},
+    };
+    for (const auto& start : starts) {
+        SCOPED_TRACE(start.stored);
+        start.before();
+        app();
+        answerBoxes(start.answers);
+        runUntil();
+        endApp();
+        EXPECT_EQ(stored()->name().toStdString(), start.stored);
+        EXPECT_EQ(vlr::waitingRecoveries().size(), start.waiting);
+    }
+    const QDir folder = QFileInfo(file).dir();
+    EXPECT_EQ(folder.entryList({"*.declined-*"_s}).size(), 1) << "nothing is lost";
+    expectLog(vlr::LogLevel::UserWarning, "is damaged");
+    file = folder.filePath("patients.sqlite.recovery-20200101-000000-01234567"_s);
+    writeFile(file, "vlr");
+    QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
+    app();
+    answerNextMessageBox([](QMessageBox& box) { box.accept(); });
+    runUntil();
+    EXPECT_EQ(folder.entryList({"*.damaged-*"_s}).size(), 1);
 }
 
 // The names below are in the files of every installation.

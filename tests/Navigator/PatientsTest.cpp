@@ -10,8 +10,10 @@
 #include "Settings/vlrSettings.h"
 #include "Support/MessageBoxes.h"
 
+#include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMenu>
 
 #include <gmock/gmock.h>
 
@@ -149,6 +151,40 @@ TEST_F(PatientsTest, TheCurrentPatientIsEditedInPlaceAndTheBannerIsNeverStale) {
     EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);
     AppBase::setCurrentPatient({});
     EXPECT_EQ(shownName(*window()), "No patient chosen");
+}
+
+TEST_F(PatientsTest, TheBackupBringsBackWhatWasStored) {
+    storePatient("1");
+    showList("Patients: 1");
+    const auto choose = [&](int entry, const std::function<void()>& next) {
+        inNextDialog<QFileDialog>([&](QDialog& dialog) {
+            static_cast<QFileDialog&>(dialog).selectFile(testFolder() + text("/copy.vlr-backup"));
+            next();
+            dialog.accept();
+        });
+        find<QPushButton>("backup")->menu()->actions().at(entry)->trigger();
+    };
+    const auto readBox = [] { answerNextMessageBox([](QMessageBox& box) { box.accept(); }); };
+    expectLog(vlr::LogLevel::UserInfo, "backed up: 1 patient in ");
+    choose(0, readBox);
+    AppBase::setCurrentPatient(storePatient("2"));
+    for (const bool isWanted : {false, true}) {
+        if (isWanted)
+            expectLog(vlr::LogLevel::UserInfo, "restored: 1 patient, as of ");
+        choose(1, [&] {
+            answerNextMessageBox([&](QMessageBox& box) {
+                EXPECT_THAT(box.text().toStdString(), HasSubstr("no longer"));
+                QTest::keyClick(&box, Qt::Key_Return);
+                EXPECT_TRUE(box.isVisible()) << "there is no default";
+                if (!isWanted)
+                    return box.reject();
+                readBox();
+                box.findChild<QPushButton*>(text("replacePatients"))->click();
+            });
+        });
+        EXPECT_EQ(!AppBase::getCurrentPatient(), isWanted);
+    }
+    EXPECT_EQ(count(), "Patients: 1");
 }
 
 TEST_F(PatientsTest, WhatTheFormerPatientWouldLoseIsAskedAboutOnce) {

@@ -1,3 +1,4 @@
+#include "IO/DataIOManager.h"
 #include "Navigator/NavigatorTest.h"
 
 #include <QtCore/QDir>
@@ -159,6 +160,7 @@ TEST(NavigatorProcess, ImagesOnTheCommandLineAreShown) {
 }
 
 TEST(NavigatorProcess, CommandLineIsAnsweredWithoutADisplay) {
+    const QString copy = testFolder() + QStringLiteral("/copy");
     const struct {
         QStringList arguments;
         int code;
@@ -168,7 +170,16 @@ TEST(NavigatorProcess, CommandLineIsAnsweredWithoutADisplay) {
         {{QStringLiteral("--version")}, 0, "Navigator "},
         {{QStringLiteral("--turbo")}, 2, "turbo"},
         {{QStringLiteral("--tour")}, 2, "tour"},
+        {{QStringLiteral("--backup")}, 2, "backup"},
+        {{QStringLiteral("--backup"), copy, QStringLiteral("--restore"), copy}, 2, "exclude"},
+        {{QStringLiteral("--restore"), copy}, 1, "There is no file"},
+        {{QStringLiteral("--backup"), copy}, 0, "Backed up: 1 patient in"},
+        {{QStringLiteral("--backup"), copy}, 1, "exists already"},
+        {{QStringLiteral("--restore"), copy}, 0, "Restored: 1 patient, as of"},
     };
+    QCoreApplication::setApplicationName(QStringLiteral("Navigator"));
+    (void)storePatient("1");
+    DataIOManager::closeRepository();
     qputenv("QT_QPA_PLATFORM", "none such");
     for (const auto& each : cases) {
         const Outcome answer = run(each.arguments);

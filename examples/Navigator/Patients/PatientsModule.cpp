@@ -10,12 +10,14 @@
 #include "DataUtils/QtPatientConfigurationWidget.h"
 #include "DataUtils/QtStudyConfigurationWidget.h"
 #include "IO/DataIOManager.h"
+#include "Patients/PatientBackup.h"
 #include "Patients/PatientsOptionsWidget.h"
 #include "Patients/PatientsView.h"
 #include "Patients/StoredVersion.h"
 #include "Patients/StudyList.h"
 
 #include <QtWidgets/QLabel>
+#include <QtWidgets/QMenu>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QVBoxLayout>
 
@@ -106,6 +108,7 @@ void PatientsModule::createContext() {
     reload->setObjectName(QStringLiteral("reloadPatients"));
     m_editPatient->setEnabled(false);
     m_makeCurrent->setEnabled(false);
+    createBackup();
     createStudies();
 
     connect(create, &QPushButton::clicked, this, &PatientsModule::newPatient);
@@ -136,6 +139,45 @@ void PatientsModule::createStudies() {
     if (AppBase* application = AppBase::instance())
         connect(application, &AppBase::currentStudyChanged, this,
                 [this] { m_editStudy->setEnabled(static_cast<bool>(AppBase::getCurrentStudy())); });
+}
+
+void PatientsModule::createBackup() {
+    QPushButton* const button =
+        addButton("Patient", tr("&Backup"), tr("Make a copy of all patients, or go back to one"));
+    button->setObjectName(QStringLiteral("backup"));
+    auto* const menu = new QMenu(button);
+    const QAction* const backUp = menu->addAction(tr("&Back up the patients..."));
+    const QAction* const restore = menu->addAction(tr("&Restore a backup..."));
+    connect(backUp, &QAction::triggered, this, [this] { backUpPatients(m_view->window()); });
+    connect(restore, &QAction::triggered, this, &PatientsModule::restore);
+    button->setMenu(menu);
+}
+
+// What is worked on belongs to the patients that go, and goes before them.
+void PatientsModule::restore() {
+    const DataPointer<Patient> current = AppBase::getCurrentPatient();
+    QString losses;
+    if (current)
+        losses = tr("%1 is the current patient no longer.").arg(nameAndId(*current)) +
+                 QLatin1Char(' ') + (m_work ? m_work() : QString());
+    const QPointer<PatientsModule> self = this;
+    const QString backup = askForBackup(m_view->window(), losses.trimmed());
+    if (backup.isEmpty() || !self || !m_view || current != AppBase::getCurrentPatient())
+        return;
+    if (current && DataIOManager::hasUnstoredChanges(current)) {
+        const CaError error = DataIOManager::storePatient(current);
+        if (error != CaError::nullError)
+            return m_view->showMessage(notStored(error));
+    }
+    const bool isRestored = restorePatients(backup);
+    if (!self || !m_view)
+        return;
+    if (isRestored) {
+        AppBase::setCurrentPatient({});
+        AppBase::setCurrentStudy({});
+        AppBase::setCurrentDataItem({});
+    }
+    m_view->load();
 }
 
 void PatientsModule::activate() {

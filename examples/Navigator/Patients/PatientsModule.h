@@ -31,6 +31,8 @@ private:
     void createContext();
     void loadForTheFirstTime();
     void createStudies();
+    void createBackup();
+    void restore();
     void newPatient();
     void editPatient();
     void newStudy();

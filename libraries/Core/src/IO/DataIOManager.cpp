@@ -1,11 +1,8 @@
 #include "IO/DataIOManager.h"
 
-#include "Data/ChildItem.h"
-#include "Data/DataItem.h"
 #include "Data/DataTreeNode.h"
-#include "Data/ProcessData.h"
-#include "Data/Study.h"
 #include "IO/DurableFile.h"
+#include "IO/PatientDocument.h"
 #include "IO/PatientStore.h"
 #include "IO/TreeXml.h"
 #include "Log/vlrLog.h"
@@ -30,16 +27,6 @@ const char* const DataIOManager::changedElsewhereError = "DataIOManager::changed
 namespace {
 
 const vlr::TreeLimits configurationLimits;
-const vlr::TreeLimits patientLimits{qint64(64) << 20, 64, 1000000, 4096};
-
-void registerCoreData() {
-    createPatientFactory();
-    createStudyFactory();
-    createDataItemFactory();
-    createProcessDataFactory();
-    createChildItemFactory();
-}
-
 // --- configurations
 
 // Files that must not be overwritten, since what they hold may be good or could not be saved from
@@ -211,7 +198,7 @@ CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
     CaError error = patient.saveBinaryParts();
     DataTreeNode root;
     if (error == CaError::nullError)
-        error = makeDocument(patient, patientLimits, root, stored.document);
+        error = makeDocument(patient, vlr::patientLimits, root, stored.document);
     QSet<QString> keys;
     if (error == CaError::nullError)
         error = collectParts(root, keys, stored);
@@ -324,6 +311,25 @@ void DataIOManager::closeRepository() {
     openRepository() = {};
 }
 
+QString DataIOManager::repositoryName() {
+    return QUrl(repositoryUrl()).toString(QUrl::RemovePassword | QUrl::RemoveQuery);
+}
+
+CaError DataIOManager::repositoryFile(QString& path) {
+    const QUrl url(repositoryUrl());
+    if (url.scheme() == QLatin1String("sqlite") && url.path().startsWith(QLatin1Char('/'))) {
+        path = url.path();
+        return CaError::nullError;
+    }
+    if (url.scheme() == QLatin1String("sqlite"))
+        return CaError("DataIOManager::repositoryFile",
+                       "The patient repository \"" + repositoryName().toStdString() +
+                           "\" does not name a file by an absolute path.");
+    return CaError("DataIOManager::repositoryFile",
+                   "The patients are on a server, \"" + repositoryName().toStdString() +
+                       "\", which is backed up by its own means, such as pg_dump.");
+}
+
 CaError DataIOManager::patientList(std::vector<vlr::URI>& uris) {
     std::vector<MetaInformation> patients;
     const CaError error = patientMetaInfoList(patients);
@@ -359,15 +365,11 @@ CaError DataIOManager::loadPatient(const vlr::URI& uri, DataPointer<Patient>& pa
     vlr::PatientStore* store = currentRepository(Use::Reading, error);
     if (!store)
         return error;
-    registerCoreData();
     vlr::StoredPatient stored;
-    error = store->load(uri.patientUid(), patientLimits.bytes, stored);
-    DataTreeNode root;
+    error = store->load(uri.patientUid(), vlr::patientLimits.bytes, stored);
+    DataPointer<Patient> loaded;
     if (error == CaError::nullError)
-        error = vlr::readTree(stored.document, root, patientLimits);
-    const DataPointer<Patient> loaded(new Patient);
-    if (error == CaError::nullError)
-        error = loaded->load(root);
+        error = vlr::readPatient(stored.document, loaded);
     if (error != CaError::nullError)
         return error;
     loaded->setStorage(vlr::URI::patient(stored.uid), stored.revision, digestOf(*loaded));

@@ -86,4 +86,9 @@ public:
     static vlr::PatientStore* repositoryAsItIs(CaError& error);
     /// Closes the repository; the next use opens it again.
     static void closeRepository();
+    /// The URL of the repository without its password.
+    static QString repositoryName();
+    /// The file of the repository, for backUpRepository(). Patients on a server are in none, which
+    /// is an error that says how they are backed up.
+    static CaError repositoryFile(QString& path);
 };

@@ -11,13 +11,16 @@
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/QtScreenShotDialog.h"
+#include "AppBase/RecoveryOffer.h"
 #include "AppBase/SelectorConnections.h"
 #include "AppBase/SplashScreen.h"
 #include "AppBase/Translations.h"
+#include "AppBase/WayOut.h"
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
 #include "IO/DataIOManager.h"
+#include "IO/RecoveryFile.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -75,6 +78,7 @@ AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool for
       m_configurationId(QStringLiteral("AppBaseConfiguration")),
       m_configurationName(QStringLiteral("AppBase")) {
     createApplication(argc, argv);
+    prepareWayOut();
     if (m_useConfiguration)
         registerConfiguration();
     initSplashScreen(forceSplash);
@@ -95,6 +99,7 @@ AppBaseImpl::~AppBaseImpl() {
     destroy(m_splashScreen);
     destroy(m_mainWindow);
     m_messageBoxes = {};
+    m_wayOut.reset();
     delete m_application;
 }
 
@@ -110,6 +115,21 @@ void AppBaseImpl::createApplication(int& argc, char** argv) {
     connect(m_application, &QtApplication::unixSignal, this, &AppBaseImpl::unixSignalHandler);
     connect(m_application, &QtApplication::terminationRequested, this, &AppBaseImpl::terminate);
     QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+void AppBaseImpl::prepareWayOut() {
+    m_wayOut =
+        std::make_unique<vlr::WayOut>([this](bool hasDisplay) { storeConfigurations(hasDisplay); },
+                                      [this] { return currentPatient(); });
+    // Qt would close the windows one by one, which ask whether to exit.
+    QGuiApplication::setFallbackSessionManagementEnabled(false);
+    const auto secure = [this] { m_wayOut->secure(); };
+    connect(m_application, &QGuiApplication::commitDataRequest, this, secure);
+    connect(m_application, &QGuiApplication::saveStateRequest, this, secure);
+}
+
+bool AppBaseImpl::isLeaving() const {
+    return m_isLeaving || (m_wayOut && m_wayOut->isSecuring());
 }
 
 // What the program has to say to its user pops up; the log file has it as well.
@@ -235,6 +255,9 @@ void AppBaseImpl::setShowMode() {
 }
 
 int AppBaseImpl::run() {
+    if (!m_exitRequested)
+        m_wayOut->giveUp(); // What ended a former run.
+    offerRecoveries();
     if (m_mainWindow) {
         m_mainWindow->activateWindow();
         m_mainWindow->raise();
@@ -252,15 +275,36 @@ int AppBaseImpl::run() {
     if (!m_exitRequested)
         (void)QApplication::exec();
     m_isLeaving = true;
+    // Somebody may have ended the loop without a word to this object, as a session's end does.
+    if (!m_exitRequested)
+        m_wayOut->leave();
     m_exitRequested = false;
+    if (m_mainWindow)
+        m_mainWindow->rememberPlace();
     if (m_useConfiguration)
         (void)storeConfiguration("run");
     return 0;
 }
 
-CaError AppBaseImpl::storeConfiguration(const char* caller) {
-    if (m_mainWindow)
+// Before the window shows the patients as they are stored.
+void AppBaseImpl::offerRecoveries() {
+    if (m_exitRequested || vlr::waitingRecoveries().isEmpty())
+        return;
+    if (m_splashScreen)
+        m_splashScreen->hide(); // It would cover the question.
+    vlr::offerRecoveries(m_mainWindow);
+}
+
+void AppBaseImpl::storeConfigurations(bool hasDisplay) {
+    if (hasDisplay && m_mainWindow)
         m_mainWindow->rememberPlace();
+    if (m_useConfiguration && m_config)
+        (void)storeConfiguration("storeConfigurations");
+    if (m_moduleList)
+        m_moduleList->storeConfigurations();
+}
+
+CaError AppBaseImpl::storeConfiguration(const char* caller) {
     const DataPointer<Configuration> container(new Configuration);
     container->setId(m_configurationId);
     (void)container->addChild(m_config, true);
@@ -274,7 +318,9 @@ CaError AppBaseImpl::storeConfiguration(const char* caller) {
 // Whoever ends the process this way does not read message boxes, and may not wait.
 void AppBaseImpl::terminate() {
     m_isLeaving = true;
-    exitApplication();
+    m_exitRequested = true;
+    m_wayOut->leave();
+    QCoreApplication::quit();
 }
 
 void AppBaseImpl::exitApplication() {
@@ -380,6 +426,8 @@ void AppBaseImpl::showConfigDialog() {
     if (!self || !isAccepted || !m_useConfiguration)
         return;
     // What was chosen does not wait for a good end of this run.
+    if (m_mainWindow)
+        m_mainWindow->rememberPlace();
     const CaError error = storeConfiguration("showConfigDialog");
     if (error != CaError::nullError)
         VLR_LOG(UserError) << "The configuration is in force, but could not be stored.\nReason: "

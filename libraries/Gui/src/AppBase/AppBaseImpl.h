@@ -22,6 +22,10 @@ class QtModuleList;
 class QtModuleSelector;
 class SplashScreen;
 
+namespace vlr {
+class WayOut;
+}
+
 /// Does the work of AppBase: it owns the QApplication, the configuration, the main window, the
 /// module list and the splash screen.
 class VLR_GUI_EXPORT AppBaseImpl : public QObject, public CaSubject, public ApplicationServices {
@@ -53,8 +57,9 @@ public:
     void setCurrentDataItem(const DataPointer<Data>& item);
     void setBusyCursor() override;
     void resetCursor() override;
-    /// From the moment the event loop is asked to end until run() is called again.
-    bool isLeaving() const override { return m_isLeaving; }
+    /// From the moment the event loop is asked to end until run() is called again, and while what
+    /// is unstored is secured for another reason.
+    bool isLeaving() const override;
 
     static CaError getPatientList(std::vector<Patient*>& patients);
 
@@ -73,7 +78,10 @@ private:
     void loadConfiguration();
     void createMainWindow();
     CaError storeConfiguration(const char* caller);
+    void prepareWayOut();
+    void storeConfigurations(bool hasDisplay);
     void terminate();
+    void offerRecoveries();
     void initSplashScreen(bool force);
     void showSplashScreenMessage(const QString& text);
     void setShowMode();
@@ -93,6 +101,7 @@ private:
     const QString m_configurationId;
     const QString m_configurationName;
     QtApplication* m_application = nullptr;
+    std::unique_ptr<vlr::WayOut> m_wayOut;
     std::array<std::unique_ptr<QtMessageBoxLogger>, 3> m_messageBoxes;
     QString m_appliedShowMode; ///< As it was set; null before the first time.
     bool m_exitRequested = false;

@@ -1,5 +1,6 @@
 #include "AppBase/QtApplication.h"
 
+#include "AppBase/Watchdog.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QSocketNotifier>
@@ -26,6 +27,7 @@ extern "C" void handleUnixSignal(int signal) {
     const auto number = static_cast<unsigned char>(signal);
     // Nothing can be done here about a full pipe: a signal is waiting in it already.
     [[maybe_unused]] const ssize_t written = write(writeEnd, &number, 1);
+    vlr::Watchdog::noteSignal();
     errno = savedError;
 }
 

@@ -73,6 +73,12 @@ QtModuleList::~QtModuleList() {
     }
 }
 
+void QtModuleList::storeConfigurations() const {
+    for (int i = 0; i < count(); ++i)
+        if (const auto* const module = proxy(i))
+            module->storeConfiguration();
+}
+
 bool QtModuleList::isIndex(int index) const {
     return index >= 0 && index < count() && proxy(index);
 }

@@ -23,7 +23,7 @@ class QtAppModuleProxy;
 ///     list.activate(QStringLiteral("Navigation"));
 ///
 /// Indices never change. Names need not be unique; the first match counts. The configurations of
-/// the modules are stored when the list is destroyed, and only then.
+/// the modules are stored when the list is destroyed, or when storeConfigurations() is called.
 ///
 /// A request from within a change, from a module's activate() or deactivate() or from whoever is
 /// told, waits until what is going on is complete, so that everything announced is true for all
@@ -55,6 +55,9 @@ public:
     /// registered and, where it applies, disabled for every module, then activated. Changes
     /// nothing. In the middle of a change it waits until that is complete.
     void generateEvents();
+
+    /// As the modules have them now; nobody is deactivated. For an end that may come at once.
+    void storeConfigurations() const;
 
 public slots:
     /// An index out of range deactivates all modules. The current index does nothing, even when

@@ -7,6 +7,7 @@
 #include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QPushButton>
 
 #include <array>
 #include <cstdarg>
@@ -108,6 +109,14 @@ void QtMsgBox::setMessage(QMessageBox& box, const QString& text) {
     box.setText(shown);
     if (shown != text)
         box.setDetailedText(text);
+}
+
+void QtMsgBox::takeDefaultAway(QMessageBox& box) {
+    for (QAbstractButton* button : box.buttons())
+        if (auto* const push = qobject_cast<QPushButton*>(button)) {
+            push->setAutoDefault(false);
+            push->setDefault(false);
+        }
 }
 
 int QtMsgBox::postAndWait(QWidget* parent, MsgType kind, const char* caption, const char* format,

@@ -32,4 +32,8 @@ public:
     /// the box shows the beginning, and of a very long word both ends, so that it is never larger
     /// than the screen; the whole text is then in its details.
     static void setMessage(QMessageBox& box, const QString& text);
+
+    /// Takes the answer by Enter away from a question that has to be answered on purpose. To be
+    /// called when its buttons are there; give them roles other than QMessageBox::AcceptRole.
+    static void takeDefaultAway(QMessageBox& box);
 };

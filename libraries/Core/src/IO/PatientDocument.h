@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Data/Patient.h"
+#include "IO/TreeXml.h"
+
+namespace vlr {
+
+/// What the document of a patient may hold.
+extern const TreeLimits patientLimits;
+
+/// Gives a new Patient. It has no place in the repository yet.
+CaError readPatient(const QByteArray& document, DataPointer<Patient>& patient);
+/// Writes the patient without its binary parts; what could not be read again is refused.
+CaError writePatient(const Patient& patient, QByteArray& document);
+
+} // namespace vlr
