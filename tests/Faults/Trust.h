@@ -14,3 +14,4 @@ struct TrustCase {
 // The cases by what they attack, one file each; TrustFault.cpp runs them all.
 
 std::vector<TrustCase> trustStore();
+std::vector<TrustCase> trustWire();
