@@ -274,8 +274,10 @@ public:
             throw std::runtime_error("There is no port for the rogue.");
         m_port = ntohs(address.sin_port);
         m_thread = std::thread([this] {
-            for (int peer = 0; (peer = accept(m_listener, nullptr, nullptr)) >= 0; close(peer))
+            for (int peer = 0; (peer = accept(m_listener, nullptr, nullptr)) >= 0; close(peer)) {
+                m_peer = peer;
                 serve(peer);
+            }
         });
     }
     ~Rogue() { end(); }
@@ -292,6 +294,7 @@ public:
     QByteArray end() {
         if (m_thread.joinable()) {
             shutdown(m_listener, SHUT_RDWR);
+            shutdown(m_peer, SHUT_WR); // It may wait for a client that has gone.
             m_thread.join();
             close(m_listener);
         }
@@ -364,6 +367,7 @@ private:
     const char* m_flood;
     int m_listener = -1;
     int m_port = 0;
+    std::atomic<int> m_peer{-1};
     QByteArray m_received; // The thread's, while it runs.
     std::thread m_thread;
 };
