@@ -156,7 +156,7 @@ TEST_F(PatientFileTest, AnUrlThatDoesNotNameARepositoryIsRefused) {
     EXPECT_TRUE(QFile::exists(inFolder("a?b")));
 }
 
-TEST_F(PatientStoreTest, ANameThatNoListingTakesIsRefused) {
+TEST_F(PatientFileTest, ANameThatNoListingTakesIsRefused) {
     store(makePatient(QStringLiteral("1")));
     const auto patient = makePatient(QStringLiteral("2"));
     patient->setName(QString(6000, QChar(0x6f22))); // of three bytes each

@@ -15,3 +15,4 @@ struct TrustCase {
 
 std::vector<TrustCase> trustExit();
 std::vector<TrustCase> trustStore();
+std::vector<TrustCase> trustWire();

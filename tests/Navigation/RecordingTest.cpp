@@ -231,3 +231,30 @@ TEST(BackgroundWriter, NobodyWaitsForTheDiskAndWhatWaitsIsBounded) {
     EXPECT_EQ(written.left(13), "first second ");
     EXPECT_EQ(written.size(), vlr::BackgroundWriter::mostWaiting + 6);
 }
+
+TEST(BackgroundWriter, SynchronisesWhileItRunsAndAtItsEndUntilThatFails) {
+    for (const bool isRunning : {true, false}) {
+        std::promise<void> synchronised[2]; // What was there before, and what was written.
+        int syncs = 0;
+        int written = 0;
+        {
+            vlr::BackgroundWriter writer(
+                [&](const QByteArray& bytes) {
+                    written += bytes.size();
+                    return true;
+                },
+                [&] {
+                    synchronised[syncs].set_value();
+                    return ++syncs < 2;
+                },
+                isRunning ? std::chrono::milliseconds(1) : std::chrono::hours(1));
+            for (std::promise<void>& each : synchronised)
+                if (isRunning) {
+                    each.get_future().wait();
+                    EXPECT_TRUE(writer.write("bytes"));
+                }
+        }
+        EXPECT_EQ(syncs, isRunning ? 2 : 1);
+        EXPECT_EQ(written, isRunning ? 5 : 0);
+    }
+}

@@ -170,26 +170,38 @@ TEST_F(SurgicalToolBoxTest, ToolsComeAndGo) {
     EXPECT_EQ(unplugged, 2);
 }
 
-TEST_F(SurgicalToolBoxTest, EachKindOfProblemIsLoggedOncePerConnection) {
+TEST_F(SurgicalToolBoxTest, EachKindOfProblemIsLoggedOnceAMinuteWithItsCount) {
     for (const char* text : {"damaged", "wrong checksum", "the cable is out"})
         expectLog(vlr::LogLevel::Warning, text);
-    for (const int logged : {3, 6}) {
-        for (int i = 0; i < 4; ++i) {
+    const auto attack = [&](int times) {
+        for (int i = 0; i < times; ++i) {
             const std::string number = std::to_string(i); // The texts vary.
             source->setConnected(true, "message " + number + " is damaged", "damage");
             box.refresh();
-            source->setConnected(true, number + " has a wrong checksum", "checksum");
+            box.refresh(); // It lasts.
+            source->setConnected(false, number + " has a wrong checksum", "checksum");
             box.refresh();
             source->setConnected(true); // A good one came between.
             box.refresh();
         }
-        source->setConnected(false, "the cable is out"); // A text is a kind of its own.
-        for (int i = 0; i < 3; ++i)
-            box.refresh();
-        EXPECT_EQ(logCount(vlr::LogLevel::Warning, ""), logged);
-        source->setConnected(true);
-        box.refresh();
-    }
+    };
+    const auto logged = [](const char* text) { return logCount(vlr::LogLevel::Warning, text); };
+    attack(4);
+    source->setConnected(false, "the cable is out"); // A text is a kind of its own.
+    box.refresh();
+    EXPECT_EQ(logged(""), 3);
+    time.advance(std::chrono::seconds(59));
+    attack(1);
+    EXPECT_EQ(logged(""), 3);
+    time.advance(std::chrono::seconds(1));
+    box.refresh(); // Nobody has to come again.
+    EXPECT_EQ(logged(""), 5);
+    EXPECT_EQ(logged("4 more times"), 2);
+    time.advance(std::chrono::minutes(1));
+    box.refresh();
+    EXPECT_EQ(logged(""), 5);
+    attack(1);
+    EXPECT_EQ(logged(""), 7);
 }
 
 // However many ask, and whatever they ask.
@@ -225,6 +237,11 @@ TEST(TrackingAddress, NamesTheSourceOrWhatIsWrong) {
         {"simulation:?noise=-1", "noise"},
         {"igtl://", "host"},
         {"recording:/a?pace=slow", "pace"},
+        {"igtl://127.0.0.1?interface=eth1", nullptr},
+        {"igtl://127.0.0.1?interface=", "interface"},
+        {"igtl://127.0.0.1?tls=on", "\"tls\" is not known"},
+        {"simulation:?pace=fast", "\"pace\" is not known"},
+        {"recording:/a?pace=own&pace=fast", "twice"},
         {"http://host", "none of"},
     };
     for (const auto& [address, problem] : cases) {

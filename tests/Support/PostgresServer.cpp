@@ -2,12 +2,14 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
 #include <QtCore/QThread>
-
-#include <gtest/gtest.h>
+#include <QtSql/QSqlQuery>
 
 #include <arpa/inet.h>
 #include <csignal>
+#include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -61,25 +63,96 @@ QStringList PostgresServer::asServerUser(const QString& program,
     if (isRoot())
         line << QStringLiteral("--reuid=%1").arg(nobody) << QStringLiteral("--regid=%1").arg(nobody)
              << QStringLiteral("--clear-groups");
-    return line << m_programs + program << arguments;
+    return line << program << arguments;
 }
 
 int PostgresServer::run(const QString& program, const QStringList& arguments) const {
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QStringLiteral("setpriv"), asServerUser(program, arguments));
     process.waitForFinished(120000);
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
+void PostgresServer::makeFolder() {
+    if (isRoot() && chown(qPrintable(m_folder.path()), nobody, nobody) != 0)
+        throw std::runtime_error("The folder of the PostgreSQL server cannot be given away.");
+}
+
+QString PostgresServer::rootCertificate() const {
+    return m_folder.filePath(QStringLiteral("server.crt"));
+}
+
+// Signed by itself.
+void PostgresServer::certify(const QString& host) {
+    makeFolder();
+    const bool isAddress = host.contains(QRegularExpression(QStringLiteral("^[0-9.]+$")));
+    const QStringList arguments{
+        QStringLiteral("req"),
+        QStringLiteral("-x509"),
+        QStringLiteral("-newkey"),
+        QStringLiteral("ec"),
+        QStringLiteral("-pkeyopt"),
+        QStringLiteral("ec_paramgen_curve:prime256v1"),
+        QStringLiteral("-nodes"),
+        QStringLiteral("-days"),
+        QStringLiteral("2"),
+        QStringLiteral("-subj"),
+        QStringLiteral("/CN=") + host,
+        QStringLiteral("-addext"),
+        QStringLiteral("subjectAltName=%1:%2")
+            .arg(isAddress ? QStringLiteral("IP") : QStringLiteral("DNS"), host),
+        QStringLiteral("-keyout"),
+        m_folder.filePath(QStringLiteral("server.key")),
+        QStringLiteral("-out"),
+        rootCertificate()};
+    if (run(QStandardPaths::findExecutable(QStringLiteral("openssl")), arguments) != 0)
+        throw std::runtime_error("No certificate for the PostgreSQL server; is openssl there?");
+    m_hasTls = true;
+}
+
+void PostgresServer::addUser(const QString& name, const QString& password) {
+    {
+        QSqlDatabase database = connection(name);
+        QFile access(m_folder.filePath(QStringLiteral("data/pg_hba.conf")));
+        if (!database.open() ||
+            !QSqlQuery(database).exec(
+                QStringLiteral("CREATE USER %1 SUPERUSER PASSWORD '%2'").arg(name, password)) ||
+            !access.open(QIODevice::ReadWrite))
+            throw std::runtime_error("No user for the PostgreSQL server.");
+        const QByteArray others = access.readAll();
+        access.seek(0);
+        access.write("host all " + name.toUtf8() + " 127.0.0.1/32 password\n" + others);
+    }
+    QSqlDatabase::removeDatabase(name);
+}
+
+QStringList PostgresServer::options() const {
+    QStringList all{QStringLiteral("-F"),
+                    QStringLiteral("-D"),
+                    m_folder.filePath(QStringLiteral("data")),
+                    QStringLiteral("-h"),
+                    QStringLiteral("127.0.0.1"),
+                    QStringLiteral("-k"),
+                    QString(),
+                    QStringLiteral("-p"),
+                    QString::number(m_port)};
+    if (m_hasTls)
+        all << QStringLiteral("-c") << QStringLiteral("ssl=on") << QStringLiteral("-c")
+            << QStringLiteral("ssl_cert_file=") + rootCertificate() << QStringLiteral("-c")
+            << QStringLiteral("ssl_key_file=") + m_folder.filePath(QStringLiteral("server.key"));
+    return all;
+}
+
 void PostgresServer::start() {
-    const QString data = m_folder.filePath(QStringLiteral("data"));
     if (!m_hasStarted) {
-        ASSERT_TRUE(!isRoot() || chown(qPrintable(m_folder.path()), nobody, nobody) == 0);
-        ASSERT_EQ(run(QStringLiteral("initdb"),
-                      {QStringLiteral("--no-sync"), QStringLiteral("--username=vlr"),
-                       QStringLiteral("--encoding=UTF8"), QStringLiteral("--locale=C"), data}),
-                  0);
+        makeFolder();
+        if (run(m_programs + QStringLiteral("initdb"),
+                {QStringLiteral("--no-sync"), QStringLiteral("--username=vlr"),
+                 QStringLiteral("--encoding=UTF8"), QStringLiteral("--locale=C"),
+                 m_folder.filePath(QStringLiteral("data"))}) != 0)
+            throw std::runtime_error("The PostgreSQL server cannot be set up.");
     }
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(m_folder.filePath(QStringLiteral("log")));
@@ -90,14 +163,11 @@ void PostgresServer::start() {
             if (!m_hasStarted)
                 m_port = freePort();
             m_process.start(QStringLiteral("setpriv"),
-                            asServerUser(QStringLiteral("postgres"),
-                                         {QStringLiteral("-F"), QStringLiteral("-D"), data,
-                                          QStringLiteral("-h"), QStringLiteral("127.0.0.1"),
-                                          QStringLiteral("-k"), QString(), QStringLiteral("-p"),
-                                          QString::number(m_port)}));
+                            asServerUser(m_programs + QStringLiteral("postgres"), options()));
         }
     m_hasStarted = isReady();
-    ASSERT_TRUE(m_hasStarted) << "The PostgreSQL server does not answer.";
+    if (!m_hasStarted)
+        throw std::runtime_error("The PostgreSQL server does not answer.");
 }
 
 // What answers at the port may be another test's server, which was faster.
@@ -118,8 +188,8 @@ void PostgresServer::kill() {
     m_process.waitForFinished();
 }
 
-QString PostgresServer::url() const {
-    return QStringLiteral("postgresql://vlr@127.0.0.1:%1/postgres").arg(m_port);
+QString PostgresServer::url(const QString& user, const QString& host) const {
+    return QStringLiteral("postgresql://%1@%2:%3/postgres").arg(user, host).arg(m_port);
 }
 
 QSqlDatabase PostgresServer::connection(const QString& name) const {

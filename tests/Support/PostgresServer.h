@@ -25,17 +25,28 @@ public:
     static constexpr const char* isMissing = "PostgreSQL or its driver for Qt is not installed.";
 
     bool isInstalled() const;
-    /// Returns when it answers; a test failure where it does not within two minutes.
+    /// Before start(): it gets a new certificate for this host, an address or a name, and speaks
+    /// TLS. Needs openssl.
+    void certify(const QString& host);
+    /// What the certificate has to be checked with.
+    QString rootCertificate() const;
+    /// A user with a password, which has to be given from now on, the next start at the latest.
+    void addUser(const QString& name, const QString& password);
+    /// Returns when it answers; throws where it does not within two minutes.
     void start();
     /// At once, as when it crashes: its clients lose their connections.
     void kill();
-    /// "postgresql://vlr@127.0.0.1:<port>/postgres"
-    QString url() const;
+    /// "postgresql://vlr@127.0.0.1:<port>/postgres". The host "0.0.0.0" leads to it as well, and is
+    /// none that belongs to this machine.
+    QString url(const QString& user = QStringLiteral("vlr"),
+                const QString& host = QStringLiteral("127.0.0.1")) const;
     /// A connection of that name beside the library's, not yet open.
     QSqlDatabase connection(const QString& name) const;
 
 private:
     int run(const QString& program, const QStringList& arguments) const;
+    void makeFolder();
+    QStringList options() const;
     bool isReady() const;
     QStringList asServerUser(const QString& program, const QStringList& arguments) const;
 
@@ -44,6 +55,7 @@ private:
     QProcess m_process;
     int m_port = 0;
     bool m_hasStarted = false;
+    bool m_hasTls = false;
 };
 
 } // namespace vlrTest

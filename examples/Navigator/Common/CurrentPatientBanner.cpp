@@ -3,13 +3,15 @@
 #include "AppBase/AppBase.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/PatientText.h"
+#include "IO/DataIOManager.h"
 
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QVBoxLayout>
 
 CurrentPatientBanner::CurrentPatientBanner(QWidget* parent)
     : QFrame(parent), m_name(new QtElidedLabel(Qt::ElideRight, this)),
       m_id(new QtElidedLabel(Qt::ElideMiddle, this)),
-      m_details(new QtElidedLabel(Qt::ElideRight, this)) {
+      m_details(new QtElidedLabel(Qt::ElideRight, this)), m_unprotected(new QLabel(this)) {
     setFrameShape(QFrame::StyledPanel);
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
@@ -24,11 +26,29 @@ CurrentPatientBanner::CurrentPatientBanner(QWidget* parent)
     column->setSpacing(2);
     for (QtElidedLabel* label : {m_name, m_id, m_details})
         column->addWidget(label);
+    m_unprotected->setObjectName(QStringLiteral("patientsUnprotected"));
+    m_unprotected->setTextFormat(Qt::PlainText);
+    m_unprotected->setWordWrap(true);
+    m_unprotected->setStyleSheet(
+        QStringLiteral("background: #b00020; color: white; padding: 3px; font-weight: bold"));
+    column->addWidget(m_unprotected);
+    showProtection();
+    startTimer(2000); // Nobody tells of a setting that another program changes.
 
     if (AppBase* application = AppBase::instance())
         m_patientChanges = CaConnection(*application, AppBase::CURRENT_PATIENT_CHANGED,
                                         [this](auto&&...) { followPatient(); });
     followPatient();
+}
+
+void CurrentPatientBanner::timerEvent(QTimerEvent*) {
+    showProtection();
+}
+
+void CurrentPatientBanner::showProtection() {
+    const QString why = QString::fromStdString(DataIOManager::whyUnprotected());
+    m_unprotected->setText(why);
+    m_unprotected->setVisible(!why.isEmpty());
 }
 
 void CurrentPatientBanner::followPatient() {

@@ -307,6 +307,13 @@ vlr::PatientStore* DataIOManager::repositoryAsItIs(CaError& error) {
     return currentRepository(Use::Reading, error);
 }
 
+std::string DataIOManager::whyUnprotected() {
+    const Repository& repository = openRepository();
+    const QString url = repositoryUrl();
+    return repository.store && repository.url == url ? repository.store->whyUnprotected()
+                                                     : vlr::PatientStore::whyUnprotected(url);
+}
+
 void DataIOManager::closeRepository() {
     openRepository() = {};
 }

@@ -1,8 +1,7 @@
 #include "IO/PatientStore.h"
 
+#include "IO/ServerAddress.h"
 #include "IO/SqlPatientStore.h"
-
-#include <QtCore/QUrl>
 
 namespace vlr {
 
@@ -11,13 +10,22 @@ const char* const PatientStore::unknownPatientError = "PatientStore::unknownPati
 PatientStore::~PatientStore() = default;
 
 std::unique_ptr<PatientStore> PatientStore::open(const QString& text, CaError& error) {
-    const QUrl url(text);
-    if (url.scheme() == QLatin1String("sqlite") || url.scheme() == QLatin1String("postgresql"))
-        return SqlPatientStore::open(url, error);
+    // A URL that cannot be understood has a scheme all the same.
+    const QString scheme = text.section(QLatin1Char(':'), 0, 0);
+    if (scheme == QLatin1String("sqlite") || scheme == QLatin1String("postgresql"))
+        return SqlPatientStore::open(text, error);
     error = CaError("PatientStore::unknownScheme",
-                    "The patient repository \"" + url.toString(QUrl::RemovePassword).toStdString() +
+                    "The patient repository \"" + ServerAddress::shown(text).toStdString() +
                         "\" is neither \"sqlite:\" nor \"postgresql:\".");
     return nullptr;
+}
+
+std::string PatientStore::whyUnprotected(const QString& url) {
+    ServerAddress address;
+    return url.startsWith(QLatin1String("postgresql:")) &&
+                   ServerAddress::read(url, address) == CaError::nullError
+               ? address.whyUnprotected()
+               : std::string();
 }
 
 } // namespace vlr

@@ -36,6 +36,9 @@ public:
     /// exist. Null, with the reason in `error`, where that is impossible.
     static std::unique_ptr<PatientStore> open(const QString& url, CaError& error);
 
+    /// What whyUnprotected() of the repository at the URL would say, without opening it.
+    static std::string whyUnprotected(const QString& url);
+
     /// The id of the error that metaInformation() gives for a patient that is not there.
     static const char* const unknownPatientError;
 
@@ -46,6 +49,9 @@ public:
 
     /// Why the repository could be opened for reading only; empty where it can be written to.
     virtual std::string whyReadOnly() const = 0;
+    /// Why others on the network may read or change what is stored and loaded, since the URL asks
+    /// for less than a server that proves who it is; empty where all is well.
+    virtual std::string whyUnprotected() const = 0;
     /// Whether what was opened is no longer what the URL names, or no longer answers.
     virtual bool isTakenAway() const = 0;
 

@@ -64,8 +64,8 @@ QString text(const QString& value) {
 
 } // namespace
 
-SqlPatientStore::SqlPatientStore(const QUrl& url)
-    : m_url(url), m_connection(QUuid::createUuid().toString()) {}
+SqlPatientStore::SqlPatientStore(const QString& url)
+    : m_text(url), m_url(url), m_connection(QUuid::createUuid().toString()) {}
 
 SqlPatientStore::~SqlPatientStore() {
     // SQLite leaves the changes beside a file that was moved, where they would be lost as soon as
@@ -80,9 +80,11 @@ SqlPatientStore::~SqlPatientStore() {
 }
 
 CaError SqlPatientStore::failure(const QString& reason) const {
-    return CaError("PatientStore::failed", "Patient repository \"" +
-                                               m_url.toString(QUrl::RemovePassword).toStdString() +
-                                               "\": " + reason.simplified().toStdString());
+    // Of a connection that was ended here the driver knows no more than that it has ended.
+    const QString cause = m_guard ? m_guard->reason() : QString();
+    return CaError("PatientStore::failed",
+                   "Patient repository \"" + ServerAddress::shown(m_text).toStdString() +
+                       "\": " + (cause.isEmpty() ? reason : cause).simplified().toStdString());
 }
 
 SqlPatientStore::ValueLimit::ValueLimit(const SqlPatientStore& store, qint64 bytes)
@@ -123,6 +125,7 @@ CaError SqlPatientStore::query(const QString& sql, const QVariantList& values, Q
 // The drivers throw where a value finds no memory, which must not get past the store.
 CaError SqlPatientStore::run(const QString& sql, const QVariantList& values, int* changedRows) {
     try {
+        const ServerGuard::Watch watch(m_guard.get(), ServerGuard::few);
         QSqlQuery statement(m_database);
         const CaError error = query(sql, values, statement);
         if (changedRows)
@@ -134,8 +137,11 @@ CaError SqlPatientStore::run(const QString& sql, const QVariantList& values, int
 }
 
 CaError SqlPatientStore::rows(const QString& sql, const QVariantList& values,
-                              const std::function<void(const QSqlQuery&)>& takeRow) {
+                              const std::function<void(const QSqlQuery&)>& takeRow,
+                              qint64 largestRow) {
     try {
+        // What is not text comes as text, at most four characters a byte.
+        const ServerGuard::Watch watch(m_guard.get(), mostBytes + 4 * largestRow);
         QSqlQuery row(m_database);
         const CaError error = query(sql, values, row);
         if (error != CaError::nullError)
@@ -143,13 +149,16 @@ CaError SqlPatientStore::rows(const QString& sql, const QVariantList& values,
         int count = 0;
         qint64 bytes = 0;
         while (row.next()) {
-            bytes += sizeOf(row);
-            // A single one has a limit of its own.
+            const qint64 size = sizeOf(row);
+            bytes += size;
+            if (size > largestRow)
+                return giveUp(QStringLiteral("a row has more than %1 bytes").arg(largestRow));
+            // A single one has that limit of its own.
             if (++count > mostRows || (count > 1 && bytes > mostBytes))
-                return failure(QStringLiteral("the answer is too long: it has more than %1 rows or "
-                                              "%2 bytes")
-                                   .arg(mostRows)
-                                   .arg(mostBytes));
+                return giveUp(QStringLiteral("the answer is too long: it has more than %1 rows or "
+                                             "%2 bytes")
+                                  .arg(mostRows)
+                                  .arg(mostBytes));
             takeRow(row);
         }
         // There may be more that could not be read.
@@ -159,13 +168,21 @@ CaError SqlPatientStore::rows(const QString& sql, const QVariantList& values,
     }
 }
 
-CaError SqlPatientStore::firstRow(const QString& sql, const QVariantList& values,
-                                  QVariantList& row) {
+// The driver would read the rest of the answer to its end.
+CaError SqlPatientStore::giveUp(const QString& reason) {
+    if (m_guard)
+        m_guard->cut(reason);
+    return failure(reason);
+}
+
+CaError SqlPatientStore::firstRow(const QString& sql, const QVariantList& values, QVariantList& row,
+                                  qint64 largestRow) {
     row.clear();
-    return rows(sql, values, [&](const QSqlQuery& answer) {
+    const auto take = [&](const QSqlQuery& answer) {
         for (int i = 0; row.size() <= i && i < answer.record().count(); ++i)
             row << answer.value(i);
-    });
+    };
+    return rows(sql, values, take, largestRow);
 }
 
 CaError SqlPatientStore::inTransaction(const std::function<CaError()>& work, const bool& isIdle) {
@@ -232,8 +249,8 @@ CaError SqlPatientStore::readContent(const QString& what, const QString& columns
     if (error == CaError::nullError && !row.isEmpty() && row[0].toLongLong() > limit)
         return failure(QStringLiteral("the %1 has more than %2 bytes").arg(what).arg(limit));
     if (error == CaError::nullError)
-        error =
-            firstRow(QStringLiteral("SELECT length(content), content") + columns + from, key, row);
+        error = firstRow(QStringLiteral("SELECT length(content), content") + columns + from, key,
+                         row, limit + usualRow);
     if (error == CaError::nullError && row.isEmpty())
         return failure(QStringLiteral("the %1 is not there").arg(what));
     // The driver of PostgreSQL gives none, and no error, where it finds no memory for them.

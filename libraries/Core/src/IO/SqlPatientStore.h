@@ -1,6 +1,8 @@
 #pragma once
 
 #include "IO/PatientStore.h"
+#include "IO/ServerAddress.h"
+#include "IO/ServerGuard.h"
 #include "IO/SqliteChain.h"
 
 #include <QtCore/QUrl>
@@ -18,13 +20,15 @@ namespace vlr {
 
 /// A repository in an SQL database: SQLite in a file, or PostgreSQL when several workstations
 /// share one. Both run the same statements; only opening and beginning differ. A lock of somebody
-/// else is waited for at most 5 seconds, and so is a server that is gone.
+/// else is waited for at most 5 seconds, and so is a server that is gone. A server that is not on
+/// this machine has to prove who it is (see ServerAddress), and what it sends is limited.
 class SqlPatientStore : public PatientStore {
 public:
-    static std::unique_ptr<PatientStore> open(const QUrl& url, CaError& error);
+    static std::unique_ptr<PatientStore> open(const QString& url, CaError& error);
     ~SqlPatientStore() override;
 
     std::string whyReadOnly() const override { return m_whyReadOnly; }
+    std::string whyUnprotected() const override { return m_address.whyUnprotected(); }
     bool isTakenAway() const override;
     CaError list(std::vector<MetaInformation>& patients) override;
     CaError patientIds(std::vector<QString>& ids) override;
@@ -38,9 +42,11 @@ public:
                       const QByteArray& bytes) override;
 
 private:
-    explicit SqlPatientStore(const QUrl& url);
+    explicit SqlPatientStore(const QString& url);
     CaError addDatabase(const QString& driver);
     CaError openServer();
+    CaError connectToServer();
+    CaError checkRelations();
     CaError openFile();
     CaError openFileForWriting();
     CaError openFileForReading(const CaError& reason);
@@ -63,9 +69,13 @@ private:
     CaError settleParts(const StoredPatient& patient);
     CaError query(const QString& sql, const QVariantList& values, QSqlQuery& query);
     /// The values of the answer's first row; none where it has no row.
-    CaError firstRow(const QString& sql, const QVariantList& values, QVariantList& row);
+    CaError firstRow(const QString& sql, const QVariantList& values, QVariantList& row,
+                     qint64 largestRow = usualRow);
+    /// A row of more than `largestRow` bytes is refused.
     CaError rows(const QString& sql, const QVariantList& values,
-                 const std::function<void(const QSqlQuery&)>& takeRow);
+                 const std::function<void(const QSqlQuery&)>& takeRow,
+                 qint64 largestRow = usualRow);
+    CaError giveUp(const QString& reason);
     /// Reads "length(content), content" and further columns of the one row that the key names.
     CaError readContent(const QString& what, const QString& columns, const QString& from,
                         const QVariantList& key, qint64 limit, QVariantList& row);
@@ -78,6 +88,7 @@ private:
     CaError failure(const QString& reason) const;
     CaError lackOfMemory() const;
 
+    static constexpr qint64 usualRow = 1 << 20;       // Bytes of one without a content.
     using FileIdentity = std::pair<quint64, quint64>; // Device and inode.
     static std::optional<FileIdentity> identity(const QString& path);
 
@@ -94,9 +105,12 @@ private:
         int m_former = 0;
     };
 
+    QString m_text; // The URL as it was given; texts get what ServerAddress::shown() makes of it.
     QUrl m_url;
     QString m_path; // Of the file behind the URL's path.
     std::optional<SqliteUse> m_use;
+    ServerAddress m_address;              // Of a server.
+    std::unique_ptr<ServerGuard> m_guard; // Of a connection to one.
     QString m_connection;
     QSqlDatabase m_database;
     sqlite3* m_handle = nullptr;        // The driver's, for a file.

@@ -24,9 +24,9 @@ constexpr qint64 longestEntry = 64 << 10;
 
 } // namespace
 
-std::unique_ptr<PatientStore> SqlPatientStore::open(const QUrl& url, CaError& error) {
+std::unique_ptr<PatientStore> SqlPatientStore::open(const QString& url, CaError& error) {
     std::unique_ptr<SqlPatientStore> store(new SqlPatientStore(url));
-    error = url.scheme() == QLatin1String("sqlite") ? store->openFile() : store->openServer();
+    error = url.startsWith(QLatin1String("sqlite:")) ? store->openFile() : store->openServer();
     if (error != CaError::nullError)
         return nullptr;
     return store;
@@ -39,29 +39,63 @@ CaError SqlPatientStore::addDatabase(const QString& driver) {
     return CaError::nullError;
 }
 
+// The driver gets what it quotes by itself, and the rest as options. It asks the server by itself
+// when it opens the connection, which is watched as well.
+CaError SqlPatientStore::connectToServer() {
+    m_database.setHostName(m_address.host);
+    m_database.setPort(m_address.port);
+    m_database.setUserName(m_address.user);
+    m_database.setPassword(m_address.password);
+    m_database.setDatabaseName(m_address.database);
+    m_database.setConnectOptions(m_address.connectOptions());
+    m_guard = std::make_unique<ServerGuard>(m_address.port);
+    const ServerGuard::Opening opening(*m_guard);
+    return m_database.open() ? CaError::nullError : failure(m_database.lastError().text());
+}
+
 CaError SqlPatientStore::openServer() {
-    CaError error = addDatabase(QStringLiteral("QPSQL"));
+    CaError error = ServerAddress::read(m_text, m_address);
     if (error != CaError::nullError)
-        return error;
-    m_database.setHostName(m_url.host());
-    m_database.setPort(m_url.port());
-    m_database.setUserName(m_url.userName());
-    m_database.setPassword(m_url.password());
-    m_database.setDatabaseName(m_url.path().mid(1));
-    // A server that is gone is given up after 5 seconds: 2 for noticing it, whether something was
-    // sent to it or is awaited from it, and 3 for reaching it anew.
-    m_database.setConnectOptions(
-        QStringLiteral("connect_timeout=3;tcp_user_timeout=2000;keepalives_idle=1;"
-                       "keepalives_interval=1;keepalives_count=1"));
-    if (!m_database.open())
-        return failure(m_database.lastError().text());
+        return failure(QString::fromStdString(error.text()));
+    error = addDatabase(QStringLiteral("QPSQL"));
+    if (error == CaError::nullError)
+        error = connectToServer();
     // A workstation that is switched off in the middle of a store keeps nobody else waiting.
     for (const char* setting :
          {"lock_timeout = 5000", "idle_in_transaction_session_timeout = 60000",
           "tcp_keepalives_idle = 5", "tcp_keepalives_interval = 5", "tcp_keepalives_count = 2"})
         if (error == CaError::nullError)
             error = run(QStringLiteral("SET ") + QLatin1String(setting));
+    if (error == CaError::nullError)
+        error = checkRelations();
     return error == CaError::nullError ? makeTables() : error;
+}
+
+// What has the names of the tables is to be tables, which do what they are told and nothing else.
+CaError SqlPatientStore::checkRelations() {
+    QString problem;
+    const CaError error =
+        rows(QStringLiteral(
+                 "SELECT relname, relkind::text, EXISTS (SELECT 1 FROM "
+                 "pg_catalog.pg_rewrite WHERE ev_class = c.oid), relrowsecurity, EXISTS (SELECT 1 "
+                 "FROM pg_catalog.pg_trigger WHERE tgrelid = c.oid AND NOT tgisinternal), EXISTS "
+                 "(SELECT 1 FROM pg_catalog.pg_inherits WHERE c.oid IN (inhparent, inhrelid)) "
+                 "FROM pg_catalog.pg_class c WHERE oid IN (to_regclass('repository'), "
+                 "to_regclass('patient'), to_regclass('document'), to_regclass('binary_part'))"),
+             {}, [&](const QSqlQuery& row) {
+                 const char* const wrong = row.value(1).toString() != QLatin1String("r")
+                                               ? "is no table"
+                                           : row.value(2).toBool() ? "has rules"
+                                           : row.value(3).toBool() ? "hides rows by policies"
+                                           : row.value(4).toBool() ? "has triggers"
+                                           : row.value(5).toBool() ? "consists of other tables"
+                                                                   : nullptr;
+                 if (wrong && problem.isEmpty())
+                     problem = QStringLiteral("it is no repository of patients of this program: "
+                                              "its \"%1\" %2")
+                                   .arg(row.value(0).toString(), QLatin1String(wrong));
+             });
+    return error == CaError::nullError && !problem.isEmpty() ? failure(problem) : error;
 }
 
 CaError SqlPatientStore::openFile() {
@@ -213,6 +247,7 @@ bool SqlPatientStore::isFileGone() const {
 
 // The driver does not notice by itself that its connection has ended.
 bool SqlPatientStore::isTakenAway() const {
+    const ServerGuard::Watch watch(m_guard.get(), ServerGuard::few);
     return isServer() ? !QSqlQuery(m_database).exec(QStringLiteral("SELECT 1")) : isFileGone();
 }
 
@@ -230,10 +265,15 @@ CaError SqlPatientStore::checkWritable() const {
 CaError SqlPatientStore::readVersion(int& version) {
     version = 0;
     // Asking first keeps the usual start free of a write.
-    if (!m_database.tables().contains(QLatin1String("repository")))
-        return CaError::nullError;
     QVariantList row;
-    const CaError error = firstRow(QStringLiteral("SELECT version FROM repository"), {}, row);
+    CaError error =
+        firstRow(isServer() ? QStringLiteral("SELECT 1 WHERE to_regclass('repository') IS NOT NULL")
+                            : QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = "
+                                             "'repository'"),
+                 {}, row);
+    if (error != CaError::nullError || row.isEmpty())
+        return error;
+    error = firstRow(QStringLiteral("SELECT version FROM repository"), {}, row);
     version = row.value(0).toInt();
     return error;
 }

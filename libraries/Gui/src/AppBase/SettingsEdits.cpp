@@ -134,7 +134,7 @@ QString SettingsEdits::statusOfMisfit(const KnownSetting& setting) const {
 QString SettingsEdits::describe(const QString& key, const QVariant& value) const {
     if (value.isValid()) {
         const QString text = settingText(type(key), value);
-        return text.isEmpty() ? Words::tr("(empty)") : text;
+        return text.isEmpty() ? Words::tr("(empty)") : withoutPassword(text);
     }
     const KnownSetting* setting = known(key);
     if (!setting)

@@ -201,7 +201,7 @@ QVariant SettingsModel::headerData(int section, Qt::Orientation orientation, int
 QString SettingsModel::displayText(const Node& node, int column) const {
     if (column == SettingColumn)
         return m_edits.isChanged(node.path) ? node.name + QStringLiteral(" *") : node.name;
-    QString text = node.isSetting ? m_edits.text(node.path) : QString();
+    QString text = node.isSetting ? withoutPassword(m_edits.text(node.path)) : QString();
     return text.replace(QLatin1Char('\n'), QChar(0x21b5)); // a row is one line high
 }
 
@@ -213,7 +213,7 @@ QString SettingsModel::accessibleText(const Node& node, int column) const {
             return tr("%1, will be deleted").arg(node.name);
         return m_edits.isChanged(node.path) ? tr("%1, changed").arg(node.name) : node.name;
     }
-    const QString text = m_edits.text(node.path);
+    const QString text = withoutPassword(m_edits.text(node.path));
     return m_edits.isDefault(node.path) ? tr("%1, default").arg(text) : text;
 }
 

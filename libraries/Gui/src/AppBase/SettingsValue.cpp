@@ -212,6 +212,13 @@ QString rawSettingText(const QVariant& stored) {
     }
 }
 
+QString withoutPassword(QString text) {
+    static const QRegularExpression inFront(QStringLiteral("^(\\w+:/*[^:@]*:).*@"));
+    static const QRegularExpression parameter(QStringLiteral("([?&]password=)[^&]*"));
+    return text.replace(inFront, QStringLiteral("\\1***@"))
+        .replace(parameter, QStringLiteral("\\1***"));
+}
+
 QString settingText(const SettingsType& type, const QVariant& stored) {
     const QString raw = rawSettingText(stored);
     if (type.kind == Kind::Text || type.kind == Kind::Other)

@@ -56,6 +56,10 @@ VLR_GUI_EXPORT QString settingText(const SettingsType& type, const QVariant& sto
 /// The value as it stands in the file, whatever its type.
 VLR_GUI_EXPORT QString rawSettingText(const QVariant& stored);
 
+/// The text as lists, tips and boxes show it: without what may be a password in a URL. Only who
+/// edits it sees all of it.
+VLR_GUI_EXPORT QString withoutPassword(QString text);
+
 /// What the type takes, in words: "a whole number from 1 to 64".
 VLR_GUI_EXPORT QString describe(const SettingsType& type);
 

@@ -50,7 +50,8 @@ CaError SurgicalToolBox::connectTo(std::unique_ptr<vlr::TrackingSource> source) 
 
 void SurgicalToolBox::disconnect() {
     m_source.reset();
-    m_loggedKinds.clear();
+    m_logged.clear();
+    m_presentKind.clear();
     refreshNow();
 }
 
@@ -138,19 +139,42 @@ void SurgicalToolBox::tellSource() {
         m_source->setTools(m_geometries);
 }
 
-// Polls are frequent, problems last, and their texts vary: each kind is logged once, and again
-// only after the connection was lost and all was well meanwhile.
+// Polls are frequent, problems last, and their texts vary with what a peer sends, who may also go
+// and come back as often as it likes: each kind gets a line a minute at the most.
 void SurgicalToolBox::logProblem(const vlr::TrackingSnapshot& snapshot) {
-    m_wasLost = m_wasLost || !snapshot.isConnected;
-    if (snapshot.problem.empty()) {
-        if (m_wasLost && snapshot.isConnected)
-            m_loggedKinds.clear();
-        m_wasLost = m_wasLost && !snapshot.isConnected;
+    const vlr::TrackingTime now = m_clock();
+    logRepeated(now);
+    std::string kind = snapshot.problemKind.empty() ? snapshot.problem : snapshot.problemKind;
+    const bool isNew = kind != m_presentKind;
+    m_presentKind = kind;
+    if (kind.empty() || !isNew)
         return;
-    }
-    const std::string& kind =
-        snapshot.problemKind.empty() ? snapshot.problem : snapshot.problemKind;
     constexpr std::size_t mostKinds = 64;
-    if (m_loggedKinds.size() < mostKinds && m_loggedKinds.insert(kind).second)
+    if (m_logged.size() >= mostKinds && m_logged.count(kind) == 0)
+        kind = "others";
+    const auto [logged, isFirst] = m_logged.insert({kind, {now, 0, {}}});
+    if (isFirst)
         VLR_LOG(Warning) << snapshot.problem;
+    else
+        ++logged->second.more;
+    logged->second.problem = snapshot.problem;
+}
+
+// What came again within the minute after a line is told when the minute is over.
+void SurgicalToolBox::logRepeated(vlr::TrackingTime now) {
+    for (auto kind = m_logged.begin(); kind != m_logged.end();) {
+        Logged& logged = kind->second;
+        if (now - logged.time < std::chrono::minutes(1)) {
+            ++kind;
+        } else if (logged.more == 0) {
+            kind = m_logged.erase(kind);
+        } else {
+            VLR_LOG(Warning) << logged.problem << " (So or alike " << logged.more
+                             << (logged.more == 1 ? " more time" : " more times")
+                             << " since this was last logged.)";
+            logged.time = now;
+            logged.more = 0;
+            ++kind;
+        }
+    }
 }

@@ -5,8 +5,9 @@
 
 #include <QtCore/QDeadlineTimer>
 
+#include <map>
 #include <memory>
-#include <set>
+#include <string>
 #include <vector>
 
 /// The tools of the application and the tracker that sees them.
@@ -67,6 +68,7 @@ private:
     CaError plug(const vlr::ToolGeometry& geometry, SurgicalTool*& tool);
     void tellSource();
     void logProblem(const vlr::TrackingSnapshot& snapshot);
+    void logRepeated(vlr::TrackingTime now);
 
     vlr::TrackingClock m_clock;
     std::unique_ptr<vlr::TrackingSource> m_source;
@@ -75,6 +77,12 @@ private:
     std::shared_ptr<const vlr::TrackingSnapshot> m_shown; // never null
     std::chrono::milliseconds m_interval{0};
     QDeadlineTimer m_nextRefresh;
-    std::set<std::string> m_loggedKinds; // of problems, since the connection last came back
-    bool m_wasLost = false;
+    // Of a kind of problem.
+    struct Logged {
+        vlr::TrackingTime time; // of its last line in the log
+        int more = 0;           // How often it came since,
+        std::string problem;    // and what it said then.
+    };
+    std::map<std::string, Logged> m_logged;
+    std::string m_presentKind; // Empty while all is well.
 };

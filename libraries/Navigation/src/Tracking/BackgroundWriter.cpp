@@ -4,8 +4,9 @@
 
 namespace vlr {
 
-BackgroundWriter::BackgroundWriter(Sink sink)
-    : m_sink(std::move(sink)), m_thread(&BackgroundWriter::run, this) {}
+BackgroundWriter::BackgroundWriter(Sink sink, Sync sync, std::chrono::milliseconds pace)
+    : m_sink(std::move(sink)), m_sync(std::move(sync)), m_pace(pace),
+      m_thread(&BackgroundWriter::run, this) {}
 
 BackgroundWriter::~BackgroundWriter() {
     {
@@ -28,16 +29,33 @@ bool BackgroundWriter::write(const QByteArray& bytes) {
 }
 
 void BackgroundWriter::run() {
+    using Clock = std::chrono::steady_clock;
     bool isGood = true;
+    bool isDirty = bool(m_sync); // With what was there before the first bytes.
+    Clock::time_point syncAt = Clock::now() + m_pace;
     std::unique_lock<std::mutex> lock(m_mutex);
+    const auto hasWork = [this] { return m_isFinishing || !m_waiting.isEmpty(); };
     for (;;) {
-        m_wake.wait(lock, [this] { return m_isFinishing || !m_waiting.isEmpty(); });
-        if (m_waiting.isEmpty())
-            return;
+        if (isDirty)
+            m_wake.wait_until(lock, syncAt, hasWork);
+        else
+            m_wake.wait(lock, hasWork);
         const QByteArray bytes = std::exchange(m_waiting, QByteArray());
+        const bool isLast = m_isFinishing && bytes.isEmpty();
         lock.unlock();
-        isGood = isGood && m_sink(bytes);
+        if (!bytes.isEmpty() && isGood) {
+            isGood = m_sink(bytes);
+            if (!isDirty)
+                syncAt = Clock::now() + m_pace;
+            isDirty = bool(m_sync);
+        }
+        if (isDirty && (isLast || Clock::now() >= syncAt)) {
+            isGood = m_sync() && isGood;
+            isDirty = false;
+        }
         lock.lock();
+        if (isLast)
+            return;
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <QtCore/QByteArray>
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -25,10 +26,15 @@ public:
     /// Bytes that may wait for the sink.
     static constexpr int mostWaiting = 4 << 20;
 
-    explicit BackgroundWriter(Sink sink);
+    /// Called in the writer's thread `pace` after something was handed on, and at the end. A false
+    /// answer ends all as one of the sink's does.
+    using Sync = std::function<bool()>;
+
+    explicit BackgroundWriter(Sink sink, Sync sync = {},
+                              std::chrono::milliseconds pace = std::chrono::seconds(5));
     BackgroundWriter(const BackgroundWriter&) = delete;
     BackgroundWriter& operator=(const BackgroundWriter&) = delete;
-    ~BackgroundWriter(); ///< Waits until the sink has got everything.
+    ~BackgroundWriter(); ///< Waits until the sink has got everything and all is synchronised.
 
     /// Never waits for the sink. False, and nothing is taken, where too much waits already.
     bool write(const QByteArray& bytes);
@@ -37,6 +43,8 @@ private:
     void run();
 
     Sink m_sink;
+    Sync m_sync;
+    std::chrono::milliseconds m_pace;
     std::mutex m_mutex;
     std::condition_variable m_wake;
     QByteArray m_waiting;

@@ -1,5 +1,8 @@
 #include "Tracking/IgtlConnection.h"
 
+#include <QtNetwork/QHostAddress>
+#include <QtNetwork/QNetworkInterface>
+
 #include <array>
 #include <utility>
 
@@ -10,6 +13,20 @@ namespace {
 constexpr qint64 chunk = 64 << 10;
 // How long a problem is told when nothing but good messages follows: long enough to be read.
 constexpr std::chrono::seconds problemLasts(3);
+
+// The address of this machine from which the host is to be spoken with: null where there is none.
+QHostAddress addressOf(const QString& interface, const QString& host) {
+    const QHostAddress own(interface);
+    if (!own.isNull())
+        return own;
+    const QHostAddress peer(host);
+    const auto protocol = peer.isNull() ? QAbstractSocket::IPv4Protocol : peer.protocol();
+    for (const QNetworkAddressEntry& entry :
+         QNetworkInterface::interfaceFromName(interface).addressEntries())
+        if (entry.ip().protocol() == protocol)
+            return entry.ip();
+    return {};
+}
 
 } // namespace
 
@@ -34,8 +51,25 @@ IgtlConnection::~IgtlConnection() {
 void IgtlConnection::open() {
     m_stream = std::make_unique<IgtlStream>(
         [this](TrackingMeasurement measurement) { received(std::move(measurement)); });
+    const auto& options = m_client.m_options;
+    if (!options.interface.isEmpty() && !bindTo(options.interface))
+        return;
     m_silence.start();
-    m_socket.connectToHost(m_client.m_options.host, m_client.m_options.port);
+    m_socket.connectToHost(options.host, options.port);
+}
+
+// An interface that is down may come up.
+bool IgtlConnection::bindTo(const QString& interface) {
+    const QHostAddress own = addressOf(interface, m_client.m_options.host);
+    bool isBound = !own.isNull();
+    if (isBound) {
+        const QSignalBlocker blocker(&m_socket);
+        isBound = m_socket.bind(own, 0, QAbstractSocket::ShareAddress);
+    }
+    if (!isBound)
+        close("interface", peer() + " cannot be reached: the interface \"" +
+                               interface.toStdString() + "\" is not there or not up.");
+    return isBound;
 }
 
 void IgtlConnection::opened() {

@@ -23,6 +23,7 @@ public:
     void open();
 
 private:
+    bool bindTo(const QString& interface);
     void opened();
     void read();
     void silent();

@@ -24,11 +24,16 @@ namespace vlr {
 /// sends something else altogether, announces a message of more than 64 KiB (64 MiB for those
 /// passed over) or says nothing for a while is left. After a lost connection comes another attempt,
 /// and another, after pauses that double up to the longest one.
+///
+/// The protocol neither encrypts nor says who is speaking: whoever reaches the network between the
+/// tracker and this machine can move what is shown. That network has to be a separate one; with
+/// `interface` nothing is connected over another.
 class VLR_NAVIGATION_EXPORT OpenIGTLinkClient : public TrackingSource {
 public:
     struct Options {
         QString host;
         quint16 port = 18944;
+        QString interface; ///< Its name, or an address of this machine; empty: the system chooses.
         std::chrono::milliseconds firstPause{100};
         std::chrono::milliseconds longestPause{5000};
         std::chrono::milliseconds silence{5000}; ///< Longest that a peer may say nothing.

@@ -34,6 +34,23 @@ QString simulationProblem(const QUrlQuery& query, SimulatedCamera::Options& opti
     return {};
 }
 
+// The first parameter that is none of the known ones, or is there twice.
+QString unknownParameter(const QUrlQuery& query, QStringList known) {
+    for (const auto& item : query.queryItems(QUrl::FullyDecoded))
+        if (!known.removeOne(item.first))
+            return QStringLiteral("the parameter \"%1\" is not known, or there twice")
+                .arg(item.first);
+    return {};
+}
+
+QString parameterProblem(const QString& scheme, const QUrlQuery& query) {
+    if (scheme == QLatin1String("simulation"))
+        return unknownParameter(query, {QStringLiteral("seed"), QStringLiteral("noise")});
+    if (scheme == QLatin1String("igtl"))
+        return unknownParameter(query, {QStringLiteral("interface")});
+    return unknownParameter(query, {QStringLiteral("pace")});
+}
+
 } // namespace
 
 CaError createTrackingSource(const QString& address, const TrackingClock& clock,
@@ -42,6 +59,9 @@ CaError createTrackingSource(const QString& address, const TrackingClock& clock,
     const QUrlQuery query(url);
     if (!url.isValid())
         return addressError(address, url.errorString());
+    const QString unknown = parameterProblem(url.scheme(), query);
+    if (!unknown.isEmpty())
+        return addressError(address, unknown);
     if (url.scheme() == QLatin1String("simulation")) {
         SimulatedCamera::Options options;
         const QString problem = simulationProblem(query, options);
@@ -54,6 +74,9 @@ CaError createTrackingSource(const QString& address, const TrackingClock& clock,
         options.port = static_cast<quint16>(url.port(options.port));
         if (options.host.isEmpty() || options.port == 0)
             return addressError(address, QStringLiteral("there is no host, or no port"));
+        options.interface = query.queryItemValue(QStringLiteral("interface"), QUrl::FullyDecoded);
+        if (query.hasQueryItem(QStringLiteral("interface")) && options.interface.isEmpty())
+            return addressError(address, QStringLiteral("the interface has no name"));
         source = std::make_unique<OpenIGTLinkClient>(options, clock);
     } else if (url.scheme() == QLatin1String("recording")) {
         const QString pace = query.queryItemValue(QStringLiteral("pace"));

@@ -21,7 +21,9 @@ class BackgroundWriter;
 /// what was written by then can be played. error() says so at once, from any thread. Measurements
 /// that no player would accept, such as those without the name of a tool, are left out.
 ///
-/// The disk is written in a thread of its own: listening never waits for it.
+/// The disk is written in a thread of its own: listening never waits for it. What a power failure
+/// takes are the last 5 seconds: so often the file is synchronised, and when it is closed. The file
+/// is for its user alone (mode 0600).
 class VLR_NAVIGATION_EXPORT TrackingRecorder : public TrackingListener {
 public:
     static constexpr qint64 defaultLimit = qint64(1) << 30; ///< Bytes.
@@ -35,22 +37,27 @@ public:
     void conditionChanged(const TrackingCondition& condition, TrackingTime time) override;
     /// Names the file and why the recording ended early; null as long as all is well.
     CaError error() const;
-    /// Waits until all is written. The answer is error().
+    /// Waits until all is written and on the disk. The answer is error().
     CaError close();
 
 private:
     template <class Entry>
     void add(const Entry& entry, TrackingTime time);
+    bool create();
     bool write(const QByteArray& lines);
+    bool synchronise();
+    void end(const CaError& error);
     CaError endedEarly(const QString& cause) const;
 
     mutable std::mutex m_mutex; // Never held while the disk is written.
-    QFile m_file;               // The writer's, from open() to close().
+    QString m_path;
+    QFile m_file; // The writer's, from open() to close().
     qint64 m_limit;
     qint64 m_size = 0; ///< Of the file once all is written.
     std::optional<TrackingTime> m_begin;
     std::chrono::microseconds m_last{0};
     CaError m_error;
+    bool m_hasName = false; // On the disk, as far as it gets there; the writer's.
     std::unique_ptr<BackgroundWriter> m_writer;
 };
 
