@@ -13,4 +13,5 @@ struct TrustCase {
 
 // The cases by what they attack, one file each; TrustFault.cpp runs them all.
 
+std::vector<TrustCase> trustFiles();
 std::vector<TrustCase> trustStore();

@@ -45,6 +45,7 @@ private:
     CaError openFileForWriting();
     CaError openFileForReading(const CaError& reason);
     CaError checkFile();
+    void limitFiles() const;
     sqlite3* fileHandle();
     CaError beginChain();
     CaError checkStored(const StoredPatient& patient);
