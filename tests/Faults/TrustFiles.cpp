@@ -210,7 +210,8 @@ std::string writtenWith(unsigned file, unsigned folder) {
     picture.fill(Qt::red);
     screenshot->setScreenShot(picture, QStringLiteral("a"));
     const DataPointer<Patient> patient(new Patient);
-    patient->setPatientId(QStringLiteral("1"));
+    static int number = 0;
+    patient->setPatientId(QString::number(++number));
     const CaError error = DataIOManager::storePatient(patient);
     if (error != CaError::nullError)
         return error.text();
@@ -366,11 +367,6 @@ std::string noPictureKeepsTheStartWaiting() {
     const QString setting = key + QStringLiteral("SplashScreen.ResourcePath");
     const QSize builtIn = SplashScreen().pixmap().size();
     mkfifo(encoded(home("pipe")).constData(), 0600);
-    QImage giant(12000, 12000, QImage::Format_Mono);
-    giant.fill(0);
-    giant.convertTo(QImage::Format_Mono);
-    giant.setColorCount(2);
-    giant.save(home("giant.bmp"));
     put(home("sparse.png"), "\x89PNG");
     QFile(home("sparse.png")).resize(qint64(3) << 30);
     QImage good(30, 20, QImage::Format_RGB32);
