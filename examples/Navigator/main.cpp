@@ -6,6 +6,7 @@
 #include "CommandLine.h"
 #include "Common/AfterFirstPaint.h"
 #include "Common/Selector.h"
+#include "IO/UserFolders.h"
 #include "Images/CompareModule.h"
 #include "Images/EnlargeModule.h"
 #include "Images/ImagesModule.h"
@@ -123,6 +124,11 @@ int main(int argc, char** argv) {
         const QCoreApplication application(argc, argv);
         std::cout << commandLineHelp().toStdString() << std::flush;
         return EXIT_SUCCESS;
+    }
+    const CaError error = vlr::checkUserFolders();
+    if (!error.isNull()) {
+        std::cerr << "Navigator: " << error.text() << std::endl;
+        return EXIT_FAILURE;
     }
     if (!commandLine.backup.isNull())
         return runBackup(argc, argv, commandLine.backup);

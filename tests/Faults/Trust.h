@@ -14,5 +14,6 @@ struct TrustCase {
 // The cases by what they attack, one file each; TrustFault.cpp runs them all.
 
 std::vector<TrustCase> trustExit();
+std::vector<TrustCase> trustFiles();
 std::vector<TrustCase> trustStore();
 std::vector<TrustCase> trustWire();

@@ -1,6 +1,7 @@
 #include "Images/PhantomFiles.h"
 
 #include "IO/DurableFile.h"
+#include "IO/PatientFile.h"
 #include "Images/SheppLoganPhantom.h"
 #include "Progress/CaProgressMonitor.h"
 
@@ -98,7 +99,7 @@ CaError providePhantom() {
     if (QFileInfo::exists(lastSlice))
         return CaError::nullError;
 
-    QDir().mkpath(QFileInfo(folder).path());
+    (void)vlr::makePatientFolder(QFileInfo(folder).path()); // which is that of the patients
     // An interrupted start must not leave half a phantom that the next one takes for a whole one.
     QTemporaryDir temporary(folder + QStringLiteral("-XXXXXX"));
     if (!temporary.isValid())

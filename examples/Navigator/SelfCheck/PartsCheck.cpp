@@ -22,7 +22,9 @@
 
 #include <QtCore/QDirIterator>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
 #include <QtCore/QTimer>
+#include <QtCore/QUuid>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMessageBox>
@@ -142,6 +144,21 @@ void checkIcons(CheckList& list) {
     }
 }
 
+// In the environment of this process, whose log nobody else writes to. A record is only in the file
+// when it can be read there.
+QString logProblem() {
+    const QByteArray mark = "Self-check " + QUuid::createUuid().toByteArray();
+    vlr::Log::setEnabled(vlr::LogLevel::Info, true);
+    VLR_LOG(Info) << mark.constData();
+    vlr::Log::setEnabled(vlr::LogLevel::Info, false);
+    vlr::Log::flush();
+    QFile file(QFile::decodeName(vlr::Log::filePath().c_str()));
+    if (!file.open(QIODevice::ReadOnly))
+        return QStringLiteral("It cannot be written.");
+    return file.readAll().contains(mark) ? QString()
+                                         : QStringLiteral("What is logged does not get there.");
+}
+
 // What the user would be told in a box is in the log as well, and becomes a fault from there.
 // Nobody is here to answer the box itself.
 void answerBoxes() {
@@ -165,5 +182,6 @@ int checkParts(AppBase& application, const QStringList& modules) {
     checkEditors(list);
     checkRecords(list);
     checkIcons(list);
+    list.check("log", QStringLiteral("a log file"), &logProblem);
     return list.faults();
 }

@@ -1,12 +1,13 @@
 #include "SelfCheck/SelfCheck.h"
 
 #include "Common/OwnEnvironment.h"
+#include "Log/vlrLog.h"
 #include "SelfCheck/CheckList.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
-#include <QtWidgets/QApplication>
 
 #include <iostream>
 
@@ -60,11 +61,18 @@ QString partsProblem() {
 } // namespace
 
 int runSelfCheck(int argc, char** argv) {
+    vlr::Log::setFileEnabled(false);
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
+    // Without windows, whose fonts would be looked up and remembered in the user's home.
+    const QCoreApplication application(argc, argv);
     // As the application object does.
     QCoreApplication::setApplicationName(
         QFileInfo(QCoreApplication::applicationFilePath()).baseName());
+    const QString problem = foreignFolderProblem();
+    if (!problem.isEmpty()) {
+        std::cerr << "Navigator: nothing was checked. " << problem.toStdString() << std::endl;
+        return EXIT_FAILURE;
+    }
     CheckList list;
     checkSite(list);
     list.check("parts", QStringLiteral("all of the above"), &partsProblem);

@@ -6,7 +6,9 @@
 #include "AppBase/Translations.h"
 #include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
+#include "IO/FileTrust.h"
 #include "IO/PatientStore.h"
+#include "IO/TemporaryFile.h"
 #include "IO/TreeXml.h"
 #include "SelfCheck/CheckList.h"
 #include "Settings/vlrSettings.h"
@@ -18,9 +20,13 @@
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTranslator>
 #include <QtCore/QUrl>
-#include <QtCore/QUuid>
 
-#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace {
 
@@ -30,36 +36,74 @@ QString text(const CaError& error) {
     return error == CaError::nullError ? QString() : QString::fromStdString(error.text());
 }
 
-QString folderProblem(const QString& folder) {
-    const QString probe =
-        folder + QStringLiteral("/.self-check-%1").arg(QCoreApplication::applicationPid());
-    const QByteArray written = "self-check";
-    CaError error = vlr::writeDurably(probe, written);
-    QByteArray read;
-    if (error == CaError::nullError)
-        error = vlr::readWhole(probe, written.size(), read);
-    QFile::remove(probe);
-    if (error != CaError::nullError)
-        return text(error);
-    if (read != written)
-        return QStringLiteral("What was written is not what was read.");
+// The folder, or where it is not there yet what is above it.
+QString existing(const QString& folder) {
+    QString path = QDir::cleanPath(folder);
+    while (!QFileInfo::exists(path) && path != QFileInfo(path).path())
+        path = QFileInfo(path).path();
+    return path;
+}
+
+QString spaceProblem(const QString& folder) {
     const qint64 free = QStorageInfo(folder).bytesAvailable();
     return free >= 0 && free < leastFreeBytes
                ? QStringLiteral("Only %1 MB are free.").arg(free >> 20)
                : QString();
 }
 
-// A record is only in the file when it can be read there.
+QString systemText(int error) {
+    return QString::fromStdString(std::generic_category().message(error));
+}
+
+// What is written has to come back from the disk. The number of the error or 0.
+int tryFile(int descriptor, bool& isSame) {
+    const std::string written = "self-check";
+    std::string read(written.size(), ' ');
+    const auto size = static_cast<ssize_t>(written.size());
+    const bool isDone = write(descriptor, written.data(), written.size()) == size &&
+                        fsync(descriptor) == 0 &&
+                        pread(descriptor, &read[0], read.size(), 0) == size;
+    isSame = read == written;
+    return isDone ? 0 : errno;
+}
+
+// In a folder of its own, whose name nobody knows before, lest another user waits there with a
+// link.
+QString folderProblem(const QString& folder) {
+    if (!QFileInfo::exists(folder))
+        return access(QFile::encodeName(existing(folder)).constData(), W_OK | X_OK) == 0
+                   ? spaceProblem(existing(folder))
+                   : QStringLiteral("It is not there and cannot be made: ") + systemText(errno);
+    const vlr::ScratchFolder scratch(folder);
+    QByteArray path;
+    const int descriptor =
+        scratch.error() == 0 ? vlr::openTemporaryFile(QFile::encodeName(scratch.path()), path) : -1;
+    if (descriptor < 0)
+        return QStringLiteral("It cannot be written: ") +
+               systemText(scratch.error() != 0 ? scratch.error() : errno);
+    bool isSame = false;
+    const int error = tryFile(descriptor, isSame);
+    unlink(path.constData());
+    close(descriptor);
+    if (error != 0)
+        return QStringLiteral("It cannot be written: ") + systemText(error);
+    return isSame ? spaceProblem(folder) : QStringLiteral("What was written is not what was read.");
+}
+
+// A log that is there is only opened; what is logged now goes elsewhere.
 QString logProblem() {
-    const QByteArray mark = "Self-check " + QUuid::createUuid().toByteArray();
-    VLR_LOG(Info) << mark.constData();
-    vlr::Log::flush();
-    QFile file(QFile::decodeName(vlr::Log::filePath().c_str()));
-    constexpr qint64 enough = 4096;
-    if (!file.open(QIODevice::ReadOnly) || !file.seek(std::max<qint64>(0, file.size() - enough)))
-        return QStringLiteral("It cannot be written.");
-    return file.readAll().contains(mark) ? QString()
-                                         : QStringLiteral("What is logged does not get there.");
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) +
+                         QStringLiteral("/log/") + QCoreApplication::applicationName() +
+                         QStringLiteral(".log");
+    const int descriptor = ::open(QFile::encodeName(path).constData(),
+                                  O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (descriptor < 0)
+        return errno == ENOENT ? QString()
+                               : QStringLiteral("It cannot be written: ") + systemText(errno);
+    struct stat status = {};
+    const bool isFile = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    close(descriptor);
+    return isFile ? QString() : QStringLiteral("It is not a regular file.");
 }
 
 void checkStorage(CheckList& list) {
@@ -68,8 +112,14 @@ void checkStorage(CheckList& list) {
                              QStandardPaths::AppLocalDataLocation, QStandardPaths::TempLocation})
         folders << QStandardPaths::writableLocation(place);
     folders.removeDuplicates();
-    for (const QString& folder : qAsConst(folders))
-        list.check("storage", folder, [&] { return folderProblem(folder); });
+    for (const QString& folder : qAsConst(folders)) {
+        const QString parent = existing(folder);
+        list.check("storage",
+                   parent == QDir::cleanPath(folder)
+                       ? folder
+                       : QStringLiteral("%1, which is not there yet, below %2").arg(folder, parent),
+                   [&] { return folderProblem(folder); });
+    }
     list.check("log", QStringLiteral("the log file"), &logProblem);
 }
 
@@ -96,7 +146,7 @@ QString documentProblem(const QString& path) {
     const vlr::TreeLimits limits;
     QByteArray document;
     DataTreeNode root;
-    CaError error = vlr::readWhole(path, limits.bytes, document);
+    CaError error = vlr::readTrusted(path, limits.bytes, document);
     if (error == CaError::nullError)
         error = vlr::readTree(document, root, limits);
     return text(error);
@@ -110,21 +160,34 @@ void checkConfigurations(CheckList& list) {
                    [&] { return documentProblem(file.filePath()); });
 }
 
-// To open one that is not there would make it.
-bool isRepositoryThere(const QHash<QString, QVariant>& settings) {
+// Of a repository on a server none.
+QString repositoryFile(const QHash<QString, QVariant>& settings) {
     const QUrl url(
         settings.value(QStringLiteral("Velora/Application/PatientRepository")).toString());
     if (!url.isEmpty() && url.scheme() != QLatin1String("sqlite"))
-        return true;
-    return QFile::exists(url.isEmpty()
-                             ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
-                                   QStringLiteral("/patients.sqlite")
-                             : url.path());
+        return {};
+    return url.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                               QStringLiteral("/patients.sqlite")
+                         : url.path();
 }
 
-void checkPatients(CheckList& list) {
+// Root would leave files beside it that its owner could not use. A group that shares one gets
+// along.
+QString foreignRepositoryProblem(const QString& file) {
+    const QFileInfo info(file);
+    const uint owner = info.ownerId() != 0 ? info.ownerId() : QFileInfo(info.path()).ownerId();
+    return file.isEmpty() || geteuid() != 0 || owner == 0
+               ? QString()
+               : QStringLiteral("\"%1\" belongs to %2, who has to run this check.")
+                     .arg(file, QString::fromStdString(vlr::userText(owner)));
+}
+
+void checkPatients(CheckList& list, const QString& file) {
     std::vector<MetaInformation> patients;
+    const QString foreign = foreignRepositoryProblem(file);
     list.check("patients", QStringLiteral("the repository"), [&] {
+        if (!foreign.isEmpty())
+            return foreign;
         CaError error;
         const vlr::PatientStore* const store = DataIOManager::repository(error);
         if (!store)
@@ -133,6 +196,8 @@ void checkPatients(CheckList& list) {
             return QString::fromStdString(store->whyReadOnly());
         return text(DataIOManager::patientMetaInfoList(patients));
     });
+    if (!foreign.isEmpty())
+        return;
     list.check("patients", QStringLiteral("%1 stored").arg(patients.size()), [&] {
         QStringList problems;
         for (const MetaInformation& information : patients) {
@@ -163,13 +228,32 @@ void checkTranslations(CheckList& list) {
 
 } // namespace
 
+QString foreignFolderProblem() {
+    QStringList folders{QDir::homePath()};
+    for (const auto place : {QStandardPaths::AppConfigLocation, QStandardPaths::AppDataLocation,
+                             QStandardPaths::AppLocalDataLocation})
+        folders << QStandardPaths::writableLocation(place);
+    for (const QString& folder : qAsConst(folders)) {
+        const QFileInfo info(existing(folder));
+        // Above a folder that is not there may well be one of the system.
+        const bool isSystems = info.ownerId() == 0 && info.filePath() != QDir::cleanPath(folder);
+        if (info.ownerId() != geteuid() && !isSystems)
+            return QStringLiteral("The folder \"%1\" belongs to %2, and this program runs as %3.")
+                .arg(info.filePath(), QString::fromStdString(vlr::userText(info.ownerId())),
+                     QString::fromStdString(vlr::userText(geteuid())));
+    }
+    return {};
+}
+
 void checkSite(CheckList& list) {
     checkStorage(list);
     QHash<QString, QVariant> settings;
     const bool areSettingsReadable = checkSettings(list, settings);
     checkConfigurations(list);
-    if (areSettingsReadable && isRepositoryThere(settings))
-        checkPatients(list);
+    // To open one that is not there would make it.
+    const QString repository = repositoryFile(settings);
+    if (areSettingsReadable && (repository.isEmpty() || QFile::exists(repository)))
+        checkPatients(list, repository);
     else
         list.check("patients", QStringLiteral("no repository yet"), [&] {
             return areSettingsReadable

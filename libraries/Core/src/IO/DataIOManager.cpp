@@ -42,7 +42,7 @@ CaError unusable(const QString& path, const CaError& cause) {
 
 CaError keepDamagedFile(const QString& path, const CaError& cause) {
     QString keptAs;
-    const CaError error = vlr::keepAside(path, keptAs);
+    const CaError error = vlr::keepUnusableAside(path, keptAs);
     if (error == CaError::nullError) {
         VLR_LOG(Warning) << "The configuration " << path << " cannot be used (" << cause
                          << "). It is kept as " << keptAs << '.';
@@ -72,7 +72,7 @@ QHash<QString, QByteArray>& readableDocuments() {
 // Makes sure that nothing is lost when the file is written, unless it holds the document already.
 CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWritten) {
     QByteArray stored;
-    CaError error = vlr::readWhole(path, configurationLimits.bytes, stored);
+    CaError error = vlr::readTrusted(path, configurationLimits.bytes, stored);
     isWritten = error == CaError::nullError && stored == document;
     if (isWritten || error.id() == vlr::fileNotFoundError)
         return CaError::nullError;
@@ -249,7 +249,7 @@ CaError DataIOManager::loadConfiguration(const QString& name,
         return CaError("DataIOManager::loadConfiguration", "No name or no configuration given.");
     const QString path = configurationPath(name);
     QByteArray document;
-    CaError error = vlr::readWhole(path, configurationLimits.bytes, document);
+    CaError error = vlr::readTrusted(path, configurationLimits.bytes, document);
     if (error.id() == vlr::fileNotFoundError)
         return error;
     if (error.id() == vlr::passingReadError)

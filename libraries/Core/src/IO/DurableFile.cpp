@@ -1,5 +1,6 @@
 #include "IO/DurableFile.h"
 
+#include "IO/FileTrust.h"
 #include "IO/PrivateFile.h"
 #include "IO/TemporaryFile.h"
 #include "Log/vlrLog.h"
@@ -23,6 +24,7 @@ namespace vlr {
 
 const char* const fileNotFoundError = "File::notFound";
 const char* const passingReadError = "File::passingReadError";
+const char* const untrustedError = "File::untrusted";
 
 namespace {
 
@@ -65,13 +67,17 @@ QByteArray followed(const QByteArray& path) {
 }
 
 // Where the bytes of the path are or would be: links are followed, also to a target that does
-// not exist yet, which QFileInfo::canonicalFilePath() does not do.
-QString linkTarget(const QString& path) {
+// not exist yet, which QFileInfo::canonicalFilePath() does not do. `problem` says why one must not
+// be: somebody else's would lead a program that may write more to what he may not.
+QString linkTarget(const QString& path, std::string& problem) {
+    problem.clear();
     QByteArray target = QFile::encodeName(QFileInfo(path).absoluteFilePath());
     for (int links = 0; links < 40; ++links) {
         const QByteArray next = followed(target);
         if (next.isEmpty())
             break;
+        if (problem.empty())
+            problem = whyNotFollowed(target, next);
         target = next;
     }
     return QFile::decodeName(target);
@@ -79,11 +85,12 @@ QString linkTarget(const QString& path) {
 
 // Makes the missing folders above the file. `changed` gets every folder that has a new entry when
 // the file is added.
-CaError makeFolder(const QFileInfo& file, const QString& path, QStringList& changed) {
+CaError makeFolder(const QFileInfo& file, const QString& path, const FileRights& rights,
+                   QStringList& changed) {
     changed = QStringList(file.path());
     while (!QFileInfo::exists(changed.last()))
         changed << QFileInfo(changed.last()).path();
-    if (const int error = makePrivateFolder(file.path()))
+    if (const int error = makePrivateFolder(file.path(), rights))
         return fileError(writeFailed, "write", path,
                          "the folder cannot be created: " + std::generic_category().message(error),
                          error);
@@ -113,19 +120,16 @@ int writeAll(int descriptor, const QByteArray& bytes) {
 
 // Everything has to be on the disk before the temporary file takes the name of the good one, and
 // the rights are set before there is anything to read. The number of the error or 0.
-int fill(int descriptor, const QByteArray& bytes, mode_t mode) {
-    struct stat status = {};
-    int error = fstat(descriptor, &status) == 0 ? 0 : errno;
-    // Some file systems give every file the same rights and refuse to set them.
-    if (error == 0 && (status.st_mode & 0777U) != mode && fchmod(descriptor, mode) != 0)
-        error = errno;
+int fill(int descriptor, const QByteArray& bytes, unsigned mode, const FileRights& rights) {
+    int error = giveRights(descriptor, mode, rights);
     if (error == 0)
         error = writeAll(descriptor, bytes);
     return error == 0 ? synchronise(descriptor) : error;
 }
 
-// Replaces the file, by way of a temporary one beside it. The number of the error or 0.
-int replace(const QByteArray& target, const QByteArray& bytes) {
+// Replaces the file, by way of a temporary one beside it. Without rights it keeps those that it
+// has. The number of the error or 0.
+int replace(const QByteArray& target, const QByteArray& bytes, const FileRights* rights) {
     struct stat status = {};
     const bool exists = stat(target.constData(), &status) == 0;
     if (exists && faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) != 0)
@@ -134,7 +138,9 @@ int replace(const QByteArray& target, const QByteArray& bytes) {
     const int descriptor = openTemporaryFile(folderOf(target), temporary);
     if (descriptor < 0)
         return errno;
-    int error = fill(descriptor, bytes, exists ? status.st_mode & 0777U : 0600U);
+    const FileRights given = rights ? *rights : FileRights();
+    int error =
+        fill(descriptor, bytes, exists && !rights ? status.st_mode & 0777U : given.file, given);
     if (error == 0 && std::rename(temporary.constData(), target.constData()) != 0)
         error = errno;
     if (error != 0)
@@ -176,6 +182,64 @@ CaError readAll(int descriptor, qint64 limit, const QString& path, QByteArray& b
     return CaError::nullError;
 }
 
+CaError writeFile(const QString& path, const QByteArray& bytes, const FileRights* rights) {
+    if (!isUsable(path))
+        return fileError(writeFailed, "write", path, "it is not a file name");
+    std::string problem;
+    const QString target = linkTarget(path, problem);
+    const QFileInfo info(target);
+    if (info.isSymLink())
+        return systemError(writeFailed, "write", path, ELOOP);
+    if (!problem.empty())
+        return fileError(writeFailed, "write", path, problem);
+    if (info.exists() && !info.isFile())
+        return fileError(writeFailed, "write", path, "it is not a regular file");
+
+    QStringList changed;
+    const CaError error = makeFolder(info, path, rights ? *rights : FileRights(), changed);
+    if (!error.isNull())
+        return error;
+    if (const int number = replace(QFile::encodeName(target), bytes, rights))
+        return systemError(writeFailed, "write", path, number);
+    for (const QString& folder : qAsConst(changed))
+        synchroniseFolder(folder);
+    return CaError::nullError;
+}
+
+// Of what is open, since another file may have taken the name.
+CaError checkTrust(int descriptor, const QString& path) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0)
+        return readError(path, errno);
+    const std::string problem = whyNotBelieved(QFile::encodeName(path), status);
+    return problem.empty() ? CaError::nullError : fileError(untrustedError, "read", path, problem);
+}
+
+CaError readFile(const QString& path, qint64 limit, bool mustBeTrusted, QByteArray& bytes) {
+    if (!isUsable(path))
+        return fileError(readFailed, "read", path, "it is not a file name");
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    if (stat(name.constData(), &status) != 0)
+        return readError(path, errno);
+    if (!S_ISREG(status.st_mode))
+        return fileError(readFailed, "read", path, "it is not a regular file");
+    limit = std::min<qint64>(limit, std::numeric_limits<int>::max() / 2);
+    if (status.st_size > limit)
+        return fileError(readFailed, "read", path,
+                         "it has " + std::to_string(status.st_size) + " bytes, more than " +
+                             std::to_string(limit));
+    // Not to wait should a pipe have taken the name just now.
+    const int descriptor = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (descriptor < 0)
+        return readError(path, errno);
+    CaError error = mustBeTrusted ? checkTrust(descriptor, path) : CaError();
+    if (error.isNull())
+        error = readAll(descriptor, limit, path, bytes);
+    close(descriptor);
+    return error;
+}
+
 // Renames unless the new name is taken; the number of the error or 0.
 int renameToFree(const QString& from, const QString& to) {
     const QByteArray source = QFile::encodeName(from);
@@ -206,53 +270,33 @@ void synchroniseFolder(const QString& folder) {
 }
 
 CaError writeDurably(const QString& path, const QByteArray& bytes) {
-    if (!isUsable(path))
-        return fileError(writeFailed, "write", path, "it is not a file name");
-    const QString target = linkTarget(path);
-    const QFileInfo info(target);
-    if (info.isSymLink())
-        return systemError(writeFailed, "write", path, ELOOP);
-    if (info.exists() && !info.isFile())
-        return fileError(writeFailed, "write", path, "it is not a regular file");
+    return writeFile(path, bytes, nullptr);
+}
 
-    QStringList changed;
-    const CaError error = makeFolder(info, path, changed);
-    if (!error.isNull())
-        return error;
-    if (const int number = replace(QFile::encodeName(target), bytes))
-        return systemError(writeFailed, "write", path, number);
-    for (const QString& folder : qAsConst(changed))
-        synchroniseFolder(folder);
-    return CaError::nullError;
+CaError writeDurably(const QString& path, const QByteArray& bytes, const FileRights& rights) {
+    return writeFile(path, bytes, &rights);
 }
 
 CaError readWhole(const QString& path, qint64 limit, QByteArray& bytes) {
-    if (!isUsable(path))
-        return fileError(readFailed, "read", path, "it is not a file name");
-    const QByteArray name = QFile::encodeName(path);
-    struct stat status = {};
-    if (stat(name.constData(), &status) != 0)
-        return readError(path, errno);
-    if (!S_ISREG(status.st_mode))
-        return fileError(readFailed, "read", path, "it is not a regular file");
-    limit = std::min<qint64>(limit, std::numeric_limits<int>::max() / 2);
-    if (status.st_size > limit)
-        return fileError(readFailed, "read", path,
-                         "it has " + std::to_string(status.st_size) + " bytes, more than " +
-                             std::to_string(limit));
-    // Not to wait should a pipe have taken the name just now.
-    const int descriptor = open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (descriptor < 0)
-        return readError(path, errno);
-    const CaError error = readAll(descriptor, limit, path, bytes);
-    close(descriptor);
-    return error;
+    return readFile(path, limit, false, bytes);
+}
+
+CaError readTrusted(const QString& path, qint64 limit, QByteArray& bytes) {
+    return readFile(path, limit, true, bytes);
+}
+
+CaError keepUnusableAside(const QString& path, QString& keptAs) {
+    const std::string problem = closeFolderOf(QFile::encodeName(path));
+    return problem.empty() ? keepAside(path, keptAs)
+                           : fileError(keepAsideFailed, "rename", path, problem);
 }
 
 CaError keepAside(const QString& path, QString& keptAs, const char* why) {
     if (!isUsable(path))
         return fileError(keepAsideFailed, "rename", path, "it is not a file name");
-    const QString source = linkTarget(path);
+    std::string problem;
+    const QString target = linkTarget(path, problem);
+    const QString source = problem.empty() ? target : path;
     const QString base = source + QLatin1Char('.') + QLatin1String(why) + QLatin1Char('-') +
                          QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     int error = EEXIST;

@@ -16,15 +16,59 @@ bool isFolder(const QByteArray& path) {
     return stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+// The umask may have taken away what the user needs, too.
+int giveRightsToFolder(const QByteArray& path, const FileRights& rights) {
+    const int descriptor = open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+    if (descriptor < 0)
+        return errno;
+    const int error = giveRights(descriptor, rights.folder, rights);
+    close(descriptor);
+    return error;
+}
+
+gid_t groupOf(const FileRights& rights) {
+    return rights.group < 0 ? static_cast<gid_t>(-1) : static_cast<gid_t>(rights.group);
+}
+
 } // namespace
 
-int makePrivateFolder(const QString& path) {
+int giveRights(int descriptor, unsigned mode, const FileRights& rights) {
+    if (rights.group >= 0 && fchown(descriptor, static_cast<uid_t>(-1), groupOf(rights)) != 0)
+        return errno;
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0)
+        return errno;
+    // Some file systems give every file the same rights and refuse to set them.
+    const bool isRight = (status.st_mode & 07777U) == mode;
+    return isRight || fchmod(descriptor, mode) == 0 ? 0 : errno;
+}
+
+int limitRights(const QString& path, const FileRights& rights) {
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    if (stat(name.constData(), &status) != 0)
+        return errno == ENOENT ? 0 : errno;
+    if (status.st_uid != geteuid() || !S_ISREG(status.st_mode))
+        return 0;
+    if (rights.group >= 0 && status.st_gid != groupOf(rights) &&
+        chown(name.constData(), static_cast<uid_t>(-1), groupOf(rights)) != 0)
+        return errno;
+    const unsigned own = status.st_mode & 0600U;
+    const unsigned mode = (own | (own >> 3U)) & rights.file;
+    return mode == (status.st_mode & 07777U) || chmod(name.constData(), mode) == 0 ? 0 : errno;
+}
+
+int makePrivateFolder(const QString& path, const FileRights& rights) {
     const QByteArray name = QFile::encodeName(path);
     for (int end = 0; end >= 0;) {
         end = name.indexOf('/', end + 1);
         const QByteArray part = name.mid(0, end);
-        if (mkdir(part.constData(), 0700) == 0)
+        if (mkdir(part.constData(), 0700) == 0) {
+            const int error = rights.folder == 0700 ? 0 : giveRightsToFolder(part, rights);
+            if (error != 0)
+                return error;
             continue;
+        }
         // Above a folder in which nothing may be made the number tells nothing of the folder.
         const int error = errno;
         if (!isFolder(part))

@@ -1,17 +1,36 @@
 #pragma once
 
+#include "Error/CaError.h"
+
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 namespace vlr {
 
-/// What this library makes is nobody's business but the user's. These neither log nor touch what
-/// is there already; they return the system's error number, or 0.
+/// What this library makes is nobody's business but the user's, or that of a group that a setting
+/// names (PatientFile.h). These neither log nor touch what is there already, but for limitRights();
+/// they return the system's error number, or 0.
+struct FileRights {
+    unsigned file = 0600;
+    unsigned folder = 0700;
+    qint64 group = -1; ///< The number of the group, or -1 for that of the process.
+};
 
-/// Makes the folder and those above it where they are missing, with mode 0700.
-int makePrivateFolder(const QString& path);
+/// Makes the folder and those above it where they are missing, whatever the umask.
+int makePrivateFolder(const QString& path, const FileRights& rights = {});
 
-/// Makes an empty file with mode 0600 where there is none. EINVAL for what exists but is no
-/// regular file.
+/// Makes an empty file where there is none. EINVAL for what exists but is no regular file.
 int makePrivateFile(const QString& path);
+
+/// Gives what is open group and mode.
+int giveRights(int descriptor, unsigned mode, const FileRights& rights);
+
+/// Takes from a file of this user what is beyond the rights, and gives the group what the user has.
+/// A file that is not there, or somebody else's, stays as it is. The file is not opened: to close
+/// it again would end the locks that SQLite holds on it.
+int limitRights(const QString& path, const FileRights& rights = {});
+
+/// writeDurably() with these rights also for a file that is there already.
+CaError writeDurably(const QString& path, const QByteArray& bytes, const FileRights& rights);
 
 } // namespace vlr

@@ -51,6 +51,7 @@ private:
     CaError openFileForWriting();
     CaError openFileForReading(const CaError& reason);
     CaError checkFile();
+    void limitFiles() const;
     sqlite3* fileHandle();
     CaError beginChain();
     bool hasChangesBeside() const;

@@ -1,3 +1,4 @@
+#include "IO/PatientFile.h"
 #include "IO/PrivateFile.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
@@ -111,7 +112,7 @@ CaError SqlPatientStore::openFile() {
     constexpr qint64 shortestDatabase = 512;
     if (file.size() > 0 && file.size() < shortestDatabase)
         return failure(QStringLiteral("it is cut off"));
-    if (makePrivateFolder(file.path()) != 0)
+    if (makePatientFolder(file.path()) != 0)
         return failure(QStringLiteral("the folder cannot be created"));
     CaError error = addDatabase(QStringLiteral("QSQLITE"));
     if (error != CaError::nullError)
@@ -123,7 +124,14 @@ CaError SqlPatientStore::openFile() {
     error = openFileForWriting();
     if (error != CaError::nullError && file.size() > 0)
         error = openFileForReading(error);
+    limitFiles();
     return error;
+}
+
+// SQLite gives what it makes beside the file the rights of the file, but not its group.
+void SqlPatientStore::limitFiles() const {
+    for (const char* file : {"", "-wal", "-shm", "-journal"})
+        limitPatientFile(m_path + QLatin1String(file));
 }
 
 CaError SqlPatientStore::openFileForWriting() {

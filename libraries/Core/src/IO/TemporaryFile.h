@@ -17,7 +17,7 @@ VLR_CORE_EXPORT int openTemporaryFile(const QByteArray& folder, QByteArray& path
 
 /// A folder below the given one, or the system's one for temporary files, for the user alone. It
 /// goes with the object.
-class ScratchFolder {
+class VLR_CORE_EXPORT ScratchFolder {
 public:
     ScratchFolder();
     explicit ScratchFolder(const QString& parent);

@@ -10,8 +10,13 @@
 #include <QtGui/QImageReader>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <limits>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace vlr {
 
@@ -27,6 +32,20 @@ CaError imageError(const char* id, const QString& name, const QString& text) {
                    QStringLiteral("The %1 %2.").arg(name, text).toStdString());
 }
 
+// What was a file when one looked may be a pipe when it is opened. The number of the error or 0.
+int openWithoutWaiting(QFile& file) {
+    const int descriptor = ::open(QFile::encodeName(file.fileName()).constData(),
+                                  O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    struct stat status = {};
+    if (descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+        file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return 0;
+    const int error = descriptor < 0 ? errno : EINVAL;
+    if (descriptor >= 0)
+        close(descriptor);
+    return error;
+}
+
 CaError openRegular(QFile& file) {
     const QFileInfo info(file.fileName());
     if (!info.exists())
@@ -36,10 +55,18 @@ CaError openRegular(QFile& file) {
     if (!info.isFile()) // A pipe would keep us waiting.
         return imageError("notAFile", nameOf(file.fileName()),
                           QStringLiteral("is not a regular file"));
-    if (!file.open(QIODevice::ReadOnly))
-        return imageError("readFailed", nameOf(file.fileName()),
-                          QStringLiteral("cannot be opened: %1").arg(file.errorString()));
-    return CaError::nullError;
+    const bool isResource = file.fileName().startsWith(QLatin1Char(':'));
+    int error = 0;
+    if (!isResource)
+        error = openWithoutWaiting(file);
+    else if (!file.open(QIODevice::ReadOnly))
+        error = EIO;
+    return error == 0
+               ? CaError::nullError
+               : imageError(
+                     "readFailed", nameOf(file.fileName()),
+                     QStringLiteral("cannot be opened: %1")
+                         .arg(QString::fromStdString(std::generic_category().message(error))));
 }
 
 bool isKnownFormat(const QByteArray& format) {

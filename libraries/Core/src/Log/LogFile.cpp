@@ -36,6 +36,8 @@ void prepare(const std::string& path) {
     int error = makePrivateFolder(QFileInfo(file).path());
     if (error == 0)
         error = makePrivateFile(file);
+    if (error == 0)
+        error = limitRights(file);
     if (error != 0)
         throw std::system_error(error, std::generic_category(), path);
 }

@@ -48,6 +48,7 @@ struct State {
     std::mutex mutex;
     LogPlace place;
     std::string path; // for the place
+    bool hasFile = true;
     LogFile file;
     LogClock clock;
     std::array<Route, levelNames.size()> routes;
@@ -236,6 +237,11 @@ void Log::removeListener(int handle) {
     state().listeners = std::move(listeners);
 }
 
+void Log::setFileEnabled(bool enabled) {
+    const std::lock_guard<std::mutex> lock(state().mutex);
+    state().hasFile = enabled;
+}
+
 std::string Log::filePath() {
     const std::lock_guard<std::mutex> lock(state().mutex);
     return state().file.path();
@@ -255,7 +261,8 @@ void Log::write(LogRecord record) {
     {
         const auto lock = lockAtPlace();
         state().clock.stamp(line);
-        state().file.write(line, state().path, isUrgent(record.level));
+        if (state().hasFile)
+            state().file.write(line, state().path, isUrgent(record.level));
         listeners = state().listeners;
         route = state().routes[indexOf(record.level)];
     }

@@ -150,6 +150,8 @@ public:
     static int addListener(std::function<void(const LogRecord&)> listener);
     static void removeListener(int handle);
 
+    /// Without a file nothing is opened or made; for programs that only look. On at first.
+    static void setFileEnabled(bool enabled);
     static std::string filePath(); ///< The log file in use, empty when there is none.
     static void flush();           ///< Writes out what is buffered.
 

@@ -184,7 +184,7 @@ QString damageText(const QString& path, const CaError& reason) {
 CaError setAside(const QString& path, const CaError& reason) {
     const QString damage = damageText(path, reason);
     QString keptAs;
-    const CaError error = keepAside(path, keptAs);
+    const CaError error = keepUnusableAside(path, keptAs);
     if (!error.isNull())
         return settingsError("damaged",
                              damage + QLatin1Char(' ') + QString::fromStdString(error.text()));
@@ -274,7 +274,7 @@ CaError lock(QLockFile& file, const QString& path) {
 // What the file holds now; damagedError for a file that will never be of use.
 CaError readNow(const QString& path, const QDir& scratch, Values& values) {
     QByteArray bytes;
-    CaError error = readWhole(path, fileLimit, bytes);
+    CaError error = readTrusted(path, fileLimit, bytes);
     if (error.id() == fileNotFoundError) {
         values.clear();
         return CaError::nullError;
@@ -328,7 +328,7 @@ bool isSettingsKey(const QString& key) {
 
 CaError readSettings(const QString& path, SettingsValues& values) {
     QByteArray bytes;
-    CaError error = readWhole(path, fileLimit, bytes);
+    CaError error = readTrusted(path, fileLimit, bytes);
     if (error.id() == fileNotFoundError)
         return CaError::nullError;
     if (error.id() == passingReadError)

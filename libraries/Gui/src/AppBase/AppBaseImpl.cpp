@@ -21,6 +21,7 @@
 #include "Base/QtMessageBoxLogger.h"
 #include "IO/DataIOManager.h"
 #include "IO/RecoveryFile.h"
+#include "IO/UserFolders.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -28,6 +29,7 @@
 #include <QtCore/QTimer>
 #include <QtGui/QIcon>
 
+#include <cstdlib>
 #include <iostream>
 
 namespace {
@@ -60,6 +62,16 @@ void destroy(QPointer<T>& owned) {
 
 QString showModeSetting() {
     return vlr::Settings::get(key("WindowShowMode"), "normal");
+}
+
+// Without a place for them, patients would be stored where nobody finds them, or not at all, which
+// is to be known before anything is typed.
+void demandUserFolders() {
+    const CaError error = vlr::checkUserFolders();
+    if (error.isNull())
+        return;
+    std::cerr << error.text() << std::endl;
+    std::exit(EXIT_FAILURE);
 }
 
 int splashTimer() {
@@ -104,6 +116,7 @@ AppBaseImpl::~AppBaseImpl() {
 }
 
 void AppBaseImpl::createApplication(int& argc, char** argv) {
+    demandUserFolders();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     m_application = new QtApplication(argc, argv);

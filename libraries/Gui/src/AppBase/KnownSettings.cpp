@@ -89,6 +89,9 @@ std::vector<KnownSetting> namesAndMeanings() {
         {name("PatientRepository"), text, {},
          tr("Where patients are kept: sqlite:/path/file or postgresql://user@host/database. "
             "Empty: the local file.")},
+        {name("PatientDataGroup"), text, {},
+         tr("Group of the system that may read and write files with data of patients. "
+            "Empty: the user alone.")},
         {name("MaxPatientID"), integerType(0), name("1000000"),
          tr("The ids of new patients lie below this number.")},
         {name("QtQuadView/ExpandButtonTimeoutInMS"), integerType(0), name("2000"),

@@ -1,7 +1,7 @@
 #include "AppBase/QtScreenShotData.h"
 
-#include "IO/DurableFile.h"
 #include "IO/IOManager.h"
+#include "IO/PatientFile.h"
 #include "Image/ImageFile.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
@@ -11,6 +11,8 @@
 #include <QtCore/QFile>
 
 #include <algorithm>
+#include <cerrno>
+#include <unistd.h>
 
 namespace {
 
@@ -37,10 +39,12 @@ QString claimFile(const QString& folder, const QString& name) {
             number == 1 ? name : name + QLatin1Char('_') + QString::number(number);
         const QString path =
             QDir::cleanPath(folder + QLatin1Char('/') + numbered + QStringLiteral(".png"));
-        QFile file(path);
-        if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        const int descriptor = vlr::createPatientFile(path);
+        if (descriptor >= 0) {
+            close(descriptor);
             return path;
-        if (!file.exists())
+        }
+        if (errno != EEXIST)
             break; // It is not the name.
     }
     return {};
@@ -182,7 +186,7 @@ CaError QtScreenShotData::saveImageFile(const QString& name) {
     if (!hasPicture || name.isEmpty())
         return CaError::nullError;
     const QString folder = screenshotFolder();
-    (void)QDir().mkpath(folder);
+    (void)vlr::makePatientFolder(folder);
     const QString fileName = safeFileName(name);
     const QString wanted =
         QDir::cleanPath(folder + QLatin1Char('/') + fileName + QStringLiteral(".png"));
@@ -191,7 +195,7 @@ CaError QtScreenShotData::saveImageFile(const QString& name) {
     CaError error = path.isEmpty() ? failure(QStringLiteral("Could not make \"%1\".").arg(wanted))
                                    : encodedImage(bytes);
     if (error == CaError::nullError)
-        error = vlr::writeDurably(path, bytes);
+        error = vlr::writePatientFile(path, bytes);
     if (error == CaError::nullError)
         return error;
     if (!path.isEmpty())

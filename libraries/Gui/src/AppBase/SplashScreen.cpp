@@ -1,13 +1,19 @@
 #include "AppBase/SplashScreen.h"
 
+#include "Image/ImageFile.h"
+#include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QEvent>
+#include <QtCore/QFileInfo>
 #include <QtGui/QPainter>
 #include <QtSvg/QSvgRenderer>
 #include <QtWidgets/QApplication>
 
 namespace {
+
+// Far more than a picture of the size of a screen has, both in its file and in memory.
+constexpr qint64 mostBytes = qint64(64) << 20;
 
 QString setting(const char* name, const char* otherwise) {
     return vlr::Settings::get(QStringLiteral("Velora/Application/") + QLatin1String(name),
@@ -27,9 +33,34 @@ QPixmap builtInPicture() {
     return pixmap;
 }
 
+// The file may be anybody's, and may have been made to keep the start waiting.
+std::string readPicture(const QString& path, QImage& image) {
+    const QFileInfo file(path);
+    if (file.isFile() && file.size() > mostBytes)
+        return QStringLiteral("The image \"%1\" has %2 bytes, more than %3.")
+            .arg(path)
+            .arg(file.size())
+            .arg(mostBytes)
+            .toStdString();
+    const CaError error = vlr::readImage(path, image, 0, mostBytes);
+    return error.isNull() ? std::string() : error.text();
+}
+
 QPixmap picture() {
     const QString path = setting("SplashScreen.ResourcePath", "");
-    return path.isEmpty() ? builtInPicture() : QPixmap(path);
+    // What was built into the program may be of any kind, drawings included.
+    if (path.startsWith(QLatin1Char(':')))
+        return QPixmap(path);
+    if (path.isEmpty())
+        return builtInPicture();
+    QImage image;
+    const std::string problem = readPicture(path, image);
+    if (problem.empty())
+        return QPixmap::fromImage(image);
+    VLR_LOG(Warning) << "The picture of the setting "
+                        "\"Velora/Application/SplashScreen.ResourcePath\" is not shown. "
+                     << problem;
+    return builtInPicture();
 }
 
 bool isModalWindow(const QObject* object) {

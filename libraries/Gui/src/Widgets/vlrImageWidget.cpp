@@ -1,7 +1,7 @@
 #include "Widgets/vlrImageWidget.h"
 
 #include "Base/AskForFiles.h"
-#include "IO/DurableFile.h"
+#include "IO/PatientFile.h"
 #include "Image/vlrImageConverters.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
@@ -325,7 +325,7 @@ QString ImageWidget::saveTo(const QString& path) const {
     QImageWriter writer(&buffer, format);
     if (!writer.write(m_image))
         return tr("\"%1\" cannot be written: %2.").arg(path, writer.errorString());
-    const CaError error = writeDurably(path, bytes);
+    const CaError error = writePatientFile(path, bytes);
     return error.isNull() ? QString() : QString::fromStdString(error.text());
 }
 

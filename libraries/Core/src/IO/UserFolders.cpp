@@ -1,0 +1,40 @@
+#include "IO/UserFolders.h"
+
+#include "Log/vlrLog.h"
+
+#include <QtCore/QByteArray>
+
+namespace vlr {
+
+namespace {
+
+constexpr const char* places[] = {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
+                                  "XDG_STATE_HOME", "TMPDIR"};
+
+CaError homeError(const std::string& reason) {
+    return CaError("UserFolders::noHome",
+                   "The environment variable HOME " + reason +
+                       ". It has to name the user's own folder, in which "
+                       "settings and patients are kept. Nothing was stored.");
+}
+
+} // namespace
+
+CaError checkUserFolders() {
+    for (const char* place : places) {
+        const QByteArray path = qgetenv(place);
+        if (path.isEmpty() || path.startsWith('/'))
+            continue;
+        VLR_LOG(Warning) << "The environment variable " << place << " is \"" << path.constData()
+                         << "\" and no absolute path. It is ignored.";
+        qunsetenv(place);
+    }
+    const QByteArray home = qgetenv("HOME");
+    if (home.isEmpty())
+        return homeError("is not set");
+    if (!home.startsWith('/'))
+        return homeError("is \"" + home.toStdString() + "\", which is no absolute path");
+    return home.count('/') == home.size() ? homeError("is \"/\", the root folder") : CaError();
+}
+
+} // namespace vlr
