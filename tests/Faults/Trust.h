@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/QVariant>
+
 #include <string>
 #include <vector>
 
@@ -14,3 +16,7 @@ struct TrustCase {
 // The cases by what they attack, one file each; TrustFault.cpp runs them all.
 
 std::vector<TrustCase> trustStore();
+std::vector<TrustCase> trustTexts();
+
+/// The first value that the statement gives, past the library in the default repository.
+QVariant trustSql(const char* statement);

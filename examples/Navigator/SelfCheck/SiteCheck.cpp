@@ -4,6 +4,7 @@
 
 #include "AppBase/KnownSettings.h"
 #include "AppBase/Translations.h"
+#include "Data/PatientText.h"
 #include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
 #include "IO/PatientStore.h"
@@ -14,6 +15,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QMap>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTranslator>
@@ -122,6 +124,23 @@ bool isRepositoryThere(const QHash<QString, QVariant>& settings) {
                              : url.path());
 }
 
+// One who was stored before ids were normalized, or by a program that does not do it, is a patient
+// like any other. But somebody should look whether he is really another one.
+void noteIds(const std::vector<MetaInformation>& patients) {
+    QMap<QString, QStringList> alike;
+    for (const MetaInformation& patient : patients) {
+        const QString id = patient.value(QStringLiteral("id"));
+        const QString problem = vlr::idProblem(id);
+        if (!problem.isEmpty())
+            CheckList::note("patient id", vlr::visibleText(id), problem);
+        alike[vlr::idSkeleton(id)] << QLatin1Char('"') + vlr::visibleText(id) + QLatin1Char('"');
+    }
+    for (const QStringList& ids : qAsConst(alike))
+        if (ids.size() > 1)
+            CheckList::note("patient ids", ids.join(QStringLiteral(", ")),
+                            QStringLiteral("They are easily taken for one another."));
+}
+
 void checkPatients(CheckList& list) {
     std::vector<MetaInformation> patients;
     list.check("patients", QStringLiteral("the repository"), [&] {
@@ -139,11 +158,12 @@ void checkPatients(CheckList& list) {
             DataPointer<Patient> patient;
             const CaError error = DataIOManager::loadPatient(information.uri(), patient);
             if (error != CaError::nullError)
-                problems << information.value(QStringLiteral("id")) + QStringLiteral(": ") +
-                                text(error);
+                problems << vlr::visibleText(information.value(QStringLiteral("id"))) +
+                                QStringLiteral(": ") + text(error);
         }
         return problems.join(QLatin1Char(' '));
     });
+    noteIds(patients);
     DataIOManager::closeRepository();
 }
 

@@ -1,5 +1,6 @@
 #include "AppBase/QtApplication.h"
 
+#include "Base/PlainText.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QSocketNotifier>
@@ -41,6 +42,7 @@ bool openPipe() {
 } // namespace
 
 QtApplication::QtApplication(int& argc, char** argv) : QApplication(argc, argv) {
+    new vlr::PlainToolTips(this);
     if (readEnd >= 0 || !openPipe()) {
         VLR_LOG(Warning) << "Unix signals will not be reported.";
         return;
