@@ -212,7 +212,7 @@ TEST_F(TrackingModuleTest, OnlyARegisteredVolumeOfAKnownSizeShowsTips) {
     const auto show = [&](const auto& each) {
         volume.setSpacing(each.spacing);
         volume.setRegistered(each.isRegistered);
-        panes->showVolume(series, volume, 65);
+        panes->showVolume(series, volume, 65, panes->owner());
     };
     see("Pointer", {10.5, -19.5, 1.5});
     see("Drill", {0, 0, 0});
