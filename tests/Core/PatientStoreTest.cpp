@@ -67,11 +67,11 @@ INSTANTIATE_TEST_SUITE_P(Patients, EveryPatientStoreTest, testing::Values("file"
 } // namespace
 
 TEST_P(EveryPatientStoreTest, APatientComesBackWithItsTreeAndItsBinaryParts) {
-    for (const char* text : {"山田^太郎", "Nun\u0303ez  ' \"; DROP TABLE patient", "\7", ""}) {
+    for (const char* text : {"山田^太郎", "Nun\u0303ez  ' \"; DROP TABLE patient", "\U0001f600", ""}) {
         const auto patient = makePatient(QStringLiteral(" id ") + QString::fromUtf8(text));
         patient->setName(QString::fromUtf8(text));
         const DataPointer<Study> study(new Study);
-        study->setInstitution(QStringLiteral("St. <Mary>"));
+        study->setInstitution(QStringLiteral("St. <Mary>\7"));
         study->setTime(QTime(23, 59, 58));
         const DataPointer<DataItem> image(new DataItem);
         image->setBinaryPart(part, QByteArray("\0\1\xff", 3));
@@ -272,6 +272,24 @@ TEST_P(EveryPatientStoreTest, WhatCouldNotBeLoadedOrWouldGetMixedUpIsNotStored) 
         manyParts->setBinaryPart(QString::number(i), {});
     expectRefused(manyParts, "binary parts");
 
+    // One store would cut what the other refuses.
+    const QString badTexts[] = {QStringLiteral("a") + QChar(0),
+                                QStringLiteral("\U0001f600").left(1),
+                                QStringLiteral("\U0001f600").mid(1) + QLatin1Char('a')};
+    for (const QString& bad : badTexts) {
+        const DataPointer<DataItem> named(new DataItem);
+        named->setId(bad);
+        expectRefused(named, "which cannot be stored");
+        const DataPointer<Study> study(new Study);
+        study->setInstitution(bad);
+        expectRefused(study, "The text \"Institution\" of the item");
+        const auto other = makePatient(QStringLiteral("2") + bad);
+        EXPECT_THAT(errorOfStoring(other), HasSubstr("The patient id contains"));
+        other->setPatientId(QStringLiteral("2"));
+        other->setName(bad);
+        EXPECT_THAT(errorOfStoring(other), HasSubstr("The patient name contains"));
+    }
+
     DataTreeNode node = vlrTest::saved(*patient->child(0));
     const DataPointer<DataItem> clone(new DataItem);
     node.setId(QStringLiteral("clone"));
@@ -287,6 +305,9 @@ TEST_P(EveryPatientStoreTest, WhatCouldNotBeLoadedOrWouldGetMixedUpIsNotStored) 
     EXPECT_EQ(bytesOf(reloaded(patient)->child(0)), "bytes");
 
     EXPECT_EQ(DataIOManager::storePatient(makePatient(patient->patientId())).id(),
+              DataIOManager::idTakenError);
+    sql("UPDATE patient SET patient_id = ' 1 '"); // As before ids were normalized.
+    EXPECT_EQ(DataIOManager::storePatient(makePatient(QStringLiteral(" 1"))).id(),
               DataIOManager::idTakenError);
     EXPECT_NE(DataIOManager::storePatient(makePatient(QString())), CaError::nullError);
     EXPECT_NE(DataIOManager::storePatient(nullptr), CaError::nullError);

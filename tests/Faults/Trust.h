@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/QVariant>
+
 #include <string>
 #include <vector>
 
@@ -17,3 +19,7 @@ std::vector<TrustCase> trustExit();
 std::vector<TrustCase> trustFiles();
 std::vector<TrustCase> trustStore();
 std::vector<TrustCase> trustWire();
+std::vector<TrustCase> trustTexts();
+
+/// The first value that the statement gives, past the library in the default repository.
+QVariant trustSql(const char* statement);

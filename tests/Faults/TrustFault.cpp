@@ -22,7 +22,7 @@ constexpr const char* folders[] = {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACH
 
 std::vector<TrustCase> allCases() {
     std::vector<TrustCase> all;
-    for (const auto& some : {trustExit(), trustFiles(), trustStore(), trustWire()})
+    for (const auto& some : {trustExit(), trustFiles(), trustStore(), trustTexts(), trustWire()})
         all.insert(all.end(), some.begin(), some.end());
     return all;
 }

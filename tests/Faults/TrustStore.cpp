@@ -30,29 +30,12 @@ DataPointer<Patient> storedPatient(const char* id) {
     return patient;
 }
 
-// Past the library.
-QVariant sql(const char* statement) {
-    QVariant value;
-    {
-        QSqlDatabase database =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
-        database.setDatabaseName(repository());
-        QSqlQuery query(database.open() ? database : QSqlDatabase());
-        if (!query.exec(QLatin1String(statement)))
-            throw std::runtime_error(statement);
-        if (query.next())
-            value = query.value(0);
-    }
-    QSqlDatabase::removeDatabase(QStringLiteral("beside"));
-    return value;
-}
-
 // Whatever is asked of such a file: it is refused in time, without much memory, and by its name.
 std::string refusal(std::initializer_list<const char*> statements, const char* said) {
     const auto patient = storedPatient("1");
     DataIOManager::closeRepository();
     for (const char* statement : statements)
-        (void)sql(statement);
+        (void)trustSql(statement);
     const PeakMemory memory;
     QElapsedTimer timer;
     timer.start();
@@ -113,15 +96,31 @@ std::string itIsNewer() {
 // Added while the program has the file open.
 std::string aTriggerComesLater() {
     (void)storedPatient("1");
-    (void)sql("CREATE TRIGGER t AFTER INSERT ON patient BEGIN DELETE FROM patient; END");
+    (void)trustSql("CREATE TRIGGER t AFTER INSERT ON patient BEGIN DELETE FROM patient; END");
     DataPointer<Patient> second(new Patient);
     second->setPatientId(QStringLiteral("2"));
     const bool isStored = DataIOManager::storePatient(second) == CaError::nullError;
-    const int count = sql("SELECT count(*) FROM patient").toInt();
+    const int count = trustSql("SELECT count(*) FROM patient").toInt();
     return count == (isStored ? 2 : 1) ? "" : std::to_string(count) + " patients are left";
 }
 
 } // namespace
+
+QVariant trustSql(const char* statement) {
+    QVariant value;
+    {
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
+        database.setDatabaseName(repository());
+        QSqlQuery query(database.open() ? database : QSqlDatabase());
+        if (!query.exec(QLatin1String(statement)))
+            throw std::runtime_error(statement);
+        if (query.next())
+            value = query.value(0);
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("beside"));
+    return value;
+}
 
 std::vector<TrustCase> trustStore() {
     return {

@@ -75,7 +75,8 @@ TEST(FreePatientId, IsTheFirstFreeNumber) {
         {{}, 1, "0"},
         {{}, 0, ""},
         {{""}, 1000, "0001"}, // Padded it is "0000".
-        {{"x0", " 0", "0 ", "-1", "00000", "99999999999999999999", "\u0660"}, 1000, "0000"},
+        {{" 0", "1\u200b"}, 1000, "0002"},
+        {{"x0", "0 0", "-1", "00000", "99999999999999999999", "\u0660"}, 1000, "0000"},
     };
     for (const auto& [taken, maximum, expected] : cases) {
         std::vector<QString> ids;
@@ -222,7 +223,7 @@ TEST_F(PatientFormTest, ANewIdHasAVisibleCharacter) {
     Form form(patient);
     showActive(form.widget);
     const auto* const message = form.find<QtMessageLine>("idMessage");
-    for (const char* blank : {"", "  ", "\u2003"}) {
+    for (const char* blank : {"", "  ", "\u2003\u200b"}) {
         form.id->setText(text(blank));
         EXPECT_FALSE(form.widget.ok());
         EXPECT_EQ(message->text(), text("Enter the id of the patient."));
@@ -231,8 +232,50 @@ TEST_F(PatientFormTest, ANewIdHasAVisibleCharacter) {
     }
     form.id->setText(text(" 7"));
     EXPECT_TRUE(form.widget.ok());
-    EXPECT_EQ(patient->patientId(), text(" 7"));
-    EXPECT_TRUE(Form(store(text(" "))).widget.ok()) << "An old one can still be edited";
+    EXPECT_EQ(patient->patientId(), text("7"));
+    const DataPointer<Patient> old(new Patient);
+    old->setPatientId(text("\u202e7 "));
+    old->setName(text("Doe\u200b"));
+    Form form2(old);
+    EXPECT_EQ(form2.id->text(), text("\\u202E7\\u0020"));
+    EXPECT_TRUE(form2.find<QtMessageLine>("nameMessage")->text().contains(text("Doe\\u200B")));
+    EXPECT_TRUE(form2.widget.ok()) << "An old one can still be edited";
+    EXPECT_EQ(old->patientId(), text("\u202e7 "));
+    EXPECT_EQ(old->name(), text("Doe\u200b"));
+}
+
+TEST_F(PatientFormTest, WhatIsNotWhatItLooksLikeIsConfirmed) {
+    store(text("OOO1"), "Doe");
+    const DataPointer<Patient> patient(new Patient);
+    Form form(patient);
+    showActive(form.widget);
+    const auto* const message = form.find<QtMessageLine>("idMessage");
+    auto* const isAnother = form.find<QCheckBox>("isAnotherPatient");
+    form.id->setText(text("\u202e1000"));
+    form.name->setText(text("A\u200bB"));
+    EXPECT_FALSE(form.widget.ok());
+    EXPECT_EQ(form.id->text() + form.name->text(), text("1000AB"));
+    EXPECT_TRUE(message->text().contains(text("\\u202E1000"))) << message->text().toStdString();
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(patient->name(), text("AB"));
+
+    form.id->selectAll();
+    form.id->setFocus();
+    QTest::keyClicks(form.id, text("0001"));
+    EXPECT_TRUE(isAnother->isHidden());
+    QTest::keyClick(form.id, Qt::Key_Tab);
+    EXPECT_TRUE(message->text().contains(text("\"OOO1\" of the patient \"Doe\"")));
+    EXPECT_FALSE(form.widget.ok());
+    EXPECT_EQ(QApplication::focusWidget(), isAnother);
+    (void)form.widget.showStoreError(CaError::nullError); // As before every attempt.
+    EXPECT_FALSE(form.widget.ok()) << "once more is no confirmation";
+    QTest::keyClick(isAnother, Qt::Key_Space);
+    (void)form.widget.showStoreError(CaError::nullError);
+    EXPECT_TRUE(form.widget.ok());
+    EXPECT_EQ(patient->patientId(), text("0001"));
+    QTest::keyClicks(form.id, text("x"));
+    QTest::keyClick(form.id, Qt::Key_Backspace);
+    EXPECT_FALSE(form.widget.ok()) << "it was confirmed for another one";
 }
 
 // --- values
@@ -240,8 +283,8 @@ TEST_F(PatientFormTest, ANewIdHasAVisibleCharacter) {
 TEST_F(PatientFormTest, ValuesSurviveTheFormAndTheRepository) {
     const std::tuple<const char*, const char*, Patient::Sex, QDate> cases[] = {
         {"0000", "Doe^Jane", Patient::Female, {1968, 3, 5}},
-        {" a  b ", "\u5c71\u7530\u592a\u90ce", Patient::Male, {1900, 1, 1}},
-        {"7", "Nun\u0303ez \u0627\u0644\u0639\u0631\u0628\u064a\u0629", Patient::Unknown, {}},
+        {"a  b", "\u5c71\u7530\u592a\u90ce", Patient::Male, {1900, 1, 1}},
+        {"7", "Nu\u00f1ez \u0627\u0644\u0639\u0631\u0628\u064a\u0629", Patient::Unknown, {}},
     };
     for (const auto& [id, name, sex, birthDate] : cases) {
         SCOPED_TRACE(id);

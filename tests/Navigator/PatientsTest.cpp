@@ -131,7 +131,7 @@ TEST_F(PatientsTest, MessagesStandBesideTheirFieldsAndNothingIsLost) {
     DataPointer<Patient> stored;
     ASSERT_EQ(DataIOManager::loadPatient(list()->selectedPatient(), stored), CaError::nullError);
     EXPECT_EQ(stored->patientId(), text("7"));
-    EXPECT_EQ(stored->name(), text(" Doe, Jane "));
+    EXPECT_EQ(stored->name(), text("Doe, Jane"));
 }
 
 TEST_F(PatientsTest, TheCurrentPatientIsEditedInPlaceAndTheBannerIsNeverStale) {

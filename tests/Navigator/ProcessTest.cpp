@@ -223,6 +223,24 @@ TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
     }
 }
 
+TEST(NavigatorProcess, SelfCheckTellsIdsThatLookAlike) {
+    int argc = 1;
+    char name[] = "Navigator";
+    char* argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv);
+    for (const char* id : {"0001", "OOO1", "2"}) {
+        DataPointer<Patient> patient(new Patient);
+        patient->setPatientId(QString::fromLatin1(id));
+        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
+    }
+    DataIOManager::closeRepository();
+    const Outcome check = run({QStringLiteral("--self-check")});
+    expectVerdict(check, true);
+    EXPECT_THAT(check.output.toStdString(),
+                HasSubstr("note   patient ids   \"0001\", \"OOO1\": They are easily taken"));
+    EXPECT_EQ(check.output.count("\nnote "), 1);
+}
+
 // It is larger than anything of the first half, which is done before. What would be shown in a box,
 // which nobody could answer, is told.
 TEST(NavigatorProcess, SelfCheckTellsFaultsOfParts) {

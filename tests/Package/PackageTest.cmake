@@ -22,6 +22,7 @@ function(configure project build installed)
         "-DCMAKE_PREFIX_PATH=${installed}"
         -DCMAKE_DISABLE_FIND_PACKAGE_spdlog=ON -DCMAKE_DISABLE_FIND_PACKAGE_Qt5Svg=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_OpenIGTLink=ON -DCMAKE_DISABLE_FIND_PACKAGE_EXPAT=ON
+        -DCMAKE_DISABLE_FIND_PACKAGE_ICU=ON
         -DCMAKE_DISABLE_FIND_PACKAGE_SQLite3=ON ${ARGN})
 endfunction()
 

@@ -3,6 +3,7 @@
 #include "AppBase/AppBase.h"
 #include "Base/QtElidedLabel.h"
 #include "Common/PatientText.h"
+#include "Data/PatientText.h"
 #include "IO/DataIOManager.h"
 
 #include <QtWidgets/QLabel>
@@ -61,8 +62,9 @@ void CurrentPatientBanner::followPatient() {
 
 void CurrentPatientBanner::refresh() {
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
-    m_name->setFullText(patient ? patient->name() : tr("No patient chosen"));
-    m_id->setFullText(patient ? tr("Id %1").arg(patient->patientId()) : QString());
+    m_name->setFullText(patient ? vlr::visibleText(patient->name()) : tr("No patient chosen"));
+    m_id->setFullText(patient ? tr("Id %1").arg(vlr::visibleText(patient->patientId()))
+                              : QString());
     m_details->setFullText(
         patient ? tr("%1, born %2").arg(sexText(patient->sex()), dateText(patient->birthDate()))
                 : QString());

@@ -1,5 +1,7 @@
 #include "Common/PatientText.h"
 
+#include "Data/PatientText.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLocale>
 
@@ -32,7 +34,8 @@ QString dateFormat() {
 }
 
 QString nameAndId(const Patient& patient) {
-    return tr("\"%1\" (id %2)").arg(patient.name(), patient.patientId());
+    return tr("\"%1\" (id %2)")
+        .arg(vlr::visibleText(patient.name()), vlr::visibleText(patient.patientId()));
 }
 
 bool isSamePatient(const DataPointer<Patient>& a, const DataPointer<Patient>& b) {

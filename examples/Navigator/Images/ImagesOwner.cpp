@@ -2,6 +2,7 @@
 
 #include "AppBase/AppBase.h"
 #include "Common/PatientText.h"
+#include "Data/PatientText.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -28,6 +29,7 @@ QString ImagesOwner::storedName() const {
 QStringList ImagesOwner::text() const {
     const char* const nobody = m_isExample ? QT_TRANSLATE_NOOP("ImagesOwner", "Example")
                                            : QT_TRANSLATE_NOOP("ImagesOwner", "no patient");
-    return m_patient ? QStringList{m_patient->name(), m_patient->patientId()}
+    return m_patient ? QStringList{vlr::visibleText(m_patient->name()),
+                                   vlr::visibleText(m_patient->patientId())}
                      : QStringList(QCoreApplication::translate("ImagesOwner", nobody));
 }

@@ -1,7 +1,7 @@
 #include "Images/ProblemList.h"
 
 #include "AppBase/Icons.h"
-#include "Base/QtElidedLabel.h"
+#include "Base/PlainText.h"
 #include "Base/QtMessageLine.h"
 
 #include <QtCore/QFileInfo>
@@ -59,6 +59,6 @@ void ProblemList::addText(const QString& text) {
 QListWidgetItem* ProblemList::addEntry(const QString& text, const QString& toolTip) {
     auto* item =
         new QListWidgetItem(vlr::icon(QStringLiteral("Warning")), vlr::breakable(text), this);
-    item->setToolTip(plainToolTip(toolTip));
+    item->setToolTip(vlr::plainToolTip(toolTip));
     return item;
 }

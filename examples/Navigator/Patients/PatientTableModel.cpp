@@ -1,7 +1,8 @@
 #include "Patients/PatientTableModel.h"
 
-#include "Base/QtElidedLabel.h"
+#include "Base/PlainText.h"
 #include "Common/PatientText.h"
+#include "Data/PatientText.h"
 
 #include <QtCore/QLocale>
 #include <QtGui/QFont>
@@ -31,9 +32,9 @@ QDateTime changed(const MetaInformation& patient) {
 QString displayText(const MetaInformation& patient, int column) {
     switch (column) {
     case PatientTableModel::Id:
-        return value(patient, "id");
+        return vlr::visibleText(value(patient, "id"));
     case PatientTableModel::Name:
-        return value(patient, "name");
+        return vlr::visibleText(value(patient, "name"));
     case PatientTableModel::Sex:
         return sex(patient);
     case PatientTableModel::Born:
@@ -121,7 +122,7 @@ QVariant PatientTableModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
         return displayText(shown, index.column());
     case Qt::ToolTipRole:
-        return plainToolTip(displayText(shown, index.column()));
+        return vlr::plainToolTip(displayText(shown, index.column()));
     default:
         return {};
     }

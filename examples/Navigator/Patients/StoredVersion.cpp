@@ -1,6 +1,7 @@
 #include "Patients/StoredVersion.h"
 
 #include "AppBase/AppBase.h"
+#include "Data/PatientText.h"
 #include "IO/DataIOManager.h"
 
 #include <QtCore/QCoreApplication>
@@ -32,7 +33,7 @@ Conflict askAboutConflict(const Patient& patient, QWidget* parent) {
     box->setTextFormat(Qt::PlainText);
     box->setText(tr("The patient \"%1\" with the id %2 was changed here, and another workstation "
                     "stored or removed him in the meantime.")
-                     .arg(patient.name(), patient.patientId()));
+                     .arg(vlr::visibleText(patient.name()), vlr::visibleText(patient.patientId())));
     box->setInformativeText(tr("The changes of one of the two will be lost."));
     QPushButton* const take =
         box->addButton(tr("&Take the stored version"), QMessageBox::DestructiveRole);

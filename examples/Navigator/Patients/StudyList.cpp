@@ -1,7 +1,9 @@
 #include "Patients/StudyList.h"
 
 #include "AppBase/AppBase.h"
+#include "Base/PlainText.h"
 #include "Common/PatientText.h"
+#include "Data/PatientText.h"
 
 #include <QtCore/QLocale>
 
@@ -10,7 +12,9 @@ namespace {
 QString studyText(const Study& study) {
     const QString time = QLocale().toString(study.time(), QStringLiteral("hh:mm"));
     const QString when = dateText(study.date()) + QLatin1Char(' ') + time;
-    return study.institution().isEmpty() ? when : when + QLatin1Char('\n') + study.institution();
+    return study.institution().isEmpty()
+               ? when
+               : when + QLatin1Char('\n') + vlr::visibleText(study.institution());
 }
 
 } // namespace
@@ -39,7 +43,7 @@ void StudyList::load() {
 
 void StudyList::addStudy(const DataPointer<Study>& study) {
     auto* item = new QListWidgetItem(studyText(*study), this);
-    item->setToolTip(item->text().toHtmlEscaped());
+    item->setToolTip(vlr::plainToolTip(item->text()));
     m_studies.push_back(study);
     if (study != AppBase::getCurrentStudy())
         return;

@@ -55,3 +55,8 @@ void CheckList::check(const char* kind, const QString& subject,
               << QString::fromLatin1(kind).leftJustified(14).toStdString() << subject.toStdString()
               << (fault.empty() ? "" : ": ") << inOneLine(fault) << std::endl;
 }
+
+void CheckList::note(const char* kind, const QString& subject, const QString& text) {
+    std::cout << "note   " << QString::fromLatin1(kind).leftJustified(14).toStdString()
+              << inOneLine((subject + QStringLiteral(": ") + text).toStdString()) << std::endl;
+}

@@ -26,6 +26,9 @@ public:
 
     void check(const char* kind, const QString& subject, const std::function<QString()>& problem);
 
+    /// Prints a line about what is no fault of the installation, but to be known.
+    static void note(const char* kind, const QString& subject, const QString& text);
+
     bool isGood() const { return m_faults == 0; }
     int count() const { return m_count; }
     int faults() const { return m_faults; }

@@ -4,6 +4,7 @@
 
 #include "AppBase/KnownSettings.h"
 #include "AppBase/Translations.h"
+#include "Data/PatientText.h"
 #include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
 #include "IO/FileTrust.h"
@@ -16,6 +17,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QMap>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QStorageInfo>
 #include <QtCore/QTranslator>
@@ -171,6 +173,23 @@ QString repositoryFile(const QHash<QString, QVariant>& settings) {
                          : url.path();
 }
 
+// One who was stored before ids were normalized, or by a program that does not do it, is a patient
+// like any other. But somebody should look whether he is really another one.
+void noteIds(const std::vector<MetaInformation>& patients) {
+    QMap<QString, QStringList> alike;
+    for (const MetaInformation& patient : patients) {
+        const QString id = patient.value(QStringLiteral("id"));
+        const QString problem = vlr::idProblem(id);
+        if (!problem.isEmpty())
+            CheckList::note("patient id", vlr::visibleText(id), problem);
+        alike[vlr::idSkeleton(id)] << QLatin1Char('"') + vlr::visibleText(id) + QLatin1Char('"');
+    }
+    for (const QStringList& ids : qAsConst(alike))
+        if (ids.size() > 1)
+            CheckList::note("patient ids", ids.join(QStringLiteral(", ")),
+                            QStringLiteral("They are easily taken for one another."));
+}
+
 // Root would leave files beside it that its owner could not use. A group that shares one gets
 // along.
 QString foreignRepositoryProblem(const QString& file) {
@@ -204,11 +223,12 @@ void checkPatients(CheckList& list, const QString& file) {
             DataPointer<Patient> patient;
             const CaError error = DataIOManager::loadPatient(information.uri(), patient);
             if (error != CaError::nullError)
-                problems << information.value(QStringLiteral("id")) + QStringLiteral(": ") +
-                                text(error);
+                problems << vlr::visibleText(information.value(QStringLiteral("id"))) +
+                                QStringLiteral(": ") + text(error);
         }
         return problems.join(QLatin1Char(' '));
     });
+    noteIds(patients);
     DataIOManager::closeRepository();
 }
 

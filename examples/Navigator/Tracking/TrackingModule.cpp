@@ -115,8 +115,9 @@ QGridLayout* TrackingModule::createTips() {
         auto* position = new QLabel;
         position->setObjectName(QStringLiteral("tip") + tip.instrument);
         position->setAlignment(Qt::AlignRight);
-        auto* name = new QLabel(tip.instrument);
+        auto* name = new QLabel;
         name->setTextFormat(Qt::PlainText);
+        name->setText(tip.instrument);
         grid->addWidget(name, row, 0);
         grid->addWidget(position, row++, 1);
         m_tips.push_back(position);

@@ -1,6 +1,7 @@
 #include "IO/DataIOManager.h"
 
 #include "Data/DataTreeNode.h"
+#include "Data/PatientText.h"
 #include "IO/DurableFile.h"
 #include "IO/PatientDocument.h"
 #include "IO/PatientStore.h"
@@ -19,6 +20,8 @@
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 const char* const DataIOManager::idTakenError = "DataIOManager::idTakenError";
@@ -146,6 +149,73 @@ vlr::PatientStore* currentRepository(Use use, CaError& error) {
     return DataIOManager::repository(error);
 }
 
+CaError unstorable(const QString& where, const QString& problem) {
+    return CaError("DataIOManager::storePatient",
+                   (vlr::visibleText(where) + QStringLiteral(" contains ") + problem +
+                    QStringLiteral(", which cannot be stored."))
+                       .toStdString());
+}
+
+// Every text of the tree: one store would cut what another one refuses.
+CaError checkTexts(const DataTreeNode& node) {
+    std::vector<std::pair<QString, const QString*>> texts = {
+        {QStringLiteral("class"), &node.className()},
+        {QStringLiteral("id"), &node.id()},
+        {QStringLiteral("key"), &node.key()}};
+    for (const auto& [name, value] : node.attributes()) {
+        texts.emplace_back(QStringLiteral("name of an attribute"), &name);
+        texts.emplace_back(name, &value);
+    }
+    for (const QString& part : node.binaryParts())
+        texts.emplace_back(QStringLiteral("name of a part"), &part);
+    for (const auto& [name, value] : texts) {
+        const QString problem = vlr::storageProblem(*value);
+        if (!problem.isEmpty())
+            return unstorable(
+                QStringLiteral("The text \"%1\" of the item \"%2\"").arg(name, node.id()), problem);
+    }
+    CaError error;
+    for (const auto& child : node.children())
+        if (error == CaError::nullError)
+            error = checkTexts(*child);
+    return error;
+}
+
+// The columns of the listing are written before the tree is known.
+CaError checkIdentity(const Patient& patient) {
+    for (const auto& [name, value] : {std::make_pair("The patient id", patient.patientId()),
+                                      std::make_pair("The patient name", patient.name())}) {
+        const QString problem = vlr::storageProblem(value);
+        if (!problem.isEmpty())
+            return unstorable(QLatin1String(name), problem);
+    }
+    return CaError::nullError;
+}
+
+// What is stored stays as it is until somebody changes it: nobody is to be given another id or
+// name unasked.
+CaError normalizeIdentity(Patient& patient, vlr::PatientStore& store) {
+    const QString id = vlr::normalizedId(patient.patientId());
+    const QString name = vlr::normalizedText(patient.name());
+    if (id == patient.patientId() && name == patient.name())
+        return CaError::nullError;
+    MetaInformation stored;
+    if (patient.storageRevision() > 0) {
+        const CaError error = store.metaInformation(patient.storageUri().patientUid(), stored);
+        if (error != CaError::nullError && error.id() != vlr::PatientStore::unknownPatientError)
+            return error;
+    }
+    if (stored.value(QStringLiteral("id")) != patient.patientId())
+        patient.setPatientId(id);
+    if (stored.value(QStringLiteral("name")) != patient.name())
+        patient.setName(name);
+    return CaError::nullError;
+}
+
+CaError withoutId() {
+    return CaError("DataIOManager::storePatient", "A patient without an id cannot be stored.");
+}
+
 // The parts are kept under the keys of their items, which therefore must differ.
 CaError collectParts(const DataTreeNode& node, QSet<QString>& keys, vlr::StoredPatient& stored) {
     if (!node.key().isEmpty() && keys.contains(node.key()))
@@ -199,6 +269,8 @@ CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
     DataTreeNode root;
     if (error == CaError::nullError)
         error = makeDocument(patient, vlr::patientLimits, root, stored.document);
+    if (error == CaError::nullError)
+        error = checkTexts(root);
     QSet<QString> keys;
     if (error == CaError::nullError)
         error = collectParts(root, keys, stored);
@@ -361,6 +433,27 @@ CaError DataIOManager::patientIds(std::vector<QString>& ids) {
     return store ? store->patientIds(ids) : error;
 }
 
+// The list is read only where there is something to be found in it.
+CaError DataIOManager::patientsLike(const QString& patientId,
+                                    std::vector<MetaInformation>& patients) {
+    patients.clear();
+    const QString wanted = vlr::normalizedId(patientId);
+    const QString skeleton = vlr::idSkeleton(wanted);
+    const auto isAlike = [&](const QString& id) {
+        return vlr::idSkeleton(id) == skeleton && vlr::normalizedId(id) != wanted;
+    };
+    std::vector<QString> ids;
+    CaError error = patientIds(ids);
+    if (error != CaError::nullError || std::none_of(ids.begin(), ids.end(), isAlike))
+        return error;
+    std::vector<MetaInformation> all;
+    error = patientMetaInfoList(all);
+    std::copy_if(
+        all.begin(), all.end(), std::back_inserter(patients),
+        [&](const MetaInformation& one) { return isAlike(one.value(QStringLiteral("id"))); });
+    return error;
+}
+
 CaError DataIOManager::loadPatientMetaInfo(const vlr::URI& uri, MetaInformation& information) {
     CaError error;
     vlr::PatientStore* store = currentRepository(Use::Reading, error);
@@ -388,14 +481,20 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
     if (!patient)
         return CaError("DataIOManager::storePatient", "No patient given.");
     if (patient->patientId().isEmpty())
-        return CaError("DataIOManager::storePatient", "A patient without an id cannot be stored.");
+        return withoutId();
     if (patient->parent())
         return CaError("DataIOManager::storePatient",
                        "A patient that is a part of another item cannot be stored by itself.");
-    CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Storing, error);
-    if (!store)
+    CaError error = checkIdentity(*patient);
+    if (error != CaError::nullError)
         return error;
+    vlr::PatientStore* store = currentRepository(Use::Storing, error);
+    if (store)
+        error = normalizeIdentity(*patient, *store);
+    if (error != CaError::nullError || !store)
+        return error;
+    if (patient->patientId().isEmpty())
+        return withoutId();
     if (!patient->storageUri().isValid())
         patient->setStorage(vlr::URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)),
                             0);

@@ -55,13 +55,18 @@ public:
     /// The ids of all stored patients, in no order: the fastest way to find a free one. After an
     /// error `ids` holds what could be read before it.
     static CaError patientIds(std::vector<QString>& ids);
+    /// The stored patients whose ids are easily taken for the given one (vlr::idSkeleton()), but
+    /// are another one: to be asked about before a new patient is stored. Some 100 ms for 100,000.
+    static CaError patientsLike(const QString& patientId, std::vector<MetaInformation>& patients);
     static CaError loadPatientMetaInfo(const vlr::URI& uri, MetaInformation& information);
     /// Gives a new Patient.
     static CaError loadPatient(const vlr::URI& uri, DataPointer<Patient>& patient);
     /// Stores the patient and the binary parts of its tree, all or nothing. A patient that has
     /// no place in the repository yet gets one; one that is there as it is now is not stored
-    /// again. Refused: an empty patient id, an id that another
-    /// patient has (error id idTakenError), a patient that was stored by somebody else since it
+    /// again. Id and name are normalized before (vlr::normalizedId()), in the patient too, unless
+    /// they are those that are stored. Refused: an id without a visible character, an id that
+    /// another patient has in any form (error id idTakenError), NUL and halves of surrogate pairs
+    /// in any text of the tree, a patient that was stored by somebody else since it
     /// was loaded (changedElsewhereError), one that is a part of another item, two items with one
     /// key, a binary part whose bytes are nowhere, and what loadPatient() would not take back.
     static CaError storePatient(const DataPointer<Patient>& patient);

@@ -1,5 +1,6 @@
 #include "IO/SqlPatientStore.h"
 
+#include "Data/PatientText.h"
 #include "IO/DataIOManager.h"
 
 #include <QtCore/QDateTime>
@@ -294,7 +295,36 @@ CaError SqlPatientStore::checkId(const StoredPatient& patient) {
     if (error == CaError::nullError && !row.isEmpty())
         return CaError(DataIOManager::idTakenError, "Another patient already has the id \"" +
                                                         patient.patientId.toStdString() + "\".");
-    return error;
+    return error == CaError::nullError ? checkOtherForms(patient) : error;
+}
+
+// An id that was stored before ids were normalized may be the same in another form. Such are few,
+// if any, and sought by the database. Who has an id keeps it.
+CaError SqlPatientStore::checkOtherForms(const StoredPatient& patient) {
+    QVariantList own;
+    CaError error = firstRow(QStringLiteral("SELECT 1 FROM patient WHERE uid = ? AND "
+                                            "patient_id = ?"),
+                             {patient.uid, patient.patientId}, own);
+    if (error != CaError::nullError || !own.isEmpty())
+        return error;
+    const QString unusual =
+        isServer() ? QStringLiteral("patient_id ~ '[^ -~]|^ | $'")
+                   : QStringLiteral("(length(patient_id) <> length(CAST(patient_id AS BLOB)) OR "
+                                    "patient_id GLOB '*[^ -~]*' OR trim(patient_id) <> "
+                                    "patient_id)");
+    const ValueLimit limit(*this, longestText);
+    QString found;
+    error = rows(QStringLiteral("SELECT patient_id FROM patient WHERE uid <> ? AND ") + unusual,
+                 {patient.uid}, [&](const QSqlQuery& row) {
+                     const QString id = row.value(0).toString();
+                     if (normalizedId(id) == normalizedId(patient.patientId))
+                         found = id;
+                 });
+    if (error != CaError::nullError || found.isEmpty())
+        return error;
+    return CaError(DataIOManager::idTakenError,
+                   "Another patient already has the id \"" + visibleText(found).toStdString() +
+                       "\", which differs in characters that cannot be seen only.");
 }
 
 CaError SqlPatientStore::storePatientRow(const StoredPatient& patient) {

@@ -62,6 +62,7 @@ private:
     bool isFileGone() const;
     CaError checkWritable() const;
     CaError checkId(const StoredPatient& patient);
+    CaError checkOtherForms(const StoredPatient& patient);
     CaError storePatientRow(const StoredPatient& patient);
     CaError storeDocument(const StoredPatient& patient);
     CaError storeRows(const StoredPatient& patient, const std::function<CaError()>& storeParts,

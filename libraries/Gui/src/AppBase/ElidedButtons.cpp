@@ -1,6 +1,6 @@
 #include "AppBase/ElidedButtons.h"
 
-#include "Base/QtElidedLabel.h"
+#include "Base/PlainText.h"
 
 #include <QtGui/QKeySequence>
 #include <QtWidgets/QStyle>
@@ -15,7 +15,7 @@ constexpr int margin = 12;
 void setWholeText(QAbstractButton* button, const QString& text) {
     button->setText(text);
     button->setShortcut(QKeySequence()); // setText() makes one of an "&".
-    button->setToolTip(plainToolTip(text));
+    button->setToolTip(vlr::plainToolTip(text));
     button->setAccessibleName(text);
 }
 

@@ -1,6 +1,7 @@
 #include "AppBase/QtApplication.h"
 
 #include "AppBase/Watchdog.h"
+#include "Base/PlainText.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QSocketNotifier>
@@ -43,6 +44,7 @@ bool openPipe() {
 } // namespace
 
 QtApplication::QtApplication(int& argc, char** argv) : QApplication(argc, argv) {
+    new vlr::PlainToolTips(this);
     if (readEnd >= 0 || !openPipe()) {
         VLR_LOG(Warning) << "Unix signals will not be reported.";
         return;

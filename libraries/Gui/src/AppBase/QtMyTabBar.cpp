@@ -1,9 +1,19 @@
 #include "AppBase/QtMyTabBar.h"
 
 #include "AppBase/ToolTabBar.h"
+#include "Base/PlainText.h"
 
 #include <QtCore/QSignalBlocker>
 #include <QtWidgets/QGridLayout>
+
+namespace {
+
+// What Qt shows as it is anyway stays as it was given.
+QString tipOf(const QString& text) {
+    return vlr::isPlainToolTip(text) ? text : vlr::plainToolTip(text);
+}
+
+} // namespace
 
 QtMyTabBar::QtMyTabBar(QWidget* parent) : QWidget(parent), m_bar(new ToolTabBar(this)) {
     auto* layout = new QGridLayout(this);
@@ -27,7 +37,7 @@ int QtMyTabBar::addTab(const QIcon& icon, const QString& text) {
     // A tab takes "&" for a mnemonic.
     QString label = text;
     m_bar->insertTab(index, icon, label.replace(QLatin1Char('&'), QStringLiteral("&&")));
-    m_bar->setTabToolTip(index, text);
+    m_bar->setTabToolTip(index, tipOf(text));
     if (m_lastModuleTab < 0)
         m_lastModuleTab = 0;
     m_bar->setCurrentIndex(m_lastModuleTab);
@@ -37,7 +47,7 @@ int QtMyTabBar::addTab(const QIcon& icon, const QString& text) {
 int QtMyTabBar::addToolButton(const QIcon& icon, const QString& text, const QString& toolTip) {
     const QSignalBlocker blocker(m_bar);
     const int tab = m_bar->addTab(icon, text);
-    m_bar->setTabToolTip(tab, toolTip);
+    m_bar->setTabToolTip(tab, tipOf(toolTip));
     m_bar->setAccessibleTabName(tab, toolTip);
     return tab - m_moduleTabs;
 }

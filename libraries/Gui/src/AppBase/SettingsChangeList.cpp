@@ -1,6 +1,7 @@
 #include "AppBase/SettingsChangeList.h"
 
 #include "AppBase/SettingsEdits.h"
+#include "Base/PlainText.h"
 
 #include <QtWidgets/QListWidget>
 #include <QtWidgets/QToolButton>
@@ -45,7 +46,7 @@ void SettingsChangeList::show(const SettingsEdits& edits) {
                                       edits.describe(change.key, change.value));
         auto* item = new QListWidgetItem(QString(text).replace(QLatin1Char('\n'), QChar(0x21b5)));
         item->setData(Qt::UserRole, change.key);
-        item->setToolTip(text);
+        item->setToolTip(plainToolTip(text));
         m_list->addItem(item);
     }
     const int count = m_list->count();

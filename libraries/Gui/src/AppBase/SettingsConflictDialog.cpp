@@ -1,5 +1,6 @@
 #include "AppBase/SettingsConflictDialog.h"
 
+#include "Base/PlainText.h"
 #include "Base/WheelGuard.h"
 
 #include <QtWidgets/QComboBox>
@@ -63,7 +64,7 @@ void SettingsConflictDialog::addConflict(const SettingsEdits& edits,
     const QString& key = conflict.change.key;
     const auto show = [&](Column column, const QString& text) {
         auto* item = new QTableWidgetItem(text);
-        item->setToolTip(text);
+        item->setToolTip(plainToolTip(text));
         m_table->setItem(row, column, item);
     };
     show(Key, key);

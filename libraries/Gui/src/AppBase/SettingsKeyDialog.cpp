@@ -46,6 +46,7 @@ SettingsKeyDialog::SettingsKeyDialog(const SettingsEdits& edits, Purpose purpose
         m_type = createTypes();
     setWindowTitle(isNew ? tr("Add Setting") : tr("Rename Setting"));
     m_key->setMinimumWidth(fontMetrics().averageCharWidth() * 60);
+    m_refusal->setTextFormat(Qt::PlainText); // It names the path.
     m_refusal->setWordWrap(true);
     m_refusal->setMinimumHeight(fontMetrics().lineSpacing());
 

@@ -1,5 +1,7 @@
 #include "AppBase/SettingsModel.h"
 
+#include "Base/PlainText.h"
+
 #include <QtGui/QFont>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QPalette>
@@ -237,8 +239,9 @@ QVariant SettingsModel::data(const QModelIndex& index, int role) const {
     case Qt::AccessibleTextRole:
         return accessibleText(found, index.column());
     case Qt::ToolTipRole:
-        return found.isSetting ? found.path + QLatin1Char('\n') + m_edits.status(found.path)
-                               : found.path;
+        return plainToolTip(found.isSetting
+                                ? found.path + QLatin1Char('\n') + m_edits.status(found.path)
+                                : found.path);
     case Qt::FontRole:
         return found.isSetting ? font(found) : QVariant();
     case Qt::ForegroundRole:

@@ -1,5 +1,6 @@
 #include "AppBase/SplashScreen.h"
 
+#include "Base/PlainText.h"
 #include "Image/ImageFile.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
@@ -83,7 +84,7 @@ void SplashScreen::tell(const QString& text) {
         setting("ShowSplashScreenMessageLocationVertical", "bottom") == QLatin1String("bottom");
     QColor color;
     color.setNamedColor(setting("ShowSplashScreenMessageColor", "#000000"));
-    showMessage(text,
+    showMessage(vlr::isPlainToolTip(text) ? text : vlr::plainToolTip(text),
                 static_cast<int>(left ? Qt::AlignLeft : Qt::AlignRight) |
                     static_cast<int>(bottom ? Qt::AlignBottom : Qt::AlignTop),
                 color);

@@ -1,5 +1,7 @@
 #include "Base/LogModel.h"
 
+#include "Base/PlainText.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -126,6 +128,5 @@ QVariant LogModel::data(const QModelIndex& index, int role) const {
     const QString& text = m_lines[m_rows[static_cast<std::size_t>(index.row())] - m_dropped].text;
     if (role == Qt::DisplayRole)
         return text;
-    // As markup, which wraps a long line, and so that what looks like markup is shown as it is.
-    return QString(QStringLiteral("<qt>") + text.toHtmlEscaped() + QStringLiteral("</qt>"));
+    return vlr::plainToolTip(text);
 }

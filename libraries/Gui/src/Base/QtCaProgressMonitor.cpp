@@ -79,11 +79,12 @@ void removeMonitor() {
 class QtCaProgressMonitor::Dialog : public QProgressDialog {
 public:
     Dialog(const QString& text, bool cancelable, int totalSteps, QWidget* parent)
-        : QProgressDialog(text, cancelable ? QtCaProgressMonitor::tr("Cancel") : QString(), 0,
+        : QProgressDialog({}, cancelable ? QtCaProgressMonitor::tr("Cancel") : QString(), 0,
                           totalSteps, parent, cancelable ? Qt::Dialog : Qt::Popup),
           m_cancelable(cancelable), m_label(new QLabel), m_bar(new Bar) {
         setModal(true);
         m_label->setTextFormat(Qt::PlainText);
+        m_label->setText(text);
         m_label->setAlignment(Qt::Alignment(
             style()->styleHint(QStyle::SH_ProgressDialog_TextLabelAlignment, nullptr, this)));
         setLabel(m_label);

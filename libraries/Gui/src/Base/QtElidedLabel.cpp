@@ -1,5 +1,7 @@
 #include "Base/QtElidedLabel.h"
 
+#include "Base/PlainText.h"
+
 #include <QtCore/QEvent>
 
 QtElidedLabel::QtElidedLabel(Qt::TextElideMode mode, QWidget* parent)
@@ -34,9 +36,5 @@ void QtElidedLabel::elide() {
     const QString line = m_fullText.simplified();
     const QString shown = fontMetrics().elidedText(line, m_mode, contentsRect().width());
     setText(shown);
-    setToolTip(shown == line ? QString() : plainToolTip(m_fullText));
-}
-
-QString plainToolTip(const QString& text) {
-    return QStringLiteral("<p>%1</p>").arg(text.toHtmlEscaped());
+    setToolTip(shown == line ? QString() : vlr::plainToolTip(m_fullText));
 }

@@ -29,6 +29,3 @@ private:
     Qt::TextElideMode m_mode;
     QString m_fullText;
 };
-
-/// The text as a tool tip that wraps, and in which nothing is taken for markup.
-VLR_GUI_EXPORT QString plainToolTip(const QString& text);

@@ -1,5 +1,7 @@
 #include "DataUtils/FreePatientId.h"
 
+#include "Data/PatientText.h"
+
 #include <algorithm>
 
 namespace vlr {
@@ -28,7 +30,7 @@ QString firstFreePatientId(const std::vector<QString>& ids, int maximum) {
     const auto count = std::min(ids.size() + 1, static_cast<std::size_t>(std::max(maximum, 0)));
     std::vector<bool> taken(count, false);
     for (const QString& id : ids) {
-        const qint64 number = numberOf(id, width);
+        const qint64 number = numberOf(normalizedId(id), width);
         if (number >= 0 && static_cast<std::size_t>(number) < count)
             taken[static_cast<std::size_t>(number)] = true;
     }

@@ -2,6 +2,7 @@
 
 #include "Base/QtMessageLine.h"
 #include "Data/Patient.h"
+#include "Data/PatientText.h"
 #include "DataUtils/FreePatientId.h"
 #include "DataUtils/PatientConfiguration.h"
 #include "DataUtils/StoredDefaults.h"
@@ -32,6 +33,25 @@ const QDate earliestBirthDate(1900, 1, 1);
 
 QString textOf(const CaError& error) {
     return QString::fromStdString(error.text());
+}
+
+// Puts the normalized text into the field. False, with a word about it, where characters went that
+// could not be seen: with them it may have looked like another text.
+bool takeNormalized(QLineEdit& field, QString (*normalized)(const QString&),
+                    QtMessageLine& message) {
+    const QString typed = field.text();
+    const QString text = normalized(typed);
+    if (text == typed)
+        return true;
+    const QString inner = typed.trimmed();
+    const QString seen = vlr::visibleText(inner);
+    field.setText(text);
+    if (seen == inner)
+        return true;
+    message.showError(QtPatientConfigurationWidget::tr("Characters that cannot be seen were "
+                                                       "removed from \"%1\". Check what is left.")
+                          .arg(seen));
+    return false;
 }
 
 } // namespace
@@ -83,6 +103,10 @@ void QtPatientConfigurationWidget::createFields() {
     m_useFreeId->setObjectName(QStringLiteral("useFreeId"));
     m_useFreeId->hide();
     m_grid->addWidget(m_useFreeId, m_grid->rowCount(), 1, Qt::AlignLeft);
+    m_isAnotherPatient = new QCheckBox(tr("I&t is another patient"), this);
+    m_isAnotherPatient->setObjectName(QStringLiteral("isAnotherPatient"));
+    m_isAnotherPatient->hide();
+    m_grid->addWidget(m_isAnotherPatient, m_grid->rowCount(), 1, Qt::AlignLeft);
     m_nameMessage = addField(tr("Patient &Name:"), m_name);
     m_nameMessage->setObjectName(QStringLiteral("nameMessage"));
     addField(tr("Patient &Sex:"), m_sex);
@@ -90,11 +114,13 @@ void QtPatientConfigurationWidget::createFields() {
     m_grid->setRowStretch(m_grid->rowCount(), 1);
 
     connect(m_useFreeId, &QPushButton::clicked, this, &QtPatientConfigurationWidget::useFreeId);
-    connect(m_id, &QLineEdit::textEdited, this, &QtPatientConfigurationWidget::clearIdMessage);
+    connect(m_id, &QLineEdit::textEdited, this, &QtPatientConfigurationWidget::followId);
+    connect(m_id, &QLineEdit::editingFinished, this,
+            &QtPatientConfigurationWidget::warnOfLookalikes);
     connect(m_name, &QLineEdit::textEdited, m_nameMessage, &QtMessageLine::clear);
     QWidget* previous = m_id;
-    for (QWidget* next : std::initializer_list<QWidget*>{m_useFreeId, m_name, m_sex, m_birthDate,
-                                                         m_birthDateNotKnown}) {
+    for (QWidget* next : std::initializer_list<QWidget*>{m_useFreeId, m_isAnotherPatient, m_name,
+                                                         m_sex, m_birthDate, m_birthDateNotKnown}) {
         setTabOrder(previous, next);
         previous = next;
     }
@@ -142,11 +168,20 @@ QtMessageLine* QtPatientConfigurationWidget::addField(const QString& label, QWid
 }
 
 void QtPatientConfigurationWidget::fillFromPatient() {
-    m_id->setText(m_patient->patientId().isEmpty() ? m_patient->id() : m_patient->patientId());
+    m_id->setText(vlr::visibleText(storedId()));
     showIdReadOnly();
     m_name->setText(m_patient->name());
+    const QString name = vlr::visibleText(m_patient->name());
+    if (name != m_patient->name())
+        m_nameMessage->showMessage(
+            QStringLiteral("Warning"),
+            tr("The name contains characters that cannot be seen: \"%1\".").arg(name));
     showSex(m_patient->sex());
     showBirthDate(m_patient->birthDate());
+}
+
+QString QtPatientConfigurationWidget::storedId() const {
+    return m_patient->patientId().isEmpty() ? m_patient->id() : m_patient->patientId();
 }
 
 // It can still be marked and copied.
@@ -222,10 +257,45 @@ QDate QtPatientConfigurationWidget::enteredBirthDate() const {
 }
 
 bool QtPatientConfigurationWidget::judgeId() {
-    const bool isAnId = m_id->isReadOnly() || !m_id->text().trimmed().isEmpty();
-    if (!isAnId)
+    if (m_id->isReadOnly())
+        return true;
+    if (vlr::normalizedId(m_id->text()).isEmpty()) {
         m_idMessage->showError(tr("Enter the id of the patient."));
-    return isAnId;
+        return false;
+    }
+    return takeNormalized(*m_id, &vlr::normalizedId, *m_idMessage) && judgeLookalikes();
+}
+
+// A repository that cannot be read does not take the patient either, and says why then.
+bool QtPatientConfigurationWidget::judgeLookalikes() {
+    std::vector<MetaInformation> patients;
+    if (m_isAnotherPatient->isChecked() ||
+        DataIOManager::patientsLike(m_id->text(), patients) != CaError::nullError ||
+        patients.empty())
+        return true;
+    const MetaInformation& first = patients.front();
+    QString message = tr("This id is easily taken for \"%1\" of the patient \"%2\". If he is the "
+                         "same, choose \"Cancel\" and work with the stored patient.")
+                          .arg(vlr::visibleText(first.value(QStringLiteral("id"))),
+                               vlr::visibleText(first.value(QStringLiteral("name"))));
+    if (patients.size() > 1)
+        message += QLatin1Char(' ') +
+                   tr("There are %1 such patients.").arg(static_cast<int>(patients.size()));
+    m_idMessage->showMessage(QStringLiteral("Warning"), message);
+    m_isAnotherPatient->show();
+    return false;
+}
+
+// Before the other fields are filled in for nothing.
+void QtPatientConfigurationWidget::warnOfLookalikes() {
+    if (m_id->isModified() && !m_id->isReadOnly() && m_idMessage->text().isEmpty())
+        (void)judgeLookalikes();
+}
+
+// One that is stored stays as it is until it is changed.
+bool QtPatientConfigurationWidget::judgeName() {
+    return m_name->text() == m_patient->name() ||
+           takeNormalized(*m_name, &vlr::normalizedText, *m_nameMessage);
 }
 
 // --- results
@@ -234,14 +304,18 @@ bool QtPatientConfigurationWidget::ok() {
     if (!m_patient)
         return true;
     const bool hasId = judgeId();
+    const bool hasName = judgeName();
     const bool hasBirthDate = judgeBirthDate();
-    if (!hasId || !hasBirthDate) {
-        QWidget* const first = hasId ? static_cast<QWidget*>(m_birthDate) : m_id;
-        first->setFocus();
+    if (!hasId || !hasName || !hasBirthDate) {
+        QWidget* const id =
+            m_isAnotherPatient->isHidden() ? static_cast<QWidget*>(m_id) : m_isAnotherPatient;
+        QWidget* const other = hasName ? static_cast<QWidget*>(m_birthDate) : m_name;
+        (hasId ? other : id)->setFocus();
         return false;
     }
-    m_patient->setId(m_id->text());
-    m_patient->setPatientId(m_id->text());
+    const QString id = m_id->isReadOnly() ? storedId() : m_id->text();
+    m_patient->setId(id);
+    m_patient->setPatientId(id);
     m_patient->setName(m_name->text());
     m_patient->setSex(static_cast<Patient::Sex>(m_sex->currentData().toInt()));
     m_patient->setBirthDate(enteredBirthDate());
@@ -319,10 +393,16 @@ void QtPatientConfigurationWidget::showIdTaken() {
 void QtPatientConfigurationWidget::useFreeId() {
     m_id->setText(m_freeId);
     m_id->setFocus();
-    clearIdMessage();
+    followId();
 }
 
 void QtPatientConfigurationWidget::clearIdMessage() {
     m_idMessage->clear();
     m_useFreeId->hide();
+}
+
+void QtPatientConfigurationWidget::followId() {
+    clearIdMessage();
+    m_isAnotherPatient->hide();
+    m_isAnotherPatient->setChecked(false);
 }

@@ -20,6 +20,11 @@ class TypedDateEdit;
 /// The form of a patient. A new one, which has no id yet, begins with a free id and the values
 /// that were saved as default; the id of an existing one cannot be changed.
 ///
+/// Id and name are taken in their normalized form (vlr::normalizedId()). Characters that cannot be
+/// seen are removed with a word, and what is left is to be confirmed by another ok(). So is a new
+/// id that people easily take for that of a stored patient, who is named beside the field: it is
+/// refused until the box "It is another patient" is checked.
+///
 /// Not every date of birth is known: then "Not known" is checked, the field is empty, and the
 /// patient keeps an invalid date until one is entered. What is typed is read as a whole (see
 /// DateText.h); what is not understood stays in the field and is refused with the reason below it.
@@ -38,8 +43,9 @@ public:
     static const char* const idError;
     static const char* const nameError;
 
-    /// False, with the reason below the field, for a new id without a visible character and for a
-    /// date of birth that is none. Nothing is written to the patient then.
+    /// False, with the reason below the field, for a new id without a visible character or one to
+    /// be confirmed, a name to be confirmed, and a date of birth that is none. Nothing is written
+    /// to the patient then.
     bool ok() override;
     bool canSaveAsDefault() override;
     /// Durably, for the forms of patients to come. Refused where the date of birth is none.
@@ -58,12 +64,17 @@ private:
     void followBirthDate();
     bool judgeBirthDate();
     bool judgeId();
+    bool judgeLookalikes();
+    bool judgeName();
+    void warnOfLookalikes();
+    QString storedId() const;
     void showIdReadOnly();
     QDate enteredBirthDate() const;
     QString getUniqueId();
     void showIdTaken();
     void useFreeId();
     void clearIdMessage();
+    void followId();
 
     DataPointer<Patient> m_patient;
     DataPointer<PatientConfiguration> m_defaults;
@@ -77,6 +88,7 @@ private:
     QtMessageLine* m_nameMessage = nullptr;
     QtMessageLine* m_birthDateMessage = nullptr;
     QPushButton* m_useFreeId = nullptr;
+    QCheckBox* m_isAnotherPatient = nullptr;
     QString m_freeId; ///< The one that was offered last.
 };
 
