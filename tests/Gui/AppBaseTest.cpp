@@ -352,8 +352,10 @@ void answerBoxes(const std::vector<const char*>& buttons) {
     if (buttons.empty())
         return;
     answerNextMessageBox([buttons](QMessageBox& box) {
-        QTest::keyClick(&box, Qt::Key_Return);
-        auto* const button = box.findChild<QPushButton*>(QString::fromLatin1(buttons.front()));
+        if (*buttons.front())
+            QTest::keyClick(&box, Qt::Key_Return);
+        const auto name = QString::fromLatin1(buttons.front());
+        auto* const button = box.findChild<QPushButton*>(name);
         ASSERT_TRUE(box.isVisible() && button) << box.text().toStdString();
         answerBoxes({buttons.begin() + 1, buttons.end()});
         button->click();
@@ -368,6 +370,18 @@ TEST_F(AppBaseTest, WhatCouldNotBeStoredIsOfferedAtTheNextStart) {
         DataPointer<Patient> now;
         EXPECT_EQ(DataIOManager::loadPatient(patient->storageUri(), now), CaError::nullError);
         return now;
+    };
+    // The boxes come before the window.
+    const auto runUntilShown = [this](const std::vector<const char*>& answers) {
+        AppBase& application = app();
+        answerBoxes(answers);
+        QTimer leave;
+        QObject::connect(&leave, &QTimer::timeout, [&] {
+            if (application.getMainWindow()->isVisible())
+                application.exitApplication();
+        });
+        leave.start(1);
+        application.run();
     };
     const auto leaveChange = [&](const char* name) {
         patient->setName(QString::fromLatin1(name));
@@ -401,9 +415,7 @@ TEST_F(AppBaseTest, WhatCouldNotBeStoredIsOfferedAtTheNextStart) {
     for (const auto& start : starts) {
         SCOPED_TRACE(start.stored);
         start.before();
-        app();
-        answerBoxes(start.answers);
-        runUntil();
+        runUntilShown(start.answers);
         endApp();
         EXPECT_EQ(stored()->name().toStdString(), start.stored);
         EXPECT_EQ(vlr::waitingRecoveries().size(), start.waiting);
@@ -414,9 +426,7 @@ TEST_F(AppBaseTest, WhatCouldNotBeStoredIsOfferedAtTheNextStart) {
     file = folder.filePath("patients.sqlite.recovery-20200101-000000-01234567"_s);
     writeFile(file, "vlr");
     QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
-    app();
-    answerNextMessageBox([](QMessageBox& box) { box.accept(); });
-    runUntil();
+    runUntilShown({""}); // The one button of a message.
     EXPECT_EQ(folder.entryList({"*.damaged-*"_s}).size(), 1);
 }
 

@@ -129,11 +129,16 @@ CaError toContent(const DataPointer<Patient>& patient, Content& content) {
 }
 
 CaError giveParts(const DataPointer<Patient>& patient, const std::vector<Part>& parts) {
+    // Only these have a key for certain; asking another one would make one.
     QHash<QString, DataPointer<Data>> items;
-    items.insert(patient->key(), patient);
+    const auto add = [&](const DataPointer<Data>& item) {
+        if (!item->binaryParts().isEmpty())
+            items.insert(item->key(), item);
+    };
+    add(patient);
     DataIterator it(patient);
     while (const DataPointer<Data> item = it.next())
-        items.insert(item->key(), item);
+        add(item);
     for (const Part& part : parts) {
         const DataPointer<Data> item = items.value(part.item);
         if (!item)
