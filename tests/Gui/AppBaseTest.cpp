@@ -546,6 +546,11 @@ TEST_F(AppBaseTest, TheWindowComesBackWhereItWas) {
         setting("WindowShowMode", mode);
         const bool isKnown = QFile::exists(configuration());
         QtAppMainWindow* const window = app().getMainWindow();
+        const auto switchMode = [&](bool on) { // as the dialog's Ok does
+            impl->config()->setTouchScreenModeEnabled(on);
+            for (int i = 0; i < 2; ++i)
+                impl->config()->notify(Data::CHANGED);
+        };
         runUntil([&] {
             auto* const splitter = window->findChild<QSplitter*>();
             EXPECT_EQ(window->isMaximized(), mode == "maximized"s);
@@ -553,17 +558,17 @@ TEST_F(AppBaseTest, TheWindowComesBackWhereItWas) {
                 EXPECT_GE(window->width(), screen.width() / 2) << "a usable size";
                 window->setGeometry(place);
                 splitter->setSizes({300, 390});
-                impl->setTouchScreenModeEnabled(true);
+                switchMode(true);
                 splitter->setSizes({330, 300});
                 EXPECT_EQ(splitter->sizes()[0], 330);
-                impl->setTouchScreenModeEnabled(false);
+                switchMode(false);
                 return;
             }
             EXPECT_EQ(mode == "normal"s ? window->geometry() : window->normalGeometry(), place);
             EXPECT_EQ(splitter->sizes()[0], 300);
-            impl->setTouchScreenModeEnabled(true);
+            switchMode(true);
             EXPECT_EQ(splitter->sizes()[0], 330);
-            impl->setTouchScreenModeEnabled(false);
+            switchMode(false);
         });
     }
 }

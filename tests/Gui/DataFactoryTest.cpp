@@ -22,18 +22,24 @@ using namespace vlrTest;
 
 namespace {
 
-// A study of another class, which nobody linked.
-class SpecialStudy : public DataRecord<SpecialStudy, Study> {
+// Studies of other classes. What is logged once for a class in a process needs one of its own.
+constexpr const char* classNames[] = {"SpecialStudy", "UnlinkedStudy", "MislinkedStudy"};
+
+template <std::size_t name>
+class OtherStudy : public DataRecord<OtherStudy<name>, Study> {
 public:
-    static constexpr const char* className = "SpecialStudy";
+    static constexpr const char* className = classNames[name];
 
 protected:
-    ~SpecialStudy() override = default;
+    ~OtherStudy() override = default;
 
 private:
     friend struct ::RecordAccess;
     static constexpr auto attributes() { return std::make_tuple(); }
 };
+using SpecialStudy = OtherStudy<0>; // Nobody linked it.
+using UnlinkedStudy = OtherStudy<1>;
+using MislinkedStudy = OtherStudy<2>;
 
 // Edits the institution of a study. With the argument "default" it can be saved as default, with
 // "refuse" it does not accept.
@@ -149,23 +155,24 @@ TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
     widget = DataFactory::configurationWidget(study.get(), &parent);
     EXPECT_TRUE(qobject_cast<QtModuleConfigWidget*>(widget)) << "the later one";
 
-    const DataPointer<Data> derived(new SpecialStudy);
+    const DataPointer<Data> derived(new UnlinkedStudy);
     for (int i = 0; i < 2; ++i)
         EXPECT_FALSE(DataFactory::configurationWidget(derived.get(), &parent));
     EXPECT_FALSE(DataFactory::configurationWidget(nullptr, &parent));
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "\"SpecialStudy\""), 1);
-    DataFactory::linkDataToWidget("Study", "NobodyRegisteredThis", "", 1, "");
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "\"UnlinkedStudy\""), 1);
+    DataFactory::linkDataToWidget("MislinkedStudy", "NobodyRegisteredThis", "", 1, "");
     expectLog(vlr::LogLevel::Warning, "createNobodyRegisteredThisFactory()");
+    const DataPointer<Data> mislinked(new MislinkedStudy);
     for (int i = 0; i < 2; ++i)
-        EXPECT_FALSE(DataFactory::configurationWidget(study.get(), &parent));
-    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "\"Study\""), 1);
+        EXPECT_FALSE(DataFactory::configurationWidget(mislinked.get(), &parent));
+    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "\"MislinkedStudy\""), 1);
     // Nor has it a factory.
     ASSERT_EQ(study->addChild(derived, false), CaError::nullError);
     DataTreeNode stored;
     ASSERT_EQ(study->save(stored), CaError::nullError);
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(study->load(stored), CaError::nullError);
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "createSpecialStudyFactory()"), 1);
+    EXPECT_EQ(logCount(vlr::LogLevel::Info, "createUnlinkedStudyFactory()"), 1);
 }
 
 TEST_F(DataFactoryTest, NullIsRefusedAloud) {

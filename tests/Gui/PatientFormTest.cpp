@@ -330,9 +330,14 @@ TEST_F(PatientFormTest, ADateOfBirthIsOnlyChangedByEnteringOne) {
         EXPECT_TRUE(form.message->text().contains(text("1900")));
         EXPECT_TRUE(form.widget.ok());
         EXPECT_EQ(patient->birthDate(), tooEarly);
-        form.birthDate->stepBy(1);
+        form.birthDate->stepBy(1); // Not to 1900.
+        EXPECT_EQ(form.birthDate->text(), text("05 Jun 1887"));
         EXPECT_TRUE(form.widget.ok());
-        EXPECT_NE(patient->birthDate(), tooEarly);
+        EXPECT_EQ(patient->birthDate(), tooEarly);
+        form.birthDate->setDate(QDate(1900, 1, 1));
+        form.birthDate->stepBy(-1);
+        EXPECT_TRUE(form.widget.ok());
+        EXPECT_EQ(patient->birthDate(), QDate(1900, 1, 1));
         form.notKnown->setChecked(true);
         EXPECT_EQ(form.birthDate->text(), QString());
         EXPECT_TRUE(form.widget.ok());

@@ -193,6 +193,25 @@ TEST_F(ProgressMonitorTest, TheDialogComesAfterItsTimeAndGoesAtTheMaximum) {
     EXPECT_TRUE(repeat(tick, isShown)) << "more to do after all";
 }
 
+TEST_F(ProgressMonitorTest, OnlyADialogThatClosedJustBeforeMakesItWaitForTheKeyboard) {
+    monitor()->setMinimumDuration(0);
+    for (const bool isModal : {false, true}) {
+        {
+            QDialog other;
+            other.setModal(isModal);
+            showActive(other);
+        }
+        ASSERT_EQ(QGuiApplication::focusWindow(), nullptr);
+        monitor()->start("Reading", 10, true, false, 1);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(dialog()->isVisible(), !isModal);
+        if (isModal)
+            showActive(*window);
+        EXPECT_TRUE(QTest::qWaitFor([this] { return dialog()->isVisible(); }));
+        monitor()->end();
+    }
+}
+
 TEST_F(ProgressMonitorTest, ProgressThatIsOnlySetShowsTheDialogAndProcessesNoEvents) {
     const auto setProgress = [] { monitor()->setProgress(monitor()->getProgress() % 1000 + 1); };
     const auto isShown = [this] { return dialog()->isVisible(); };

@@ -6,6 +6,7 @@
 #include <QtGui/QScreen>
 #include <QtGui/QWheelEvent>
 #include <QtWidgets/QGridLayout>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QStackedWidget>
 
 using namespace vlrTest;
@@ -119,6 +120,10 @@ TEST_F(QtAppMainWindowTest, TheSplitterRemembersItsSizes) {
     Window window;
     showActive(window);
     QSplitter* splitter = window.splitter();
+    const auto switchTo = [&](bool on) { // A change of the configuration is told of twice.
+        window.setTouchScreenMode(on);
+        window.setTouchScreenMode(on);
+    };
     splitter->setSizes({300, 700});
     const QList<int> before = splitter->sizes();
     ASSERT_GE(before[0], 1);
@@ -128,21 +133,21 @@ TEST_F(QtAppMainWindowTest, TheSplitterRemembersItsSizes) {
     EXPECT_EQ(splitter->sizes(), before);
 
     // Entering and leaving touch-screen mode exchange the sizes of both modes.
-    window.setTouchScreenMode(true);
+    switchTo(true);
     EXPECT_GE(window.button("Exit")->height(), 35);
     splitter->setSizes({400, 600});
     const QList<int> during = splitter->sizes();
     ASSERT_NE(during, before);
-    window.setTouchScreenMode(false);
+    switchTo(false);
     EXPECT_EQ(splitter->sizes(), before);
-    window.setTouchScreenMode(true);
+    switchTo(true);
     EXPECT_EQ(splitter->sizes(), during);
 
     // Closing it in that mode does not touch the width it has with the mouse.
     window.toggleContextAreaVisible();
-    window.setTouchScreenMode(false);
+    switchTo(false);
     EXPECT_EQ(splitter->sizes(), before);
-    window.setTouchScreenMode(true);
+    switchTo(true);
     EXPECT_EQ(splitter->sizes()[0], 0);
     window.toggleContextAreaVisible();
     EXPECT_EQ(splitter->sizes(), during);
@@ -153,28 +158,37 @@ TEST_F(QtAppMainWindowTest, AControlAreaDraggedShutLeavesAButtonThatOpensIt) {
     showActive(window);
     QSplitter* const splitter = window.splitter();
     QSplitterHandle* const handle = splitter->handle(1);
-    const auto* const button = window.button("wayBack");
+    QPushButton* button = nullptr;
+    QIcon arrows[2];
     const int normalWidth = splitter->handleWidth();
     for (int round = 0; round < 2; ++round) {
-        EXPECT_FALSE(button->isVisible());
+        EXPECT_EQ(handle->layout()->count(), 1 + round);
         EXPECT_EQ(splitter->handleWidth(), normalWidth);
+        window.setLayoutDirection(round == 0 ? Qt::LeftToRight : Qt::RightToLeft);
+        QCoreApplication::processEvents(); // The panes change sides.
         QTest::mousePress(handle, Qt::LeftButton, {}, {1, 100});
-        const QPoint edge(1 - handle->x(), 100);
+        const QPoint edge(round == 0 ? 1 - handle->x() : splitter->width() - handle->x() - 1, 100);
         QMouseEvent move(QEvent::MouseMove, edge, handle->mapToGlobal(edge), Qt::NoButton,
                          Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(handle, &move);
         QTest::mouseRelease(handle, Qt::LeftButton, {}, {1, 100});
         ASSERT_EQ(splitter->sizes()[0], 0);
-        ASSERT_TRUE(QTest::qWaitFor([&] { return button->isVisible(); }));
+        ASSERT_TRUE(QTest::qWaitFor([&] {
+            button = window.findChild<QPushButton*>("wayBack"_s);
+            return button && button->isVisible();
+        }));
+        arrows[round] = button->icon();
         EXPECT_GE(button->width(), button->sizeHint().width());
         EXPECT_TRUE(window.rect().contains(QRect(button->mapTo(&window, {}), button->size())));
         if (round == 1)
             break;
-        QTest::mouseClick(window.button("wayBack"), Qt::LeftButton);
+        QTest::mouseClick(button, Qt::LeftButton);
         EXPECT_GE(splitter->sizes()[0], 1);
         ASSERT_TRUE(QTest::qWaitFor([&] { return !button->isVisible(); }));
     }
+    EXPECT_NE(arrows[0].pixmap(32).toImage(), arrows[1].pixmap(32).toImage());
     // The column of touch-screen mode has a button of its own.
+    ASSERT_TRUE(button->isVisible());
     window.setTouchScreenMode(true);
     EXPECT_FALSE(button->isVisible());
 }
@@ -188,7 +202,16 @@ TEST_F(QtAppMainWindowTest, ALargeContextWidgetScrollsInsteadOfMakingTheWindowLa
     const int index = window.addContextWidget(large);
     showActive(window);
     const QSize screen = window.screen()->availableSize();
-    const auto* const area = window.contextStack()->parentWidget()->parentWidget();
+    auto* const area = window.contextStack();
+    EXPECT_EQ(contextLayout(window)->stretch(contextLayout(window)->indexOf(area)), 20);
+    EXPECT_EQ(area->indexOf(small), 1) << "what is not large stands in the stack itself";
+    auto* const field = new QSpinBox(large);
+    field->show();
+    window.raiseContextWidget(index);
+    QWheelEvent wheel({5, 5}, {5, 5}, {}, {0, 120}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(field, &wheel);
+    EXPECT_EQ(field->value(), 0);
+    window.raiseContextWidget(1);
     EXPECT_LE(window.minimumSizeHint().height(), screen.height());
     EXPECT_EQ(small->height(), area->height()) << "the one behind it does not matter";
     window.raiseContextWidget(index);
@@ -336,11 +359,15 @@ TEST_F(QtAppMainWindowTest, ARememberedPlaceIsClampedToTheScreensThatAreThere) {
 }
 
 TEST_F(QtAppMainWindowTest, TheWindowStaysInTheLargestRectangle) {
-    Window window;
+    const DataPointer<MainWindowConfig> config(new MainWindowConfig);
+    Window window(config);
     window.show();
     window.move(700, 500);
     const QRect limit(10, 20, 640, 480);
     window.setMaxWindowSize(limit);
+    EXPECT_TRUE(limit.contains(window.frameGeometry())) << window.x() << ' ' << window.y();
+    config->windowPlace()->setGeometry({700, 500, 600, 400});
+    window.restorePlace();
     EXPECT_TRUE(limit.contains(window.frameGeometry())) << window.x() << ' ' << window.y();
     window.setMaxWindowSize(QRect());
     window.resize(900, 600);

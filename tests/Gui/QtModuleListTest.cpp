@@ -238,8 +238,25 @@ TEST_F(QtModuleListTest, ModulesThatGoOnAskingForEachOtherAreStopped) {
     expectLog(vlr::LogLevel::Error, "go on asking for one another; after 1000 requests");
     list->next();
     EXPECT_TRUE(list->currentModuleProxy()->module()->isActive());
+    // The next call counts anew, and what is enabled does not count as a module asked for.
+    const auto connection =
+        QObject::connect(list.get(), &QtModuleList::registered, [this](const QString&, int index) {
+            for (int i = 0; i < 1001; ++i)
+                list->enableModule(0);
+            list->activate(index);
+        });
+    list->registerModule(new RecordingModule("late"_s));
+    EXPECT_EQ(list->currentIndex(), 3);
+    QObject::disconnect(connection);
     list->activate(0);
     EXPECT_TRUE(modules[0]->isActive());
+
+    QObject::connect(list.get(), &QtModuleList::enabled, [this] { list->disableModule(0); });
+    QObject::connect(list.get(), &QtModuleList::disabled, [this] { list->enableModule(0); });
+    expectLog(vlr::LogLevel::Error, "go on asking for one another; after 10000 requests");
+    list->enableModule(0);
+    list->activate(3);
+    EXPECT_EQ(list->currentIndex(), 3);
 }
 
 TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFoundAndTheirCommonConfigurationToldOf) {

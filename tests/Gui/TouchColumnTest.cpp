@@ -15,6 +15,7 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QTabBar>
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QVBoxLayout>
 
@@ -379,20 +380,23 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
 }
 
 TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
-    const auto buttonHeight = [] {
+    const auto buttonHeight = [](bool isOn) {
         QDialog dialog;
         auto* const layout = new QVBoxLayout(&dialog);
         auto* const button = new QPushButton(text("OK"));
         auto* const date = new QDateEdit;
         layout->addWidget(button);
         layout->addWidget(date);
+        QTabBar bar(&dialog);
+        bar.addTab(text("a"));
         dialog.show();
+        EXPECT_EQ(bar.tabRect(0).height() >= leastSize, isOn);
         layout->activate();
         const auto* const edit = date->findChild<QLineEdit*>();
         EXPECT_TRUE(date->rect().contains(edit->geometry())) << "It is not cut off";
         return button->height();
     };
-    EXPECT_GE(buttonHeight(), leastSize);
+    EXPECT_GE(buttonHeight(true), leastSize);
     window()->setTouchScreenMode(false);
-    EXPECT_LT(buttonHeight(), leastSize);
+    EXPECT_LT(buttonHeight(false), leastSize);
 }

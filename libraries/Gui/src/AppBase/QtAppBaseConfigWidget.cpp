@@ -77,7 +77,8 @@ QWidget* QtAppBaseConfigWidget::createShowMode() {
 }
 
 QString QtAppBaseConfigWidget::showModeToolTip() const {
-    const QString text = tr("How the window is shown, now and at the next start (Alt+S)");
+    const QString text = tr("How the window is shown at the next start, and at once where that is "
+                            "another mode (Alt+S)");
     const QString setting = showModeSetting();
     if (setting == nameOf(m_config->showMode()))
         return text;

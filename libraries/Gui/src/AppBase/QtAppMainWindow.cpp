@@ -8,6 +8,7 @@
 #include "AppBase/TouchTargets.h"
 #include "AppBase/vlrControlList.h"
 #include "Base/QtQuadView.h"
+#include "Base/WheelGuard.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -20,7 +21,6 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QShortcut>
-#include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QStyle>
 #include <QtWidgets/QVBoxLayout>
 
@@ -118,11 +118,11 @@ void QtAppMainWindow::createCentralArea() {
 }
 
 void QtAppMainWindow::createControlArea() {
-    auto* const contextArea = new ContextArea(m_controlArea);
-    m_contextStack = contextArea->stack();
+    m_contextStack = new ContextStack(m_controlArea);
+    new WheelGuard(m_contextStack);
     m_contextLayout = new QBoxLayout(QBoxLayout::TopToBottom);
     removeMargins(m_contextLayout);
-    m_contextLayout->addWidget(contextArea, 20);
+    m_contextLayout->addWidget(m_contextStack, 20);
 
     m_controlLayout = new QBoxLayout(QBoxLayout::TopToBottom, m_controlArea);
     const QMargins margins = m_controlLayout->contentsMargins();
@@ -271,6 +271,7 @@ void QtAppMainWindow::reconfigure(CaSubject*, void*, const char*, void*) {
 }
 
 void QtAppMainWindow::setMaxWindowSize(QRect rect) {
+    m_largestRect = rect;
     if (rect.isEmpty()) {
         setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
         return;
@@ -283,6 +284,12 @@ void QtAppMainWindow::setMaxWindowSize(QRect rect) {
 }
 
 void QtAppMainWindow::restorePlace() {
+    goToPlace();
+    if (!m_largestRect.isEmpty())
+        setMaxWindowSize(m_largestRect); // The place was chosen without it.
+}
+
+void QtAppMainWindow::goToPlace() {
     QScreen* const first = screen();
     const QSize available = first->availableSize();
     const DataPointer<WindowPlace> place =
@@ -328,6 +335,7 @@ void QtAppMainWindow::rememberPlace() {
 }
 
 void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
+    const bool isOther = m_touchScreenMode != onOrOff;
     m_touchScreenMode = onOrOff;
     if (onOrOff && !m_touchDialogs) {
         m_touchDialogs = new vlr::TouchDialogs(this);
@@ -340,6 +348,9 @@ void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
         m_moduleSelector->setTouchScreenMode(onOrOff);
     setViewerTouchScreenMode();
     m_splitter->setTouchScreenMode(onOrOff);
+    // Asked for a mode again, there is nothing to exchange: the sizes would be the other mode's.
+    if (!isOther && isUsable(m_rememberedSizes))
+        return;
     const QList<int> sizes = m_splitter->sizes();
     if (isUsable(m_rememberedSizes))
         m_splitter->setSizes(m_rememberedSizes);
@@ -385,7 +396,7 @@ void QtAppMainWindow::raiseContextWidget(int index) {
     if (index < 0 || index >= static_cast<int>(m_contextWidgets.size()))
         return;
     if (QWidget* widget = m_contextWidgets[static_cast<std::size_t>(index)])
-        m_contextStack->setCurrentWidget(widget);
+        m_contextStack->setCurrentWidget(m_contextStack->pageOf(widget));
 }
 
 void QtAppMainWindow::occupyWindow(vlr::ControlList* list) {

@@ -13,8 +13,7 @@
 
 class QBoxLayout;
 class QGridLayout;
-class QStackedWidget;
-class ContextArea;
+class ContextStack;
 class QtAppMainWindowButtons;
 class QtAppModuleProxy;
 class QtMainWinSplitter;
@@ -43,7 +42,9 @@ public:
                     Qt::WindowFlags flags);
     ~QtAppMainWindow() override;
 
-    /// Takes the widget into the context stack and returns its index, from 1; -1 for null.
+    /// Takes the widget into the context stack and returns its index, from 1; -1 for null. One that
+    /// needs more than half of the screen, now or later, is put into a scroll area in the stack. In
+    /// all of them the wheel passes by fields that do not have the keyboard (WheelGuard).
     int addContextWidget(QWidget* widget);
 
     /// Makes the widget the one in the viewer area; null leaves the area empty. The widget is
@@ -58,7 +59,8 @@ public:
     void setModuleSelector(QtModuleSelector* selector);
 
     /// Limits the window to the size of the rectangle and moves it inside where it is not. An
-    /// empty rectangle removes the limit.
+    /// empty rectangle removes the limit. Given before the window goes to its place, it holds
+    /// there.
     void setMaxWindowSize(QRect rect);
 
     /// Goes to the place of the configuration, clamped to the screens that are there; where none
@@ -92,8 +94,9 @@ public slots:
     void raiseContextWidget(int index); ///< An index without page is ignored.
     /// The splitter alone governs the size of the control area; this does nothing.
     void setControlAreaSize(int size);
-    /// Exchanges the splitter's sizes with the remembered ones, so that leaving the mode brings
-    /// back the sizes from before. What closing the control area remembers is kept apart.
+    /// A change of the mode exchanges the splitter's sizes with the remembered ones, so that
+    /// leaving it brings back the sizes from before; the same mode again leaves them. What closing
+    /// the control area remembers is kept apart.
     void setTouchScreenMode(bool onOrOff);
 
 protected slots:
@@ -116,6 +119,7 @@ private:
     void askExit();
     void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
     void setViewerTouchScreenMode();
+    void goToPlace();
     void takeModuleSelectorOut();
     void removeCurrentModuleWidget();
     void setNewCurrentModuleWidget(QWidget* widget);
@@ -135,12 +139,13 @@ private:
     QPointer<QtModuleSelector> m_moduleSelector;
     std::unique_ptr<QWidget>
         m_formerSelectors; ///< Out of sight, until the event loop deletes them.
-    QStackedWidget* m_contextStack = nullptr;
+    ContextStack* m_contextStack = nullptr;
     std::vector<QPointer<QWidget>> m_contextWidgets; ///< The stack's own indices move.
     QtAppMainWindowButtons* m_buttons = nullptr;
     DataPointer<MainWindowConfig> m_config;
     QList<int> m_rememberedSizes;              ///< Those of the other mode.
     std::array<QList<int>, 2> m_sizesWhenOpen; ///< Of either mode, before its area was closed.
+    QRect m_largestRect;                       ///< Empty: no limit.
     bool m_askingExit = false;
     int m_answeredRequests = 0;
 };

@@ -2,56 +2,108 @@
 
 #include "AppBase/Icons.h"
 
+#include <QtCore/QEvent>
+#include <QtCore/QPointer>
 #include <QtGui/QScreen>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QHBoxLayout>
+#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QScrollBar>
-#include <QtWidgets/QStackedWidget>
 
 namespace {
 
 constexpr int mouseIconSize = 28;
 constexpr int touchIconSize = 48;
 
-// Asks for what the widget in front needs; those behind it may be larger.
-class ContextStack : public QStackedWidget {
+// As large as what is in it, up to the stack's limit, and then it scrolls.
+class ContextPage : public QScrollArea {
 public:
-    using QStackedWidget::QStackedWidget;
-    QSize minimumSizeHint() const override {
-        const QLayoutItem* const front = layout()->itemAt(currentIndex());
-        return front ? front->minimumSize() : QSize();
+    explicit ContextPage(QWidget* parent) : QScrollArea(parent) {
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+        setWidgetResizable(true);
+        viewport()->setAutoFillBackground(false);
+    }
+    QSize sizeHint() const override { return withBar(widget() ? widget()->sizeHint() : QSize()); }
+    QSize minimumSizeHint() const override { return withBar(leastOf(widget())); }
+
+    static QSize leastOf(const QWidget* widget) {
+        return widget ? widget->minimumSizeHint().expandedTo(widget->minimumSize()) : QSize();
+    }
+
+protected:
+    bool viewportEvent(QEvent* event) override {
+        if (event->type() == QEvent::LayoutRequest)
+            updateGeometry(); // What is in it needs another size.
+        return QScrollArea::viewportEvent(event);
+    }
+
+private:
+    QSize withBar(const QSize& size) const {
+        return {size.width() + verticalScrollBar()->sizeHint().width(), size.height()};
     }
 };
 
 } // namespace
 
-ContextArea::ContextArea(QWidget* parent) : QScrollArea(parent), m_stack(new ContextStack) {
-    setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
-    setWidgetResizable(true);
-    setWidget(m_stack);
-    m_stack->setAutoFillBackground(false);
-    viewport()->setAutoFillBackground(false);
-    connect(m_stack, &QStackedWidget::currentChanged, this, [this] {
-        m_stack->updateGeometry();
-        updateGeometry();
-    });
+ContextStack::ContextStack(QWidget* parent) : QStackedWidget(parent) {
+    connect(this, &QStackedWidget::currentChanged, this, [this] { updateGeometry(); });
 }
 
-QSize ContextArea::limit() const {
+QWidget* ContextStack::pageOf(QWidget* widget) const {
+    while (widget && widget->parentWidget() != this)
+        widget = widget->parentWidget();
+    return widget;
+}
+
+QSize ContextStack::limit() const {
     return screen()->availableSize() / 2;
 }
 
-QSize ContextArea::sizeHint() const {
-    return m_stack->sizeHint().boundedTo(limit());
+QSize ContextStack::sizeHint() const {
+    return QStackedWidget::sizeHint().boundedTo(limit());
 }
 
-// As wide as the widest, so that the area keeps its width while modules come and go.
-QSize ContextArea::minimumSizeHint() const {
-    const int width = m_stack->QStackedWidget::minimumSizeHint().width();
-    const int height = m_stack->minimumSizeHint().height();
+// As wide as the widest, so that the area keeps its width while modules come and go; as high as the
+// one in front.
+QSize ContextStack::minimumSizeHint() const {
+    const QLayoutItem* const front = layout()->itemAt(currentIndex());
+    const int height = front ? front->minimumSize().height() : 0;
+    return QSize(QStackedWidget::minimumSizeHint().width(), height).boundedTo(limit());
+}
+
+bool ContextStack::event(QEvent* event) {
+    if (event->type() == QEvent::LayoutRequest)
+        wrapLargePages(); // One has come, or needs another size.
+    return QStackedWidget::event(event);
+}
+
+void ContextStack::wrapLargePages() {
     const QSize most = limit();
-    const int bar = height > most.height() ? verticalScrollBar()->sizeHint().width() : 0;
-    return QSize(width + bar, height).boundedTo(most);
+    for (int i = 0; i < count(); ++i) {
+        const QSize least = ContextPage::leastOf(widget(i));
+        const bool isTooLarge = least.width() > most.width() || least.height() > most.height();
+        if (isTooLarge && !dynamic_cast<ContextPage*>(widget(i)))
+            wrap(i);
+    }
+}
+
+void ContextStack::wrap(int index) {
+    QWidget* const large = widget(index);
+    const bool isFront = index == currentIndex();
+    const bool fillsBackground = large->autoFillBackground();
+    const QPointer<QWidget> focus = QApplication::focusWidget();
+    const bool hadFocus = focus && (focus == large || large->isAncestorOf(focus));
+    auto* const page = new ContextPage(this);
+    insertWidget(index, page);
+    if (isFront)
+        setCurrentIndex(index);
+    removeWidget(large);
+    page->setWidget(large);
+    large->setAutoFillBackground(fillsBackground);
+    connect(large, &QObject::destroyed, page, &QObject::deleteLater);
+    if (hadFocus && focus)
+        focus->setFocus(Qt::OtherFocusReason);
 }
 
 QtAppMainWindowButtons::QtAppMainWindowButtons(QWidget* parent)

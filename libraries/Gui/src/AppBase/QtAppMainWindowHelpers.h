@@ -1,29 +1,32 @@
 #pragma once
 
 #include <QtCore/QString>
-#include <QtWidgets/QScrollArea>
+#include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QWidget>
 
-class QStackedWidget;
-
 /// The stack of the modules' context widgets. It asks for no more than half of the screen either
-/// way and scrolls a context widget that needs more, so that none, and least of all one that is not
-/// seen, makes the window larger than the screen.
-class ContextArea : public QScrollArea {
+/// way and puts a context widget that needs more into a scroll area, so that none, and least of all
+/// one that is not seen, makes the window larger than the screen.
+class ContextStack : public QStackedWidget {
     Q_OBJECT
 
 public:
-    explicit ContextArea(QWidget* parent);
+    explicit ContextStack(QWidget* parent);
 
-    QStackedWidget* stack() const { return m_stack; }
+    /// What stands in the stack for the widget: itself or its scroll area; null when it is not in.
+    QWidget* pageOf(QWidget* widget) const;
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     QSize limit() const;
-
-    QStackedWidget* const m_stack;
+    void wrapLargePages();
+    void wrap(int index);
 };
 
 /// The row of request buttons below the context area: Quit, Screenshot, Configure and the

@@ -1,12 +1,13 @@
 #include "AppBase/QtMainWinSplitter.h"
 
+#include "AppBase/Icons.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtMainWinSplitterHandle.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QTimer>
 #include <QtWidgets/QLayout>
-#include <QtWidgets/QToolButton>
+#include <QtWidgets/QPushButton>
 
 namespace {
 
@@ -29,29 +30,31 @@ QSplitterHandle* QtMainWinSplitter::createHandle() {
             &QtMainWinSplitter::openCloseClicked);
     connect(this, &QtMainWinSplitter::moduleActivated, handle,
             &QtMainWinSplitterHandle::moduleActivated);
-    createWayBack(handle);
+    handle->installEventFilter(this);
     return handle;
 }
 
-void QtMainWinSplitter::createWayBack(QSplitterHandle* handle) {
-    m_wayBack = new QToolButton(handle);
+// No tool button, and not before it is needed: who looks for the button of the column finds that.
+void QtMainWinSplitter::createWayBack() {
+    QSplitterHandle* const between = handle(handleBetweenPanes);
+    m_wayBack = new QPushButton(between);
     m_wayBack->setObjectName(QStringLiteral("wayBack"));
-    m_wayBack->setAutoRaise(true);
-    m_wayBack->setArrowType(layoutDirection() == Qt::RightToLeft ? Qt::LeftArrow : Qt::RightArrow);
+    m_wayBack->setFlat(true);
     m_wayBack->setToolTip(tr("Open the control area"));
     m_wayBack->setAccessibleName(m_wayBack->toolTip());
     m_wayBack->setFocusPolicy(Qt::TabFocus);
     m_wayBack->setCursor(Qt::ArrowCursor);
     m_wayBack->hide();
-    handle->layout()->addWidget(m_wayBack);
-    handle->layout()->setAlignment(m_wayBack, Qt::AlignBottom);
-    connect(m_wayBack, &QToolButton::clicked, this, &QtMainWinSplitter::openCloseClicked);
-    handle->installEventFilter(this);
+    between->layout()->addWidget(m_wayBack);
+    between->layout()->setAlignment(m_wayBack, Qt::AlignBottom);
+    connect(m_wayBack, &QPushButton::clicked, this, &QtMainWinSplitter::openCloseClicked);
 }
 
 // Whoever opens or closes the first pane, the handle behind it moves.
 bool QtMainWinSplitter::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Move && watched == handle(handleBetweenPanes))
+    const bool mayChange =
+        event->type() == QEvent::Move || event->type() == QEvent::LayoutDirectionChange;
+    if (mayChange && watched == handle(handleBetweenPanes))
         QTimer::singleShot(0, this, &QtMainWinSplitter::showWayBack);
     return QSplitter::eventFilter(watched, event);
 }
@@ -62,9 +65,16 @@ void QtMainWinSplitter::showEvent(QShowEvent* event) {
 }
 
 void QtMainWinSplitter::showWayBack() {
-    if (!m_wayBack || m_touchScreenMode || !isVisible())
+    if (m_touchScreenMode || !isVisible())
         return;
     const bool isShut = sizes().value(controlPane) == 0;
+    if (isShut && !m_wayBack)
+        createWayBack();
+    if (!m_wayBack)
+        return;
+    if (isShut)
+        m_wayBack->setIcon(vlr::icon(isRightToLeft() ? QStringLiteral("LeftArrow")
+                                                     : QStringLiteral("RightArrow")));
     m_wayBack->setVisible(isShut);
     setHandleWidth(isShut ? m_wayBack->sizeHint().width() : m_normalHandleWidth);
 }

@@ -6,7 +6,7 @@
 #include <QtCore/QPointer>
 #include <QtWidgets/QSplitter>
 
-class QToolButton;
+class QPushButton;
 class QtAppModuleProxy;
 
 /// The splitter between the control area (pane 0) and the viewer area (pane 1) of the main
@@ -34,11 +34,11 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    void createWayBack(QSplitterHandle* handle);
+    void createWayBack();
     void showWayBack();
 
     DataPointer<QuadViewConfig> m_config;
     const int m_normalHandleWidth;
     bool m_touchScreenMode = false;
-    QPointer<QToolButton> m_wayBack; ///< Of the handle between the panes.
+    QPointer<QPushButton> m_wayBack; ///< From when the first pane is shut for the first time.
 };

@@ -13,6 +13,8 @@ namespace {
 // More than an application with a step for everything needs; two modules that ask for each other
 // would go on for ever.
 constexpr int mostRequests = 1000;
+// What is enabled and disabled: a listener may do that for all modules, time and again.
+constexpr int mostActions = 10 * mostRequests;
 
 struct ModuleConnection {
     const char* signal;
@@ -142,6 +144,7 @@ void QtModuleList::warnOfSharedConfiguration(int index) const {
 int QtModuleList::registerModule(QtAppModule* module) {
     if (!isAcceptable(module))
         return -1;
+    startCounting();
     auto* newProxy = new QtAppModuleProxy(module, m_mainWindow);
     connectModule(module);
     m_proxies.emplace_back(newProxy);
@@ -160,15 +163,22 @@ int QtModuleList::registerModule(QtAppModule* module) {
 
 // --- requests
 
+// Of what an outermost call leads to.
+void QtModuleList::startCounting() {
+    if (!isIdle())
+        return;
+    m_handledRequests = 0;
+    m_handledActions = 0;
+}
+
 void QtModuleList::request(Request request) {
     if (m_requests.empty() && request.target) {
         const int index = request.target();
         if (isIndex(index) && index == m_currentIndex)
             return;
     }
-    if (isIdle())
-        m_handledRequests = 0;
-    if (m_handledRequests >= mostRequests)
+    startCounting();
+    if (m_handledRequests >= mostRequests || m_handledActions >= mostActions)
         return;
     m_requests.push_back(std::move(request));
     handleRequests();
@@ -177,10 +187,10 @@ void QtModuleList::request(Request request) {
 QtModuleList::Request QtModuleList::takeRequest() {
     Request request = std::move(m_requests.front());
     m_requests.pop_front();
-    if (++m_handledRequests == mostRequests) {
+    const int most = request.target ? mostRequests : mostActions;
+    if (++(request.target ? m_handledRequests : m_handledActions) == most) {
         VLR_LOG(Error) << "Modules and those who follow them go on asking for one another; after "
-                       << mostRequests << " requests \"" << currentName()
-                       << "\" stays the current module.";
+                       << most << " requests \"" << currentName() << "\" stays the current module.";
         m_requests.clear();
     }
     return request;
@@ -372,15 +382,15 @@ const QtAppModuleProxy* QtModuleList::currentModuleProxy() const {
 }
 
 void QtModuleList::generateEvents() {
-    if (isIdle())
-        m_handledRequests = 0;
+    startCounting();
     m_isReplayWanted = true;
     handleRequests();
 }
 
+// A module that a listener registers meanwhile is announced afterwards.
 void QtModuleList::replay() {
     const QPointer<QtModuleList> self = this;
-    for (int i = 0; self && i < count(); ++i) {
+    for (int i = 0; self && i < m_announcedModules; ++i) {
         if (!isIndex(i))
             continue;
         emit registered(name(i), i);

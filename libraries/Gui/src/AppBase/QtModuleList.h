@@ -33,7 +33,8 @@ class QtAppModuleProxy;
 /// - a module that asks for another one while it is activated is left again without having been
 ///   announced as activated;
 /// - modules are enabled and disabled at once, unless somebody is being told of something.
-/// What goes on asking without end is cut off after 1000 requests, with an "ERROR" in the log.
+/// What goes on asking without end is cut off with an "ERROR" in the log: after 1000 requests for
+/// modules, or 10000 to enable or disable one, that came of one call.
 class VLR_GUI_EXPORT QtModuleList : public QObject {
     Q_OBJECT
 
@@ -101,6 +102,7 @@ private:
 
     bool isIdle() const { return m_switching == 0 && m_announcing == 0; }
     void request(Request request);
+    void startCounting();
     Request takeRequest();
     void handleRequests();
     bool handleActions();
@@ -125,6 +127,7 @@ private:
     std::deque<Request> m_requests;
     bool m_isReplayWanted = false;
     int m_handledRequests = 0; // since the outermost call
-    int m_switching = 0;       // while modules are activated and deactivated
-    int m_announcing = 0;      // while somebody is told
+    int m_handledActions = 0;
+    int m_switching = 0;  // while modules are activated and deactivated
+    int m_announcing = 0; // while somebody is told
 };

@@ -4,6 +4,7 @@
 #include <QtWidgets/QAction>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QMenu>
+#include <QtWidgets/QShortcut>
 
 #include <algorithm>
 #include <utility>
@@ -149,17 +150,29 @@ QAction* LayoutCommands::actionOf(const QKeyEvent* event) const {
 }
 
 bool LayoutCommands::belongsToApplication(const QKeySequence& keys, bool isDisabled) const {
+    const auto isFarReaching = [](Qt::ShortcutContext context) {
+        return context == Qt::WindowShortcut || context == Qt::ApplicationShortcut;
+    };
     const auto isWithin = [](const QWidget* widget) {
         return qobject_cast<const QMenu*>(widget) || widget->isVisible();
     };
-    const auto actions = m_view->window()->findChildren<QAction*>();
-    return std::any_of(actions.begin(), actions.end(), [&](const QAction* action) {
+    const auto isOfAction = [&](const QAction* action) {
         const auto widgets = action->associatedWidgets();
         return action->isEnabled() != isDisabled && action->shortcuts().contains(keys) &&
-               (action->shortcutContext() == Qt::WindowShortcut ||
-                action->shortcutContext() == Qt::ApplicationShortcut) &&
+               isFarReaching(action->shortcutContext()) &&
                std::any_of(widgets.begin(), widgets.end(), isWithin);
-    });
+    };
+    const auto isOfShortcut = [&](const QShortcut* shortcut) {
+        return shortcut->isEnabled() != isDisabled && shortcut->key() == keys &&
+               isFarReaching(shortcut->context()) && isWithin(shortcut->parentWidget());
+    };
+    const QWidget* const window = m_view->window();
+    auto actions = window->findChildren<QAction*>() + window->actions();
+    for (const QWidget* const widget : window->findChildren<QWidget*>())
+        actions += widget->actions(); // Which may be children of anybody.
+    const auto shortcuts = window->findChildren<QShortcut*>();
+    return std::any_of(actions.begin(), actions.end(), isOfAction) ||
+           std::any_of(shortcuts.begin(), shortcuts.end(), isOfShortcut);
 }
 
 bool LayoutCommands::runKey(QAction* action, const QWidget* receiver) {

@@ -78,10 +78,11 @@ void removeMonitor() {
 // is deleted by one of them does not survive; so it is called only where it shows or hides.
 class QtCaProgressMonitor::Dialog : public QProgressDialog {
 public:
-    Dialog(const QString& text, bool cancelable, int totalSteps, QWidget* parent)
+    Dialog(QtCaProgressMonitor* monitor, const QString& text, bool cancelable, int totalSteps,
+           QWidget* parent)
         : QProgressDialog({}, cancelable ? QtCaProgressMonitor::tr("Cancel") : QString(), 0,
                           totalSteps, parent, cancelable ? Qt::Dialog : Qt::Popup),
-          m_cancelable(cancelable), m_label(new QLabel), m_bar(new Bar) {
+          m_monitor(monitor), m_cancelable(cancelable), m_label(new QLabel), m_bar(new Bar) {
         setModal(true);
         m_label->setTextFormat(Qt::PlainText);
         m_label->setText(text);
@@ -197,12 +198,13 @@ protected:
 
     // A dialog that closed just before, as one in which files were chosen, gives the keyboard back
     // to its window. On X11 Qt does not take notice of that while a modal dialog is seen: when
-    // this one goes a moment later, the window would have the keyboard and not know it.
+    // this one goes a moment later, the window would have the keyboard and not know it. Where no
+    // dialog closed, another program has the keyboard, and nothing is to be waited for.
     bool isFocusOnItsWay() const {
         const QWidget* const window = parentWidget() ? parentWidget()->window() : nullptr;
         return window && window->isVisible() && !window->isMinimized() &&
-               !QGuiApplication::focusWindow() &&
-               m_sinceStart.elapsed() < minimumDuration() + focusPatience;
+               !QGuiApplication::focusWindow() && m_monitor && m_monitor->m_sinceModal.isValid() &&
+               !m_monitor->m_sinceModal.hasExpired(focusPatience);
     }
 
     // No window manager gives a popup a frame.
@@ -218,6 +220,7 @@ protected:
     }
 
 private:
+    const QPointer<QtCaProgressMonitor> m_monitor;
     const bool m_cancelable;
     QLabel* const m_label;
     Bar* const m_bar;
@@ -249,7 +252,19 @@ void QtCaProgressMonitor::attach(QWidget* parent) {
     qAddPostRoutine(&removeMonitor);
 }
 
-QtCaProgressMonitor::QtCaProgressMonitor(QWidget* parent) : m_parent(parent) {}
+QtCaProgressMonitor::QtCaProgressMonitor(QWidget* parent) : m_parent(parent) {
+    if (hasApplication())
+        qApp->installEventFilter(this);
+}
+
+bool QtCaProgressMonitor::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Hide && watched->isWidgetType()) {
+        const auto* const widget = static_cast<const QWidget*>(watched);
+        if (widget->isWindow() && widget->isModal() && !dynamic_cast<const Dialog*>(widget))
+            m_sinceModal.start();
+    }
+    return QObject::eventFilter(watched, event);
+}
 
 QtCaProgressMonitor::~QtCaProgressMonitor() {
     while (m_dialog || m_waitCursor)
@@ -299,8 +314,8 @@ void QtCaProgressMonitor::start(const std::string& text, int totalSteps, bool ca
     m_nextPainting = {};
     if (!hasApplication())
         return;
-    m_dialog =
-        new Dialog(QString::fromStdString(text), cancelable, std::max(totalSteps, 0), m_parent);
+    m_dialog = new Dialog(this, QString::fromStdString(text), cancelable, std::max(totalSteps, 0),
+                          m_parent);
     connect(m_dialog, &QProgressDialog::canceled, this, [this] {
         if (std::exchange(m_started, false))
             cancel();

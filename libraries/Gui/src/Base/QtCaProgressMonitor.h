@@ -4,6 +4,7 @@
 
 #include "Progress/CaProgressMonitor.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QString>
@@ -92,6 +93,7 @@ protected:
     explicit QtCaProgressMonitor(QWidget* parent);
     void update() override; ///< Brings the counter up to date, where one is shown.
     void updateText();
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private slots:
     void cancel();
@@ -106,7 +108,8 @@ private:
     void bringUpToDate(const Nesting& nesting);
 
     bool m_showCounter = false;
-    bool m_started = false; ///< An operation runs that nobody has cancelled.
+    QElapsedTimer m_sinceModal; ///< Since another modal window of the program hid.
+    bool m_started = false;     ///< An operation runs that nobody has cancelled.
     int m_progress = 0;
     int m_progressStep = 1;
     int m_minimumDuration = 50;

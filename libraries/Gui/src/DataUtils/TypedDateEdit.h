@@ -22,7 +22,8 @@
 /// What is understood is the field's date at once, and is shown in the field's format when it is
 /// left or Return is pressed. What is not stays in the field, for entry() to say why; the date of
 /// the base class then means nothing. The form says it beside the field on editingFinished(), and
-/// in its ok(), which has to refuse. Arrow keys and wheel change the part at the cursor.
+/// in its ok(), which has to refuse. Arrow keys and wheel change the part at the cursor,
+/// within the range.
 template <class Base>
 class TypedDateEdit : public Base {
 public:
@@ -60,7 +61,10 @@ public:
         const QDateTime value = entry().value;
         const int selected = this->lineEdit()->selectionStart();
         const int part = partAt(selected >= 0 ? selected : this->lineEdit()->cursorPosition());
-        this->setDateTime(stepped(value, part, steps));
+        const QDateTime next = stepped(value, part, steps);
+        if (!isInRange(next))
+            return; // The base class would show the end of the range, far from what was there.
+        this->setDateTime(next);
         this->lineEdit()->setSelection(beginOf(part), length(part));
     }
 
