@@ -1,5 +1,6 @@
 #include "Tracking/IgtlConnection.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -10,6 +11,8 @@ namespace {
 constexpr qint64 chunk = 64 << 10;
 // How long a problem is told when nothing but good messages follows: long enough to be read.
 constexpr std::chrono::seconds problemLasts(3);
+// How often is looked how long the peer has said nothing.
+constexpr std::chrono::milliseconds silenceInterval(100);
 
 } // namespace
 
@@ -17,11 +20,10 @@ IgtlConnection::IgtlConnection(OpenIGTLinkClient& client)
     : m_client(client), m_socket(this), m_retry(this), m_silence(this),
       m_pauses(client.m_options.firstPause, client.m_options.longestPause) {
     m_retry.setSingleShot(true);
-    m_silence.setSingleShot(true);
-    m_silence.setInterval(client.m_options.silence);
+    m_silence.setInterval(std::min(client.m_options.silence, silenceInterval));
     m_socket.setReadBufferSize(4 * chunk); // The rest of a flood stays with the peer.
     connect(&m_retry, &QTimer::timeout, this, &IgtlConnection::open);
-    connect(&m_silence, &QTimer::timeout, this, &IgtlConnection::silent);
+    connect(&m_silence, &QTimer::timeout, this, &IgtlConnection::checkSilence);
     connect(&m_socket, &QTcpSocket::connected, this, &IgtlConnection::opened);
     connect(&m_socket, &QTcpSocket::readyRead, this, &IgtlConnection::read);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &IgtlConnection::socketFailed);
@@ -34,12 +36,13 @@ IgtlConnection::~IgtlConnection() {
 void IgtlConnection::open() {
     m_stream = std::make_unique<IgtlStream>(
         [this](TrackingMeasurement measurement) { received(std::move(measurement)); });
+    heard();
     m_silence.start();
     m_socket.connectToHost(m_client.m_options.host, m_client.m_options.port);
 }
 
 void IgtlConnection::opened() {
-    m_silence.start();
+    heard();
     m_state.setConnected(true);
     publish();
 }
@@ -60,7 +63,7 @@ void IgtlConnection::read() {
     }
     const bool hasGood = m_stream->messages() > before;
     if (hasGood) {
-        m_silence.start();
+        heard();
         m_pauses.reset();
     }
     updateProblem(before == 0, hasGood);
@@ -92,7 +95,13 @@ void IgtlConnection::publish() {
     m_client.publish(m_state.snapshot());
 }
 
-void IgtlConnection::silent() {
+void IgtlConnection::heard() {
+    m_heardAt = m_client.m_clock();
+}
+
+void IgtlConnection::checkSilence() {
+    if (m_client.m_clock() - m_heardAt < m_client.m_options.silence)
+        return;
     close("silent",
           peer() + (m_socket.state() == QAbstractSocket::ConnectedState ? " says nothing."
                                                                         : " does not answer."));

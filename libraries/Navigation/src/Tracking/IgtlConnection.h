@@ -25,7 +25,8 @@ public:
 private:
     void opened();
     void read();
-    void silent();
+    void heard();
+    void checkSilence();
     void socketFailed();
     void close(const char* kind, const std::string& problem);
     void received(TrackingMeasurement measurement);
@@ -36,7 +37,8 @@ private:
     OpenIGTLinkClient& m_client;
     QTcpSocket m_socket;
     QTimer m_retry;
-    QTimer m_silence;
+    QTimer m_silence; ///< Runs while there is a connection, or may be one.
+    TrackingTime m_heardAt;
     RetryPauses m_pauses;
     std::unique_ptr<IgtlStream> m_stream;
     TrackingState m_state;
