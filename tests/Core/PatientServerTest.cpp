@@ -47,8 +47,15 @@ protected:
     DataPointer<Patient> m_patient{new Patient};
 };
 
-bool isOutOfTime(const CaError& error) {
-    return error.text().find("timeout") != std::string::npos;
+// On a machine with other work a server may not keep its times.
+void tryInTime(CaError& error, const std::function<void()>& attempt) {
+    constexpr int mostAttempts = 20; // A server that never answers is a fault.
+    bool isOutOfTime = true;
+    for (int i = 0; i < mostAttempts && isOutOfTime; ++i) {
+        error = CaError::nullError;
+        attempt();
+        isOutOfTime = error.text().find("timeout") != std::string::npos;
+    }
 }
 
 } // namespace
@@ -123,9 +130,7 @@ TEST_F(PatientServerTest, WorkstationsThatStartAtOnceAgreeOnTablesAndIds) {
         threads.emplace_back([&, number, url = m_server.url()] {
             CaError error;
             std::unique_ptr<vlr::PatientStore> store;
-            do // On a machine with other work a server may not keep its times.
-                store = vlr::PatientStore::open(url, error);
-            while (isOutOfTime(error));
+            tryInTime(error, [&] { store = vlr::PatientStore::open(url, error); });
             EXPECT_TRUE(store) << error.text();
             { // All begin when the last one is there.
                 std::unique_lock<std::mutex> lock(mutex);
@@ -138,9 +143,9 @@ TEST_F(PatientServerTest, WorkstationsThatStartAtOnceAgreeOnTablesAndIds) {
                 patient.uid = QStringLiteral("%1 of %2").arg(id).arg(number);
                 patient.patientId = QString::number(id);
                 patient.document = "document";
-                do
+                tryInTime(error, [&] {
                     error = store->store(patient, [] { return CaError::nullError; });
-                while (isOutOfTime(error));
+                });
                 stored += error == CaError::nullError;
                 refused += error.id() == DataIOManager::idTakenError;
             }

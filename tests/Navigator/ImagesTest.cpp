@@ -94,6 +94,7 @@ TEST_F(ImagesTest, BrokenFilesKeepTheirPlacesAndAreListed) {
     }
     press(Qt::Key_Right); // There is nothing behind the last.
     EXPECT_EQ(position(), "Slice 6 of 6");
+    EXPECT_EQ(window()->findChild<ProblemList*>()->count(), 3) << "each once";
 }
 
 TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {
@@ -156,37 +157,102 @@ TEST_F(ImagesTest, BelongToThePatientForWhomTheyWereOpenedOrToNobody) {
             module->open({folder});
         }
     }
+    const QString link = testFolder() + QStringLiteral("/link");
+    ASSERT_TRUE(QFile::link(phantomFolder(), link));
+    for (const QString& folder : {phantomFolder(), link}) {
+        module->open({makeFolder()});
+        module->open({folder});
+        EXPECT_EQ(owner(), "Example") << folder.toStdString();
+    }
+    // Not what somebody put beside it.
+    writeFile(phantomFolder() + QStringLiteral("/mine.png"), png(128, 128));
     module->open({phantomFolder()});
+    EXPECT_EQ(owner(), "Joan/1");
+    EXPECT_EQ(panes->series().count(), 129);
+    restart();
+    AppBase::setCurrentPatient(nullptr);
+    showImages();
     EXPECT_EQ(owner(), "Example");
+    EXPECT_EQ(panes->series().count(), 128);
+    EXPECT_TRUE(panes->volume().isRegistered());
+}
+
+TEST_F(ImagesTest, AnExampleThatWasReplacedIsNotRegistered) {
+    QDir().mkpath(phantomFolder());
+    for (const QString& file : phantomFiles())
+        writeFile(file, png(10, 20));
+    showImages();
+    EXPECT_EQ(panes->volume().size(), (Voxel{10, 20, 128}));
+    EXPECT_FALSE(panes->volume().isRegistered() || panes->volume().isSpacingKnown());
 }
 
 TEST_F(ImagesTest, APatientWhoComesWhileImagesAreLoadedDoesNotGetThem) {
+    const QString volume = writeImages("volume", std::vector<QByteArray>(3, png(10, 20)));
     ImagesModule* const module = showImages();
-    AppBase::setCurrentPatient(storePatient("1", "Jane"));
-    CaProgressMonitor::setInstance(
-        new ActingMonitor([] { AppBase::setCurrentPatient(storePatient("2", "Joan")); }));
+    const DataPointer<Patient> jane = storePatient("1", "Jane");
+    const DataPointer<Patient> joan = storePatient("2", "Joan");
+    const auto openWhileComes = [&](const DataPointer<Patient>& next) {
+        CaProgressMonitor::setInstance(
+            new ActingMonitor([=] { AppBase::setCurrentPatient(next); }));
+        module->open({volume});
+        CaProgressMonitor::setInstance(nullptr);
+    };
+    AppBase::setCurrentPatient(jane);
     expectLog(vlr::LogLevel::UserWarning, "not shown");
     answerNextMessageBox([](QMessageBox& box) { box.accept(); });
-    module->open({writeImages("volume", std::vector<QByteArray>(3, png(10, 20)))});
-    CaProgressMonitor::setInstance(nullptr);
+    openWhileComes(joan);
     EXPECT_EQ(owner(), "Example");
+    AppBase::setCurrentPatient(nullptr);
+    openWhileComes(joan);
+    EXPECT_EQ(owner(), "no patient");
+
+    // The same one, loaded anew: it is that object of him that changes from now on.
+    openWhileComes(loadPatient(*joan));
+    EXPECT_EQ(owner(), "Joan/2");
+    AppBase::getCurrentPatient()->setName(QStringLiteral("Ann"));
+    AppBase::getCurrentPatient()->notify(Data::CHANGED);
+    EXPECT_EQ(owner(), "Ann/2");
 }
 
 TEST_F(ImagesTest, NextStartOpensThemForTheSamePatientOnly) {
     const DataPointer<Patient> jane = storePatient("1", "Jane");
     AppBase::setCurrentPatient(jane);
-    showImages({writeImages("volume", std::vector<QByteArray>(3, png(10, 20)))});
+    const QString folder = writeImages("volume", std::vector<QByteArray>(3, png(10, 20)));
+    showImages({folder});
     panes->setSlice(2);
-    for (const bool isSame : {false, true}) {
+    const DataPointer<Patient> other = storePatient("2", "Jane");
+    const struct {
+        DataPointer<Patient> current, comesMeanwhile;
+        const char *owner, *problem;
+    } starts[] = {{other, {}, "Example", "not opened for the patient"},
+                  {{}, {}, "Example", "not opened for the patient"},
+                  {jane, other, "Example", "not the current one any more"},
+                  {jane, {}, "Jane/1", ""}};
+    for (const auto& start : starts) {
+        SCOPED_TRACE(start.problem);
         restart();
-        AppBase::setCurrentPatient(isSame ? loadPatient(*jane) : storePatient("2", "Jane"));
+        AppBase::setCurrentPatient(start.current);
+        if (start.comesMeanwhile)
+            CaProgressMonitor::setInstance(
+                new ActingMonitor([&] { AppBase::setCurrentPatient(start.comesMeanwhile); }));
         showImages();
-        EXPECT_EQ(owner(), isSame ? "Jane/1" : "Example");
-        EXPECT_EQ(problems().find("not opened for the patient") == std::string::npos, isSame);
-        EXPECT_EQ(panes->crossHair()->slice(Plane::Axial), isSame ? 2 : 64);
-        if (!isSame)
+        CaProgressMonitor::setInstance(nullptr);
+        EXPECT_EQ(owner(), start.owner);
+        EXPECT_THAT(problems(), HasSubstr(start.problem));
+        const bool isOpen = owner() != "Example";
+        EXPECT_EQ(problems() == "", isOpen);
+        EXPECT_EQ(panes->crossHair()->slice(Plane::Axial), isOpen ? 2 : 64);
+        if (!isOpen)
             panes->setSlice(0); // of the example: theirs is not forgotten
     }
+    restart(); // with nobody's images, which are no patient's
+    showImages({folder});
+    EXPECT_EQ(owner(), "no patient");
+    restart();
+    AppBase::setCurrentPatient(jane);
+    showImages();
+    EXPECT_EQ(owner(), "Example");
+    EXPECT_THAT(problems(), HasSubstr("not opened for the patient"));
 }
 
 // Where they are still there, the program's tour sees to it.

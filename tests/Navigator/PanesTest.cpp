@@ -125,6 +125,14 @@ TEST_F(PanesTest, PointsAndVoxelsBelongTogether) {
         const Voxel corner = view.voxelAt({-100, -100});
         EXPECT_EQ(corner[plane == Plane::Sagittal ? 1 : 0], 0);
         EXPECT_EQ(corner[plane == Plane::Axial ? 1 : 2], plane == Plane::Axial ? 0 : 3);
+        // Of the tips in the former volume nothing stays.
+        const QImage bare = view.grab().toImage();
+        view.setTipMarks({{QStringLiteral("Pointer"), Qt::red, {2, 4, 3}}});
+        const QImage marked = view.grab().toImage();
+        view.setTrackingText({QStringLiteral("lost")});
+        EXPECT_TRUE(marked != bare && view.grab().toImage() != marked);
+        view.setVolume(volume);
+        EXPECT_EQ(view.grab().toImage(), bare);
         if (plane == Plane::Coronal) { // A voxel is three times as high as it is wide.
             const QPoint step = view.pointOf({1, 0, 1}) - view.pointOf({0, 0, 2});
             EXPECT_NEAR(step.y(), 3 * step.x(), 3);
@@ -177,6 +185,17 @@ TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
     QTest::mouseClick(overview(), Qt::LeftButton);
     EXPECT_THAT(current(), ElementsAre("Overview"));
 
+    const auto extents = [list = vlr::ControlList::instance()] {
+        std::array<QSize, 4> sizes;
+        list->viewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
+        return sizes;
+    };
+    const auto alike = extents();
+    vlr::ControlList::instance()->setViewerDimensions({700, 650}, {300, 650}, {700, 350},
+                                                      {300, 350});
+    const auto left = extents();
+    EXPECT_NE(left, alike);
+
     activate(m_compare);
     EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "", ""));
     find<QComboBox>("leftPlane")->setCurrentIndex(1); // what the right one shows
@@ -195,6 +214,7 @@ TEST_F(PanesTest, ViewsGoFromModuleToModuleAndOneIsTheCurrentOne) {
 
     activate(m_images);
     EXPECT_THAT(inPanes(), ElementsAre("Axial", "Coronal", "Sagittal", "Overview"));
+    EXPECT_EQ(extents(), left);
 
     // A control that is released keeps its view.
     const QPointer<PlaneView> axial = view(Plane::Axial);

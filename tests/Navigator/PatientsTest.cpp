@@ -40,8 +40,9 @@ QLineEdit* field(const QDialog& dialog, const char* name) {
 }
 
 std::string shownName(const QWidget& parent) {
-    const auto* const label = parent.findChild<QLabel*>(text("currentPatientName"));
-    return label->accessibleName().toStdString();
+    const auto* const name = parent.findChild<QLabel*>(text("currentPatientName"));
+    const auto* const id = parent.findChild<QLabel*>(text("currentPatientId"));
+    return name->accessibleName().toStdString() + '/' + id->accessibleName().toStdString();
 }
 
 class PatientsTest : public NavigatorTest {
@@ -139,18 +140,18 @@ TEST_F(PatientsTest, TheCurrentPatientIsEditedInPlaceAndTheBannerIsNeverStale) {
     const DataPointer<Patient> current = AppBase::getCurrentPatient();
     for (const char* button : {"cancel", "ok"}) {
         EXPECT_EQ(current->name(), text("Adams"));
-        EXPECT_EQ(shownName(*window()), "Adams");
+        EXPECT_EQ(shownName(*window()), "Adams/Id 1");
         inForm("editPatient", [&](QDialog& form) {
             field(form, "patientName")->setText(text("Adams-Brown"));
             press(form, button);
         });
     }
     EXPECT_EQ(current->name(), text("Adams-Brown"));
-    EXPECT_EQ(shownName(*window()), "Adams-Brown");
+    EXPECT_EQ(shownName(*window()), "Adams-Brown/Id 1");
     // What is stored at the end does not meet a newer one.
     EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);
     AppBase::setCurrentPatient({});
-    EXPECT_EQ(shownName(*window()), "No patient chosen");
+    EXPECT_EQ(shownName(*window()), "No patient chosen/");
 }
 
 TEST_F(PatientsTest, TheBackupBringsBackWhatWasStored) {

@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-int phantomFiles() {
+int filesInFolder() {
     return QDir(phantomFolder()).entryList(QDir::Files).size();
 }
 
@@ -25,7 +25,7 @@ QStringList foldersBesidePhantom() {
 // The first tumour is small and lies off every axis: no other order of axes finds it.
 TEST(PhantomFiles, AreMadeOnceWithTheTumourInItsPlace) {
     ASSERT_EQ(providePhantom(), CaError::nullError);
-    EXPECT_EQ(phantomFiles(), 128);
+    EXPECT_EQ(filesInFolder(), 128);
     EXPECT_EQ(foldersBesidePhantom(), QStringList(QStringLiteral("phantom")));
     const QString name = phantomFolder() + QStringLiteral("/slice_%1.png");
     const auto grey = [&](const char* slice, int x, int y) {
@@ -54,7 +54,19 @@ TEST(PhantomFiles, AreAllThereOrNone) {
     CaProgressMonitor::setInstance(nullptr);
     EXPECT_TRUE(foldersBesidePhantom().isEmpty());
     ASSERT_EQ(providePhantom(), CaError::nullError);
-    ASSERT_TRUE(QFile::remove(phantomFolder() + QStringLiteral("/slice_127.png")));
-    ASSERT_EQ(providePhantom(), CaError::nullError);
-    EXPECT_EQ(phantomFiles(), 128);
+    const QString foreign = phantomFolder() + QStringLiteral("/mine.png");
+    writeFile(foreign, "mine");
+    for (const int slice : {0, 60, 127}) { // Any that is missing, or leads elsewhere.
+        const QString file = phantomFiles().at(slice);
+        ASSERT_TRUE(QFile::remove(file) && (slice != 60 || QFile::link(foreign, file)));
+        EXPECT_FALSE(isPhantomFile(file));
+        ASSERT_EQ(providePhantom(), CaError::nullError);
+        EXPECT_TRUE(isPhantomFile(file) && !QFileInfo(file).isSymLink());
+        EXPECT_EQ(filesInFolder(), 129);
+    }
+    EXPECT_FALSE(isPhantomFile(foreign));
+    const QString link = testFolder() + QStringLiteral("/link");
+    ASSERT_TRUE(QFile::link(phantomFolder(), link));
+    EXPECT_TRUE(isPhantomFile(link + QStringLiteral("/slice_000.png")));
+    EXPECT_EQ(readFile(foreign), "mine");
 }

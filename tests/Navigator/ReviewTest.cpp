@@ -19,9 +19,10 @@ using testing::HasSubstr;
 
 namespace {
 
-DataPointer<QtScreenShotData> makeScreenshot(const QString& id, const QColor& color) {
+DataPointer<QtScreenShotData> makeScreenshot(const QString& id, const QColor& color,
+                                             const QSize& size = {40, 30}) {
     const DataPointer<QtScreenShotData> record(new QtScreenShotData);
-    QPixmap picture(40, 30);
+    QPixmap picture(size);
     picture.fill(color);
     record->setId(id);
     record->setScreenShot(picture);
@@ -57,7 +58,8 @@ protected:
         broken->setId(id.arg(0));
         broken->setBinaryPart(QStringLiteral("screenShot"), "These are not the bytes.");
         showPatient({broken, makeScreenshot(id.arg(1), Qt::red),
-                     makeScreenshot(id.arg(2), Qt::green), makeScreenshot(id.arg(3), Qt::blue)});
+                     makeScreenshot(id.arg(2), Qt::green, {3000, 1000}),
+                     makeScreenshot(id.arg(3), Qt::blue)});
         ASSERT_EQ(model()->rowCount(), 4);
     }
     static int storedCount() { return loadPatient(*AppBase::getCurrentPatient())->childCount(); }
@@ -78,6 +80,16 @@ protected:
             return {};
         waitUntilIdle();
         return page->grab().toImage().pixelColor(page->rect().center());
+    }
+    // How much of the large picture has the colour.
+    QSize sizeOf(const QColor& color) const {
+        const QImage shown = find<QWidget>("screenshot")->grab().toImage();
+        QRect found;
+        for (int i = 0; i < shown.width() * shown.height(); ++i)
+            if (const QPoint at(i % shown.width(), i / shown.width());
+                shown.pixelColor(at) == color)
+                found |= QRect(at, QSize(1, 1));
+        return found.size();
     }
     void waitUntilIdle() const {
         const auto decoders = window()->findChildren<BackgroundDecoder*>();
@@ -111,6 +123,14 @@ TEST_F(ReviewTest, ShowsTheNewestFirstAndOpensOne) {
     EXPECT_FALSE(opened().isValid()) << "one click selects";
     QTest::mouseDClick(list()->viewport(), Qt::LeftButton, {}, first);
     EXPECT_EQ(opened(), QColor(Qt::blue));
+    EXPECT_EQ(sizeOf(Qt::blue), QSize(40, 30)) << "as it was taken";
+    QTest::keyClick(find<QWidget>("screenshot"), Qt::Key_Escape);
+    list()->setCurrentIndex(row(1));
+    press(Qt::Key_Return);
+    EXPECT_EQ(opened(), QColor(Qt::green));
+    EXPECT_EQ(sizeOf(Qt::green).width(), find<QWidget>("screenshot")->width())
+        << "as large as fits";
+    EXPECT_NEAR(sizeOf(Qt::green).height(), sizeOf(Qt::green).width() / 3, 1);
     // Pictures of another patient do not stay on the screen.
     AppBase::setCurrentPatient(storePatient("2"));
     EXPECT_EQ(note(), "No screenshots of this patient");
@@ -133,6 +153,8 @@ TEST_F(ReviewTest, AThumbnailIsAnnouncedWhenItIsThere) {
         EXPECT_EQ(changes.last().first().toModelIndex(), fresh.index(number));
         EXPECT_EQ(fresh.index(number).data(Qt::DecorationRole).isValid(), number == 1);
     }
+    fresh.setPixelRatio(2);
+    EXPECT_FALSE(fresh.index(1).data(Qt::DecorationRole).isValid()) << "it would be blurred";
 }
 
 TEST_F(ReviewTest, DeletingAsksFirst) {
@@ -186,8 +208,10 @@ TEST_F(ReviewTest, ANewScreenshotIsStoredAtOnceAndShown) {
     inNextDialog<QtScreenShotDialog>([](QtScreenShotDialog& dialog) {
         dialog.findChild<QPushButton*>(QStringLiteral("save"))->click();
     });
+    list()->setCurrentIndex(row(1));
     application->requestScreenshot();
     EXPECT_EQ(model()->rowCount(), 5);
+    EXPECT_EQ(list()->currentIndex().row(), 2) << "what was selected";
     const DataPointer<Patient> read = loadPatient(*patient);
     ASSERT_EQ(read->childCount(), 5);
     EXPECT_EQ(dataCast<QtScreenShotData>(read->child(4))->screenShot().size(), window()->size());

@@ -21,6 +21,8 @@
 
 namespace {
 
+constexpr Voxel phantomVoxels{phantomSize, phantomSize, phantomSize};
+
 // Waiting for a slow disk shows.
 struct BusyCursor {
     BusyCursor() { AppBase::setBusyCursor(); }
@@ -48,7 +50,7 @@ QStringList absolute(const QStringList& paths) {
 // The example stays the example, whoever opens its folder.
 bool isExample(const vlr::ImageSeries& series) {
     for (int i = 0; i < series.count(); ++i)
-        if (QFileInfo(series.path(i)).absolutePath() != phantomFolder())
+        if (!isPhantomFile(series.path(i)))
             return false;
     return !series.isEmpty();
 }
@@ -155,6 +157,11 @@ bool ImagesModule::openAgain() {
         panes().showNote(tr("No images"));
         return true;
     }
+    if (opening.isOfFormerPatient) {
+        // They are still there, for him.
+        m_problems->addText(opening.problem);
+        return false;
+    }
     m_problems->addText(
         tr("The images shown last time are not there any more: %1").arg(opening.problem));
     m_options->setPaths({}, {});
@@ -167,7 +174,7 @@ void ImagesModule::openPhantom() {
     vlr::ImageSeries series;
     CaError error = providePhantom();
     if (error == CaError::nullError)
-        error = vlr::ImageSeries::open({phantomFolder()}, series);
+        error = vlr::ImageSeries::open(phantomFiles(), series);
     if (error != CaError::nullError) {
         m_problems->addText(QString::fromStdString(error.text()));
         panes().showNote(tr("No images"));
@@ -176,7 +183,7 @@ void ImagesModule::openPhantom() {
     m_source->setFullText(tr("Example: Shepp-Logan head phantom"));
     Volume volume;
     error = Volume::load(series, volume);
-    if (error == CaError::nullError) {
+    if (error == CaError::nullError && volume.size() == phantomVoxels) {
         // As the only one it stands at the reference base, by agreement.
         volume.setSpacing({phantomSpacing, phantomSpacing, phantomSpacing});
         volume.setRegistered(true);
@@ -204,7 +211,8 @@ ImagesModule::Opening ImagesModule::openPaths(const QStringList& paths, int slic
     // Events are processed meanwhile.
     const ImagesOwner owner = isExample(series) ? ImagesOwner::example() : asked;
     if (!owner.suits(AppBase::getCurrentPatient()))
-        return {tr("The images are not shown, as their patient is not the current one any more.")};
+        return {tr("The images are not shown, as their patient is not the current one any more."),
+                false, true};
     m_problems->showProblems(series);
     for (int z = 0; z < volume.count(Plane::Axial); ++z)
         if (volume.problem(z) != CaError::nullError)

@@ -31,6 +31,7 @@ private:
     struct Opening {
         QString problem;
         bool isCancelled = false;
+        bool isOfFormerPatient = false; ///< Another became the current one meanwhile.
     };
 
     void openForTheFirstTime();

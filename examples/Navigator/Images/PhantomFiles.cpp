@@ -20,12 +20,20 @@
 
 namespace {
 
-constexpr int phantomSize = 128;
 constexpr int writers = 8;
 constexpr int progressInterval = 20; // Milliseconds.
 
 QString sliceName(std::size_t slice) {
     return QStringLiteral("slice_%1.png").arg(slice, 3, 10, QLatin1Char('0'));
+}
+
+// A link may lead to the images of a patient.
+bool isComplete() {
+    const QStringList files = phantomFiles();
+    return std::all_of(files.begin(), files.end(), [](const QString& file) {
+        const QFileInfo info(file);
+        return info.isFile() && !info.isSymLink();
+    });
 }
 
 CaError failure(const QString& reason) {
@@ -86,6 +94,14 @@ CaError writeSlices(const QString& folder) {
     return failed == errors.end() ? CaError::nullError : *failed;
 }
 
+// Somebody took slices away. What else he keeps there is none of our business.
+void replaceSlices(const QString& from) {
+    for (const QString& file : phantomFiles()) {
+        QFile::remove(file);
+        QFile::rename(from + QLatin1Char('/') + QFileInfo(file).fileName(), file);
+    }
+}
+
 } // namespace
 
 QString phantomFolder() {
@@ -93,10 +109,23 @@ QString phantomFolder() {
            QStringLiteral("/phantom");
 }
 
+QStringList phantomFiles() {
+    QStringList files;
+    for (std::size_t slice = 0; slice < phantomSize; ++slice)
+        files << phantomFolder() + QLatin1Char('/') + sliceName(slice);
+    return files;
+}
+
+bool isPhantomFile(const QString& path) {
+    const QString folder = QFileInfo(phantomFolder()).canonicalFilePath();
+    const QFileInfo file(QFileInfo(path).canonicalFilePath());
+    return !folder.isEmpty() && file.path() == folder &&
+           phantomFiles().contains(phantomFolder() + QLatin1Char('/') + file.fileName());
+}
+
 CaError providePhantom() {
     const QString folder = phantomFolder();
-    const QString lastSlice = folder + QLatin1Char('/') + sliceName(phantomSize - 1);
-    if (QFileInfo::exists(lastSlice))
+    if (isComplete())
         return CaError::nullError;
 
     (void)vlr::makePatientFolder(QFileInfo(folder).path()); // which is that of the patients
@@ -107,10 +136,9 @@ CaError providePhantom() {
     const CaError error = writeSlices(temporary.path());
     if (error != CaError::nullError)
         return failure(QString::fromStdString(error.text()));
-    QDir(folder).removeRecursively(); // Somebody took slices away.
     if (QDir().rename(temporary.path(), folder))
         temporary.setAutoRemove(false);
-    else if (!QFileInfo::exists(lastSlice)) // A second instance may have been faster.
-        return failure(QDir::toNativeSeparators(folder));
-    return CaError::nullError;
+    else if (!isComplete()) // Else a second instance was faster.
+        replaceSlices(temporary.path());
+    return isComplete() ? CaError::nullError : failure(QDir::toNativeSeparators(folder));
 }

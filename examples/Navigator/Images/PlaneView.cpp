@@ -27,6 +27,8 @@ PlaneView::PlaneView(Plane plane, CrossHair* crossHair, QWidget* parent)
 void PlaneView::setVolume(const Volume& volume) {
     m_volume = volume;
     m_pixmap = QPixmap();
+    m_marks.clear(); // They were placed in the former volume.
+    setTrackingText({});
     follow();
 }
 

@@ -29,7 +29,8 @@ public:
     PlaneView(Plane plane, CrossHair* crossHair, QWidget* parent = nullptr);
 
     Plane plane() const { return m_plane; }
-    void setVolume(const Volume& volume); ///< The cross-hair is expected to fit it.
+    /// The cross-hair is expected to fit it. What was told of instruments is forgotten.
+    void setVolume(const Volume& volume);
 
     /// The tips to show from now on. Those farther from the slice than 3 mm, or than half a slice
     /// where slices are thicker, and those beside the picture are not seen. Only what a tip covers

@@ -67,10 +67,9 @@ std::vector<PaneControl*> VolumePanes::volumeControls() const {
 
 void VolumePanes::showVolume(const vlr::ImageSeries& series, const Volume& volume, int slice,
                              const ImagesOwner& owner) {
-    if (!owner.suits(AppBase::getCurrentPatient()))
+    if (!takeOwner(owner))
         return;
     m_series = series;
-    m_owner = owner;
     m_crossHair.setSize(volume.size());
     if (slice >= 0)
         m_crossHair.setSlice(Plane::Axial, slice);
@@ -79,10 +78,9 @@ void VolumePanes::showVolume(const vlr::ImageSeries& series, const Volume& volum
 
 void VolumePanes::showSeries(const vlr::ImageSeries& series, int slice, const QString& reason,
                              const ImagesOwner& owner) {
-    if (!owner.suits(AppBase::getCurrentPatient()))
+    if (!takeOwner(owner))
         return;
     m_series = series;
-    m_owner = owner;
     m_imagesView->showSeries(series, slice);
     m_imagesView->setReason(reason);
     setVolume({});
@@ -129,6 +127,15 @@ QString VolumePanes::closingText() const {
     return m_owner.patient() ? tr("The images that are open for %1 are closed.")
                                    .arg(nameAndId(*m_owner.patient()))
                              : QString();
+}
+
+// False for a patient who is not the current one (any more). He may have been loaded anew since the
+// owner was asked for; the former object of him is told of no changes.
+bool VolumePanes::takeOwner(const ImagesOwner& owner) {
+    if (!owner.suits(AppBase::getCurrentPatient()))
+        return false;
+    m_owner = owner.patient() ? ImagesOwner::ofCurrentPatient() : owner;
+    return true;
 }
 
 void VolumePanes::followPatient() {

@@ -60,6 +60,7 @@ private:
     void makeControls();
     void setVolume(const Volume& volume);
     void markCurrent(const QString& label);
+    bool takeOwner(const ImagesOwner& owner);
     void followPatient();
     void showOwner();
 

@@ -330,7 +330,8 @@ void PatientsModule::makeCurrent() {
         AppBase::setCurrentPatient(patient);
 }
 
-// One question about all that the former patient loses; nothing has changed when it is asked.
+// One question about all that the former patient loses. His changes are stored before, since only
+// then it is known whether they are lost, too; whoever answers "No" goes on with what is stored.
 bool PatientsModule::mayLeaveFor(const DataPointer<Patient>& next) {
     const DataPointer<Patient> current = AppBase::getCurrentPatient();
     if (!current || isSamePatient(current, next))

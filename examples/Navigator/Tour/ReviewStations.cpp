@@ -80,6 +80,7 @@ void deleteSelected(TourActions& actions) {
 void reviewStations(TourActions& actions) {
     takeScreenshot(actions, "15a-screenshot");
     goTo(actions, "nextStep");
+    actions.expect(!actions.find("nextStep")->isEnabled(), "there is a step after the last");
     waitForThumbnails(actions, 1);
     deleteSelected(actions);
     actions.expect(actions.find("reviewNote")->isVisible(), "nobody says that there are none");
@@ -97,4 +98,5 @@ void reviewStations(TourActions& actions) {
     openAndReturn(actions, Qt::Key_Home, "15e-screenshot-opened");
     openAndReturn(actions, Qt::Key_End, "15f-broken-screenshot");
     goTo(actions, "previousStep");
+    actions.expect(!actions.find("previousStep")->isEnabled(), "there is a step before the first");
 }

@@ -334,15 +334,21 @@ CaError decode(QIODevice& device, QIODevice& again, const QString& name, int pag
         error = checkEnd(again, name, info.format);
     if (!error.isNull())
         return error;
-    if (bound.isValid() &&
-        (info.size.width() > bound.width() || info.size.height() > bound.height()))
-        reader.setScaledSize(info.size.scaled(bound, Qt::KeepAspectRatio));
+    const bool isScaled = bound.isValid() && (info.size.width() > bound.width() ||
+                                              info.size.height() > bound.height());
+    const QSize scaledSize = info.size.scaled(bound, Qt::KeepAspectRatio);
+    // Between -1 and 0, as the reader sees signed values, there is no grey to mix.
+    if (isScaled && info.zeroGrey == 0)
+        reader.setScaledSize(scaledSize);
     QImage decoded = reader.read();
     if (decoded.isNull())
         return imageError("damaged", name,
                           QStringLiteral("cannot be decoded: %1").arg(reader.errorString()));
     if (info.zeroGrey != 0)
         error = moveUp(decoded, name);
+    if (error.isNull() && isScaled && info.zeroGrey != 0)
+        decoded = decoded.scaled(scaledSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                      .convertToFormat(decoded.format());
     if (error.isNull())
         image = decoded;
     return error;

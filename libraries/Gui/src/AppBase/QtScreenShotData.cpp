@@ -82,17 +82,18 @@ QtScreenShotData& QtScreenShotData::operator=(const QtScreenShotData& other) {
         return *this;
     ConfigurationRecord<QtScreenShotData>::operator=(other);
     m_image.reset();
-    // The bytes stay with the original.
+    // The picture it had; what another one holds is not copied by itself.
+    removeBinaryPart(partName);
     if (other.hasUnstoredImage()) {
         m_image = std::make_unique<QPixmap>(*other.m_image);
         return *this;
     }
     if (!other.binaryParts().contains(partName))
         return *this;
-    QImage image;
-    const CaError error = other.readImage(image);
+    QByteArray bytes;
+    const CaError error = other.storedBytes(bytes);
     if (error == CaError::nullError)
-        m_image = std::make_unique<QPixmap>(QPixmap::fromImage(image));
+        setBinaryPart(partName, bytes);
     else
         VLR_LOG(Warning) << "A copy of the screenshot \"" << id() << "\" has no picture. " << error;
     return *this;

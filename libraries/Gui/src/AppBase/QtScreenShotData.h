@@ -22,8 +22,8 @@ public:
     static constexpr const char* className = "QtScreenShotData";
 
     QtScreenShotData();
-    /// With the picture, wherever the original has it. One that cannot be read is missed in the
-    /// copy, with a "WARNING".
+    /// With the picture, wherever the original has it: where that is its PNG, with that. One that
+    /// cannot be read is missed in the copy, with a "WARNING".
     QtScreenShotData(const QtScreenShotData& other);
     QtScreenShotData& operator=(const QtScreenShotData& other);
 

@@ -3,6 +3,7 @@
 #include <QtNetwork/QHostAddress>
 #include <QtNetwork/QNetworkInterface>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -13,6 +14,8 @@ namespace {
 constexpr qint64 chunk = 64 << 10;
 // How long a problem is told when nothing but good messages follows: long enough to be read.
 constexpr std::chrono::seconds problemLasts(3);
+// How often is looked how long the peer has said nothing.
+constexpr std::chrono::milliseconds silenceInterval(100);
 
 // The address of this machine from which the host is to be spoken with: null where there is none.
 QHostAddress addressOf(const QString& interface, const QString& host) {
@@ -34,11 +37,10 @@ IgtlConnection::IgtlConnection(OpenIGTLinkClient& client)
     : m_client(client), m_socket(this), m_retry(this), m_silence(this),
       m_pauses(client.m_options.firstPause, client.m_options.longestPause) {
     m_retry.setSingleShot(true);
-    m_silence.setSingleShot(true);
-    m_silence.setInterval(client.m_options.silence);
+    m_silence.setInterval(std::min(client.m_options.silence, silenceInterval));
     m_socket.setReadBufferSize(4 * chunk); // The rest of a flood stays with the peer.
     connect(&m_retry, &QTimer::timeout, this, &IgtlConnection::open);
-    connect(&m_silence, &QTimer::timeout, this, &IgtlConnection::silent);
+    connect(&m_silence, &QTimer::timeout, this, &IgtlConnection::checkSilence);
     connect(&m_socket, &QTcpSocket::connected, this, &IgtlConnection::opened);
     connect(&m_socket, &QTcpSocket::readyRead, this, &IgtlConnection::read);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &IgtlConnection::socketFailed);
@@ -54,6 +56,7 @@ void IgtlConnection::open() {
     const auto& options = m_client.m_options;
     if (!options.interface.isEmpty() && !bindTo(options.interface))
         return;
+    heard();
     m_silence.start();
     m_socket.connectToHost(options.host, options.port);
 }
@@ -73,7 +76,7 @@ bool IgtlConnection::bindTo(const QString& interface) {
 }
 
 void IgtlConnection::opened() {
-    m_silence.start();
+    heard();
     m_state.setConnected(true);
     publish();
 }
@@ -94,7 +97,7 @@ void IgtlConnection::read() {
     }
     const bool hasGood = m_stream->messages() > before;
     if (hasGood) {
-        m_silence.start();
+        heard();
         m_pauses.reset();
     }
     updateProblem(before == 0, hasGood);
@@ -126,7 +129,13 @@ void IgtlConnection::publish() {
     m_client.publish(m_state.snapshot());
 }
 
-void IgtlConnection::silent() {
+void IgtlConnection::heard() {
+    m_heardAt = m_client.m_clock();
+}
+
+void IgtlConnection::checkSilence() {
+    if (m_client.m_clock() - m_heardAt < m_client.m_options.silence)
+        return;
     close("silent",
           peer() + (m_socket.state() == QAbstractSocket::ConnectedState ? " says nothing."
                                                                         : " does not answer."));

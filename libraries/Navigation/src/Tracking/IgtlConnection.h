@@ -26,7 +26,8 @@ private:
     bool bindTo(const QString& interface);
     void opened();
     void read();
-    void silent();
+    void heard();
+    void checkSilence();
     void socketFailed();
     void close(const char* kind, const std::string& problem);
     void received(TrackingMeasurement measurement);
@@ -37,7 +38,8 @@ private:
     OpenIGTLinkClient& m_client;
     QTcpSocket m_socket;
     QTimer m_retry;
-    QTimer m_silence;
+    QTimer m_silence; ///< Runs while there is a connection, or may be one.
+    TrackingTime m_heardAt;
     RetryPauses m_pauses;
     std::unique_ptr<IgtlStream> m_stream;
     TrackingState m_state;

@@ -36,7 +36,8 @@ public:
         QString interface; ///< Its name, or an address of this machine; empty: the system chooses.
         std::chrono::milliseconds firstPause{100};
         std::chrono::milliseconds longestPause{5000};
-        std::chrono::milliseconds silence{5000}; ///< Longest that a peer may say nothing.
+        /// Longest that a peer may say nothing, by the clock. It is looked at every 100 ms.
+        std::chrono::milliseconds silence{5000};
     };
 
     explicit OpenIGTLinkClient(const Options& options,
