@@ -67,7 +67,8 @@ INSTANTIATE_TEST_SUITE_P(Patients, EveryPatientStoreTest, testing::Values("file"
 } // namespace
 
 TEST_P(EveryPatientStoreTest, APatientComesBackWithItsTreeAndItsBinaryParts) {
-    for (const char* text : {"山田^太郎", "Nun\u0303ez  ' \"; DROP TABLE patient", "\U0001f600", ""}) {
+    for (const char* text :
+         {"山田^太郎", "Nun\u0303ez  ' \"; DROP TABLE patient", "\U0001f600", ""}) {
         const auto patient = makePatient(QStringLiteral(" id ") + QString::fromUtf8(text));
         patient->setName(QString::fromUtf8(text));
         const DataPointer<Study> study(new Study);

@@ -15,6 +15,7 @@
 #include "Base/QtQuadView.h"
 #include "Common/Selector.h"
 #include "IO/DataIOManager.h"
+#include "IO/PatientFile.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 #include "Widgets/vlrImageWidget.h"
@@ -32,6 +33,7 @@
 #include <limits>
 #include <map>
 #include <set>
+#include <sys/stat.h>
 
 namespace {
 
@@ -139,6 +141,15 @@ bool readsPatients(Session&) {
     return DataIOManager::patientList(patients) == CaError::nullError;
 }
 
+double rightsOfPatientData(Session&) {
+    const QString path = QDir::homePath() + QStringLiteral("/rights");
+    (void)vlr::writePatientFile(path, "bytes");
+    struct stat status = {};
+    const bool isThere = stat(QFile::encodeName(path).constData(), &status) == 0;
+    QFile::remove(path);
+    return isThere ? status.st_mode & 07777U : unseen;
+}
+
 // Whether the program ends without a question.
 bool endsAtOnce(Session& s) {
     bool isEnd = false;
@@ -160,7 +171,8 @@ const QString logo = QStringLiteral("logo");
 
 const Effect effects[] = {
     {key("ShowSplashScreen"), 0, 1, [](Session& s) { return !s.ownSplash.isNull(); }},
-    {key("SplashScreen.ResourcePath"), 0, 0, [](Session& s) { return s.splash->pixmap().width(); }},
+    {key("SplashScreen.ResourcePath"), 640, 640, // The built-in one.
+     [](Session& s) { return s.splash->pixmap().width(); }},
     {key("SplashScreen.Timer"), 0, 1, // It stays.
      [](Session& s) {
          return s.ownSplash && s.main->isVisible() ? s.ownSplash->isVisible() : unseen;
@@ -179,6 +191,7 @@ const Effect effects[] = {
     {key("ProgressBarFlushX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isFlushX(); }},
     {key("ProgressBarSyncX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isSyncX(); }},
     {key("PatientRepository"), 0, 0, &readsPatients},
+    {key("PatientDataGroup"), 0600, 0600, &rightsOfPatientData},
     {key("MaxPatientID"), 0, most, [](Session&) { return Patient::getMaxPatientID(); }},
     {key("QtQuadView/ExpandButtonTimeoutInMS"), 0, most,
      [](Session& s) { return s.view->findChild<QTimer*>()->interval(); }},

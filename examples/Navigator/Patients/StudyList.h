@@ -15,6 +15,9 @@ public:
     void load();
     DataPointer<Study> selectedStudy() const; ///< Null without a selection.
 
+    /// Few rows are enough where what stands around it needs the room.
+    QSize sizeHint() const override { return {QListWidget::sizeHint().width(), 80}; }
+
 private:
     void addStudy(const DataPointer<Study>& study);
     void makeCurrent();

@@ -144,7 +144,9 @@ void SurgicalToolBox::tellSource() {
 void SurgicalToolBox::logProblem(const vlr::TrackingSnapshot& snapshot) {
     const vlr::TrackingTime now = m_clock();
     logRepeated(now);
-    std::string kind = snapshot.problemKind.empty() ? snapshot.problem : snapshot.problemKind;
+    std::string kind = snapshot.problem.empty() || snapshot.problemKind.empty()
+                           ? snapshot.problem
+                           : snapshot.problemKind;
     const bool isNew = kind != m_presentKind;
     m_presentKind = kind;
     if (kind.empty() || !isNew)
