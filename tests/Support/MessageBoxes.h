@@ -31,10 +31,12 @@ inline void failAtUnansweredBoxes() {
         box->reject();
     };
     const auto watch = [check] {
-        QObject::connect(QAbstractEventDispatcher::instance(),
-                         &QAbstractEventDispatcher::aboutToBlock, qApp, check);
+        QObject* const application = QCoreApplication::instance();
+        if (qobject_cast<QApplication*>(application)) // Others have no boxes.
+            QObject::connect(QAbstractEventDispatcher::instance(),
+                             &QAbstractEventDispatcher::aboutToBlock, application, check);
     };
-    QMetaObject::invokeMethod(qApp, watch, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(QCoreApplication::instance(), watch, Qt::QueuedConnection);
 }
 
 /// Runs `drive` on the next modal dialog of the class that opens, as a user would.

@@ -144,7 +144,9 @@ void QtMainWinSplitterHandle::followViews() {
 }
 
 bool QtMainWinSplitterHandle::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_viewer && (event->type() == QEvent::Show || event->type() == QEvent::Hide))
+    // A view that is being destroyed hides as well, when it is none any more.
+    if ((event->type() == QEvent::Show || event->type() == QEvent::Hide) && watched == m_viewer &&
+        qobject_cast<QtQuadView*>(watched))
         followViews();
     return QSplitterHandle::eventFilter(watched, event);
 }

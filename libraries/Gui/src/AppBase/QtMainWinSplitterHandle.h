@@ -57,5 +57,5 @@ private:
     QScrollArea* m_presetArea;
     QtControlAreaControlButtons* m_controlButtons;
     DataPointer<QuadViewConfig> m_config;
-    QPointer<QtQuadView> m_viewer; ///< Whose coming and going is watched.
+    QPointer<QWidget> m_viewer; ///< Whose coming and going is watched.
 };

@@ -10,7 +10,11 @@ QtDataConfigurationWidget::QtDataConfigurationWidget(Data* data, QString argumen
     m_wheelGuard->setParent(nullptr);
 }
 
-QtDataConfigurationWidget::~QtDataConfigurationWidget() = default;
+// A field that loses the focus while the form is destroyed must not tell what is no form any more.
+QtDataConfigurationWidget::~QtDataConfigurationWidget() {
+    for (QObject* field : findChildren<QObject*>())
+        disconnect(field, nullptr, this, nullptr);
+}
 
 void QtDataConfigurationWidget::cancel() {}
 
