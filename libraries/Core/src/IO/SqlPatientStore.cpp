@@ -34,9 +34,9 @@ constexpr qint64 mostBytes = qint64(256) << 20;
 // No id and no name is longer; beside the content of a row the texts of its key count.
 constexpr qint64 longestText = 64 << 10;
 
-qint64 sizeOf(const QSqlQuery& row) {
+qint64 sizeOf(const QSqlQuery& row, int columns) {
     qint64 bytes = 0;
-    for (int i = 0; i < row.record().count(); ++i) {
+    for (int i = 0; i < columns; ++i) {
         const QVariant value = row.value(i);
         bytes += value.type() == QVariant::ByteArray ? value.toByteArray().size()
                                                      : 2 * qint64(value.toString().size());
@@ -149,8 +149,11 @@ CaError SqlPatientStore::rows(const QString& sql, const QVariantList& values,
             return error;
         int count = 0;
         qint64 bytes = 0;
+        int columns = 0; // Asked once: the driver describes all of them anew each time.
         while (row.next()) {
-            const qint64 size = sizeOf(row);
+            if (count == 0)
+                columns = row.record().count();
+            const qint64 size = sizeOf(row, columns);
             bytes += size;
             if (size > largestRow)
                 return giveUp(QStringLiteral("a row has more than %1 bytes").arg(largestRow));
