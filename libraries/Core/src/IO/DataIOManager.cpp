@@ -5,6 +5,7 @@
 #include "IO/DurableFile.h"
 #include "IO/PatientDocument.h"
 #include "IO/PatientStore.h"
+#include "IO/TemporaryFile.h"
 #include "IO/TreeXml.h"
 #include "Log/vlrLog.h"
 #include "Site/SiteChoices.h"

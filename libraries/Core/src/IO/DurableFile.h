@@ -7,6 +7,8 @@
 
 namespace vlr {
 
+struct FileRights;
+
 /// The one way in which this library writes files: afterwards the file holds either all of the
 /// new bytes or, after an error, exactly what it held before.
 ///
@@ -20,6 +22,9 @@ namespace vlr {
 /// target that is not there yet, have to belong to the user of the process.
 /// The error names the file and the system's reason.
 VLR_CORE_EXPORT CaError writeDurably(const QString& path, const QByteArray& bytes);
+/// With these rights (File/PrivateFile.h), also for a file that is there already.
+VLR_CORE_EXPORT CaError writeDurably(const QString& path, const QByteArray& bytes,
+                                     const FileRights& rights);
 
 /// Reads a regular file of at most `limit` bytes. A missing file gives an error with the id
 /// fileNotFoundError; a larger one, one that is not a regular file, or one that may not be read
@@ -47,11 +52,6 @@ VLR_CORE_EXPORT CaError keepAside(const QString& path, QString& keptAs,
 /// Makes sure that what was just made or renamed in the folder is there after a power failure. What
 /// goes wrong is a doubt, not a failure: it is logged at "WARNING".
 VLR_CORE_EXPORT void synchroniseFolder(const QString& folder);
-
-/// Removes what interrupted writeDurably() calls left in the folder: files and folders of this user
-/// named ".vlr-" and six letters or digits that no process has in use. Where the file system knows
-/// no locks, only those older than an hour.
-VLR_CORE_EXPORT void sweepTemporaryFiles(const QString& folder);
 
 /// The ids of the errors readWhole() gives for a file that does not exist, "File::notFound", and
 /// for one that could not be read this time, "File::passingReadError"; and that of readTrusted(),

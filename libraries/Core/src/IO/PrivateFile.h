@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Error/CaError.h"
-
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
@@ -29,8 +27,5 @@ int giveRights(int descriptor, unsigned mode, const FileRights& rights);
 /// A file that is not there, or somebody else's, stays as it is. The file is not opened: to close
 /// it again would end the locks that SQLite holds on it.
 int limitRights(const QString& path, const FileRights& rights = {});
-
-/// writeDurably() with these rights also for a file that is there already.
-CaError writeDurably(const QString& path, const QByteArray& bytes, const FileRights& rights);
 
 } // namespace vlr

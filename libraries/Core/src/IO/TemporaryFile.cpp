@@ -1,7 +1,5 @@
 #include "IO/TemporaryFile.h"
 
-#include "IO/DurableFile.h"
-
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>

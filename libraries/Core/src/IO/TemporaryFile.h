@@ -15,6 +15,11 @@ namespace vlr {
 /// errno, where that is impossible. To be closed when it has been renamed or removed.
 VLR_CORE_EXPORT int openTemporaryFile(const QByteArray& folder, QByteArray& path);
 
+/// Removes what interrupted writeDurably() calls left in the folder: files and folders of this user
+/// named ".vlr-" and six letters or digits that no process has in use. Where the file system knows
+/// no locks, only those older than an hour.
+VLR_CORE_EXPORT void sweepTemporaryFiles(const QString& folder);
+
 /// A folder below the given one, or the system's one for temporary files, for the user alone. It
 /// goes with the object.
 class VLR_CORE_EXPORT ScratchFolder {
