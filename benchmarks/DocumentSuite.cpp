@@ -6,8 +6,8 @@
 
 #include "AppBase/QtScreenShotData.h"
 #include "Data/Study.h"
+#include "Documents/TreeXml.h"
 #include "IO/DataIOManager.h"
-#include "IO/TreeXml.h"
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QFile>

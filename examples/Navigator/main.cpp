@@ -5,7 +5,7 @@
 #include "CommandLine.h"
 #include "Common/AfterFirstPaint.h"
 #include "Common/Selector.h"
-#include "IO/UserFolders.h"
+#include "Files/UserFolders.h"
 #include "Images/CompareModule.h"
 #include "Images/EnlargeModule.h"
 #include "Images/ImagesModule.h"

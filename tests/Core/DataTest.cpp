@@ -2,7 +2,7 @@
 #include "Data/DataItem.h"
 #include "Data/DataIterator.h"
 #include "Data/Patient.h"
-#include "IO/TreeXml.h"
+#include "Documents/TreeXml.h"
 #include "Support/RecordChecks.h"
 #include "Support/TestEnvironment.h"
 

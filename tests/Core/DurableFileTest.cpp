@@ -1,6 +1,6 @@
-#include "IO/DurableFile.h"
+#include "Files/DurableFile.h"
 #include "CoreTest.h"
-#include "IO/TemporaryFile.h"
+#include "Files/TemporaryFile.h"
 
 #include <functional>
 #include <sys/syscall.h>

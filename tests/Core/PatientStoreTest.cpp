@@ -1,8 +1,8 @@
 #include "PatientStoreTest.h"
 #include "Data/Study.h"
+#include "Documents/TreeXml.h"
 #include "IO/IOManager.h"
 #include "IO/PatientStore.h"
-#include "IO/TreeXml.h"
 #include "Settings/vlrSettings.h"
 #include "Support/RecordChecks.h"
 

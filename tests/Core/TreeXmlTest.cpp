@@ -1,4 +1,4 @@
-#include "IO/TreeXml.h"
+#include "Documents/TreeXml.h"
 
 #include "Data/DataTreeNode.h"
 #include "Support/TestEnvironment.h"

@@ -10,8 +10,8 @@
 
 #include "Fuzz/Targets.h"
 
+#include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 
 #include <QtCore/QDir>
 

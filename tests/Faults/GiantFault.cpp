@@ -7,11 +7,11 @@
 #include "PeakMemory.h"
 #include "QuietLog.h"
 
+#include "Documents/TreeXml.h"
 #include "Fuzz/Input.h"
 #include "IO/DataIOManager.h"
-#include "IO/TreeXml.h"
 #include "Settings/vlrSettings.h"
-#include "Tools/ToolGeometry.h"
+#include "Tracking/ToolGeometry.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

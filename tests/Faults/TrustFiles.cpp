@@ -5,8 +5,8 @@
 
 #include "AppBase/QtScreenShotData.h"
 #include "AppBase/SplashScreen.h"
+#include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 #include "Log/vlrLog.h"
 #include "SelfCheck/CheckList.h"
 #include "SelfCheck/SelfCheck.h"

@@ -4,8 +4,8 @@
 
 #include "Data/DataItem.h"
 #include "Data/Study.h"
+#include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QStandardPaths>

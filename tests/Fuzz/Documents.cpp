@@ -2,11 +2,11 @@
 #include "Targets.h"
 
 #include "Data/Study.h"
+#include "Documents/TreeXml.h"
 #include "IO/DataIOManager.h"
-#include "IO/TreeXml.h"
 #include "Settings/vlrSettings.h"
-#include "Tools/ToolGeometry.h"
 #include "Tracking/RecordingPlayer.h"
+#include "Tracking/ToolGeometry.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>

@@ -2,8 +2,8 @@
 #include "Targets.h"
 
 #include "Image/ImageFile.h"
-#include "Tools/ToolGeometry.h"
 #include "Tracking/IgtlStream.h"
+#include "Tracking/ToolGeometry.h"
 
 #include <QtCore/QtEndian>
 

@@ -1,5 +1,5 @@
+#include "Documents/TreeXml.h"
 #include "Gui/GuiTest.h"
-#include "IO/TreeXml.h"
 #include "RegisterRecords.h"
 #include "Support/RecordChecks.h"
 

@@ -1,4 +1,4 @@
-#include "Tools/ToolGeometry.h"
+#include "Tracking/ToolGeometry.h"
 
 #include "Support/TestEnvironment.h"
 

@@ -1,7 +1,7 @@
 #include "Support/RecordChecks.h"
 
 #include "Data/CaFactory.h"
-#include "IO/TreeXml.h"
+#include "Documents/TreeXml.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "Images/PhantomFiles.h"
 
-#include "IO/DurableFile.h"
-#include "IO/PatientFile.h"
+#include "Files/DurableFile.h"
+#include "Files/PatientFile.h"
 #include "Images/SheppLoganPhantom.h"
 #include "Progress/CaProgressMonitor.h"
 

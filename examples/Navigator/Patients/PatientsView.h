@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Error/CaError.h"
-#include "IO/vlrURI.h"
+#include "Files/vlrURI.h"
 
 #include <QtWidgets/QWidget>
 

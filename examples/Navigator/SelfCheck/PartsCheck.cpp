@@ -16,7 +16,7 @@
 #include "Data/Study.h"
 #include "DataUtils/DataFactory.h"
 #include "DataUtils/QtDataConfigurationWidget.h"
-#include "IO/TreeXml.h"
+#include "Documents/TreeXml.h"
 #include "Images/PaneView.h"
 #include "SelfCheck/CheckList.h"
 

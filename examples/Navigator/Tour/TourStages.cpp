@@ -3,9 +3,9 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtModuleSelector.h"
 #include "Common/Selector.h"
-#include "Tools/ToolGeometry.h"
 #include "Tour/ReviewStations.h"
 #include "Tour/TouchStations.h"
+#include "Tracking/ToolGeometry.h"
 #include "Tracking/TrackingRecorder.h"
 
 #include <QtCore/QDir>

@@ -3,7 +3,7 @@
 #include "ClassId/StringMixer.h"
 #include "Data/DataPointer.h"
 #include "Error/CaError.h"
-#include "IO/vlrURI.h"
+#include "Files/vlrURI.h"
 #include "Observer/CaSubject.h"
 
 #include <QtCore/QByteArray>

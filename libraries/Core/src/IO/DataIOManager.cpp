@@ -2,11 +2,11 @@
 
 #include "Data/DataTreeNode.h"
 #include "Data/PatientText.h"
-#include "IO/DurableFile.h"
-#include "IO/PatientDocument.h"
+#include "Documents/PatientDocument.h"
+#include "Documents/TreeXml.h"
+#include "Files/DurableFile.h"
+#include "Files/TemporaryFile.h"
 #include "IO/PatientStore.h"
-#include "IO/TemporaryFile.h"
-#include "IO/TreeXml.h"
 #include "Log/vlrLog.h"
 #include "Site/SiteChoices.h"
 

@@ -2,8 +2,8 @@
 
 #include "Data/Configuration.h"
 #include "Data/Patient.h"
+#include "Files/vlrURI.h"
 #include "IO/MetaInformation.h"
-#include "IO/vlrURI.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #include "IO/IOManager.h"
 
+#include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 #include "IO/PatientStore.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "IO/vlrURI.h"
+#include "Files/vlrURI.h"
 
 #include <QtCore/QString>
 

@@ -1,10 +1,10 @@
 #include "IO/RecoveryFile.h"
 
 #include "Data/DataIterator.h"
+#include "Documents/PatientDocument.h"
+#include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 #include "IO/IOManager.h"
-#include "IO/PatientDocument.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QCryptographicHash>

@@ -1,11 +1,11 @@
 #include "IO/RepositoryBackup.h"
 
-#include "IO/DurableFile.h"
-#include "IO/PrivateFile.h"
+#include "File/PrivateFile.h"
+#include "Files/DurableFile.h"
+#include "Files/TemporaryFile.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqliteChain.h"
 #include "IO/SqliteDatabase.h"
-#include "IO/TemporaryFile.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDateTime>

@@ -1,5 +1,5 @@
-#include "IO/PatientFile.h"
-#include "IO/PrivateFile.h"
+#include "File/PrivateFile.h"
+#include "Files/PatientFile.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
 #include "IO/SqliteDatabase.h"

@@ -1,6 +1,6 @@
 #include "IO/SqliteChain.h"
 
-#include "IO/DurableFile.h"
+#include "Files/DurableFile.h"
 #include "IO/SqliteDatabase.h"
 #include "Log/vlrLog.h"
 

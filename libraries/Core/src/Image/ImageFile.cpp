@@ -1,6 +1,6 @@
 #include "Image/ImageFile.h"
 
-#include "IO/DurableFile.h"
+#include "Files/DurableFile.h"
 #include "Image/TiffSamples.h"
 
 #include <QtCore/QBuffer>

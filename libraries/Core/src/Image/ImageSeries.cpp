@@ -1,6 +1,6 @@
 #include "Image/ImageSeries.h"
 
-#include "IO/DurableFile.h"
+#include "Files/DurableFile.h"
 #include "Progress/CaProgressMonitor.h"
 
 #include <QtCore/QCollator>

@@ -1,6 +1,6 @@
 #include "Log/LogFile.h"
 
-#include "IO/PrivateFile.h"
+#include "File/PrivateFile.h"
 #include "Log/LogText.h"
 
 #include <QtCore/QCoreApplication>

@@ -1,8 +1,8 @@
 #include "Settings/SettingsFile.h"
 
-#include "IO/DurableFile.h"
-#include "IO/PrivateFile.h"
-#include "IO/TemporaryFile.h"
+#include "File/PrivateFile.h"
+#include "Files/DurableFile.h"
+#include "Files/TemporaryFile.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QCoreApplication>

@@ -19,9 +19,9 @@
 #include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
+#include "Files/UserFolders.h"
 #include "IO/DataIOManager.h"
 #include "IO/RecoveryFile.h"
-#include "IO/UserFolders.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 

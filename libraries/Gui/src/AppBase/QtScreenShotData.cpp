@@ -1,7 +1,7 @@
 #include "AppBase/QtScreenShotData.h"
 
+#include "Files/PatientFile.h"
 #include "IO/IOManager.h"
-#include "IO/PatientFile.h"
 #include "Image/ImageFile.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"

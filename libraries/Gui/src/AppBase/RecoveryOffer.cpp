@@ -2,8 +2,8 @@
 
 #include "AppBase/ApplicationServices.h"
 #include "Base/QtMsgBox.h"
+#include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
-#include "IO/DurableFile.h"
 #include "IO/RecoveryFile.h"
 #include "Log/vlrLog.h"
 

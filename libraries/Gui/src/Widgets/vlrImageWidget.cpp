@@ -1,7 +1,7 @@
 #include "Widgets/vlrImageWidget.h"
 
 #include "Base/AskForFiles.h"
-#include "IO/PatientFile.h"
+#include "Files/PatientFile.h"
 #include "Image/vlrImageConverters.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tools/ToolGeometry.h"
+#include "Tracking/ToolGeometry.h"
 #include "Tracking/TrackingData.h"
 
 /// The rigid body of a tool: its markers, where the camera last saw them, and the pose that

@@ -1,7 +1,7 @@
 #include "Tracking/RecordingFormat.h"
 
-#include "Tools/ToolGeometry.h"
-#include "Tools/ToolName.h"
+#include "Tracking/ToolGeometry.h"
+#include "Tracking/ToolName.h"
 
 #include <QtCore/QList>
 #include <QtCore/QLocale>

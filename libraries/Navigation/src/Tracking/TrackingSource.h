@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Error/CaError.h"
-#include "Tools/ToolGeometry.h"
+#include "Tracking/ToolGeometry.h"
 #include "Tracking/TrackingData.h"
 
 #include <memory>

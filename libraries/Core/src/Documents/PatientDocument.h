@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Data/Patient.h"
-#include "IO/TreeXml.h"
+#include "Documents/TreeXml.h"
 
 namespace vlr {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "IO/TreeXml.h"
+#include "Documents/TreeXml.h"
 
 #include <cstddef>
 #include <string>

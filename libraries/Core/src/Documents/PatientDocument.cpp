@@ -1,4 +1,4 @@
-#include "IO/PatientDocument.h"
+#include "Documents/PatientDocument.h"
 
 #include "Data/ChildItem.h"
 #include "Data/DataItem.h"

@@ -1,8 +1,8 @@
-#include "IO/PatientFile.h"
+#include "Files/PatientFile.h"
 
-#include "IO/DurableFile.h"
-#include "IO/FileTrust.h"
-#include "IO/PrivateFile.h"
+#include "File/PrivateFile.h"
+#include "Files/DurableFile.h"
+#include "Files/FileTrust.h"
 #include "Log/vlrLog.h"
 #include "Site/SiteChoices.h"
 

@@ -1,4 +1,4 @@
-#include "IO/FileTrust.h"
+#include "Files/FileTrust.h"
 
 #include <cerrno>
 #include <grp.h>

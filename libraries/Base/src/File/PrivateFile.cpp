@@ -1,4 +1,4 @@
-#include "IO/PrivateFile.h"
+#include "File/PrivateFile.h"
 
 #include <QtCore/QFile>
 

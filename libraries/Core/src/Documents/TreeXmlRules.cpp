@@ -1,4 +1,4 @@
-#include "IO/TreeXmlRules.h"
+#include "Documents/TreeXmlRules.h"
 
 #include <QtCore/QString>
 

@@ -1,4 +1,4 @@
-#include "Tools/ToolName.h"
+#include "Tracking/ToolName.h"
 
 #include <QtCore/QString>
 #include <QtCore/QVector>

@@ -1,4 +1,4 @@
-#include "IO/TemporaryFile.h"
+#include "Files/TemporaryFile.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>

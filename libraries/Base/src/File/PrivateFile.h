@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtCore/QByteArray>
+#include "vlrBaseExport.h"
+
 #include <QtCore/QString>
 
 namespace vlr {
@@ -15,17 +16,17 @@ struct FileRights {
 };
 
 /// Makes the folder and those above it where they are missing, whatever the umask.
-int makePrivateFolder(const QString& path, const FileRights& rights = {});
+VLR_BASE_EXPORT int makePrivateFolder(const QString& path, const FileRights& rights = {});
 
 /// Makes an empty file where there is none. EINVAL for what exists but is no regular file.
-int makePrivateFile(const QString& path);
+VLR_BASE_EXPORT int makePrivateFile(const QString& path);
 
 /// Gives what is open group and mode.
-int giveRights(int descriptor, unsigned mode, const FileRights& rights);
+VLR_BASE_EXPORT int giveRights(int descriptor, unsigned mode, const FileRights& rights);
 
 /// Takes from a file of this user what is beyond the rights, and gives the group what the user has.
 /// A file that is not there, or somebody else's, stays as it is. The file is not opened: to close
 /// it again would end the locks that SQLite holds on it.
-int limitRights(const QString& path, const FileRights& rights = {});
+VLR_BASE_EXPORT int limitRights(const QString& path, const FileRights& rights = {});
 
 } // namespace vlr

@@ -1,4 +1,4 @@
-#include "IO/UserFolders.h"
+#include "Files/UserFolders.h"
 
 #include "Log/vlrLog.h"
 

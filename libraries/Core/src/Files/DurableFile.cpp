@@ -1,8 +1,8 @@
-#include "IO/DurableFile.h"
+#include "Files/DurableFile.h"
 
-#include "IO/FileTrust.h"
-#include "IO/PrivateFile.h"
-#include "IO/TemporaryFile.h"
+#include "File/PrivateFile.h"
+#include "Files/FileTrust.h"
+#include "Files/TemporaryFile.h"
 #include "Log/vlrLog.h"
 
 #include <QtCore/QDateTime>

@@ -1,8 +1,8 @@
-#include "Tools/ToolGeometry.h"
+#include "Tracking/ToolGeometry.h"
 
-#include "IO/DurableFile.h"
+#include "Files/DurableFile.h"
 #include "Math/RigidFit.h"
-#include "Tools/ToolName.h"
+#include "Tracking/ToolName.h"
 
 #include <QtCore/QResource>
 #include <QtCore/QXmlStreamReader>

@@ -1,4 +1,4 @@
-#include "IO/vlrURI.h"
+#include "Files/vlrURI.h"
 
 #include <QtCore/QUrlQuery>
 
