@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Log/vlrLog.h"
+#include "Log/LogRecord.h"
 
 #include <cstddef>
 #include <ctime>

@@ -21,9 +21,8 @@ namespace vlr {
 
 namespace {
 
-constexpr std::array<const char*, 8> levelNames = {"DEBUG",   "INFO",  "WARNING",  "ERROR",
-                                                   "CaERROR", "UINFO", "UWARNING", "UERROR"};
-constexpr unsigned allLevels = (1U << levelNames.size()) - 1U;
+constexpr auto levelCount = static_cast<std::size_t>(LogLevel::UserError) + 1;
+constexpr unsigned allLevels = (1U << levelCount) - 1U;
 
 std::size_t indexOf(LogLevel level) {
     return static_cast<std::size_t>(level);
@@ -51,7 +50,7 @@ struct State {
     bool hasFile = true;
     LogFile file;
     LogClock clock;
-    std::array<Route, levelNames.size()> routes;
+    std::array<Route, levelCount> routes;
     std::shared_ptr<const Listeners> listeners = std::make_shared<const Listeners>();
     int lastHandle = 0;
 };
@@ -108,10 +107,6 @@ std::unique_lock<std::mutex> lockAtPlace() {
 }
 
 } // namespace
-
-const char* toText(LogLevel level) noexcept {
-    return levelNames[indexOf(level)];
-}
 
 LogStream::Buffer::Buffer() {
     setp(std::begin(m_area), std::end(m_area));
@@ -185,8 +180,8 @@ LogStream Log::getInstance(LogLevel level, const char* file, int line) {
 }
 
 LogStream Log::getInstance(const char* level, const char* file, int line) {
-    for (std::size_t i = 0; level && i < levelNames.size(); ++i)
-        if (std::strcmp(level, levelNames[i]) == 0)
+    for (std::size_t i = 0; level && i < levelCount; ++i)
+        if (std::strcmp(level, toText(static_cast<LogLevel>(i))) == 0)
             return {static_cast<LogLevel>(i), file, line};
     return {LogLevel::Error, file, line};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Log/LogRecord.h"
 #include "vlrCoreExport.h"
 
 #include <atomic>
@@ -14,21 +15,6 @@
 #include "Stream/QtStream.h"
 
 namespace vlr {
-
-/// The kinds of log record. The three user levels are meant for the person at the screen.
-enum class LogLevel { Debug, Info, Warning, Error, CaError, UserInfo, UserWarning, UserError };
-
-/// The name as it appears in records: "DEBUG", "INFO", "WARNING", "ERROR", "CaERROR", "UINFO",
-/// "UWARNING", "UERROR".
-VLR_CORE_EXPORT const char* toText(LogLevel level) noexcept;
-
-/// One record as it is handed to a listener.
-struct LogRecord {
-    LogLevel level;
-    const char* file; ///< Source file; never null.
-    int line;
-    std::string text; ///< Without prefix and without trailing line breaks.
-};
 
 /// A record being written: what is streamed into it becomes one log record when it goes out of
 /// scope, normally at the end of the statement. It takes what an std::ostream takes, manipulators

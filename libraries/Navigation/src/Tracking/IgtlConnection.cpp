@@ -33,11 +33,12 @@ QHostAddress addressOf(const QString& interface, const QString& host) {
 
 } // namespace
 
-IgtlConnection::IgtlConnection(OpenIGTLinkClient& client)
-    : m_client(client), m_socket(this), m_retry(this), m_silence(this),
-      m_pauses(client.m_options.firstPause, client.m_options.longestPause) {
+IgtlConnection::IgtlConnection(IgtlOptions options, TrackingClock clock, IgtlReceiver& receiver)
+    : m_options(std::move(options)), m_clock(std::move(clock)), m_receiver(receiver),
+      m_socket(this), m_retry(this), m_silence(this),
+      m_pauses(m_options.firstPause, m_options.longestPause) {
     m_retry.setSingleShot(true);
-    m_silence.setInterval(std::min(client.m_options.silence, silenceInterval));
+    m_silence.setInterval(std::min(m_options.silence, silenceInterval));
     m_socket.setReadBufferSize(4 * chunk); // The rest of a flood stays with the peer.
     connect(&m_retry, &QTimer::timeout, this, &IgtlConnection::open);
     connect(&m_silence, &QTimer::timeout, this, &IgtlConnection::checkSilence);
@@ -53,17 +54,16 @@ IgtlConnection::~IgtlConnection() {
 void IgtlConnection::open() {
     m_stream = std::make_unique<IgtlStream>(
         [this](TrackingMeasurement measurement) { received(std::move(measurement)); });
-    const auto& options = m_client.m_options;
-    if (!options.interface.isEmpty() && !bindTo(options.interface))
+    if (!m_options.interface.isEmpty() && !bindTo(m_options.interface))
         return;
     heard();
     m_silence.start();
-    m_socket.connectToHost(options.host, options.port);
+    m_socket.connectToHost(m_options.host, m_options.port);
 }
 
 // An interface that is down may come up.
 bool IgtlConnection::bindTo(const QString& interface) {
-    const QHostAddress own = addressOf(interface, m_client.m_options.host);
+    const QHostAddress own = addressOf(interface, m_options.host);
     bool isBound = !own.isNull();
     if (isBound) {
         const QSignalBlocker blocker(&m_socket);
@@ -109,7 +109,7 @@ void IgtlConnection::read() {
 // With the first good message it is known to be a tracker again. Later a problem that is over stays
 // for a while: it may be over before anybody asks.
 void IgtlConnection::updateProblem(bool isFirst, bool hasGood) {
-    const TrackingTime now = m_client.m_clock();
+    const TrackingTime now = m_clock();
     if (hasGood && (isFirst || now - m_problemTime >= problemLasts))
         m_state.setProblem({}, {});
     if (!m_stream->problem().empty())
@@ -124,17 +124,17 @@ void IgtlConnection::updateProblem(bool isFirst, bool hasGood) {
 void IgtlConnection::publish() {
     if (m_state.condition() != m_told) {
         m_told = m_state.condition();
-        m_client.tellListener(m_told, m_client.m_clock());
+        m_receiver.conditionChanged(m_told, m_clock());
     }
-    m_client.publish(m_state.snapshot());
+    m_receiver.publish(m_state.snapshot());
 }
 
 void IgtlConnection::heard() {
-    m_heardAt = m_client.m_clock();
+    m_heardAt = m_clock();
 }
 
 void IgtlConnection::checkSilence() {
-    if (m_client.m_clock() - m_heardAt < m_client.m_options.silence)
+    if (m_clock() - m_heardAt < m_options.silence)
         return;
     close("silent",
           peer() + (m_socket.state() == QAbstractSocket::ConnectedState ? " says nothing."
@@ -158,14 +158,13 @@ void IgtlConnection::close(const char* kind, const std::string& problem) {
 }
 
 void IgtlConnection::received(TrackingMeasurement measurement) {
-    measurement.time = m_client.m_clock();
-    m_client.tellListener(measurement);
-    m_hadRoom = m_state.add(std::move(measurement), *m_client.knownTools()) && m_hadRoom;
+    measurement.time = m_clock();
+    m_receiver.received(measurement);
+    m_hadRoom = m_state.add(std::move(measurement), *m_receiver.knownTools()) && m_hadRoom;
 }
 
 std::string IgtlConnection::peer() const {
-    return "The tracker at " + m_client.m_options.host.toStdString() + ":" +
-           std::to_string(m_client.m_options.port);
+    return "The tracker at " + m_options.host.toStdString() + ":" + std::to_string(m_options.port);
 }
 
 } // namespace vlr

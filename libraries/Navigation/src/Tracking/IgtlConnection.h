@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Tracking/IgtlOptions.h"
 #include "Tracking/IgtlStream.h"
-#include "Tracking/OpenIGTLinkClient.h"
 #include "Tracking/RetryPauses.h"
 #include "Tracking/TrackingState.h"
 
@@ -11,13 +11,28 @@
 
 namespace vlr {
 
+/// Who gets what a connection receives; asked and told in its thread.
+class IgtlReceiver {
+public:
+    IgtlReceiver() = default;
+    IgtlReceiver(const IgtlReceiver&) = delete;
+    IgtlReceiver& operator=(const IgtlReceiver&) = delete;
+    virtual ~IgtlReceiver() = default;
+
+    virtual void publish(std::shared_ptr<const TrackingSnapshot> snapshot) = 0;
+    virtual void received(const TrackingMeasurement& measurement) = 0;
+    virtual void conditionChanged(const TrackingCondition& condition, TrackingTime time) = 0;
+    virtual std::shared_ptr<const std::set<std::string>> knownTools() = 0; ///< Never null.
+};
+
 /// What OpenIGTLinkClient does in its thread: keeps the connection, reads it, and publishes what
 /// is known after each batch of messages.
 class IgtlConnection : public QObject {
     Q_OBJECT
 
 public:
-    explicit IgtlConnection(OpenIGTLinkClient& client);
+    /// The receiver must outlive it.
+    IgtlConnection(IgtlOptions options, TrackingClock clock, IgtlReceiver& receiver);
     ~IgtlConnection() override;
 
     void open();
@@ -35,7 +50,9 @@ private:
     void publish();
     std::string peer() const;
 
-    OpenIGTLinkClient& m_client;
+    const IgtlOptions m_options;
+    const TrackingClock m_clock;
+    IgtlReceiver& m_receiver;
     QTcpSocket m_socket;
     QTimer m_retry;
     QTimer m_silence; ///< Runs while there is a connection, or may be one.

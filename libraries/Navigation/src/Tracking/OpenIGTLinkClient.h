@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Tracking/IgtlOptions.h"
 #include "Tracking/TrackingSource.h"
-
-#include <QtCore/QString>
 
 class QThread;
 
@@ -30,15 +29,7 @@ namespace vlr {
 /// `interface` nothing is connected over another.
 class VLR_NAVIGATION_EXPORT OpenIGTLinkClient : public TrackingSource {
 public:
-    struct Options {
-        QString host;
-        quint16 port = 18944;
-        QString interface; ///< Its name, or an address of this machine; empty: the system chooses.
-        std::chrono::milliseconds firstPause{100};
-        std::chrono::milliseconds longestPause{5000};
-        /// Longest that a peer may say nothing, by the clock. It is looked at every 100 ms.
-        std::chrono::milliseconds silence{5000};
-    };
+    using Options = IgtlOptions;
 
     explicit OpenIGTLinkClient(const Options& options,
                                TrackingClock clock = &std::chrono::steady_clock::now);
@@ -48,9 +39,11 @@ public:
     void stop() override;
 
 private:
-    friend class IgtlConnection;
+    class Receiver;
+
     Options m_options;
     TrackingClock m_clock;
+    std::unique_ptr<Receiver> m_receiver;
     std::unique_ptr<QThread> m_thread;
 };
 
