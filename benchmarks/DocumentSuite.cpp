@@ -173,7 +173,7 @@ void addScreenshots(Data& patient, long count) {
 }
 
 void load(benchmark::State& state, StoredPatients& patients) {
-    const vlr::URI uri = patients.patient(state.range(0))->storageUri();
+    const vlr::URI uri = patients.patient(state.range(0))->storage().uri;
     for (auto _ : state) {
         DataPointer<Patient> patient;
         check(DataIOManager::loadPatient(uri, patient));

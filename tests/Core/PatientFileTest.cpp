@@ -79,7 +79,7 @@ TEST_F(PatientFileTest, ADatabaseThatWasTakenAwayIsNotWrittenToAndUsedAgainWhenI
         ASSERT_EQ(DataIOManager::patientMetaInfoList(patients), CaError::nullError);
         EXPECT_EQ(patients.size(), 0U);
         EXPECT_EQ(DataIOManager::storePatient(patient).id(), DataIOManager::changedElsewhereError);
-        EXPECT_NE(DataIOManager::removePatient(patient->storageUri()), CaError::nullError);
+        EXPECT_NE(DataIOManager::removePatient(patient->storage().uri), CaError::nullError);
 
         ASSERT_TRUE(QFile::remove(databasePath()));
         ASSERT_TRUE(QFile::rename(away, databasePath()));

@@ -39,7 +39,7 @@ protected:
     QString storedName() {
         DataIOManager::closeRepository();
         DataPointer<Patient> loaded;
-        EXPECT_EQ(DataIOManager::loadPatient(m_patient->storageUri(), loaded), CaError::nullError);
+        EXPECT_EQ(DataIOManager::loadPatient(m_patient->storage().uri, loaded), CaError::nullError);
         return loaded ? loaded->name() : QString();
     }
 
@@ -80,7 +80,7 @@ TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
     ASSERT_EQ(m_patient->addChild(item, false), CaError::nullError);
     ASSERT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
     DataPointer<Patient> loaded;
-    ASSERT_EQ(DataIOManager::loadPatient(m_patient->storageUri(), loaded), CaError::nullError);
+    ASSERT_EQ(DataIOManager::loadPatient(m_patient->storage().uri, loaded), CaError::nullError);
     m_server.kill();
     m_server.start();
     QByteArray bytes;

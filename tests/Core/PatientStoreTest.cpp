@@ -330,8 +330,8 @@ TEST_P(EveryPatientStoreTest, RemovingIsWholeAndOnlyOfWhatIsThere) {
     const auto patient = loadedPatient("1");
     EXPECT_NE(DataIOManager::removePatient(vlr::URI()), CaError::nullError);
     EXPECT_NE(DataIOManager::removePatient(vlr::URI::patient(part)), CaError::nullError);
-    ASSERT_EQ(DataIOManager::removePatient(patient->storageUri()), CaError::nullError);
-    EXPECT_NE(DataIOManager::removePatient(patient->storageUri()), CaError::nullError);
+    ASSERT_EQ(DataIOManager::removePatient(patient->storage().uri), CaError::nullError);
+    EXPECT_NE(DataIOManager::removePatient(patient->storage().uri), CaError::nullError);
     for (const char* table : {"SELECT count(*) FROM document", "SELECT count(*) FROM binary_part"})
         EXPECT_EQ(sql(table).toInt(), 0) << table;
 }
@@ -342,11 +342,11 @@ TEST_P(EveryPatientStoreTest, AnUnchangedPatientIsNotStoredAgain) {
     const auto patient = loadedPatient("1");
     EXPECT_FALSE(DataIOManager::hasUnstoredChanges(patient));
     const auto isStoredAgain = [&] {
-        const int revision = patient->storageRevision();
+        const int revision = patient->storage().revision;
         store(patient);
         EXPECT_FALSE(DataIOManager::hasUnstoredChanges(patient));
-        EXPECT_EQ(sql("SELECT revision FROM patient"), patient->storageRevision());
-        return patient->storageRevision() > revision;
+        EXPECT_EQ(sql("SELECT revision FROM patient"), patient->storage().revision);
+        return patient->storage().revision > revision;
     };
     const auto other = reloaded(patient);
     EXPECT_FALSE(isStoredAgain());
@@ -379,7 +379,7 @@ TEST_P(EveryPatientStoreTest, WhatSomebodyElseStoredIsReplacedOnlyIfTheUserWants
         other->setName(QStringLiteral("Other"));
         store(other);
         if (isRemoved) {
-            ASSERT_EQ(DataIOManager::removePatient(other->storageUri()), CaError::nullError);
+            ASSERT_EQ(DataIOManager::removePatient(other->storage().uri), CaError::nullError);
         }
         patient->setName(QStringLiteral("Mine"));
         patient->child(0)->setBinaryPart(part, "mine");
@@ -415,7 +415,7 @@ TEST_P(EveryPatientStoreTest, TheStoreReadsNoMoreThanItMay) {
     CaError error;
     vlr::PatientStore* const store = DataIOManager::repository(error);
     ASSERT_TRUE(store) << error.text();
-    const QString uid = patient->storageUri().patientUid();
+    const QString uid = patient->storage().uri.patientUid();
     const QString key = patient->child(0)->key();
     vlr::StoredPatient stored;
     ASSERT_EQ(store->load(uid, 100000, stored), CaError::nullError);

@@ -78,7 +78,7 @@ protected:
     }
     static DataPointer<Patient> reloaded(const DataPointer<Patient>& patient) {
         DataPointer<Patient> loaded;
-        EXPECT_EQ(DataIOManager::loadPatient(patient->storageUri(), loaded), CaError::nullError);
+        EXPECT_EQ(DataIOManager::loadPatient(patient->storage().uri, loaded), CaError::nullError);
         return loaded;
     }
 

@@ -110,7 +110,7 @@ TEST_F(RepositoryBackupTest, WhatWasBackedUpWhileItWasOpenComesBack) {
     ASSERT_EQ(restore(), CaError::nullError);
     EXPECT_EQ(storedIds(), "1 2");
     DataPointer<Patient> loaded;
-    ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), loaded), CaError::nullError);
+    ASSERT_EQ(DataIOManager::loadPatient(patient->storage().uri, loaded), CaError::nullError);
     QByteArray bytes;
     ASSERT_EQ(loaded->child(0)->binaryPart(QStringLiteral("pixels"), bytes), CaError::nullError);
     EXPECT_EQ(bytes, QByteArray(10000, 'p'));

@@ -285,13 +285,13 @@ const Way ways[] = {
     {"loading",
      [](Session& s) {
          DataPointer<Patient> loaded;
-         s.ask([&] { return DataIOManager::loadPatient(s.patient->storageUri(), loaded); },
+         s.ask([&] { return DataIOManager::loadPatient(s.patient->storage().uri, loaded); },
                [&] { return loaded && loaded->name() == oldName; });
      }},
     {"removal",
      [](Session& s) {
          std::vector<MetaInformation> patients;
-         s.ask([&] { return DataIOManager::removePatient(s.patient->storageUri()); },
+         s.ask([&] { return DataIOManager::removePatient(s.patient->storage().uri); },
                [&] {
                    return DataIOManager::patientMetaInfoList(patients) == CaError::nullError &&
                           patients.empty();

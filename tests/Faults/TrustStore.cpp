@@ -44,7 +44,7 @@ std::string refusal(std::initializer_list<const char*> statements, const char* s
     std::vector<QString> ids;
     const std::string texts = DataIOManager::patientMetaInfoList(patients).text() + '\n' +
                               DataIOManager::patientIds(ids).text() + '\n' +
-                              DataIOManager::loadPatient(patient->storageUri(), loaded).text();
+                              DataIOManager::loadPatient(patient->storage().uri, loaded).text();
     if (texts.find(said) == std::string::npos)
         return "it is not refused for that: " + texts;
     if (timer.elapsed() > 20000)

@@ -308,7 +308,7 @@ TEST_F(AppBaseTest, UnixSignalsEndTheLoopInGoodOrder) {
         AppBase::setCurrentPatient(patient);
         QTimer::singleShot(0, &application, [signal] { std::raise(signal); });
         EXPECT_EQ(application.run(), 0);
-        EXPECT_TRUE(patient->storageUri().isValid());
+        EXPECT_TRUE(patient->storage().uri.isValid());
         EXPECT_TRUE(QFile::exists(configuration()));
         QFile::remove(configuration());
         endApp();
@@ -368,7 +368,7 @@ TEST_F(AppBaseTest, WhatCouldNotBeStoredIsOfferedAtTheNextStart) {
     QString file;
     const auto stored = [&] {
         DataPointer<Patient> now;
-        EXPECT_EQ(DataIOManager::loadPatient(patient->storageUri(), now), CaError::nullError);
+        EXPECT_EQ(DataIOManager::loadPatient(patient->storage().uri, now), CaError::nullError);
         return now;
     };
     // The boxes come before the window.
@@ -836,7 +836,7 @@ TEST_F(AppBaseTest, AnExitThatLosesChangesSaysSo) {
         ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
         AppBase::setCurrentPatient(patient);
         DataPointer<Patient> other;
-        ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), other), CaError::nullError);
+        ASSERT_EQ(DataIOManager::loadPatient(patient->storage().uri, other), CaError::nullError);
         other->setName("by another workstation"_s);
         ASSERT_EQ(DataIOManager::storePatient(other), CaError::nullError);
         bool isTold = false;

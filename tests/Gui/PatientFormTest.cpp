@@ -302,7 +302,7 @@ TEST_F(PatientFormTest, ValuesSurviveTheFormAndTheRepository) {
         EXPECT_EQ(patient->id(), text(id));
         ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
         DataPointer<Patient> stored;
-        ASSERT_EQ(DataIOManager::loadPatient(patient->storageUri(), stored), CaError::nullError);
+        ASSERT_EQ(DataIOManager::loadPatient(patient->storage().uri, stored), CaError::nullError);
 
         Form form(stored);
         EXPECT_TRUE(form.id->isReadOnly());
@@ -448,7 +448,7 @@ TEST_F(PatientFormTest, TwoWorkstationsNeverGiveOneId) {
     EXPECT_EQ(DataFactory::displayConfigurationDialog(patient.get(), nullptr, options),
               CaError::nullError);
     MetaInformation stored;
-    ASSERT_EQ(DataIOManager::loadPatientMetaInfo(patient->storageUri(), stored),
+    ASSERT_EQ(DataIOManager::loadPatientMetaInfo(patient->storage().uri, stored),
               CaError::nullError);
     EXPECT_EQ(stored.value(text("id")), text("0000001"));
     EXPECT_EQ(stored.value(text("name")), text("Doe, Jane"));

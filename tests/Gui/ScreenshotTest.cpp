@@ -65,7 +65,7 @@ protected:
     static DataPointer<Patient> reload(const DataPointer<Patient>& patient) {
         DataIOManager::closeRepository();
         DataPointer<Patient> loaded;
-        EXPECT_EQ(DataIOManager::loadPatient(patient->storageUri(), loaded), CaError::nullError);
+        EXPECT_EQ(DataIOManager::loadPatient(patient->storage().uri, loaded), CaError::nullError);
         return loaded;
     }
 

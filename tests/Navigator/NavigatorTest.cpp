@@ -43,7 +43,7 @@ DataPointer<Patient> storePatient(const char* id, const char* name) {
 
 DataPointer<Patient> loadPatient(const Patient& stored) {
     DataPointer<Patient> patient;
-    EXPECT_EQ(DataIOManager::loadPatient(stored.storageUri(), patient), CaError::nullError);
+    EXPECT_EQ(DataIOManager::loadPatient(stored.storage().uri, patient), CaError::nullError);
     return patient;
 }
 

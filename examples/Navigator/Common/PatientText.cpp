@@ -40,5 +40,5 @@ QString nameAndId(const Patient& patient) {
 
 bool isSamePatient(const DataPointer<Patient>& a, const DataPointer<Patient>& b) {
     // One who was not stored yet has no place that could be compared.
-    return a == b || (a && b && a->storageUri().isValid() && a->storageUri() == b->storageUri());
+    return a == b || (a && b && a->storage().uri.isValid() && a->storage().uri == b->storage().uri);
 }

@@ -23,7 +23,7 @@ bool ImagesOwner::suits(const DataPointer<Patient>& current) const {
 }
 
 QString ImagesOwner::storedName() const {
-    return m_patient ? m_patient->storageUri().patientUid() : QString();
+    return m_patient ? m_patient->storage().uri.patientUid() : QString();
 }
 
 QStringList ImagesOwner::text() const {

@@ -216,7 +216,7 @@ void PatientsModule::newPatient() {
     if (!edit(patient, tr("New patient"), [&] { return storeNamed(patient, takesStored); }))
         return;
     m_view->load();
-    m_view->select(patient->storageUri());
+    m_view->select(patient->storage().uri);
     m_view->setFocus();
 }
 
@@ -269,7 +269,7 @@ void PatientsModule::selectionChanged() {
     m_editPatient->setEnabled(selected.isValid());
     m_makeCurrent->setEnabled(selected.isValid());
     const DataPointer<Patient> current = AppBase::getCurrentPatient();
-    if (current && selected.isValid() && current->storageUri() == selected)
+    if (current && selected.isValid() && current->storage().uri == selected)
         followStored(false);
 }
 
@@ -314,7 +314,7 @@ DataPointer<Patient> PatientsModule::selectedPatient() {
     DataPointer<Patient> patient = AppBase::getCurrentPatient();
     if (!uri.isValid())
         return {};
-    if (patient && patient->storageUri() == uri) {
+    if (patient && patient->storage().uri == uri) {
         followStored(true);
         return m_view ? AppBase::getCurrentPatient() : DataPointer<Patient>();
     }
@@ -357,7 +357,7 @@ bool PatientsModule::mayLeaveFor(const DataPointer<Patient>& next) {
 void PatientsModule::showCurrentPatient() {
     const DataPointer<Patient> current = AppBase::getCurrentPatient();
     if (m_view)
-        m_view->setCurrentPatient(current ? current->storageUri() : vlr::URI());
+        m_view->setCurrentPatient(current ? current->storage().uri : vlr::URI());
     m_newStudy->setEnabled(static_cast<bool>(current));
     if (current)
         m_options->setLastPatientId(current->patientId());

@@ -75,7 +75,7 @@ CaError storeOrAsk(const DataPointer<Patient>& patient, bool& takesStored) {
 
 CaError takeStoredVersion(const DataPointer<Patient>& current) {
     DataPointer<Patient> stored;
-    const CaError error = DataIOManager::loadPatient(current->storageUri(), stored);
+    const CaError error = DataIOManager::loadPatient(current->storage().uri, stored);
     if (error != CaError::nullError)
         return error;
     const int place = indexOf(*current, AppBase::getCurrentStudy().get());

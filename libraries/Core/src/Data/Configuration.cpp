@@ -1,7 +1,5 @@
 #include "Data/Configuration.h"
 
-#include "Data/ConfigurationRecord.h"
-
 Configuration::Configuration() = default;
 
 Configuration::Configuration(const QString& id) : Data(id) {}
@@ -18,10 +16,4 @@ _vlr::StringMixer Configuration::getClassId() const {
 
 bool Configuration::isA(const _vlr::StringMixer& id) const {
     return id == classId() || Data::isA(id);
-}
-
-int createConfigurationFactory() {
-    static const auto* const factory = new RecordFactory<Configuration>;
-    Q_UNUSED(factory)
-    return 1;
 }

@@ -2,8 +2,8 @@
 
 #include "ClassId/StringMixer.h"
 #include "Data/DataPointer.h"
+#include "Data/StoragePlace.h"
 #include "Error/CaError.h"
-#include "Files/vlrURI.h"
 #include "Observer/CaSubject.h"
 
 #include <QtCore/QByteArray>
@@ -129,12 +129,9 @@ public:
     /// Whether the item was loaded, or stored with its patient; not so a new one that was only
     /// added to a tree, and no copy.
     bool isStored() const noexcept { return m_isStored; }
-    /// Where the tree is kept (held by its root), how often it was stored there, and a checksum
-    /// of what it was then, empty where that is not known.
-    const vlr::URI& storageUri() const noexcept { return m_storageUri; }
-    int storageRevision() const noexcept { return m_storageRevision; }
-    const QByteArray& storageDigest() const noexcept { return m_storageDigest; }
-    void setStorage(const vlr::URI& uri, int revision, const QByteArray& digest = {});
+    /// Of the tree whose root this is.
+    const vlr::StoragePlace& storage() const noexcept { return m_storage; }
+    void setStorage(const vlr::StoragePlace& place) { m_storage = place; }
 
     // --- classes by name
 
@@ -185,10 +182,8 @@ private:
     mutable std::unique_ptr<QMultiHash<QString, Data*>> m_childIndex;
     QMap<QString, BinaryPart> m_binaryParts;
     std::vector<std::pair<QString, QString>> m_unreadAttributes;
-    vlr::URI m_storageUri;
-    int m_storageRevision = 0;
+    vlr::StoragePlace m_storage;
     bool m_isStored = false;
-    QByteArray m_storageDigest;
     vlr::URI m_formerStorageUri; // Of the tree that the item was the last to be removed from.
 };
 

@@ -7,3 +7,9 @@ VLR_DEFINE_RECORD_FACTORY(Study)
 VLR_DEFINE_RECORD_FACTORY(DataItem)
 VLR_DEFINE_RECORD_FACTORY(ProcessData)
 VLR_DEFINE_RECORD_FACTORY(ChildItem)
+
+int createConfigurationFactory() {
+    static const auto* const factory = new RecordFactory<Configuration>;
+    Q_UNUSED(factory)
+    return 1;
+}

@@ -28,6 +28,10 @@ CaError readPatient(const QByteArray& document, DataPointer<Patient>& patient) {
 
 CaError writePatient(const Patient& patient, QByteArray& document) {
     DataTreeNode root;
+    return writePatient(patient, root, document);
+}
+
+CaError writePatient(const Patient& patient, DataTreeNode& root, QByteArray& document) {
     const CaError error = patient.save(root);
     return error == CaError::nullError ? writeTree(root, document, patientLimits) : error;
 }

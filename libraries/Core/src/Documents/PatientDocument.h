@@ -12,5 +12,7 @@ extern const TreeLimits patientLimits;
 CaError readPatient(const QByteArray& document, DataPointer<Patient>& patient);
 /// Writes the patient without its binary parts; what could not be read again is refused.
 CaError writePatient(const Patient& patient, QByteArray& document);
+/// The same, with the tree that was written.
+CaError writePatient(const Patient& patient, DataTreeNode& root, QByteArray& document);
 
 } // namespace vlr

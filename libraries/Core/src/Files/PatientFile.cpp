@@ -46,8 +46,7 @@ FileRights rightsOf(const QString& groupName) {
     return {};
 }
 
-} // namespace
-
+// The rights as they are now.
 FileRights patientDataRights() {
     static QString knownName;
     static FileRights known;
@@ -56,6 +55,8 @@ FileRights patientDataRights() {
         known = rightsOf(name);
     return known;
 }
+
+} // namespace
 
 CaError writePatientFile(const QString& path, const QByteArray& bytes) {
     return writeDurably(path, bytes, patientDataRights());

@@ -7,8 +7,6 @@
 
 namespace vlr {
 
-struct FileRights;
-
 /// Files with data of patients: screenshots, recordings, exported images, the repository. Whatever
 /// the umask, they are for the user alone (0600, folders 0700). The setting
 /// "Velora/Application/PatientDataGroup" opens them to a group of the system (0660, folders that
@@ -29,8 +27,5 @@ VLR_CORE_EXPORT int makePatientFolder(const QString& path);
 /// Takes from a file what is beyond these rights, and gives it the group, where it is the user's
 /// own. A failure is logged at "WARNING".
 VLR_CORE_EXPORT void limitPatientFile(const QString& path);
-
-/// The rights as they are now.
-FileRights patientDataRights();
 
 } // namespace vlr

@@ -4,8 +4,8 @@
 #include "Data/PatientText.h"
 #include "Documents/PatientDocument.h"
 #include "Documents/TreeXml.h"
-#include "Files/DurableFile.h"
 #include "Files/TemporaryFile.h"
+#include "IO/ConfigurationFiles.h"
 #include "IO/PatientStore.h"
 #include "Log/vlrLog.h"
 #include "Site/SiteChoices.h"
@@ -14,7 +14,6 @@
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QHash>
 #include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 #include <QtCore/QStandardPaths>
@@ -25,75 +24,10 @@
 #include <iterator>
 #include <memory>
 
-const char* const DataIOManager::idTakenError = "DataIOManager::idTakenError";
-const char* const DataIOManager::changedElsewhereError = "DataIOManager::changedElsewhereError";
+const char* const DataIOManager::idTakenError = vlr::PatientStore::idTakenError;
+const char* const DataIOManager::changedElsewhereError = vlr::PatientStore::changedElsewhereError;
 
 namespace {
-
-const vlr::TreeLimits configurationLimits;
-// --- configurations
-
-// Files that must not be overwritten, since what they hold may be good or could not be saved from
-// it.
-QSet<QString>& untouchableFiles() {
-    static QSet<QString> files;
-    return files;
-}
-
-CaError unusable(const QString& path, const CaError& cause) {
-    return CaError("DataIOManager::damagedConfiguration", path.toStdString() + ": " + cause.text());
-}
-
-CaError keepDamagedFile(const QString& path, const CaError& cause) {
-    QString keptAs;
-    const CaError error = vlr::keepUnusableAside(path, keptAs);
-    if (error == CaError::nullError) {
-        VLR_LOG(Warning) << "The configuration " << path << " cannot be used (" << cause
-                         << "). It is kept as " << keptAs << '.';
-    } else {
-        untouchableFiles().insert(path);
-        VLR_LOG(Warning) << "The configuration " << path << " cannot be used (" << cause
-                         << ") and cannot be kept aside (" << error
-                         << "). It will not be overwritten.";
-    }
-    return unusable(path, cause);
-}
-
-CaError leaveUnreadFile(const QString& path, const CaError& cause) {
-    untouchableFiles().insert(path);
-    VLR_LOG(Warning) << "The configuration " << path << " cannot be read at present (" << cause
-                     << "). It will not be overwritten.";
-    return unusable(path, cause);
-}
-
-// What the files were when they were last read well or written. A file that still is need not be
-// parsed before it is replaced.
-QHash<QString, QByteArray>& readableDocuments() {
-    static QHash<QString, QByteArray> documents;
-    return documents;
-}
-
-// Makes sure that nothing is lost when the file is written, unless it holds the document already.
-CaError clearTheWay(const QString& path, const QByteArray& document, bool& isWritten) {
-    QByteArray stored;
-    CaError error = vlr::readTrusted(path, configurationLimits.bytes, stored);
-    isWritten = error == CaError::nullError && stored == document;
-    if (isWritten || error.id() == vlr::fileNotFoundError)
-        return CaError::nullError;
-    if (error.id() == vlr::passingReadError)
-        return leaveUnreadFile(path, error);
-    const auto known = readableDocuments().constFind(path);
-    const bool isKnown =
-        error == CaError::nullError && known != readableDocuments().constEnd() && *known == stored;
-    DataTreeNode root;
-    if (error == CaError::nullError && !isKnown)
-        error = vlr::readTree(stored, root, configurationLimits);
-    if (error != CaError::nullError)
-        (void)keepDamagedFile(path, error);
-    return untouchableFiles().contains(path) ? unusable(path, error) : CaError::nullError;
-}
-
-// --- patients
 
 struct Repository {
     QString url;
@@ -127,7 +61,7 @@ enum class Use { Reading, Listing, Storing };
 
 // The repository as it is now: not the one that somebody has taken away meanwhile, and not for
 // ever the one that was locked when it was opened.
-vlr::PatientStore* currentRepository(Use use, CaError& error) {
+vlr::PatientStore* usableRepository(Use use, CaError& error) {
     Repository& repository = openRepository();
     if (repository.isStoring)
         return repository.store.get();
@@ -200,8 +134,8 @@ CaError normalizeIdentity(Patient& patient, vlr::PatientStore& store) {
     if (id == patient.patientId() && name == patient.name())
         return CaError::nullError;
     MetaInformation stored;
-    if (patient.storageRevision() > 0) {
-        const CaError error = store.metaInformation(patient.storageUri().patientUid(), stored);
+    if (patient.storage().revision > 0) {
+        const CaError error = store.metaInformation(patient.storage().uri.patientUid(), stored);
         if (error != CaError::nullError && error.id() != vlr::PatientStore::unknownPatientError)
             return error;
     }
@@ -234,20 +168,13 @@ CaError collectParts(const DataTreeNode& node, QSet<QString>& keys, vlr::StoredP
 
 vlr::StoredPatient storedForm(const Patient& patient) {
     vlr::StoredPatient stored;
-    stored.uid = patient.storageUri().patientUid();
+    stored.uid = patient.storage().uri.patientUid();
     stored.patientId = patient.patientId();
     stored.name = patient.name();
     stored.sex = patient.sex();
     stored.birthDate = patient.birthDate().toString(Qt::ISODate);
-    stored.revision = patient.storageRevision();
+    stored.revision = patient.storage().revision;
     return stored;
-}
-
-// Writes the tree; what could not be read again is refused.
-CaError makeDocument(const Data& data, const vlr::TreeLimits& limits, DataTreeNode& root,
-                     QByteArray& document) {
-    const CaError error = data.save(root);
-    return error == CaError::nullError ? vlr::writeTree(root, document, limits) : error;
 }
 
 QByteArray digestOf(const QByteArray& document) {
@@ -268,7 +195,7 @@ CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
     CaError error = patient.saveBinaryParts();
     DataTreeNode root;
     if (error == CaError::nullError)
-        error = makeDocument(patient, vlr::patientLimits, root, stored.document);
+        error = vlr::writePatient(patient, root, stored.document);
     if (error == CaError::nullError)
         error = checkTexts(root);
     QSet<QString> keys;
@@ -281,31 +208,34 @@ CaError storeContent(Patient& patient, vlr::StoredPatient& stored) {
 CaError storedRevision(const Patient& patient, int& revision) {
     revision = 0;
     CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Reading, error);
+    vlr::PatientStore* store = usableRepository(Use::Reading, error);
     MetaInformation information;
     if (store)
-        error = store->metaInformation(patient.storageUri().patientUid(), information);
+        error = store->metaInformation(patient.storage().uri.patientUid(), information);
     if (error.id() == vlr::PatientStore::unknownPatientError)
         return CaError::nullError;
     revision = information.value(QStringLiteral("revision")).toInt();
     return error;
 }
 
-QString fileName(const QString& name) {
-    // File systems take 255 bytes, of which a damaged file needs some for its new name.
-    constexpr int most = 200;
-    QByteArray encoded = QUrl::toPercentEncoding(name);
-    if (encoded.size() > most)
-        encoded = encoded.left(most - 41) + '-' +
-                  QCryptographicHash::hash(encoded, QCryptographicHash::Sha1).toHex();
-    return QString::fromLatin1(encoded) + QStringLiteral(".xml");
-}
-
 } // namespace
 
 QString DataIOManager::configurationPath(const QString& name) {
-    return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
-           QStringLiteral("/configurations/") + fileName(name);
+    return vlr::configurationFile(name);
+}
+
+CaError DataIOManager::loadConfiguration(const QString& name,
+                                         const DataPointer<Configuration>& configuration) {
+    if (name.isEmpty() || !configuration)
+        return CaError("DataIOManager::loadConfiguration", "No name or no configuration given.");
+    return vlr::readConfiguration(vlr::configurationFile(name), *configuration);
+}
+
+CaError DataIOManager::storeConfiguration(const QString& name,
+                                          const DataPointer<Configuration>& configuration) {
+    if (name.isEmpty() || !configuration)
+        return CaError("DataIOManager::storeConfiguration", "No name or no configuration given.");
+    return vlr::writeConfiguration(vlr::configurationFile(name), *configuration);
 }
 
 void DataIOManager::sweepTemporaryFiles() {
@@ -313,52 +243,6 @@ void DataIOManager::sweepTemporaryFiles() {
     const QString configurations = QFileInfo(configurationPath(QString())).path();
     for (const QString& folder : {settings, configurations, QDir::tempPath()})
         vlr::sweepTemporaryFiles(folder);
-}
-
-CaError DataIOManager::loadConfiguration(const QString& name,
-                                         const DataPointer<Configuration>& configuration) {
-    if (name.isEmpty() || !configuration)
-        return CaError("DataIOManager::loadConfiguration", "No name or no configuration given.");
-    const QString path = configurationPath(name);
-    QByteArray document;
-    CaError error = vlr::readTrusted(path, configurationLimits.bytes, document);
-    if (error.id() == vlr::fileNotFoundError)
-        return error;
-    if (error.id() == vlr::passingReadError)
-        return leaveUnreadFile(path, error);
-    createConfigurationFactory();
-    DataTreeNode root;
-    if (error == CaError::nullError)
-        error = vlr::readTree(document, root, configurationLimits);
-    if (error == CaError::nullError)
-        error = configuration->load(root);
-    if (error != CaError::nullError)
-        return keepDamagedFile(path, error);
-    untouchableFiles().remove(path);
-    readableDocuments().insert(path, document);
-    return CaError::nullError;
-}
-
-CaError DataIOManager::storeConfiguration(const QString& name,
-                                          const DataPointer<Configuration>& configuration) {
-    if (name.isEmpty() || !configuration)
-        return CaError("DataIOManager::storeConfiguration", "No name or no configuration given.");
-    const QString path = configurationPath(name);
-    if (untouchableFiles().contains(path))
-        return CaError("DataIOManager::storeConfiguration",
-                       path.toStdString() + " could neither be read nor kept aside.");
-    DataTreeNode root;
-    QByteArray document;
-    CaError error = makeDocument(*configuration, configurationLimits, root, document);
-    if (error != CaError::nullError)
-        return error;
-    bool isWritten = false;
-    error = clearTheWay(path, document, isWritten);
-    if (error == CaError::nullError && !isWritten)
-        error = vlr::writeDurably(path, document);
-    if (error == CaError::nullError)
-        readableDocuments().insert(path, document);
-    return error;
 }
 
 vlr::PatientStore* DataIOManager::repository(CaError& error) {
@@ -375,8 +259,8 @@ vlr::PatientStore* DataIOManager::repository(CaError& error) {
     return repository.store.get();
 }
 
-vlr::PatientStore* DataIOManager::repositoryAsItIs(CaError& error) {
-    return currentRepository(Use::Reading, error);
+vlr::PatientStore* DataIOManager::currentRepository(CaError& error) {
+    return usableRepository(Use::Reading, error);
 }
 
 std::string DataIOManager::whyUnprotected() {
@@ -422,14 +306,14 @@ CaError DataIOManager::patientList(std::vector<vlr::URI>& uris) {
 
 CaError DataIOManager::patientMetaInfoList(std::vector<MetaInformation>& patients) {
     CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Listing, error);
+    vlr::PatientStore* store = usableRepository(Use::Listing, error);
     return store ? store->list(patients) : error;
 }
 
 CaError DataIOManager::patientIds(std::vector<QString>& ids) {
     ids.clear();
     CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Reading, error);
+    vlr::PatientStore* store = usableRepository(Use::Reading, error);
     return store ? store->patientIds(ids) : error;
 }
 
@@ -456,13 +340,13 @@ CaError DataIOManager::patientsLike(const QString& patientId,
 
 CaError DataIOManager::loadPatientMetaInfo(const vlr::URI& uri, MetaInformation& information) {
     CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Reading, error);
+    vlr::PatientStore* store = usableRepository(Use::Reading, error);
     return store ? store->metaInformation(uri.patientUid(), information) : error;
 }
 
 CaError DataIOManager::loadPatient(const vlr::URI& uri, DataPointer<Patient>& patient) {
     CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Reading, error);
+    vlr::PatientStore* store = usableRepository(Use::Reading, error);
     if (!store)
         return error;
     vlr::StoredPatient stored;
@@ -472,7 +356,7 @@ CaError DataIOManager::loadPatient(const vlr::URI& uri, DataPointer<Patient>& pa
         error = vlr::readPatient(stored.document, loaded);
     if (error != CaError::nullError)
         return error;
-    loaded->setStorage(vlr::URI::patient(stored.uid), stored.revision, digestOf(*loaded));
+    loaded->setStorage({vlr::URI::patient(stored.uid), stored.revision, digestOf(*loaded)});
     patient = loaded;
     return CaError::nullError;
 }
@@ -488,22 +372,22 @@ CaError DataIOManager::storePatient(const DataPointer<Patient>& patient) {
     CaError error = checkIdentity(*patient);
     if (error != CaError::nullError)
         return error;
-    vlr::PatientStore* store = currentRepository(Use::Storing, error);
+    vlr::PatientStore* store = usableRepository(Use::Storing, error);
     if (store)
         error = normalizeIdentity(*patient, *store);
     if (error != CaError::nullError || !store)
         return error;
     if (patient->patientId().isEmpty())
         return withoutId();
-    if (!patient->storageUri().isValid())
-        patient->setStorage(vlr::URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)),
-                            0);
+    if (!patient->storage().uri.isValid())
+        patient->setStorage(
+            {vlr::URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)), 0, {}});
     vlr::StoredPatient stored = storedForm(*patient);
     const QScopedValueRollback<bool> storing(openRepository().isStoring, true);
     error = store->store(stored, [&] { return storeContent(*patient, stored); });
     if (error != CaError::nullError)
         return error;
-    patient->setStorage(patient->storageUri(), stored.revision, digestOf(stored.document));
+    patient->setStorage({patient->storage().uri, stored.revision, digestOf(stored.document)});
     patient->markBinaryPartsStored();
     return CaError::nullError;
 }
@@ -515,31 +399,31 @@ CaError DataIOManager::storePatientOverOthers(const DataPointer<Patient>& patien
     CaError error = storedRevision(*patient, stored);
     if (error != CaError::nullError)
         return error;
-    const int revision = patient->storageRevision();
-    patient->setStorage(patient->storageUri(), stored, patient->storageDigest());
+    const vlr::StoragePlace before = patient->storage();
+    patient->setStorage({before.uri, stored, before.digest});
     error = storePatient(patient);
     if (error != CaError::nullError)
-        patient->setStorage(patient->storageUri(), revision, patient->storageDigest());
+        patient->setStorage({patient->storage().uri, before.revision, patient->storage().digest});
     return error;
 }
 
 bool DataIOManager::hasUnstoredChanges(const DataPointer<Patient>& patient) {
-    return patient && (patient->storageDigest().isEmpty() || patient->hasUnstoredBinaryParts() ||
-                       digestOf(*patient) != patient->storageDigest());
+    return patient && (patient->storage().digest.isEmpty() || patient->hasUnstoredBinaryParts() ||
+                       digestOf(*patient) != patient->storage().digest);
 }
 
 CaError DataIOManager::isChangedElsewhere(const DataPointer<Patient>& patient, bool& isChanged) {
     isChanged = false;
-    if (!patient || patient->storageRevision() == 0)
+    if (!patient || patient->storage().revision == 0)
         return CaError::nullError;
     int stored = 0;
     const CaError error = storedRevision(*patient, stored);
-    isChanged = error == CaError::nullError && stored != patient->storageRevision();
+    isChanged = error == CaError::nullError && stored != patient->storage().revision;
     return error;
 }
 
 CaError DataIOManager::removePatient(const vlr::URI& uri) {
     CaError error;
-    vlr::PatientStore* store = currentRepository(Use::Storing, error);
+    vlr::PatientStore* store = usableRepository(Use::Storing, error);
     return store ? store->remove(uri.patientUid()) : error;
 }

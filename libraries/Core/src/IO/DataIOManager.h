@@ -90,7 +90,7 @@ public:
     /// and storing do so too while it could be opened for reading only.
     static vlr::PatientStore* repository(CaError& error);
     /// The same, opened anew where these operations do.
-    static vlr::PatientStore* repositoryAsItIs(CaError& error);
+    static vlr::PatientStore* currentRepository(CaError& error);
     /// Why others on the network may read or change the patients, for whoever works with them: the
     /// setting asks for less than a server that proves who it is. Empty where all is well.
     static std::string whyUnprotected();

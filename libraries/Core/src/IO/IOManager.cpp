@@ -1,5 +1,6 @@
 #include "IO/IOManager.h"
 
+#include "Data/PartStorage.h"
 #include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
 #include "IO/PatientStore.h"
@@ -16,6 +17,21 @@ CaError unsupported(const vlr::URI& uri) {
 bool isPart(const vlr::URI& uri) {
     return uri.isPatient() && !uri.partName().isEmpty();
 }
+
+// What items ask for the bytes of their parts.
+class RepositoryParts : public vlr::PartStorage {
+public:
+    RepositoryParts() { provide(*this); }
+
+    CaError read(const vlr::URI& part, QByteArray& bytes) override {
+        return IOManager::read(part, bytes);
+    }
+    CaError write(const vlr::URI& part, const QByteArray& bytes) override {
+        return IOManager::write(part, bytes);
+    }
+};
+
+RepositoryParts repositoryParts;
 
 } // namespace
 
@@ -44,7 +60,7 @@ CaError IOManager::read(const vlr::URI& uri, QByteArray& bytes) {
     // What was renamed can still be read, but not what was disconnected.
     if (error == CaError::nullError || !store->isTakenAway())
         return error;
-    store = DataIOManager::repositoryAsItIs(error);
+    store = DataIOManager::currentRepository(error);
     return store ? read() : error;
 }
 

@@ -41,6 +41,10 @@ public:
 
     /// The id of the error that metaInformation() gives for a patient that is not there.
     static const char* const unknownPatientError;
+    /// Those of store() for an id that another patient has, and for a patient that was stored or
+    /// removed by somebody else since.
+    static constexpr const char* idTakenError = "DataIOManager::idTakenError";
+    static constexpr const char* changedElsewhereError = "DataIOManager::changedElsewhereError";
 
     PatientStore() = default;
     PatientStore(const PatientStore&) = delete;

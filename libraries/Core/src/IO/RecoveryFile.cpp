@@ -118,12 +118,13 @@ CaError collectParts(const DataPointer<Patient>& patient, std::vector<Part>& par
 CaError toContent(const DataPointer<Patient>& patient, Content& content) {
     if (!patient || patient->parent())
         return failure(QStringLiteral("There is no patient by itself to keep."));
-    if (!patient->storageUri().isValid())
-        patient->setStorage(URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)), 0);
+    if (!patient->storage().uri.isValid())
+        patient->setStorage(
+            {URI::patient(QUuid::createUuid().toString(QUuid::WithoutBraces)), 0, {}});
     content.repository = DataIOManager::repositoryName();
     content.when = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
-    content.uid = patient->storageUri().patientUid();
-    content.revision = patient->storageRevision();
+    content.uid = patient->storage().uri.patientUid();
+    content.revision = patient->storage().revision;
     const CaError error = collectParts(patient, content.parts);
     return error == CaError::nullError ? writePatient(*patient, content.document) : error;
 }
@@ -269,7 +270,7 @@ CaError readRecovery(const QString& path, Recovery& recovery) {
         Recovery read{content.repository, QDateTime::fromString(content.when, Qt::ISODate), {}};
         error = readPatient(content.document, read.patient);
         if (error == CaError::nullError) {
-            read.patient->setStorage(URI::patient(content.uid), content.revision);
+            read.patient->setStorage({URI::patient(content.uid), content.revision, {}});
             error = giveParts(read.patient, content.parts);
         }
         if (error != CaError::nullError)
@@ -286,7 +287,7 @@ bool isRecoveryStored(const Recovery& recovery) {
     QByteArray theirs;
     QByteArray ours;
     if (!recovery.patient ||
-        DataIOManager::loadPatient(recovery.patient->storageUri(), stored) != CaError::nullError ||
+        DataIOManager::loadPatient(recovery.patient->storage().uri, stored) != CaError::nullError ||
         writePatient(*stored, theirs) != CaError::nullError ||
         writePatient(*recovery.patient, ours) != CaError::nullError || theirs != ours)
         return false;

@@ -1,5 +1,6 @@
-#include "IO/PatientStore.h"
+// Which class serves which URL. It knows the classes, and they know PatientStore.
 
+#include "IO/PatientStore.h"
 #include "IO/ServerAddress.h"
 #include "IO/SqlPatientStore.h"
 
