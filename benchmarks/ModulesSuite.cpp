@@ -5,12 +5,12 @@
 #include "Silence.h"
 #include "Suite.h"
 
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtModuleList.h"
-#include "AppBase/QtModuleTabSelector.h"
+#include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "AppBase/vlrControlList.h"
+#include "Base/ApplicationServices.h"
 #include "Data/Patient.h"
 
 #include <QtGui/QPainter>

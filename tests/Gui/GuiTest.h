@@ -1,8 +1,8 @@
 #pragma once
 
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
+#include "Base/ApplicationServices.h"
 #include "Data/Patient.h"
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"

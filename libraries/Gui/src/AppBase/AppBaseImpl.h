@@ -1,8 +1,8 @@
 #pragma once
 
 #include "AppBase/AppBaseConfig.h"
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/CurrentItems.h"
+#include "Base/ApplicationServices.h"
 #include "vlrGuiExport.h"
 
 #include <QtCore/QObject>

@@ -1,9 +1,9 @@
 #include "AppBase/QtAppModuleImpl.h"
 
-#include "AppBase/ApplicationServices.h"
+#include "AppBase/Dialogs/QtModuleConfigWidget.h"
 #include "AppBase/vlrControlList.h"
+#include "Base/ApplicationServices.h"
 #include "Base/QtQuadView.h"
-#include "AppBase/QtModuleConfigWidget.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 

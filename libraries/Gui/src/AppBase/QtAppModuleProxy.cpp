@@ -1,9 +1,9 @@
 #include "AppBase/QtAppModuleProxy.h"
 
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleImpl.h"
+#include "Base/ApplicationServices.h"
 
 QtAppModuleProxy::QtAppModuleProxy(QtAppModule* module, QtAppMainWindow* mainWindow)
     : QObject(mainWindow) {

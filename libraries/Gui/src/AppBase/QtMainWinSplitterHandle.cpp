@@ -1,12 +1,12 @@
 #include "AppBase/QtMainWinSplitterHandle.h"
 
-#include "AppBase/Icons.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtControlAreaControlButtons.h"
-#include "AppBase/TouchTargets.h"
 #include "AppBase/vlrControlList.h"
+#include "Base/Icons.h"
 #include "Base/QtQuadView.h"
+#include "Base/TouchTargets.h"
 
 #include <QtCore/QEvent>
 #include <QtWidgets/QFrame>

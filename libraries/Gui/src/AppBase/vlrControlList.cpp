@@ -1,7 +1,7 @@
 #include "AppBase/vlrControlList.h"
 
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "Base/ApplicationServices.h"
 #include "Base/QtQuadView.h"
 #include "Log/vlrLog.h"
 
