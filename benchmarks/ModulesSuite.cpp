@@ -5,12 +5,12 @@
 #include "Silence.h"
 #include "Suite.h"
 
+#include "AppBase/MainWindowServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtModuleList.h"
 #include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "AppBase/vlrControlList.h"
-#include "Base/ApplicationServices.h"
 #include "Data/Patient.h"
 
 #include <QtGui/QPainter>
@@ -73,7 +73,7 @@ private:
     QPointer<Page> m_page;
 };
 
-class Services : public ApplicationServices {
+class Services : public MainWindowServices {
 public:
     explicit Services(QtAppMainWindow* window) : m_window(window) {}
     QtAppMainWindow* getMainWindow() const override { return m_window; }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "AppBase/MainWindowServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
-#include "Base/ApplicationServices.h"
 #include "Data/Patient.h"
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
@@ -70,7 +70,7 @@ public:
 };
 
 /// Stands for the running application and counts what it is asked for.
-class FakeServices : public ApplicationServices {
+class FakeServices : public MainWindowServices {
 public:
     QtAppMainWindow* getMainWindow() const override { return window; }
     DataPointer<Patient> currentPatient() const override { return patient; }

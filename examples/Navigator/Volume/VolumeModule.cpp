@@ -28,7 +28,7 @@ void VolumeModule::deactivate() {
 void VolumeModule::rememberExtents() {
     if (!m_isVolumeShown)
         return;
-    Extents extents;
+    QuadViewGeometry::Extents extents;
     vlr::ControlList::instance()->viewerDimensions(extents[0], extents[1], extents[2], extents[3]);
     m_extents = extents;
 }

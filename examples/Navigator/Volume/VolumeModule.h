@@ -36,11 +36,9 @@ private:
     void rememberExtents();
     PaneControl* firstSeen(PaneControl* arranged) const;
 
-    using Extents = std::array<QSize, 4>;
-
     std::shared_ptr<VolumePanes> m_panes;
     QPointer<PaneControl> m_current;
     bool m_isShown = false; ///< Something of it stands in the viewer area.
     bool m_isVolumeShown = false;
-    std::optional<Extents> m_extents; ///< As the user left them.
+    std::optional<QuadViewGeometry::Extents> m_extents; ///< As the user left them.
 };

@@ -1,6 +1,5 @@
 #include "AppBase/QtMainWinSplitterHandle.h"
 
-#include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtControlAreaControlButtons.h"
 #include "AppBase/vlrControlList.h"
@@ -140,7 +139,7 @@ void QtMainWinSplitterHandle::followViews() {
     }
     QWidget* const top = window();
     const bool isInSight = viewer && viewer->window() == top && viewer->isVisibleTo(top);
-    m_presetArea->setVisible(isInSight || !qobject_cast<QtAppMainWindow*>(top));
+    m_presetArea->setVisible(isInSight || !top->inherits("QtAppMainWindow"));
 }
 
 bool QtMainWinSplitterHandle::eventFilter(QObject* watched, QEvent* event) {

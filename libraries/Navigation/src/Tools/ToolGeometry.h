@@ -31,8 +31,8 @@ constexpr int mostMarkers = 32;
 /// Reads a geometry file, or one that is compiled into the program (":/..."). The error names the
 /// file and the cause, with the line where there is one: missing, larger than 64 KiB, not UTF-8 or
 /// not well formed, a document type, an unknown version, element or attribute, no name or one
-/// that is over-long or not printable, a coordinate that is missing, not finite or beyond 1000 mm, and markers that
-/// checkGeometry() refuses. `geometry` is set on success only.
+/// that is over-long or not printable, a coordinate that is missing, not finite or beyond 1000 mm,
+/// and markers that checkGeometry() refuses. `geometry` is set on success only.
 VLR_NAVIGATION_EXPORT CaError readToolGeometry(const QString& path, ToolGeometry& geometry);
 
 /// Whether a pose can be told from the markers: there are 3 to mostMarkers of them, finite and not

@@ -11,6 +11,9 @@ namespace {
 
 constexpr int mostLayouts = 10;
 
+// Modules link their options to this widget by its name alone.
+[[maybe_unused]] const int registered = createQtModuleConfigWidgetFactory();
+
 } // namespace
 
 QtModuleConfigWidget::QtModuleConfigWidget(Data* data, QString argument, QWidget* parent,

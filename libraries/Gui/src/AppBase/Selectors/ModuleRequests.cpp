@@ -1,29 +1,24 @@
 #include "AppBase/Selectors/ModuleRequests.h"
 
-#include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtModuleSelector.h"
-#include "Base/ApplicationServices.h"
 
 #include <QtCore/QCoreApplication>
 
 namespace {
 
+using Request = ApplicationServices::Request;
+
 const ModuleRequest requests[moduleRequestCount] = {
     {"Screenshot", QT_TRANSLATE_NOOP("ModuleRequest", "Create Screenshot"),
-     SIGNAL(screenShotRequestSGN()), SIGNAL(screenShotRequest())},
+     SIGNAL(screenShotRequestSGN()), Request::Screenshot},
     {"Configure", QT_TRANSLATE_NOOP("ModuleRequest", "Application Configuration"),
-     SIGNAL(configRequestSGN()), SIGNAL(configRequest())},
+     SIGNAL(configRequestSGN()), Request::Configuration},
     {"ConfigureFileEditor",
      QT_TRANSLATE_NOOP("ModuleRequest", "Launch Application Configuration File Editor"),
-     SIGNAL(configFileEditorRequestSGN()), SIGNAL(configFileEditorRequest())},
+     SIGNAL(configFileEditorRequestSGN()), Request::SettingsEditor},
     {"Exit", QT_TRANSLATE_NOOP("ModuleRequest", "Quit Application"), SIGNAL(exitRequestSGN()),
-     SLOT(exitRequest())},
+     Request::Exit},
 };
-
-QtAppMainWindow* mainWindow() {
-    auto* services = ApplicationServices::instance();
-    return services ? services->getMainWindow() : nullptr;
-}
 
 } // namespace
 
@@ -36,13 +31,16 @@ QString moduleRequestToolTip(int index) {
 }
 
 void connectModuleRequest(QtModuleSelector* selector, int index) {
-    // By name: the window's exit request is a protected slot, meant for its own button and this.
-    if (QtAppMainWindow* window = mainWindow())
-        QObject::connect(selector, requests[index].selectorSignal, window,
-                         requests[index].windowMember);
+    if (auto* const services = ApplicationServices::instance())
+        services->connectRequest(selector, requests[index].selectorSignal, requests[index].request);
 }
 
 bool isModuleRequestAnswered(int index) {
-    const QtAppMainWindow* window = mainWindow();
-    return window && window->isRequestAnswered(requests[index].windowMember);
+    const auto* const services = ApplicationServices::instance();
+    return services && services->isRequestAnswered(requests[index].request);
+}
+
+void followModuleRequests(QtModuleSelector* selector, const char* slot) {
+    if (auto* const services = ApplicationServices::instance())
+        services->connectRequestsChanged(selector, slot);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QtCore/QString>
-#include <QtCore/Qt>
+#include "Base/ApplicationServices.h"
 
-class QtAppMainWindow;
+#include <QtCore/QString>
+
 class QtModuleSelector;
 
 /// The requests to the main window that a selector may offer beside the modules, in the order in
@@ -12,16 +12,19 @@ struct ModuleRequest {
     const char* iconName;
     const char* toolTip;
     const char* selectorSignal; ///< As SIGNAL() spells it.
-    const char* windowMember;   ///< As SIGNAL() or SLOT() spells it.
+    ApplicationServices::Request request;
 };
 
 constexpr int moduleRequestCount = 4;
 const ModuleRequest& moduleRequest(int index);
 QString moduleRequestToolTip(int index);
 
-/// Connects the selector's request signal to the main window of the running application; nothing
-/// where there is none.
+/// From now on the selector's signal is a request to the running application; nothing where there
+/// is none.
 void connectModuleRequest(QtModuleSelector* selector, int index);
 
-/// Whether the main window would answer the request now.
+/// Whether the running application would answer the request now.
 bool isModuleRequestAnswered(int index);
+
+/// Calls the selector's slot, given as SLOT() spells it, when isModuleRequestAnswered() changed.
+void followModuleRequests(QtModuleSelector* selector, const char* slot);

@@ -1,9 +1,7 @@
 #include "AppBase/Selectors/QtModuleButtonSelector.h"
 
-#include "AppBase/QtAppMainWindow.h"
 #include "AppBase/Selectors/ElidedButtons.h"
 #include "AppBase/Selectors/ModuleRequests.h"
-#include "Base/ApplicationServices.h"
 #include "Base/Icons.h"
 #include "Base/TouchTargets.h"
 
@@ -87,10 +85,7 @@ void QtModuleButtonSelector::addRequestButtons(bool screenshot, bool config, boo
         connect(button, &QToolButton::clicked, this, requests[i]);
         connectModuleRequest(this, i);
     }
-    auto* services = ApplicationServices::instance();
-    if (services && services->getMainWindow())
-        connect(services->getMainWindow(), &QtAppMainWindow::requestsChanged, this,
-                &QtModuleButtonSelector::updateRequestButtons);
+    followModuleRequests(this, SLOT(updateRequestButtons()));
     updateRequestButtons();
 }
 

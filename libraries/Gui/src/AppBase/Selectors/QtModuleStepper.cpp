@@ -29,8 +29,8 @@ QtModuleStepper::QtModuleStepper(QtModuleSelector::Position position)
     if (m_vertical)
         layout->addStretch();
     m_label->setAlignment(Qt::AlignCenter);
-    m_label->setFullText(tr("No module selected"));
-    makeRoomFor(m_label->fullText());
+    makeRoomFor(noModule());
+    m_label->setFullText(noModule());
     m_previous->setEnabled(false);
     m_next->setEnabled(false);
     connect(m_previous, &QPushButton::clicked, this, &QtModuleSelector::previousModule);
@@ -38,6 +38,10 @@ QtModuleStepper::QtModuleStepper(QtModuleSelector::Position position)
 }
 
 QtModuleStepper::~QtModuleStepper() = default;
+
+QString QtModuleStepper::noModule() {
+    return tr("No module selected");
+}
 
 void QtModuleStepper::makeRoomFor(const QString& text) {
     if (m_texts.contains(text))
@@ -80,7 +84,7 @@ void QtModuleStepper::moduleActivated(QString name, int index) {
 }
 
 void QtModuleStepper::moduleDeactivated(QString, int) {
-    m_label->setFullText(tr("No module selected"));
+    m_label->setFullText(noModule());
     m_previous->setEnabled(false);
     m_next->setEnabled(true);
 }

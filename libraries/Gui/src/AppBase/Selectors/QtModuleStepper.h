@@ -25,6 +25,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    static QString noModule(); ///< What stands in the label then.
     void makeRoomFor(const QString& text);
     void fitLabel();
 

@@ -1,9 +1,7 @@
 #include "AppBase/Selectors/QtModuleTabSelector.h"
 
-#include "AppBase/QtAppMainWindow.h"
 #include "AppBase/Selectors/ModuleRequests.h"
 #include "AppBase/Selectors/QtMyTabBar.h"
-#include "Base/ApplicationServices.h"
 #include "Base/Icons.h"
 
 #include <QtCore/QPointer>
@@ -57,10 +55,7 @@ QtModuleTabSelector::QtModuleTabSelector(QtModuleSelector::Position position, bo
             m_bar->addToolButton(createOffsetIcon(icon, 0, 1), QString(), moduleRequestToolTip(i));
         connectModuleRequest(this, i);
     }
-    auto* services = ApplicationServices::instance();
-    if (services && services->getMainWindow())
-        connect(services->getMainWindow(), &QtAppMainWindow::requestsChanged, this,
-                &QtModuleTabSelector::updateToolTabs);
+    followModuleRequests(this, SLOT(updateToolTabs()));
     updateToolTabs();
 }
 
