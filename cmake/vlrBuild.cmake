@@ -70,7 +70,9 @@ function(vlr_add_library name)
     add_library(vlr::${name} ALIAS ${target})
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS src FILES ${arg_HEADERS})
     target_compile_features(${target} PUBLIC cxx_std_17)
-    target_compile_definitions(${target} PRIVATE VLR_${upper}_LIBRARY)
+    # With the second one a setting that is read without a declaration does not compile.
+    target_compile_definitions(${target} PRIVATE
+        VLR_${upper}_LIBRARY $<$<NOT:$<STREQUAL:${name},Gui>>:VLR_SETTINGS_ARE_DECLARED>)
     target_link_libraries(${target}
         PUBLIC ${arg_PUBLIC}
         PRIVATE ${arg_PRIVATE} $<BUILD_INTERFACE:vlrBuildOptions>)

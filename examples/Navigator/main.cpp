@@ -1,6 +1,5 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
-#include "AppBase/Settings/KnownSettings.h"
 #include "BackupCommand.h"
 #include "Base/Icons.h"
 #include "CommandLine.h"
@@ -64,9 +63,6 @@ QStringList addModules(AppBase& application, const QStringList& paths) {
 }
 
 void addSelector(AppBase& application, const QString& kind) {
-    vlr::addKnownSetting({selectorKey(), vlr::choiceType(selectorKinds()), selectorKinds().first(),
-                          QStringLiteral("How modules are chosen."),
-                          QStringLiteral("The default is used.")});
     application.setModuleSelector(makeSelector(kind.isEmpty() ? configuredSelector() : kind));
 }
 

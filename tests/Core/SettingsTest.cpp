@@ -1,4 +1,5 @@
 #include "CoreTest.h"
+#include "Settings/SettingKey.h"
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QDateTime>
@@ -299,4 +300,41 @@ TEST(Settings, ASlashBeforeTheKeyMakesNoDifference) {
     }
     EXPECT_EQ(Settings::remove(slashed), CaError::nullError);
     EXPECT_TRUE(Settings::keys().isEmpty());
+}
+
+TEST(SettingKey, IsReadWithinItsRangeAndKnownWhileItIsThere) {
+    const auto declared = [] {
+        QStringList rows;
+        for (const vlr::SettingDeclaration* each : vlr::declaredSettings())
+            if (each->key().startsWith(QStringLiteral("Test/")))
+                rows << each->key() + QLatin1Char('=') + each->defaultText() + QLatin1Char(' ') +
+                            QString::number(static_cast<int>(each->type().kind));
+        return rows.join(QStringLiteral(", "));
+    };
+    {
+        const vlr::SettingKey<int> width("Test/Width", 4, "", vlr::integerType(1, 64));
+        const vlr::SettingKey<double> share("Test/Share", 0.5, "", vlr::vectorType(0, 1));
+        const vlr::SettingKey<bool> flag("Test/Flag", true, "");
+        const vlr::SettingKey<QSize> size("Test/Size", QSize(3, 4), "");
+        const vlr::SettingKey<Vector3d> color("Test/Color", Vector3d(1, 0, 0), "");
+        const vlr::SettingKey<QString> folder(
+            "Test/Folder", [] { return QDir::homePath(); }, "", vlr::integerType());
+        EXPECT_EQ(declared(), QStringLiteral("Test/Color=1 0 0 4, Test/Flag=true 0, Test/Folder=") +
+                                  QDir::homePath() +
+                                  QStringLiteral(" 6, Test/Share=0.5 2, Test/Size=3 x 4 3, "
+                                                 "Test/Width=4 1"));
+        for (const auto& [stored, read] : {std::pair(64, 64), std::pair(65, 4), std::pair(0, 4)}) {
+            if (read != stored)
+                expectLog(LogLevel::Warning,
+                          std::to_string(stored) + "\" and not a whole number from 1 to 64");
+            ASSERT_EQ(Settings::set(width.key(), stored), CaError::nullError);
+            EXPECT_EQ(width.get(), read);
+        }
+        ASSERT_EQ(Settings::set(share.key(), 1.5), CaError::nullError);
+        expectLog(LogLevel::Warning, "not a number from 0 to 1");
+        EXPECT_EQ(share.get(), 0.5);
+        EXPECT_EQ(folder.get(), QDir::homePath());
+        EXPECT_TRUE(flag.get() && size.get() == QSize(3, 4) && color.get() == Vector3d(1, 0, 0));
+    }
+    EXPECT_EQ(declared(), QString());
 }

@@ -17,6 +17,7 @@
 #include "IO/DataIOManager.h"
 #include "IO/PatientFile.h"
 #include "Log/vlrLog.h"
+#include "Settings/SettingsWatch.h"
 #include "Settings/vlrSettings.h"
 #include "Widgets/vlrImageWidget.h"
 
@@ -356,7 +357,7 @@ int actRange(const QStringList& arguments) {
     QCoreApplication::setApplicationName(QStringLiteral("vlrFaults"));
     QDir::setCurrent(QDir::homePath()); // where relative paths lead
     const QuietLog quiet;
-    vlr::Settings::watch([](const QString& name) { asked.insert(name); });
+    vlr::watchSettings([](const QString& name) { asked.insert(name); });
     const std::vector<Case> all = allCases(isLongForm());
     return doCases(arguments, [&](long number) {
         const Case& one = all[static_cast<std::size_t>(number)];

@@ -5,7 +5,7 @@
 #include "AppBase/Selectors/QtModuleStepper.h"
 #include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
+#include "Settings/SettingKey.h"
 
 namespace {
 
@@ -29,6 +29,12 @@ const Kind kinds[] = {
     {"none", []() -> QtModuleSelector* { return nullptr; }},
 };
 
+const vlr::SettingKey<QString>
+    selector("Velora/Application/Navigator/ModuleSelector", QString::fromLatin1(kinds[0].name),
+             QT_TRANSLATE_NOOP("KnownSettings", "Navigator only: how modules are chosen."),
+             vlr::choiceType(selectorKinds()),
+             QT_TRANSLATE_NOOP("KnownSettings", "The default is used."));
+
 } // namespace
 
 QStringList selectorKinds() {
@@ -39,11 +45,11 @@ QStringList selectorKinds() {
 }
 
 QString selectorKey() {
-    return QStringLiteral("Velora/Application/Navigator/ModuleSelector");
+    return selector.key();
 }
 
 QString configuredSelector() {
-    const QString kind = vlr::Settings::get(selectorKey(), selectorKinds().first());
+    const QString kind = selector.get();
     if (selectorKinds().contains(kind))
         return kind;
     VLR_LOG(Warning) << "The setting " << selectorKey() << " names the selector \"" << kind

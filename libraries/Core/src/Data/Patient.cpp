@@ -1,9 +1,9 @@
 #include "Data/Patient.h"
 
-#include "Settings/vlrSettings.h"
+#include "Site/SiteChoices.h"
 
 VLR_DEFINE_RECORD_FACTORY(Patient)
 
 int Patient::getMaxPatientID() {
-    return vlr::Settings::get(QStringLiteral("Velora/Application/MaxPatientID"), 1000000, 0);
+    return vlr::SiteChoices::current().patientIdLimit();
 }

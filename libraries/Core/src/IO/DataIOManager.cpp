@@ -7,7 +7,7 @@
 #include "IO/PatientStore.h"
 #include "IO/TreeXml.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
+#include "Site/SiteChoices.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QCryptographicHash>
@@ -112,8 +112,7 @@ void warnOfReadOnly(const std::string& reason) {
 }
 
 QString repositoryUrl() {
-    const QString url =
-        vlr::Settings::get(QStringLiteral("Velora/Application/PatientRepository"), "");
+    const QString url = vlr::SiteChoices::current().patientRepository();
     if (!url.isEmpty())
         return url;
     QUrl file;
@@ -309,7 +308,7 @@ QString DataIOManager::configurationPath(const QString& name) {
 }
 
 void DataIOManager::sweepTemporaryFiles() {
-    const QString settings = QFileInfo(vlr::Settings::filePath()).path();
+    const QString settings = vlr::SiteChoices::current().folder();
     const QString configurations = QFileInfo(configurationPath(QString())).path();
     for (const QString& folder : {settings, configurations, QDir::tempPath()})
         vlr::sweepTemporaryFiles(folder);

@@ -4,7 +4,7 @@
 #include "IO/FileTrust.h"
 #include "IO/PrivateFile.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
+#include "Site/SiteChoices.h"
 
 #include <QtCore/QFile>
 
@@ -22,8 +22,6 @@ namespace vlr {
 
 namespace {
 
-const char* const groupKey = "Velora/Application/PatientDataGroup";
-
 // Of this process; what it is no member of it could not give a file to.
 bool isMember(gid_t group) {
     if (group == getegid())
@@ -40,7 +38,8 @@ FileRights rightsOf(const QString& groupName) {
     const std::optional<unsigned> group = systemGroup(groupName);
     if (group && isMember(*group))
         return {0660, 02770, qint64(*group)};
-    VLR_LOG(Warning) << "The setting \"" << groupKey << "\" is \"" << groupName << "\", "
+    VLR_LOG(Warning) << "The setting \"" << SiteChoices::current().patientDataGroupKey()
+                     << "\" is \"" << groupName << "\", "
                      << (group ? "a group that this user is no member of"
                                : "and there is no such group")
                      << ". The data of patients stay for this user alone.";
@@ -52,7 +51,7 @@ FileRights rightsOf(const QString& groupName) {
 FileRights patientDataRights() {
     static QString knownName;
     static FileRights known;
-    const QString name = Settings::get(QString::fromLatin1(groupKey), "").trimmed();
+    const QString name = SiteChoices::current().patientDataGroup().trimmed();
     if (std::exchange(knownName, name) != name)
         known = rightsOf(name);
     return known;

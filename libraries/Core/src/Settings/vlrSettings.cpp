@@ -1,7 +1,11 @@
+// What is read by its name is defined here.
+#undef VLR_SETTINGS_ARE_DECLARED
+
 #include "Settings/vlrSettings.h"
 
 #include "Log/vlrLog.h"
 #include "Settings/SettingsFile.h"
+#include "Settings/SettingsWatch.h"
 
 #include <QtCore/QLocale>
 #include <QtCore/QRegularExpression>
@@ -311,7 +315,7 @@ CaError Settings::remove(const QString& key) {
     return write(key, QVariant());
 }
 
-void Settings::watch(void (*watcher)(const QString& key)) {
+void watchSettings(void (*watcher)(const QString& key)) {
     watcherOfKeys = watcher;
 }
 

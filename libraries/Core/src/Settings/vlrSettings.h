@@ -12,6 +12,13 @@
 #include <limits>
 #include <vector>
 
+// Code of this project reads what it has declared; see SettingKey.h.
+#ifdef VLR_SETTINGS_ARE_DECLARED
+#define VLR_BY_NAME [[deprecated("Declare a vlr::SettingKey and read that.")]]
+#else
+#define VLR_BY_NAME
+#endif
+
 namespace vlr {
 
 /// A change to a stored value; an invalid QVariant stands for a key that is absent.
@@ -27,6 +34,9 @@ struct SettingsChange {
 ///     const bool isShown = Settings::get(flagKey, false);
 ///     const int width = Settings::get(widthKey, 4, 1, 64); // with a range
 ///     const CaError error = Settings::set(widthKey, 8);
+///
+/// A setting that is read by a vlr::SettingKey also stands in the settings editor; what is read by
+/// name alone is known to nobody else.
 ///
 /// It lives in "settings.ini" under the application's configuration folder
 /// (QStandardPaths::AppConfigLocation), in QSettings' INI format. The file is read when the
@@ -44,18 +54,20 @@ struct SettingsChange {
 /// read before. A file that cannot be read at present is logged and left alone.
 class VLR_CORE_EXPORT Settings {
 public:
-    static bool get(const QString& key, bool defaultValue); ///< true/false, 1/0, yes/no, on/off
-    static int get(const QString& key, int defaultValue,
-                   int minimum = std::numeric_limits<int>::min(),
-                   int maximum = std::numeric_limits<int>::max());
-    static double get(const QString& key, double defaultValue,
-                      double minimum = std::numeric_limits<double>::lowest(),
-                      double maximum = std::numeric_limits<double>::max());
-    static QString get(const QString& key, const QString& defaultValue);
-    static QString get(const QString& key, const char* defaultValue); ///< UTF-8
-    static QSize get(const QString& key,
-                     const QSize& defaultValue); ///< "@Size(w h)", "w h", "w x h", "w × h"
-    static Vector3d get(const QString& key, const Vector3d& defaultValue);
+    VLR_BY_NAME static bool get(const QString& key,
+                                bool defaultValue); ///< true/false, 1/0, yes/no, on/off
+    VLR_BY_NAME static int get(const QString& key, int defaultValue,
+                               int minimum = std::numeric_limits<int>::min(),
+                               int maximum = std::numeric_limits<int>::max());
+    VLR_BY_NAME static double get(const QString& key, double defaultValue,
+                                  double minimum = std::numeric_limits<double>::lowest(),
+                                  double maximum = std::numeric_limits<double>::max());
+    VLR_BY_NAME static QString get(const QString& key, const QString& defaultValue);
+    VLR_BY_NAME static QString get(const QString& key, const char* defaultValue); ///< UTF-8
+    VLR_BY_NAME static QSize
+    get(const QString& key,
+        const QSize& defaultValue); ///< "@Size(w h)", "w h", "w x h", "w × h"
+    VLR_BY_NAME static Vector3d get(const QString& key, const Vector3d& defaultValue);
 
     static CaError set(const QString& key, bool value);
     static CaError set(const QString& key, int value);
@@ -82,10 +94,6 @@ public:
     /// those that were in memory.
     static CaError look(QHash<QString, QVariant>& values);
 
-    /// Calls the function with every key that get() is asked for, written without a slash before
-    /// it; nullptr ends that. For tests, which cannot see otherwise what a program reads.
-    static void watch(void (*watcher)(const QString& key));
-
     static QString filePath(); ///< The file in use.
     static void reload();      ///< Reads the file again, for example after the location changed.
 
@@ -94,3 +102,5 @@ private:
 };
 
 } // namespace vlr
+
+#undef VLR_BY_NAME

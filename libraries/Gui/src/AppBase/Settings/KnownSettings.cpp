@@ -1,5 +1,7 @@
 #include "AppBase/Settings/KnownSettings.h"
 
+#include "Settings/SettingKey.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtGui/QColor>
@@ -86,14 +88,6 @@ std::vector<KnownSetting> namesAndMeanings() {
          tr("Flush what was painted when a progress dialog opens.")},
         {name("ProgressBarSyncX"), flag, no,
          tr("Kept for the progress dialog; without effect today.")},
-        {name("PatientRepository"), text, {},
-         tr("Where patients are kept: sqlite:/path/file or postgresql://user@host/database. "
-            "Empty: the local file.")},
-        {name("PatientDataGroup"), text, {},
-         tr("Group of the system that may read and write files with data of patients. "
-            "Empty: the user alone.")},
-        {name("MaxPatientID"), integerType(0), name("1000000"),
-         tr("The ids of new patients lie below this number.")},
         {name("QtQuadView/ExpandButtonTimeoutInMS"), integerType(0), name("2000"),
          tr("Four-view layout: milliseconds after which the expand buttons hide.")},
         {name("QtQuadView/InitialSize"), ofKind(Kind::Size), name("1024 x 1024"),
@@ -110,6 +104,15 @@ std::vector<KnownSetting> namesAndMeanings() {
             "chosen.")},
     };
     // clang-format on
+}
+
+KnownSetting translated(const SettingDeclaration& declared) {
+    SettingsType type = declared.type();
+    if (!type.expected.isEmpty())
+        type.expected = Words::tr(type.expected.toUtf8().constData());
+    const auto tr = [](const char* text) { return *text ? Words::tr(text) : QString(); };
+    return {declared.key(), type, declared.defaultText(), tr(declared.meaning()),
+            tr(declared.otherwise())};
 }
 
 std::vector<KnownSetting>& added() {
@@ -132,6 +135,8 @@ std::vector<KnownSetting> knownSettings() {
     std::vector<KnownSetting> settings = namesAndMeanings();
     for (KnownSetting& setting : settings)
         setting.key.prepend(QLatin1String("Velora/Application/"));
+    for (const SettingDeclaration* declared : declaredSettings())
+        put(translated(*declared), settings);
     for (const KnownSetting& setting : added())
         put(setting, settings);
     return settings;

@@ -120,22 +120,6 @@ QVariant convert(const SettingsType& type, const QString& text) {
 
 } // namespace
 
-SettingsType integerType(int minimum, int maximum) {
-    SettingsType type;
-    type.kind = Kind::Integer;
-    type.minimum = minimum;
-    type.maximum = maximum;
-    return type;
-}
-
-SettingsType choiceType(const QStringList& choices, bool ignoresCase) {
-    SettingsType type;
-    type.kind = Kind::Choice;
-    type.choices = choices;
-    type.ignoresCase = ignoresCase;
-    return type;
-}
-
 SettingsType typeOf(const QVariant& stored) {
     static const QRegularExpression digits(
         QStringLiteral("\\A-?(0|[1-9]\\d*)(\\.\\d+)?([eE][+-]?\\d+)?\\z"));
