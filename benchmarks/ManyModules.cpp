@@ -3,7 +3,7 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
-#include "AppBase/QtModuleTabSelector.h"
+#include "AppBase/Selectors/QtModuleTabSelector.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QTimer>

@@ -5,11 +5,11 @@
 #include "Silence.h"
 #include "Suite.h"
 
-#include "AppBase/ApplicationServices.h"
+#include "AppBase/MainWindowServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtModuleList.h"
-#include "AppBase/QtModuleTabSelector.h"
+#include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "AppBase/vlrControlList.h"
 #include "Data/Patient.h"
 
@@ -73,7 +73,7 @@ private:
     QPointer<Page> m_page;
 };
 
-class Services : public ApplicationServices {
+class Services : public MainWindowServices {
 public:
     explicit Services(QtAppMainWindow* window) : m_window(window) {}
     QtAppMainWindow* getMainWindow() const override { return m_window; }

@@ -94,3 +94,16 @@ build() {
     configure "$preset" || return
     cmake --build "$root/build/$preset" --parallel "$(nproc)" --target "$@" || return 1
 }
+
+# clang_tool NAME: its version 14, whose name may have the version; other versions differ in what
+# they find.
+clang_tool() {
+    local command
+    for command in "$1-14" "$1"; do
+        if have "$command" && "$command" --version | grep -q 'version 14\.'; then
+            echo "$command"
+            return
+        fi
+    done
+    return 1
+}

@@ -10,11 +10,41 @@ QString text(const char* latin1) {
     return QString::fromLatin1(latin1);
 }
 
-void addHidden(QCommandLineParser& parser, const char* name, const char* valueName = nullptr) {
-    QCommandLineOption option(text(name), {}, text(valueName));
-    option.setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOption(option);
-}
+struct Option {
+    const char* names;       ///< Separated by spaces.
+    const char* description; ///< Null: not in the help.
+    const char* valueName = nullptr;
+};
+
+constexpr Option options[] = {
+    {"h help", "Prints this text."},
+    {"v version", "Prints the version."},
+    {"selector", "How modules are chosen: tabs, buttons, radio, stepper or none.", "KIND"},
+    {"tour",
+     "Shows itself in a fresh environment and writes pictures to the folder <DIR>. Your own data "
+     "are not touched.",
+     "DIR"},
+    {"self-check",
+     "Checks that this installation works, prints a line for everything that was checked, and "
+     "exits with 1 after a fault. Your own data are read and not changed."},
+    {"backup",
+     "Backs the patients up to the new file <FILE> and exits, also while the program is in use.",
+     "FILE"},
+    {"restore",
+     "Puts the patients of the backup <FILE> in the place of the present ones, which are kept "
+     "beside them, and exits. Refused while the program is in use.",
+     "FILE"},
+    {"self-check-parts", nullptr},
+    {"tour-stage", nullptr, "number"},
+    {"print-first-frame", nullptr},
+    {"exit-after-first-frame", nullptr},
+    // These are for the user interface library, which looks for them by itself.
+    {"platform", nullptr, "value"},
+    {"style", nullptr, "value"},
+    {"stylesheet", nullptr, "value"},
+    {"display", nullptr, "value"},
+    {"geometry", nullptr, "value"},
+};
 
 void describe(QCommandLineParser& parser) {
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
@@ -25,35 +55,13 @@ void describe(QCommandLineParser& parser) {
         text("Image files and folders to show. Without them the images of the "
              "last time are shown again, or example images."),
         text("[image files or folders...]"));
-    parser.addOption({{text("h"), text("help")}, text("Prints this text.")});
-    parser.addOption({{text("v"), text("version")}, text("Prints the version.")});
-    parser.addOption({text("selector"),
-                      text("How modules are chosen: tabs, buttons, radio, stepper or none."),
-                      text("KIND")});
-    parser.addOption({text("tour"),
-                      text("Shows itself in a fresh environment and writes pictures to the folder "
-                           "<DIR>. Your own data are not touched."),
-                      text("DIR")});
-    parser.addOption({text("self-check"),
-                      text("Checks that this installation works, prints a line for everything "
-                           "that was checked, and exits with 1 after a fault. Your own data are "
-                           "read and not changed.")});
-    parser.addOption({text("backup"),
-                      text("Backs the patients up to the new file <FILE> and exits, also while the "
-                           "program is in use."),
-                      text("FILE")});
-    parser.addOption({text("restore"),
-                      text("Puts the patients of the backup <FILE> in the place of the present "
-                           "ones, which are kept beside them, and exits. Refused while the "
-                           "program is in use."),
-                      text("FILE")});
-    addHidden(parser, "self-check-parts");
-    addHidden(parser, "tour-stage", "number");
-    addHidden(parser, "print-first-frame");
-    addHidden(parser, "exit-after-first-frame");
-    // These are for the user interface library, which looks for them by itself.
-    for (const char* name : {"platform", "style", "stylesheet", "display", "geometry"})
-        addHidden(parser, name, "value");
+    for (const Option& option : options) {
+        QCommandLineOption added(text(option.names).split(QLatin1Char(' ')),
+                                 text(option.description), text(option.valueName));
+        if (!option.description)
+            added.setFlags(QCommandLineOption::HiddenFromHelp);
+        parser.addOption(added);
+    }
 }
 
 QString fileOf(const QCommandLineParser& parser, const char* option, QString& error) {

@@ -6,15 +6,15 @@
 #include "Desk.h"
 #include "QuietLog.h"
 
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/CurrentItems.h"
-#include "AppBase/QtAboutDialog.h"
+#include "AppBase/Dialogs/QtAboutDialog.h"
+#include "AppBase/Dialogs/QtConfigDialog.h"
+#include "AppBase/MainWindowServices.h"
 #include "AppBase/QtAppMainWindow.h"
-#include "AppBase/QtConfigDialog.h"
-#include "AppBase/QtModuleButtonSelector.h"
 #include "AppBase/QtModuleList.h"
+#include "AppBase/Selectors/QtModuleButtonSelector.h"
+#include "AppBase/Settings/vlrSettingsEditorDialog.h"
 #include "AppBase/vlrControlList.h"
-#include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMsgBox.h"
 #include "Base/QtQuadView.h"
@@ -63,7 +63,7 @@ struct Observer {
 };
 
 // What an application has, all of which may go at any time. The pointers notice it.
-class World : public ApplicationServices {
+class World : public MainWindowServices {
 public:
     explicit World(quint32 seed) : m_random(seed) {
         world = this;

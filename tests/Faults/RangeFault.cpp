@@ -6,9 +6,9 @@
 #include "QuietLog.h"
 
 #include "AppBase/AppBase.h"
-#include "AppBase/KnownSettings.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtScreenShotData.h"
+#include "AppBase/Settings/KnownSettings.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtQVSplitterFrame.h"
 #include "Base/QtQVViewFrame.h"

@@ -3,8 +3,8 @@
 #include "Storer.h"
 #include "Trust.h"
 
+#include "AppBase/Dialogs/SplashScreen.h"
 #include "AppBase/QtScreenShotData.h"
-#include "AppBase/SplashScreen.h"
 #include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"

@@ -1,6 +1,6 @@
 // Servers and trackers that are not what they say, and whoever listens in between.
 
-#include "AppBase/SettingsValue.h"
+#include "AppBase/Settings/SettingsValue.h"
 #include "Common/CurrentPatientBanner.h"
 #include "PeakMemory.h"
 #include "Support/PostgresServer.h"

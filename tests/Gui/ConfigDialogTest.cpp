@@ -1,8 +1,8 @@
-#include "AppBase/QtConfigDialog.h"
+#include "AppBase/Dialogs/QtConfigDialog.h"
 
-#include "AppBase/QtAboutDialog.h"
-#include "AppBase/QtAppBaseConfigWidget.h"
-#include "AppBase/QtModuleConfigWidget.h"
+#include "AppBase/Dialogs/QtAboutDialog.h"
+#include "AppBase/Dialogs/QtAppBaseConfigWidget.h"
+#include "AppBase/Dialogs/QtModuleConfigWidget.h"
 #include "AppBase/QtModuleList.h"
 #include "Base/QtMessageLine.h"
 #include "Data/Study.h"

@@ -1,6 +1,6 @@
 #include "DataUtils/DataFactory.h"
 
-#include "AppBase/QtModuleConfigWidget.h"
+#include "AppBase/Dialogs/QtModuleConfigWidget.h"
 #include "Base/QtMessageLine.h"
 #include "Data/DataTreeNode.h"
 #include "Data/Study.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AppBase/ApplicationServices.h"
+#include "AppBase/MainWindowServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "Data/Patient.h"
@@ -70,7 +70,7 @@ public:
 };
 
 /// Stands for the running application and counts what it is asked for.
-class FakeServices : public ApplicationServices {
+class FakeServices : public MainWindowServices {
 public:
     QtAppMainWindow* getMainWindow() const override { return window; }
     DataPointer<Patient> currentPatient() const override { return patient; }

@@ -1,4 +1,4 @@
-#include "AppBase/Icons.h"
+#include "Base/Icons.h"
 
 #include "Gui/GuiTest.h"
 

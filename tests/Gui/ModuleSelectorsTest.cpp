@@ -1,7 +1,7 @@
-#include "AppBase/QtModuleButtonSelector.h"
-#include "AppBase/QtModuleRadioButtonSelector.h"
-#include "AppBase/QtModuleStepper.h"
-#include "AppBase/QtModuleTabSelector.h"
+#include "AppBase/Selectors/QtModuleButtonSelector.h"
+#include "AppBase/Selectors/QtModuleRadioButtonSelector.h"
+#include "AppBase/Selectors/QtModuleStepper.h"
+#include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "Gui/GuiTest.h"
 
 #include <QtWidgets/QButtonGroup>

@@ -4,10 +4,10 @@
 
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtModuleList.h"
-#include "AppBase/QtModuleRadioButtonSelector.h"
-#include "AppBase/QtModuleStepper.h"
-#include "AppBase/QtModuleTabSelector.h"
 #include "AppBase/SelectorConnections.h"
+#include "AppBase/Selectors/QtModuleRadioButtonSelector.h"
+#include "AppBase/Selectors/QtModuleStepper.h"
+#include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "Gui/GuiTest.h"
 
 #include <QtCore/QRandomGenerator>

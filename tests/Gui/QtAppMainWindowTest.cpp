@@ -1,6 +1,6 @@
 #include "AppBase/AppBaseConfig.h"
 #include "AppBase/QtModuleSelector.h"
-#include "AppBase/QtTabBar.h"
+#include "AppBase/Selectors/QtTabBar.h"
 #include "Gui/GuiTest.h"
 
 #include <QtGui/QScreen>

@@ -1,8 +1,8 @@
 #include "AppBase/QtAppModuleImpl.h"
 #include "AppBase/QtAppModuleProxy.h"
-#include "AppBase/VerifiedConnection.h"
 #include "AppBase/vlrControlList.h"
 #include "Base/QtQuadView.h"
+#include "Base/VerifiedConnection.h"
 #include "Exception/vlrWatchdogException.h"
 #include "Gui/GuiTest.h"
 

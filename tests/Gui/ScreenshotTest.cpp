@@ -1,5 +1,5 @@
+#include "AppBase/Dialogs/QtScreenShotDialog.h"
 #include "AppBase/QtScreenShotData.h"
-#include "AppBase/QtScreenShotDialog.h"
 #include "Gui/GuiTest.h"
 
 #include <QtCore/QBuffer>

@@ -1,8 +1,8 @@
-#include "AppBase/vlrSettingsEditorDialog.h"
+#include "AppBase/Settings/vlrSettingsEditorDialog.h"
 
-#include "AppBase/SettingsConflictDialog.h"
-#include "AppBase/SettingsKeyDialog.h"
-#include "AppBase/SettingsView.h"
+#include "AppBase/Settings/SettingsConflictDialog.h"
+#include "AppBase/Settings/SettingsKeyDialog.h"
+#include "AppBase/Settings/SettingsView.h"
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
 #include "Settings/vlrSettings.h"

@@ -1,4 +1,4 @@
-#include "AppBase/SettingsModel.h"
+#include "AppBase/Settings/SettingsModel.h"
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
 #include "Settings/vlrSettings.h"

@@ -1,9 +1,9 @@
 #include "IO/DataIOManager.h"
-#include "Images/ImagesView.h"
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
 #include "Navigator/NavigatorTest.h"
 #include "Support/MessageBoxes.h"
+#include "Volume/ImagesView.h"
 
 #include <QtCore/QDir>
 #include <QtWidgets/QLabel>

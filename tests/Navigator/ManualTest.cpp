@@ -1,6 +1,6 @@
 // What the manual says of settings is what the code declares.
 
-#include "AppBase/KnownSettings.h"
+#include "AppBase/Settings/KnownSettings.h"
 #include "Common/Selector.h"
 #include "NavigatorTest.h"
 

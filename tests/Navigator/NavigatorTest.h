@@ -3,9 +3,9 @@
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "Images/ImagesModule.h"
-#include "Images/PlaneView.h"
 #include "Progress/CaProgressMonitor.h"
 #include "Support/TestEnvironment.h"
+#include "Volume/PlaneView.h"
 
 #include <QtTest/QTest>
 #include <QtWidgets/QPushButton>

@@ -1,9 +1,9 @@
 #include "AppBase/vlrControlList.h"
 #include "Base/QtQuadView.h"
-#include "Images/CompareModule.h"
-#include "Images/EnlargeModule.h"
-#include "Images/ImagesView.h"
+#include "Compare/CompareModule.h"
+#include "Enlarge/EnlargeModule.h"
 #include "Navigator/NavigatorTest.h"
+#include "Volume/ImagesView.h"
 
 #include <QtGui/QWheelEvent>
 #include <QtTest/QSignalSpy>

@@ -1,7 +1,7 @@
 #include "Review/ReviewModule.h"
 
+#include "AppBase/Dialogs/QtScreenShotDialog.h"
 #include "AppBase/QtScreenShotData.h"
-#include "AppBase/QtScreenShotDialog.h"
 #include "IO/DataIOManager.h"
 #include "Navigator/NavigatorTest.h"
 #include "Review/BackgroundDecoder.h"

@@ -1,13 +1,13 @@
 #include "Tracking/TrackingModule.h"
 
 #include "Base/QtMessageLine.h"
-#include "Images/CompareModule.h"
-#include "Images/EnlargeModule.h"
-#include "Images/SliceView.h"
+#include "Compare/CompareModule.h"
+#include "Enlarge/EnlargeModule.h"
 #include "Navigation/NavigationTest.h"
 #include "Navigator/NavigatorTest.h"
 #include "Tracking/RecordingSwitch.h"
 #include "Tracking/TrackingOptionsWidget.h"
+#include "Volume/SliceView.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 
 #include <QtTest/QSignalSpy>

@@ -1,6 +1,6 @@
-#include "Images/Volume.h"
-#include "Images/SliceCache.h"
+#include "Volume/Volume.h"
 #include "Navigator/NavigatorTest.h"
+#include "Volume/SliceCache.h"
 
 #include <gmock/gmock.h>
 

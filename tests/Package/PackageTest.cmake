@@ -92,6 +92,18 @@ function(check_application)
     endforeach()
 endfunction()
 
+# A header that it needs and that is not installed, or a symbol that no library gives away, would be
+# missing to everybody who copies it.
+function(check_navigator)
+    configure(navigator "${work}/navigator" "${prefix}" "-DNAVIGATOR=${sourceTree}/examples/Navigator")
+    run("Building Navigator" "${CMAKE_COMMAND}" --build "${work}/navigator" --parallel 2)
+    run("Running Navigator" "${CMAKE_COMMAND}" -E env QT_QPA_PLATFORM=offscreen
+        "${work}/navigator/Navigator" --version)
+    if(NOT output MATCHES "0\\.1\\.0")
+        message(SEND_ERROR "Navigator did not say its version:\n${output}")
+    endif()
+endfunction()
+
 function(check_headers)
     configure(headers "${work}/headers" "${prefix}" "-DHEADER_LIST=${headerList}")
     run("Compiling the public headers" "${CMAKE_COMMAND}" --build "${work}/headers" --parallel 2)
@@ -133,6 +145,9 @@ check_run_paths("${buildTree}/${libraryFolder}")
 check_run_paths("${prefix}")
 check_relocatable()
 check_application()
+if(checkNavigator)
+    check_navigator()
+endif()
 check_headers()
 check_header_check()
 file(REMOVE_RECURSE "${work}")

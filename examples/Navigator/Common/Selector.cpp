@@ -1,9 +1,9 @@
 #include "Common/Selector.h"
 
-#include "AppBase/QtModuleButtonSelector.h"
-#include "AppBase/QtModuleRadioButtonSelector.h"
-#include "AppBase/QtModuleStepper.h"
-#include "AppBase/QtModuleTabSelector.h"
+#include "AppBase/Selectors/QtModuleButtonSelector.h"
+#include "AppBase/Selectors/QtModuleRadioButtonSelector.h"
+#include "AppBase/Selectors/QtModuleStepper.h"
+#include "AppBase/Selectors/QtModuleTabSelector.h"
 #include "Log/vlrLog.h"
 #include "Settings/SettingKey.h"
 

@@ -1,7 +1,7 @@
 #include "Common/WorkflowModule.h"
 
-#include "AppBase/Icons.h"
-#include "AppBase/TouchTargets.h"
+#include "Base/Icons.h"
+#include "Base/TouchTargets.h"
 #include "Common/CurrentPatientBanner.h"
 
 #include <QtWidgets/QHBoxLayout>

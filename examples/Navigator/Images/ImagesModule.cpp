@@ -6,10 +6,10 @@
 #include "Base/QtElidedLabel.h"
 #include "Common/AfterFirstPaint.h"
 #include "Images/ImagesOptionsWidget.h"
-#include "Images/ImagesView.h"
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
 #include "Log/vlrLog.h"
+#include "Volume/ImagesView.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

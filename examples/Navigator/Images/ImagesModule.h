@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Images/ImagesOptions.h"
-#include "Images/VolumeModule.h"
+#include "Volume/VolumeModule.h"
 
 class QFileDialog;
 class QtElidedLabel;

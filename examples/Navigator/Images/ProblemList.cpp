@@ -1,6 +1,6 @@
 #include "Images/ProblemList.h"
 
-#include "AppBase/Icons.h"
+#include "Base/Icons.h"
 #include "Base/PlainText.h"
 #include "Base/QtMessageLine.h"
 

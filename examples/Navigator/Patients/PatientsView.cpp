@@ -1,6 +1,6 @@
 #include "Patients/PatientsView.h"
 
-#include "AppBase/Icons.h"
+#include "Base/Icons.h"
 #include "Base/QtMessageLine.h"
 #include "IO/DataIOManager.h"
 #include "Patients/PatientTableModel.h"

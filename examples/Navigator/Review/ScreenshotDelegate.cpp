@@ -1,6 +1,6 @@
 #include "Review/ScreenshotDelegate.h"
 
-#include "AppBase/Icons.h"
+#include "Base/Icons.h"
 #include "Base/QtMessageLine.h"
 #include "Review/ScreenshotModel.h"
 

@@ -1,9 +1,9 @@
 #include "Review/ScreenshotPage.h"
 
-#include "AppBase/Icons.h"
-#include "AppBase/TouchTargets.h"
+#include "Base/Icons.h"
 #include "Base/QtElidedLabel.h"
 #include "Base/QtMessageLine.h"
+#include "Base/TouchTargets.h"
 #include "Review/ScreenshotModel.h"
 
 #include <QtGui/QKeyEvent>

@@ -7,7 +7,7 @@
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtModuleList.h"
-#include "AppBase/vlrSettingsEditorDialog.h"
+#include "AppBase/Settings/vlrSettingsEditorDialog.h"
 #include "Data/CaFactory.h"
 #include "Data/ChildItem.h"
 #include "Data/DataItem.h"
@@ -17,8 +17,8 @@
 #include "DataUtils/DataFactory.h"
 #include "DataUtils/QtDataConfigurationWidget.h"
 #include "Documents/TreeXml.h"
-#include "Images/PaneView.h"
 #include "SelfCheck/CheckList.h"
+#include "Volume/PaneView.h"
 
 #include <QtCore/QDirIterator>
 #include <QtCore/QElapsedTimer>

@@ -2,7 +2,7 @@
 
 #include "SelfCheck/SelfCheck.h"
 
-#include "AppBase/KnownSettings.h"
+#include "AppBase/Settings/KnownSettings.h"
 #include "AppBase/Translations.h"
 #include "Data/PatientText.h"
 #include "Documents/TreeXml.h"

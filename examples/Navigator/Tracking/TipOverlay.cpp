@@ -1,7 +1,7 @@
 #include "Tracking/TipOverlay.h"
 
-#include "Images/ImagesView.h"
 #include "Tracking/VolumeRegistration.h"
+#include "Volume/ImagesView.h"
 
 namespace {
 

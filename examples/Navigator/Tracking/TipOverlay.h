@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Images/PlaneView.h"
-#include "Images/VolumePanes.h"
 #include "Tracking/TrackingSession.h"
+#include "Volume/PlaneView.h"
+#include "Volume/VolumePanes.h"
 
 /// Shows the tips of instruments in the slices of a volume that is registered, for as long as the
 /// instrument and the reference base are seen. While something is tracked, slices without a tip say

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Images/VolumeModule.h"
 #include "Tracking/TipOverlay.h"
 #include "Tracking/TrackingOptions.h"
+#include "Volume/VolumeModule.h"
 
 class QGridLayout;
 class QLabel;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Images/PlaneView.h"
 #include "Math/Vector3d.h"
+#include "Volume/PlaneView.h"
 
 /// Where a point beside the reference base is in the volume, for volumes that are registered
 /// (Volume::isRegistered()): for others the result is without meaning. It is the simplest of all

@@ -31,8 +31,8 @@ public:
 
     int count() const; ///< Places in the series.
     bool isEmpty() const { return count() == 0; }
-    QString path(int index) const;  ///< The file; empty for an index out of range.
-    int page(int index) const;      ///< The page in the file, from 0.
+    QString path(int index) const; ///< The file; empty for an index out of range.
+    int page(int index) const;     ///< The page in the file, from 0.
     /// What the header of the file says of its first page, and thus mostly of all; an empty size
     /// where there is no image.
     ImageInfo info(int index) const;

@@ -16,6 +16,14 @@ AppBase* AppBase::m_instance = nullptr;
 AppBase::AppBase(int& argc, char** argv, AppBaseImpl* impl, bool useConfiguration, bool forceSplash)
     : m_impl(impl ? impl : new AppBaseImpl(argc, argv, useConfiguration, forceSplash)) {
     m_instance = this;
+    // To the instance, whichever that is by then.
+    connect(m_impl, &AppBaseImpl::currentPatientChanged, &AppBase::sendCurrentPatientChangedEvent);
+    connect(m_impl, &AppBaseImpl::currentStudyChanged, &AppBase::sendCurrentStudyChangedEvent);
+    connect(m_impl, &AppBaseImpl::currentDataItemChanged,
+            &AppBase::sendCurrentDataItemChangedEvent);
+    connect(m_impl, &AppBaseImpl::touchScreenModeOn, &AppBase::sendTouchScreenModeOnEvent);
+    connect(m_impl, &AppBaseImpl::touchScreenModeOff, &AppBase::sendTouchScreenModeOffEvent);
+    connect(m_impl, &AppBaseImpl::splashClosed, &AppBase::sendSplashClosedEvent);
 }
 
 AppBase::~AppBase() {

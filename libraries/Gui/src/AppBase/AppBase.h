@@ -91,8 +91,6 @@ signals:
     void splashClosed();
 
 private:
-    friend class AppBaseImpl;
-
     static void sendCurrentPatientChangedEvent();
     static void sendCurrentStudyChangedEvent();
     static void sendCurrentDataItemChangedEvent();

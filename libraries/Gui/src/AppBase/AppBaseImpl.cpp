@@ -1,22 +1,21 @@
 #include "AppBase/AppBaseImpl.h"
 
-#include "AppBase/AppBase.h"
-#include "AppBase/QtAppBaseConfigWidget.h"
+#include "AppBase/Dialogs/QtAppBaseConfigWidget.h"
+#include "AppBase/Dialogs/QtConfigDialog.h"
+#include "AppBase/Dialogs/QtScreenShotDialog.h"
+#include "AppBase/Dialogs/RecoveryOffer.h"
+#include "AppBase/Dialogs/SplashScreen.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtApplication.h"
-#include "AppBase/QtConfigDialog.h"
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/QtScreenShotData.h"
-#include "AppBase/QtScreenShotDialog.h"
-#include "AppBase/RecoveryOffer.h"
 #include "AppBase/SelectorConnections.h"
-#include "AppBase/SplashScreen.h"
+#include "AppBase/Settings/vlrSettingsEditorDialog.h"
 #include "AppBase/Translations.h"
 #include "AppBase/WayOut.h"
-#include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
 #include "Files/UserFolders.h"
@@ -38,17 +37,6 @@ constexpr int forcedSplashMilliseconds = 2500;
 
 QString key(const char* name) {
     return QStringLiteral("Velora/Application/") + QLatin1String(name);
-}
-
-void announce(CurrentItems::Item item, void (*patient)(), void (*study)(), void (*dataItem)()) {
-    switch (item) {
-    case CurrentItems::Item::Patient:
-        return patient();
-    case CurrentItems::Item::Study:
-        return study();
-    case CurrentItems::Item::DataItem:
-        return dataItem();
-    }
 }
 
 // What is being destroyed is not used any more: modules and widgets that ask for something as they
@@ -81,11 +69,7 @@ int splashTimer() {
 } // namespace
 
 AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool forceSplash)
-    : m_currentItems([](CurrentItems::Item item) {
-          announce(item, &AppBase::sendCurrentPatientChangedEvent,
-                   &AppBase::sendCurrentStudyChangedEvent,
-                   &AppBase::sendCurrentDataItemChangedEvent);
-      }),
+    : m_currentItems([this](CurrentItems::Item item) { announce(item); }),
       m_useConfiguration(useConfiguration),
       m_configurationId(QStringLiteral("AppBaseConfiguration")),
       m_configurationName(QStringLiteral("AppBase")) {
@@ -237,7 +221,7 @@ void AppBaseImpl::launchSplashScreen() {
 void AppBaseImpl::splashCloseSL() {
     if (m_splashScreen)
         m_splashScreen->close();
-    AppBase::sendSplashClosedEvent();
+    emit splashClosed();
 }
 
 void AppBaseImpl::showSplashScreenMessage(const QString& text) {
@@ -410,24 +394,14 @@ void AppBaseImpl::setTouchScreenModeEnabled(bool on) {
         return;
     if (m_touchScreenMode && !on) {
         m_mainWindow->setTouchScreenMode(false);
-        AppBase::sendTouchScreenModeOffEvent();
+        emit touchScreenModeOff();
         m_touchScreenMode = false;
     } else {
         m_mainWindow->setIconSize(QSize(100, 100));
         m_mainWindow->setTouchScreenMode(on);
-        AppBase::sendTouchScreenModeOnEvent();
+        emit touchScreenModeOn();
         m_touchScreenMode = on;
     }
-}
-
-void AppBaseImpl::setBusyCursor() {
-    if (m_mainWindow)
-        m_mainWindow->setCursor(QCursor(Qt::WaitCursor));
-}
-
-void AppBaseImpl::resetCursor() {
-    if (m_mainWindow)
-        m_mainWindow->unsetCursor();
 }
 
 void AppBaseImpl::showConfigDialog() {
@@ -462,6 +436,17 @@ void AppBaseImpl::showScreenShotDialog() {
 }
 
 // --- current items
+
+void AppBaseImpl::announce(CurrentItems::Item item) {
+    switch (item) {
+    case CurrentItems::Item::Patient:
+        return currentPatientChanged();
+    case CurrentItems::Item::Study:
+        return currentStudyChanged();
+    case CurrentItems::Item::DataItem:
+        return currentDataItemChanged();
+    }
+}
 
 DataPointer<Patient> AppBaseImpl::currentPatient() const {
     return m_currentItems.patient();

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "AppBase/AppBaseConfig.h"
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/CurrentItems.h"
+#include "AppBase/MainWindowServices.h"
 #include "vlrGuiExport.h"
 
 #include <QtCore/QObject>
@@ -28,7 +28,7 @@ class WayOut;
 
 /// Does the work of AppBase: it owns the QApplication, the configuration, the main window, the
 /// module list and the splash screen.
-class VLR_GUI_EXPORT AppBaseImpl : public QObject, public CaSubject, public ApplicationServices {
+class VLR_GUI_EXPORT AppBaseImpl : public QObject, public CaSubject, public MainWindowServices {
     Q_OBJECT
 
 public:
@@ -55,13 +55,20 @@ public:
     void setCurrentPatient(const DataPointer<Patient>& patient);
     void setCurrentStudy(const DataPointer<Study>& study);
     void setCurrentDataItem(const DataPointer<Data>& item);
-    void setBusyCursor() override;
-    void resetCursor() override;
     /// From the moment the event loop is asked to end until run() is called again, and while what
     /// is unstored is secured for another reason.
     bool isLeaving() const override;
 
     static CaError getPatientList(std::vector<Patient*>& patients);
+
+signals:
+    // What AppBase announces.
+    void currentPatientChanged();
+    void currentStudyChanged();
+    void currentDataItemChanged();
+    void touchScreenModeOn();
+    void touchScreenModeOff();
+    void splashClosed();
 
 public slots:
     void unixSignalHandler(int signal);
@@ -86,6 +93,7 @@ private:
     void showSplashScreenMessage(const QString& text);
     void setShowMode();
     void finishSplashScreen();
+    void announce(CurrentItems::Item item);
     bool eventFilter(QObject* watched, QEvent* event) override;
     void reconfigure(CaSubject* subject, void* clientData, const char* event, void* eventData);
 

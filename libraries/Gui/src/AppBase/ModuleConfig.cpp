@@ -34,7 +34,7 @@ void ModuleConfig::resourceDimensions(int set, QSize& size0, QSize& size1, QSize
                                       QSize& size3) const {
     if (set < 0 || set >= noDimensionSets())
         return;
-    const DimensionSet& sizes = m_sets[static_cast<std::size_t>(set)];
+    const QuadViewGeometry::Extents& sizes = m_sets[static_cast<std::size_t>(set)];
     size0 = sizes[0];
     size1 = sizes[1];
     size2 = sizes[2];
@@ -71,7 +71,8 @@ CaError ModuleConfig::doLoad(DataTreeNode* node, QMap<QString, Data*>& reference
         return CaError(malformedAttributeError, "Cannot read attribute: NoSizes");
 
     // A damaged file may name any number, and memory is made for it before a size is read.
-    std::vector<DimensionSet> sets(static_cast<std::size_t>(std::min(count, mostSets)));
+    std::vector<QuadViewGeometry::Extents> sets(
+        static_cast<std::size_t>(std::min(count, mostSets)));
     for (std::size_t set = 0; set < sets.size(); ++set)
         for (std::size_t pane = 0; pane < sets[set].size(); ++pane) {
             int width = -1;

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Base/QuadViewGeometry.h"
 #include "Data/ConfigurationRecord.h"
 #include "vlrGuiExport.h"
 
 #include <QtCore/QSize>
 
-#include <array>
 #include <vector>
 
 /// The options every module has: the layouts of the four views, called dimension sets, that the
@@ -43,8 +43,7 @@ private:
     friend struct RecordAccess;
     static constexpr auto attributes() { return std::make_tuple(); }
 
-    using DimensionSet = std::array<QSize, 4>;
-    std::vector<DimensionSet> m_sets = std::vector<DimensionSet>(5);
+    std::vector<QuadViewGeometry::Extents> m_sets = std::vector<QuadViewGeometry::Extents>(5);
 };
 
 VLR_DECLARE_RECORD_FACTORY(ModuleConfig, VLR_GUI_EXPORT)

@@ -1,6 +1,6 @@
 #include "AppBase/QtAppMainWindowHelpers.h"
 
-#include "AppBase/Icons.h"
+#include "Base/Icons.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QPointer>

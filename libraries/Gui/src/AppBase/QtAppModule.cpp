@@ -1,7 +1,7 @@
 #include "AppBase/QtAppModule.h"
 
 #include "AppBase/QtAppModuleImpl.h"
-#include "AppBase/VerifiedConnection.h"
+#include "Base/VerifiedConnection.h"
 
 #include <QtWidgets/QWidget>
 

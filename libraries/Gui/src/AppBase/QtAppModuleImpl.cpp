@@ -1,9 +1,9 @@
 #include "AppBase/QtAppModuleImpl.h"
 
-#include "AppBase/ApplicationServices.h"
 #include "AppBase/vlrControlList.h"
+#include "Base/ApplicationServices.h"
 #include "Base/QtQuadView.h"
-#include "AppBase/QtModuleConfigWidget.h"
+#include "DataUtils/DataFactory.h"
 #include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 
@@ -28,7 +28,7 @@ QtAppModuleImpl::QtAppModuleImpl(QString name, bool viewLocked)
     : m_viewLocked(viewLocked), m_name(name) {
     setObjectName(m_name);
     createModuleConfigFactory();
-    createQtModuleConfigWidgetFactory();
+    // The widget is registered when the library is loaded.
     linkDataToWidget(ModuleConfig::className, "QtModuleConfigWidget", "Module General Options",
                      DataFactory::configurationRecord, "");
 }

@@ -1,20 +1,10 @@
 #include "AppBase/QtAppModuleProxy.h"
 
-#include "AppBase/ApplicationServices.h"
-#include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
 #include "AppBase/QtAppModuleImpl.h"
+#include "Base/ApplicationServices.h"
 
-QtAppModuleProxy::QtAppModuleProxy(QtAppModule* module, QtAppMainWindow* mainWindow)
-    : QObject(mainWindow) {
-    if (!module || !mainWindow)
-        return;
-    setObjectName(module->name() + QStringLiteral(" Proxy"));
-    m_contextWidgetIndex = mainWindow->addContextWidget(module->getWidget());
-    connect(this, SIGNAL(raiseWidget(int)), mainWindow, SLOT(raiseContextWidget(int)));
-    m_enabled = true;
-    m_module = module;
-}
+#include <QtWidgets/QWidget>
 
 QtAppModuleProxy::~QtAppModuleProxy() {
     // A module that takes the window away now must not take this along a second time.
@@ -60,8 +50,8 @@ void QtAppModuleProxy::placeMainWidget() {
     const QPointer<QtAppModuleProxy> self = this;
     const QPointer<QWidget> widget = m_module->getMainWidget();
     auto* services = ApplicationServices::instance();
-    if (self && widget && services && services->getMainWindow())
-        services->getMainWindow()->occupyWindow(this, widget);
+    if (self && widget && services)
+        services->showMainWidget(widget);
 }
 
 void QtAppModuleProxy::deactivate() {

@@ -65,8 +65,8 @@ QtPresetButton* QtControlAreaControlButtons::button(int index) const {
     return static_cast<QtPresetButton*>(m_presets->buttons().value(index, nullptr));
 }
 
-QtControlAreaControlButtons::Sizes QtControlAreaControlButtons::preset(int index) const {
-    Sizes sizes;
+QuadViewGeometry::Extents QtControlAreaControlButtons::preset(int index) const {
+    QuadViewGeometry::Extents sizes;
     if (m_moduleConfig)
         m_moduleConfig->resourceDimensions(index, sizes[0], sizes[1], sizes[2], sizes[3]);
     return sizes;
@@ -86,7 +86,7 @@ void QtControlAreaControlButtons::reconfigure(CaSubject*, void*, const char*, vo
 void QtControlAreaControlButtons::takePresets() {
     setNumButtons(m_moduleConfig->noDimensionSets());
     for (int i = 0; i < count(); ++i) {
-        const Sizes sizes = preset(i);
+        const QuadViewGeometry::Extents sizes = preset(i);
         setButtonToViewerDimensions(i, sizes[0], sizes[1], sizes[2], sizes[3]);
     }
 }
@@ -97,7 +97,7 @@ void QtControlAreaControlButtons::setButtonToViewerDimensions(int index, QSize r
     QtPresetButton* const drawn = button(index);
     if (!drawn)
         return;
-    const Sizes sizes{resource0, resource1, resource2, resource3};
+    const QuadViewGeometry::Extents sizes{resource0, resource1, resource2, resource3};
     draw(drawn, sizes);
     const QString text = resource0.isValid()
                              ? tr("Layout %1. Hold to store the present layout.")
@@ -106,7 +106,8 @@ void QtControlAreaControlButtons::setButtonToViewerDimensions(int index, QSize r
     drawn->setAccessibleName(text.arg(index + 1));
 }
 
-void QtControlAreaControlButtons::draw(QtPresetButton* button, const Sizes& sizes) const {
+void QtControlAreaControlButtons::draw(QtPresetButton* button,
+                                       const QuadViewGeometry::Extents& sizes) const {
     std::array<QColor, QuadViewConfig::colorCount> colors;
     const DataPointer<QuadViewConfig> config =
         m_quadViewConfig ? m_quadViewConfig : DataPointer<QuadViewConfig>(new QuadViewConfig);
@@ -225,7 +226,7 @@ void QtControlAreaControlButtons::buttonReleased() {
         viewer->setViewerDimensions(quarter, quarter, quarter, quarter);
         return;
     }
-    const Sizes sizes = preset(m_pressedIndex);
+    const QuadViewGeometry::Extents sizes = preset(m_pressedIndex);
     const bool isStored =
         std::all_of(sizes.begin(), sizes.end(), [](const QSize& size) { return size.isValid(); });
     if (isStored)
@@ -238,7 +239,7 @@ void QtControlAreaControlButtons::minPressTimeOver() {
         return;
     const int index = m_pressedIndex;
     button(index)->stopRing();
-    Sizes sizes;
+    QuadViewGeometry::Extents sizes;
     viewer->viewerDimensions(sizes[0], sizes[1], sizes[2], sizes[3]);
     // Who hears of it may take the column away.
     const QPointer<QtControlAreaControlButtons> self = this;

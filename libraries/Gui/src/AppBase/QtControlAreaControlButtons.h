@@ -2,6 +2,7 @@
 
 #include "AppBase/ModuleConfig.h"
 #include "Base/QuadViewConfig.h"
+#include "Base/QuadViewGeometry.h"
 #include "vlrGuiExport.h"
 
 #include <QtCore/QPointer>
@@ -21,8 +22,8 @@ class QVBoxLayout;
 /// whose layout was never stored is drawn empty and applies nothing. A press during which the
 /// module changes or the column is hidden does neither, and so does one on a button that goes.
 ///
-/// Sizes are per-mille of the quad view, in pane order 0 to 3. The column is hidden while the
-/// quad view is locked.
+/// QuadViewGeometry::Extents are per-mille of the quad view, in pane order 0 to 3. The column is
+/// hidden while the quad view is locked.
 class VLR_GUI_EXPORT QtControlAreaControlButtons : public QWidget {
     Q_OBJECT
 
@@ -50,16 +51,14 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    using Sizes = std::array<QSize, 4>;
-
     void reconfigure(CaSubject*, void*, const char*, void*);
     void followViewer();
     QtPresetButton* createButton(const QString& text);
     QtPresetButton* button(int index) const; ///< Null for an index out of range.
-    Sizes preset(int index) const;
+    QuadViewGeometry::Extents preset(int index) const;
     void takePresets();
     void abandonPress();
-    void draw(QtPresetButton* button, const Sizes& sizes) const;
+    void draw(QtPresetButton* button, const QuadViewGeometry::Extents& sizes) const;
     int count() const;
 
     QPointer<QtQuadView> m_connectedViewer;

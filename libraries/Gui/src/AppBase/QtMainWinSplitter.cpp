@@ -1,8 +1,8 @@
 #include "AppBase/QtMainWinSplitter.h"
 
-#include "AppBase/Icons.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtMainWinSplitterHandle.h"
+#include "Base/Icons.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QTimer>

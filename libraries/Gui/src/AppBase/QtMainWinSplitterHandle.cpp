@@ -1,12 +1,11 @@
 #include "AppBase/QtMainWinSplitterHandle.h"
 
-#include "AppBase/Icons.h"
-#include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtControlAreaControlButtons.h"
-#include "AppBase/TouchTargets.h"
 #include "AppBase/vlrControlList.h"
+#include "Base/Icons.h"
 #include "Base/QtQuadView.h"
+#include "Base/TouchTargets.h"
 
 #include <QtCore/QEvent>
 #include <QtWidgets/QFrame>
@@ -140,7 +139,7 @@ void QtMainWinSplitterHandle::followViews() {
     }
     QWidget* const top = window();
     const bool isInSight = viewer && viewer->window() == top && viewer->isVisibleTo(top);
-    m_presetArea->setVisible(isInSight || !qobject_cast<QtAppMainWindow*>(top));
+    m_presetArea->setVisible(isInSight || !top->inherits("QtAppMainWindow"));
 }
 
 bool QtMainWinSplitterHandle::eventFilter(QObject* watched, QEvent* event) {

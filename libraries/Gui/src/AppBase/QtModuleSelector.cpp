@@ -1,6 +1,6 @@
 #include "AppBase/QtModuleSelector.h"
 
-#include "AppBase/TouchTargets.h"
+#include "Base/TouchTargets.h"
 
 #include <QtWidgets/QAbstractButton>
 

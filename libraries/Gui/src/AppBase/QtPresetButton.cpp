@@ -1,6 +1,6 @@
 #include "AppBase/QtPresetButton.h"
 
-#include "AppBase/TouchTargets.h"
+#include "Base/TouchTargets.h"
 
 #include <QtCore/QVariantAnimation>
 #include <QtGui/QMouseEvent>

@@ -1,7 +1,6 @@
 #include "AppBase/vlrControlList.h"
 
-#include "AppBase/ApplicationServices.h"
-#include "AppBase/QtAppMainWindow.h"
+#include "Base/ApplicationServices.h"
 #include "Base/QtQuadView.h"
 #include "Log/vlrLog.h"
 
@@ -249,9 +248,8 @@ bool ControlList::showControl(QString name) {
     const int widthPercent = found->widthPercent;
     const int heightPercent = found->heightPercent;
     m_currentControl = control;
-    auto* const services = ApplicationServices::instance();
-    if (services && services->getMainWindow())
-        services->getMainWindow()->occupyWindow(this);
+    if (auto* const services = ApplicationServices::instance())
+        services->showControls();
     const bool isInPane = holdsPane(control);
     if (isInPane)
         activateScreen(ViewerPage);

@@ -78,15 +78,15 @@ private:
 
 } // namespace
 
-LayoutCommands::LayoutCommands(QtQuadView* view) : QObject(view), m_view(view) {
+LayoutCommands::LayoutCommands(QWidget* view, Layout layout)
+    : QObject(view), m_view(view), m_layout(std::move(layout)) {
     view->setContextMenuPolicy(Qt::ActionsContextMenu);
     view->installEventFilter(this);
     add(Command::ToggleMaximized, tr("Maximise or restore the current view"),
         QKeySequence(tr("Ctrl+M")), [this] { requestMaximize(); });
-    add(Command::Equalize, tr("All views alike"), QKeySequence(tr("Ctrl+E")),
-        [view] { view->equalize(); });
+    add(Command::Equalize, tr("All views alike"), QKeySequence(tr("Ctrl+E")), m_layout.equalize);
     add(Command::Undo, tr("Undo the last change of the layout"), QKeySequence(tr("Ctrl+Z")),
-        [view] { view->undoLayout(); });
+        m_layout.undo);
 }
 
 void LayoutCommands::add(Command command, const QString& text, const QKeySequence& keys,
@@ -97,8 +97,8 @@ void LayoutCommands::add(Command command, const QString& text, const QKeySequenc
     action->setShortcutContext(Qt::WidgetShortcut);
     m_actions[static_cast<std::size_t>(command)] = action;
     connect(action, &QAction::triggered, this, [this, act] { // Also by a call while disabled.
-        if (m_view->isAspectRatioLocked())
-            emit refused();
+        if (m_layout.isLocked())
+            m_layout.refuse();
         else
             act();
     });
@@ -110,15 +110,16 @@ QAction* LayoutCommands::action(Command command) const {
 
 void LayoutCommands::requestMaximize() {
     const int target = m_keyTarget < 0 && m_menu ? m_menuTarget : m_keyTarget;
-    emit maximizeRequested(target < 0 ? m_view->getCurrentView() : target);
+    m_layout.maximize(target < 0 ? m_layout.currentView() : target);
 }
 
 int LayoutCommands::viewWith(const QWidget* widget) const {
-    for (int i = 0; i < m_view->getNumberOfViews(); ++i)
-        if (const QWidget* view = m_view->getView(i);
-            widget && (view == widget || view->isAncestorOf(widget)))
-            return i;
-    return -1;
+    const auto holds = [widget](const QWidget* view) {
+        return widget && (view == widget || view->isAncestorOf(widget));
+    };
+    const std::vector<QWidget*> views = m_layout.views();
+    const auto found = std::find_if(views.begin(), views.end(), holds);
+    return found == views.end() ? -1 : static_cast<int>(found - views.begin());
 }
 
 bool LayoutCommands::eventFilter(QObject*, QEvent* event) {
@@ -178,7 +179,7 @@ bool LayoutCommands::belongsToApplication(const QKeySequence& keys, bool isDisab
 bool LayoutCommands::runKey(QAction* action, const QWidget* receiver) {
     if (receiver != m_view && !m_view->isAncestorOf(receiver))
         return false;
-    if (!action->isEnabled() && !m_view->isAspectRatioLocked())
+    if (!action->isEnabled() && !m_layout.isLocked())
         return false;
     const QPointer<LayoutCommands> guard(this);
     m_keyTarget = viewWith(receiver);

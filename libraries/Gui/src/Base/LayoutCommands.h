@@ -1,17 +1,18 @@
 #pragma once
 
-#include "Base/QtQuadView.h"
-
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 
 #include <array>
 #include <functional>
+#include <vector>
 
 class QAction;
 class QContextMenuEvent;
 class QKeyEvent;
 class QMenu;
+class QPoint;
+class QWidget;
 
 /// The commands of a four-view layout: their actions, their keys and their menu.
 ///
@@ -22,18 +23,26 @@ class LayoutCommands : public QObject {
     Q_OBJECT
 
 public:
-    using Command = QtQuadView::LayoutCommand;
+    enum class Command { ToggleMaximized, Equalize, Undo };
 
-    explicit LayoutCommands(QtQuadView* view);
+    /// What the commands ask of the layout.
+    struct Layout {
+        std::function<std::vector<QWidget*>()> views;
+        std::function<bool()> isLocked;
+        std::function<int()> currentView; ///< -1 when there is none.
+        /// The view below the menu, or the one with the keyboard focus when a key asks, or else
+        /// the current one; -1 when there is none.
+        std::function<void(int)> maximize;
+        std::function<void()> equalize;
+        std::function<void()> undo;
+        std::function<void()> refuse; ///< A command was given while the layout is locked.
+    };
+
+    /// The parent is the widget whose keys and context menu these are.
+    LayoutCommands(QWidget* view, Layout layout);
 
     QAction* action(Command command) const;
     bool eventFilter(QObject* watched, QEvent* event) override;
-
-signals:
-    /// The view below the menu, or the one with the keyboard focus when a key asks, or else the
-    /// current one; -1 when there is none.
-    void maximizeRequested(int view);
-    void refused(); ///< A command was given while the layout is locked.
 
 private:
     void add(Command command, const QString& text, const QKeySequence& keys,
@@ -46,7 +55,8 @@ private:
     void askForMenu(const QContextMenuEvent* event);
     void showMenu(const QPoint& globalPosition);
 
-    QtQuadView* m_view;
+    QWidget* m_view;
+    const Layout m_layout;
     std::array<QAction*, 3> m_actions{};
     QPointer<QMenu> m_menu;
     int m_menuTarget = -1;

@@ -102,7 +102,7 @@ QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRatio) {
     return pixmap;
 }
 
-QPixmap layoutPixmap(const std::array<QSize, 4>& extents, const std::array<QColor, 4>& colors,
+QPixmap layoutPixmap(const QuadViewGeometry::Extents& extents, const std::array<QColor, 4>& colors,
                      const QSize& size, qreal devicePixelRatio) {
     QPixmap pixmap = blank(size, devicePixelRatio);
     QPainter painter(&pixmap);

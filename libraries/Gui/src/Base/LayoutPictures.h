@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/QuadViewGeometry.h"
 #include "vlrGuiExport.h"
 
 #include <QtCore/QSize>
@@ -31,7 +32,7 @@ VLR_GUI_EXPORT QPixmap expandPixmap(ExpandPicture picture, qreal devicePixelRati
 /// A small picture of a layout: each view that is seen, filled with its colour. Extents are
 /// per-mille, in view order (see QuadViewGeometry). A layout with an invalid extent is drawn as an
 /// empty, dashed frame. Drawn for the device pixel ratio.
-VLR_GUI_EXPORT QPixmap layoutPixmap(const std::array<QSize, 4>& extents,
+VLR_GUI_EXPORT QPixmap layoutPixmap(const QuadViewGeometry::Extents& extents,
                                     const std::array<QColor, 4>& colors, const QSize& size,
                                     qreal devicePixelRatio);
 

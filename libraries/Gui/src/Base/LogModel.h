@@ -39,7 +39,6 @@ public:
 
     /// Only lines of this gravity or a higher one are rows. The gravities are debug, information,
     /// warning and error; user levels count as what their name says.
-    vlr::LogLevel lowestLevel() const { return m_lowest; }
     void setLowestLevel(vlr::LogLevel level);
 
     void append(const std::vector<Line>& lines);

@@ -12,7 +12,6 @@ class VLR_GUI_EXPORT QtElidedLabel : public QLabel {
 public:
     explicit QtElidedLabel(Qt::TextElideMode mode, QWidget* parent = nullptr);
 
-    const QString& fullText() const { return m_fullText; }
     void setFullText(const QString& text);
 
     /// One line, also while there is no text: what stands below does not move.

@@ -1,6 +1,6 @@
 #include "Base/QtMessageBoxLogger.h"
 
-#include "AppBase/ApplicationServices.h"
+#include "Base/ApplicationServices.h"
 #include "Base/QtMsgBox.h"
 #include "Log/vlrLog.h"
 

@@ -1,6 +1,6 @@
 #include "Base/QtMessageLine.h"
 
-#include "AppBase/Icons.h"
+#include "Base/Icons.h"
 
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>

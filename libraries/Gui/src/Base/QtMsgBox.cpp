@@ -1,6 +1,6 @@
 #include "Base/QtMsgBox.h"
 
-#include "AppBase/ApplicationServices.h"
+#include "Base/ApplicationServices.h"
 #include "Log/vlrLog.h"
 #include "Stream/QtStream.h"
 

@@ -12,8 +12,6 @@
 namespace {
 
 constexpr const char* logSource = "QtQVViewFrame";
-constexpr int removedLine = 118;
-constexpr int deletingLine = 124;
 
 Vector3d colorSetting(const char* name, const Vector3d& defaultValue) {
     const QString key =
@@ -111,11 +109,11 @@ void QtQVViewFrame::widgetActivatedSL() {
 }
 
 void QtQVViewFrame::removeWidget() {
-    vlr::Log::getInstance("CaERROR", logSource, removedLine) << "Child REMOVED\n";
+    vlr::Log::getInstance("CaERROR", logSource, __LINE__) << "Child REMOVED\n";
     if (m_child)
         m_child->removeEventFilter(this);
     if (QWidget* const content = contentWidget()) {
-        vlr::Log::getInstance("CaERROR", logSource, deletingLine) << "Child REMOVED: deleting...\n";
+        vlr::Log::getInstance("CaERROR", logSource, __LINE__) << "Child REMOVED: deleting...\n";
         content->disconnect(this);
         discard(content);
     }

@@ -138,10 +138,11 @@ void QtQuadView::createSplitters() {
 }
 
 void QtQuadView::createCommands() {
-    m_commands = new LayoutCommands(this);
-    connect(m_commands, &LayoutCommands::maximizeRequested, this, &QtQuadView::maximizeOrRestore);
-    connect(m_commands, &LayoutCommands::refused, this,
-            [this] { tellLocked(mapToGlobal(rect().center())); });
+    m_commands = new LayoutCommands(
+        this, {[this] { return std::vector<QWidget*>(m_views.begin(), m_views.end()); },
+               [this] { return m_locked; }, [this] { return getCurrentView(); },
+               [this](int view) { maximizeOrRestore(view); }, [this] { equalize(); },
+               [this] { undoLayout(); }, [this] { tellLocked(mapToGlobal(rect().center())); }});
 }
 
 // --- queries
@@ -151,7 +152,7 @@ QWidget* QtQuadView::getView(int index) {
 }
 
 QAction* QtQuadView::layoutAction(LayoutCommand command) const {
-    return m_commands->action(command);
+    return m_commands->action(static_cast<LayoutCommands::Command>(command));
 }
 
 int QtQuadView::getCurrentView() {

@@ -1,6 +1,7 @@
 #include "DataUtils/DataFactory.h"
 
 #include "Data/Data.h"
+#include "DataUtils/ItemName.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
 #include "DataUtils/QtDataConfigurationWidget.h"
 
@@ -112,8 +113,8 @@ Data* DataFactory::dataInstance(QString classId) {
     return Data::createInstance(classId);
 }
 
-bool DataFactory::isValidId(QString) {
-    return true;
+bool DataFactory::isValidId(QString id) {
+    return vlr::isValidItemName(id);
 }
 
 // --- widgets

@@ -3,7 +3,7 @@
 #include "Base/QtMessageLine.h"
 #include "Data/Data.h"
 #include "Data/DataTreeNode.h"
-#include "DataUtils/DataFactory.h"
+#include "DataUtils/ItemName.h"
 #include "DataUtils/QtDataConfigurationWidget.h"
 #include "Log/vlrLog.h"
 
@@ -80,7 +80,7 @@ bool QtDecoratedDataConfigurationWidget::takeName() {
     if (!m_nameEdit)
         return true;
     const QString text = m_nameEdit->text();
-    if (text.isEmpty() || !DataFactory::isValidId(text)) {
+    if (text.isEmpty() || !vlr::isValidItemName(text)) {
         // The frame may go while the box is open, and takes it along.
         const QPointer<QMessageBox> box =
             new QMessageBox(QMessageBox::Critical, tr("Invalid Id!"),

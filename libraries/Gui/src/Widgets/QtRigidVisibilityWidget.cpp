@@ -1,6 +1,7 @@
 #include "Widgets/QtRigidVisibilityWidget.h"
 
 #include "Tools/SurgicalToolBox.h"
+#include "Widgets/RigidVisibility.h"
 
 #include <QtGui/QPainter>
 #include <QtWidgets/QHBoxLayout>
@@ -151,19 +152,18 @@ void QtRigidVisibilityWidget::update() {
     }
     const CaTool* body = m_tool->getRigidBody();
     const int count = body->getNumberOfMarkers();
-    makeLeds(static_cast<std::size_t>(count));
-    int visible = 0;
-    bool isLastVisible = false;
-    for (int i = 0; i < count; ++i) {
-        isLastVisible = !vlr::isHidden(body->getReal(i));
-        visible += isLastVisible ? 1 : 0;
-        setLed(static_cast<std::size_t>(i), isLastVisible ? Led::Visible : Led::Hidden);
-    }
-    if (isLastVisible) // The last marker decides on the values.
+    std::vector<bool> seen;
+    for (int i = 0; i < count; ++i)
+        seen.push_back(!vlr::isHidden(body->getReal(i)));
+    makeLeds(seen.size());
+    for (std::size_t i = 0; i < seen.size(); ++i)
+        setLed(i, seen[i] ? Led::Visible : Led::Hidden);
+    const RigidVisibility visibility(seen);
+    if (visibility.values == RigidVisibility::Values::Measured)
         setMeasured(body->getTranslation().norm(), body->getRMS());
-    else if (count > 0)
+    else if (visibility.values == RigidVisibility::Values::None)
         setValues(noValue, noValue);
-    m_isRigidVisible = visible >= count - 1;
+    m_isRigidVisible = visibility.isVisible;
     emit rigidVisibleSIG(m_isRigidVisible);
 }
 

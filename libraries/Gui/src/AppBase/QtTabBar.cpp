@@ -1,5 +1,0 @@
-#include "AppBase/QtTabBar.h"
-
-QtTabBar::~QtTabBar() = default;
-
-void QtTabBar::wheelEvent(QWheelEvent*) {}

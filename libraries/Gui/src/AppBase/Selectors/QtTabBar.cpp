@@ -1,0 +1,5 @@
+#include "AppBase/Selectors/QtTabBar.h"
+
+QtTabBar::~QtTabBar() = default;
+
+void QtTabBar::wheelEvent(QWheelEvent*) {}
