@@ -20,6 +20,7 @@
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QTabBar>
+#include <QtWidgets/QTabWidget>
 #include <QtWidgets/QToolButton>
 #include <QtWidgets/QTreeView>
 #include <QtWidgets/QVBoxLayout>
@@ -468,6 +469,20 @@ TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
         settle();
         EXPECT_TRUE(isForFinger(partOf(late, QStyle::SC_SpinBoxUp)));
     }
+    // It has its size before it is on the screen.
+    QDialog fresh;
+    QTabWidget pages;
+    auto* const page = new QWidget;
+    auto* const inPage = new QVBoxLayout(page);
+    for (int i = 0; i < 5; ++i)
+        inPage->addWidget(new QSpinBox);
+    pages.addTab(page, text("a"));
+    (new QVBoxLayout(&fresh))->addWidget(&pages);
+    fresh.show();
+    const QSize atOnce = fresh.size();
+    settle();
+    EXPECT_EQ(fresh.size(), atOnce);
+    EXPECT_EQ(atOnce.height(), fresh.sizeHint().height());
     // The editor of a setting stands in a row as high as itself.
     vlr::SettingsEditorDialog editor(window());
     auto* const tree = editor.findChild<QTreeView*>();

@@ -9,6 +9,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QDialog>
+#include <QtWidgets/QLayout>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QTabBar>
 #include <QtWidgets/QTreeView>
@@ -49,6 +50,20 @@ bool isPartOfField(const QWidget* widget) {
 bool isForFinger(const QWidget* widget) {
     return hasSubControls(widget) || qobject_cast<const QAbstractButton*>(widget) ||
            qobject_cast<const QLineEdit*>(widget);
+}
+
+// Before it is on the screen: a window that changes its size while the window manager takes it
+// over may end up in a corner, with the title beyond the edge.
+void layOutAtOnce(QWidget* form) {
+    for (QWidget* widget : form->findChildren<QWidget*>())
+        widget->updateGeometry();
+    if (!form->isWindow() || !form->layout())
+        return;
+    const bool isResized = form->testAttribute(Qt::WA_Resized);
+    form->layout()->activate();
+    if (!isResized)
+        form->adjustSize();
+    form->setAttribute(Qt::WA_Resized, isResized);
 }
 
 // The rows of a tree are measured once.
@@ -112,6 +127,7 @@ void TouchDialogs::growAll(QWidget* form) {
         return;
     m_grown.push_back({form, form->minimumSize(), nullptr});
     markForFingers(form, true);
+    layOutAtOnce(form);
 }
 
 void TouchDialogs::grow(QWidget* widget) {
