@@ -108,6 +108,16 @@ TEST(ImageFile, NoCutFileGivesHalfAnImage) {
             EXPECT_THAT(error.description(), HasSubstr(path.toStdString()));
             ASSERT_TRUE(image.isNull()) << format << " cut to " << size << " bytes";
         }
+        if (qstrcmp(format, "jpeg") == 0) // a marker that is no segment
+            whole.insert(whole.size() - 2, QByteArray::fromHex("ffd0"));
+        writeFile(inFolder("whole"), whole);
+        vlr::ImageInfo info;
+        ASSERT_EQ(vlr::readImageInfo(inFolder("whole"), info), CaError::nullError);
+        const qint64 needed = qstrcmp(format, "tiff") == 0 ? 3 * info.bytes : info.bytes;
+        QImage image;
+        EXPECT_EQ(vlr::readImage(inFolder("whole"), image, 0, needed), CaError::nullError);
+        EXPECT_EQ(vlr::readImage(inFolder("whole"), image, 0, info.bytes - 1).id(),
+                  "Image::tooLarge");
     }
 }
 

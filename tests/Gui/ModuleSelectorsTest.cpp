@@ -176,8 +176,9 @@ TEST_F(ModuleSelectorsTest, SelectorsTakeTheRoomThatTheirTextsNeed) {
 
     for (const auto side : {Selector::Left, Selector::Top}) {
         QtModuleTabSelector tabs(side, true, true, true, true);
-        for (int i = 0; i < 10; ++i)
+        for (int i = 0; i < 9; ++i)
             tabs.addModule("A module with a long name %1"_s.arg(i), i);
+        tabs.addModule("Plan"_s, 9);
         tabs.resize(side == Selector::Left ? QSize(60, 600) : QSize(900, 60));
         showActive(tabs);
         for (const bool touch : {false, true}) {
@@ -188,6 +189,10 @@ TEST_F(ModuleSelectorsTest, SelectorsTakeTheRoomThatTheirTextsNeed) {
                 EXPECT_GE(bar->tabRect(tab).width(), touch ? 35 : 20);
                 EXPECT_GE(bar->tabRect(tab).height(), touch ? 35 : 20);
             }
+            const int text = bar->fontMetrics().horizontalAdvance("Plan"_s);
+            const QSize plan = bar->tabRect(9).size();
+            EXPECT_GT(side == Selector::Left ? plan.height() : plan.width(), text)
+                << "not squeezed";
         }
     }
 }

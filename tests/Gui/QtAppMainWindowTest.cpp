@@ -153,6 +153,26 @@ TEST_F(QtAppMainWindowTest, TheSplitterRemembersItsSizes) {
     EXPECT_EQ(splitter->sizes(), during);
 }
 
+namespace {
+
+// Counts what an object left for the event loop to do: queued calls and its own timers.
+class LateCalls : public QObject {
+public:
+    explicit LateCalls(QObject& object) : m_object(object) { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        count += (event->type() == QEvent::MetaCall && watched == &m_object) ||
+                 (event->type() == QEvent::Timer && watched->parent() == &m_object);
+        return false;
+    }
+
+    int count = 0;
+
+private:
+    QObject& m_object;
+};
+
+} // namespace
+
 TEST_F(QtAppMainWindowTest, AControlAreaDraggedShutLeavesAButtonThatOpensIt) {
     Window window;
     showActive(window);
@@ -168,15 +188,20 @@ TEST_F(QtAppMainWindowTest, AControlAreaDraggedShutLeavesAButtonThatOpensIt) {
         QCoreApplication::processEvents(); // The panes change sides.
         QTest::mousePress(handle, Qt::LeftButton, {}, {1, 100});
         const QPoint edge(round == 0 ? 1 - handle->x() : splitter->width() - handle->x() - 1, 100);
-        QMouseEvent move(QEvent::MouseMove, edge, handle->mapToGlobal(edge), Qt::NoButton,
-                         Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(handle, &move);
+        for (const int from : {90, 60, 30, 0}) { // The last move shuts it.
+            const QPoint place = edge + QPoint(round == 0 ? from : -from, 0);
+            QMouseEvent move(QEvent::MouseMove, place, handle->mapToGlobal(place), Qt::NoButton,
+                             Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(handle, &move);
+        }
         QTest::mouseRelease(handle, Qt::LeftButton, {}, {1, 100});
         ASSERT_EQ(splitter->sizes()[0], 0);
+        const LateCalls calls(*splitter);
         ASSERT_TRUE(QTest::qWaitFor([&] {
             button = window.findChild<QPushButton*>("wayBack"_s);
             return button && button->isVisible();
         }));
+        EXPECT_EQ(calls.count, 1) << "for all moves together";
         arrows[round] = button->icon();
         EXPECT_GE(button->width(), button->sizeHint().width());
         EXPECT_TRUE(window.rect().contains(QRect(button->mapTo(&window, {}), button->size())));

@@ -201,6 +201,35 @@ TEST_F(SettingsEditorTest, WhatDoesNotParseIsRefusedWithTheReasonAndStaysInSight
     EXPECT_TRUE(model->edits().changes().empty());
 }
 
+TEST_F(SettingsEditorTest, CommandsAreEnabledWhereTheyDoSomething) {
+    const auto enabled = [this] {
+        QStringList labels;
+        for (const auto* button : dialog->findChildren<QPushButton*>())
+            if (button->isEnabled())
+                labels << button->text().remove(QLatin1Char('&'));
+        return labels.join(text(", ")).toStdString();
+    };
+    view->setCurrentKey(known("MaxPatientID"));
+    EXPECT_THAT(enabled(), HasSubstr("Add..., Rename..., Delete, Reset to Default"));
+    view->setCurrentKey(title);
+    EXPECT_THAT(enabled(), HasSubstr("Add..., Rename..., Delete, OK"));
+    inNextDialog<SettingsKeyDialog>([](auto& asked) { asked.accept(); }); // the same name
+    click("Rename...");
+    EXPECT_TRUE(model->edits().changes().empty());
+    type(title, "Hip");
+    EXPECT_THAT(enabled(), HasSubstr("Delete, Revert, OK"));
+    click("Revert");
+    EXPECT_EQ(model->edits().text(title), text("Knee"));
+
+    search()->setText(text("nothing of the kind"));
+    EXPECT_THAT(told(), HasSubstr("Nothing found"));
+    search()->setText(title);
+    EXPECT_THAT(told(), HasSubstr("1 found"));
+    search()->setFocus();
+    QTest::keyClick(search(), Qt::Key_Down);
+    EXPECT_EQ(dialog->focusWidget(), view);
+}
+
 TEST_F(SettingsEditorTest, SettingsAreDeletedAndAddedByKeyboard) {
     view->setFocus();
     view->setCurrentKey(title);

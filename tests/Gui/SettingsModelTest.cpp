@@ -3,6 +3,7 @@
 #include "Gui/Text.h"
 #include "Settings/vlrSettings.h"
 
+#include <QtGui/QFont>
 #include <QtTest/QAbstractItemModelTester>
 
 using namespace vlr;
@@ -149,6 +150,38 @@ TEST_F(SettingsModelTest, OnlyWhatDiffersFromTheStoredIsAChange) {
         s.act();
         EXPECT_EQ(toText(edits.changes()), text(s.changes)) << "step " << &s - steps;
     }
+}
+
+TEST_F(SettingsModelTest, ATypeGoesWithItsSettingAndARenameEndsWhenItIsStored) {
+    SettingsEdits edits(source);
+    const QString number = text("Site/Number");
+    const QString count = text("Site/Count");
+    edits.remove(number);
+    edits.add(number, ofKind(Kind::Bool));
+    edits.revert(number);
+    EXPECT_NE(edits.type(number).kind, Kind::Bool) << "as it is stored";
+    edits.add(count, ofKind(Kind::Integer));
+    edits.rename(count, text("Site/Steps"));
+    EXPECT_EQ(edits.type(text("Site/Steps")).kind, Kind::Integer);
+
+    edits.rename(number, count);
+    std::vector<SettingsConflict> conflicts;
+    ASSERT_EQ(edits.apply(conflicts), CaError::nullError);
+    edits.add(number, ofKind(Kind::Bool));
+    edits.revert(count); // no half of anything any more
+    EXPECT_EQ(toText(edits.changes()), text("Site/Number:  -> false"));
+}
+
+TEST_F(SettingsModelTest, NamesThatDifferInCaseHaveRowsOfTheirOwn) {
+    SettingsModel model(source);
+    model.add(text("Site/number"), ofKind(Kind::Bool));
+    for (const char* key : {"Site/number", "Site/Number"}) {
+        const QModelIndex index = model.indexOf(text(key));
+        EXPECT_EQ(model.index(index.row(), 0, index.parent()), index) << key;
+    }
+    model.remove(text("Site/Number"));
+    const QModelIndex gone = model.indexOf(text("Site/Number"));
+    EXPECT_TRUE(gone.data(Qt::FontRole).value<QFont>().strikeOut());
 }
 
 TEST_F(SettingsModelTest, ImpossibleKeysAreRefused) {

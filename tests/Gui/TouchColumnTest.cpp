@@ -3,20 +3,26 @@
 #include "AppBase/QtControlAreaControlButtons.h"
 #include "AppBase/QtPresetButton.h"
 #include "AppBase/vlrControlList.h"
+#include "AppBase/vlrSettingsEditorDialog.h"
 #include "Base/QtQuadView.h"
+#include "DataUtils/TypedDateEdit.h"
 #include "Gui/GuiTest.h"
 #include "Gui/Text.h"
 #include "IO/DataIOManager.h"
 
 #include <QtWidgets/QAbstractButton>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateEdit>
 #include <QtWidgets/QDialog>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QScrollBar>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QTabBar>
+#include <QtWidgets/QTabWidget>
 #include <QtWidgets/QToolButton>
+#include <QtWidgets/QTreeView>
 #include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
@@ -379,24 +385,114 @@ TEST_F(TouchColumnTest, TheArrowOpensAndClosesTheControlArea) {
     EXPECT_EQ(pictureOf(openClose()), right);
 }
 
+namespace {
+
+// The part of a spin box or a combo box that its style has for the step or the arrow.
+QRect partOf(QWidget* field, QStyle::SubControl part) {
+    const bool isCombo = part == QStyle::SC_ComboBoxArrow;
+    QStyleOptionComboBox combo;
+    QStyleOptionSpinBox spin;
+    combo.initFrom(field);
+    spin.initFrom(field);
+    return field->style()->subControlRect(
+        isCombo ? QStyle::CC_ComboBox : QStyle::CC_SpinBox,
+        isCombo ? static_cast<QStyleOptionComplex*>(&combo) : &spin, part, field);
+}
+
+bool isForFinger(const QRect& rect) {
+    return rect.width() >= leastSize && rect.height() >= leastSize;
+}
+
+} // namespace
+
 TEST_F(TouchColumnTest, DialogsAreForFingersOnlyInTouchScreenMode) {
-    const auto buttonHeight = [](bool isOn) {
+    using Field = std::pair<QWidget*, QList<QStyle::SubControl>>;
+    const QList<QStyle::SubControl> steps{QStyle::SC_SpinBoxDown, QStyle::SC_SpinBoxUp};
+    const QList<QStyle::SubControl> arrow{QStyle::SC_ComboBoxArrow};
+    for (const char* sheet : {"", "QAbstractSpinBox, QComboBox { color: blue }"}) {
+        SCOPED_TRACE(sheet);
         QDialog dialog;
+        dialog.setStyleSheet(text(sheet));
+        dialog.setLayoutDirection(*sheet ? Qt::RightToLeft : Qt::LeftToRight);
         auto* const layout = new QVBoxLayout(&dialog);
+        auto* const date = new TypedDateEdit<QDateEdit>(nullptr);
+        date->setCalendarPopup(true);
+        auto* const number = new QSpinBox;
+        auto* const editable = new QComboBox;
+        editable->setEditable(true);
+        const Field fields[] = {{number, steps},        {new QDoubleSpinBox, steps},
+                                {new QDateEdit, steps}, {new QTimeEdit, steps},
+                                {date, arrow},          {new QComboBox, arrow},
+                                {editable, arrow}};
         auto* const button = new QPushButton(text("OK"));
-        auto* const date = new QDateEdit;
+        button->setMinimumHeight(12);
         layout->addWidget(button);
-        layout->addWidget(date);
-        QTabBar bar(&dialog);
-        bar.addTab(text("a"));
-        dialog.show();
-        EXPECT_EQ(bar.tabRect(0).height() >= leastSize, isOn);
-        layout->activate();
-        const auto* const edit = date->findChild<QLineEdit*>();
-        EXPECT_TRUE(date->rect().contains(edit->geometry())) << "It is not cut off";
-        return button->height();
-    };
-    EXPECT_GE(buttonHeight(true), leastSize);
-    window()->setTouchScreenMode(false);
-    EXPECT_LT(buttonHeight(false), leastSize);
+        auto* const bar = new QTabBar;
+        bar->addTab(text("a"));
+        layout->addWidget(bar);
+        for (const Field& field : fields)
+            layout->addWidget(field.first);
+        // Opened with the mouse; the mode comes and goes while it stands there.
+        for (const bool isOn : {false, true, false}) {
+            window()->setTouchScreenMode(isOn);
+            dialog.show();
+            settle();
+            EXPECT_EQ(button->height() >= leastSize, isOn);
+            EXPECT_EQ(button->minimumHeight(), isOn ? leastSize : 12);
+            EXPECT_EQ(bar->tabRect(0).height() >= leastSize, isOn);
+            for (const auto& [field, parts] : fields) {
+                SCOPED_TRACE(field->metaObject()->className());
+                const auto* const edit = field->findChild<QLineEdit*>();
+                EXPECT_TRUE(!edit || field->rect().contains(edit->geometry())) << "not cut off";
+                for (const QStyle::SubControl part : parts) {
+                    const QRect rect = partOf(field, part);
+                    EXPECT_EQ(isForFinger(rect), isOn);
+                    EXPECT_TRUE(!isOn || field->rect().contains(rect));
+                    EXPECT_FALSE(isOn && edit && edit->geometry().intersects(rect));
+                }
+            }
+        }
+        window()->setTouchScreenMode(true);
+        settle();
+        const QRect more = partOf(number, QStyle::SC_SpinBoxUp);
+        const QRect less = partOf(number, QStyle::SC_SpinBoxDown);
+        EXPECT_FALSE(more.intersects(less));
+        EXPECT_EQ(more.left() < less.left(), dialog.isRightToLeft()) << "more stands outside";
+        number->setValue(5); // Both have something to do.
+        const QPoint above(0, -4);
+        const QImage picture = number->grab().toImage();
+        EXPECT_EQ(picture.pixel(more.center()), picture.pixel(less.center()));
+        EXPECT_NE(picture.pixel(more.center() + above), picture.pixel(less.center() + above));
+        QTest::mouseClick(number, Qt::LeftButton, {}, more.center());
+        EXPECT_EQ(number->value(), 6);
+        QTest::mouseClick(number, Qt::LeftButton, {}, less.center());
+        EXPECT_EQ(number->value(), 5);
+        auto* const late = new QSpinBox;
+        layout->addWidget(late);
+        settle();
+        EXPECT_TRUE(isForFinger(partOf(late, QStyle::SC_SpinBoxUp)));
+    }
+    // It has its size before it is on the screen.
+    QDialog fresh;
+    QTabWidget pages;
+    auto* const page = new QWidget;
+    auto* const inPage = new QVBoxLayout(page);
+    for (int i = 0; i < 5; ++i)
+        inPage->addWidget(new QSpinBox);
+    pages.addTab(page, text("a"));
+    (new QVBoxLayout(&fresh))->addWidget(&pages);
+    fresh.show();
+    const QSize atOnce = fresh.size();
+    settle();
+    EXPECT_EQ(fresh.size(), atOnce);
+    EXPECT_EQ(atOnce.height(), fresh.sizeHint().height());
+    // The editor of a setting stands in a row as high as itself.
+    vlr::SettingsEditorDialog editor(window());
+    auto* const tree = editor.findChild<QTreeView*>();
+    for (const bool isOn : {true, false}) {
+        window()->setTouchScreenMode(isOn);
+        editor.show();
+        settle();
+        EXPECT_EQ(tree->visualRect(tree->currentIndex()).height() >= leastSize, isOn);
+    }
 }

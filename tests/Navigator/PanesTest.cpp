@@ -4,7 +4,9 @@
 #include "Enlarge/EnlargeModule.h"
 #include "Navigator/NavigatorTest.h"
 #include "Volume/ImagesView.h"
+#include "Volume/SliceView.h"
 
+#include <QtGui/QScreen>
 #include <QtGui/QWheelEvent>
 #include <QtTest/QSignalSpy>
 #include <QtWidgets/QComboBox>
@@ -137,6 +139,36 @@ TEST_F(PanesTest, PointsAndVoxelsBelongTogether) {
             const QPoint step = view.pointOf({1, 0, 1}) - view.pointOf({0, 0, 2});
             EXPECT_NEAR(step.y(), 3 * step.x(), 3);
         }
+    }
+}
+
+// Not only when something else has them painted again.
+TEST_F(PanesTest, WhatAViewIsToldIsSeenAtOnce) {
+    CrossHair crossHair;
+    PlaneView pane(Plane::Axial, &crossHair);
+    SliceView slice;
+    const std::pair<QWidget*, std::function<void()>> cases[] = {
+        {&pane, [&] { pane.setTrackingText({QStringLiteral("lost")}); }},
+        {&pane, [&] { pane.setTrackingText({}); }},
+        {&pane, [&] { pane.setPatientText({QStringLiteral("Somebody")}); }},
+        {&pane, [&] { pane.setCurrent(true); }},
+        {&slice, [&] { slice.setTrackingText({QStringLiteral("lost")}); }},
+        {&slice, [&] { slice.setPatientText({QStringLiteral("Somebody")}); }},
+        {&slice, [&] { slice.showNote(QStringLiteral("nothing")); }},
+    };
+    for (const auto& [view, tell] : cases) {
+        SCOPED_TRACE(&tell - &cases[0].second);
+        view->resize(300, 200);
+        view->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(view));
+        const auto onScreen = [widget = view] {
+            QCoreApplication::processEvents();
+            return widget->screen()->grabWindow(widget->winId()).toImage();
+        };
+        const QImage before = onScreen();
+        tell();
+        EXPECT_NE(onScreen(), before);
+        view->hide();
     }
 }
 

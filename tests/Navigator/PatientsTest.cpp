@@ -10,6 +10,8 @@
 #include "Settings/vlrSettings.h"
 #include "Support/MessageBoxes.h"
 
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -159,7 +161,10 @@ TEST_F(PatientsTest, TheBackupBringsBackWhatWasStored) {
     showList("Patients: 1");
     const auto choose = [&](int entry, const std::function<void()>& next) {
         inNextDialog<QFileDialog>([&](QDialog& dialog) {
-            static_cast<QFileDialog&>(dialog).selectFile(testFolder() + text("/copy.vlr-backup"));
+            auto& files = static_cast<QFileDialog&>(dialog);
+            const QFileInfo proposed(files.selectedFiles().value(0));
+            EXPECT_TRUE(proposed.dir().exists()) << proposed.filePath().toStdString();
+            files.selectFile(testFolder() + text("/copy.vlr-backup"));
             next();
             dialog.accept();
         });

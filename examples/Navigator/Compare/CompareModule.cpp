@@ -1,6 +1,7 @@
 #include "Compare/CompareModule.h"
 
 #include "AppBase/vlrControlList.h"
+#include "Base/TouchTargets.h"
 
 #include <QtCore/QSignalBlocker>
 #include <QtWidgets/QComboBox>
@@ -28,6 +29,7 @@ QComboBox* CompareModule::addChoice(const QString& label, const char* name, Plan
     for (PaneControl* control : panes().volumeControls())
         choice->addItem(control->title());
     choice->setCurrentIndex(static_cast<int>(plane));
+    choice->setMinimumHeight(vlr::fingerSize); // as the module's buttons
     title->setBuddy(choice);
     contents()->addSpacing(6);
     contents()->addWidget(title);

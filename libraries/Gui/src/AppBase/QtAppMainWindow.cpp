@@ -1,5 +1,6 @@
 #include "AppBase/QtAppMainWindow.h"
 
+#include "AppBase/Dialogs/TouchDialogs.h"
 #include "AppBase/QtAppMainWindowHelpers.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtMainWinSplitter.h"
@@ -337,12 +338,10 @@ void QtAppMainWindow::rememberPlace() {
 void QtAppMainWindow::setTouchScreenMode(bool onOrOff) {
     const bool isOther = m_touchScreenMode != onOrOff;
     m_touchScreenMode = onOrOff;
-    if (onOrOff && !m_touchDialogs) {
-        m_touchDialogs = new vlr::TouchDialogs(this);
-        qApp->installEventFilter(m_touchDialogs);
-    } else if (!onOrOff) {
+    if (!onOrOff)
         delete m_touchDialogs.data();
-    }
+    else if (!m_touchDialogs)
+        m_touchDialogs = new vlr::TouchDialogs(this);
     m_buttons->setTouchScreenMode(onOrOff);
     if (m_moduleSelector)
         m_moduleSelector->setTouchScreenMode(onOrOff);

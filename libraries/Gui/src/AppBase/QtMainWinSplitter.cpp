@@ -5,7 +5,6 @@
 #include "Base/Icons.h"
 
 #include <QtCore/QEvent>
-#include <QtCore/QTimer>
 #include <QtWidgets/QLayout>
 #include <QtWidgets/QPushButton>
 
@@ -17,7 +16,10 @@ constexpr int handleBetweenPanes = 1;
 } // namespace
 
 QtMainWinSplitter::QtMainWinSplitter(const DataPointer<QuadViewConfig>& config, QWidget* parent)
-    : QSplitter(Qt::Horizontal, parent), m_config(config), m_normalHandleWidth(handleWidth()) {}
+    : QSplitter(Qt::Horizontal, parent), m_config(config), m_normalHandleWidth(handleWidth()) {
+    m_showsWayBack.setSingleShot(true);
+    connect(&m_showsWayBack, &QTimer::timeout, this, &QtMainWinSplitter::showWayBack);
+}
 
 QtMainWinSplitter::~QtMainWinSplitter() = default;
 
@@ -55,7 +57,7 @@ bool QtMainWinSplitter::eventFilter(QObject* watched, QEvent* event) {
     const bool mayChange =
         event->type() == QEvent::Move || event->type() == QEvent::LayoutDirectionChange;
     if (mayChange && watched == handle(handleBetweenPanes))
-        QTimer::singleShot(0, this, &QtMainWinSplitter::showWayBack);
+        m_showsWayBack.start();
     return QSplitter::eventFilter(watched, event);
 }
 
@@ -85,5 +87,5 @@ void QtMainWinSplitter::setTouchScreenMode(bool on) {
         m_wayBack->hide();
     if (auto* between = qobject_cast<QtMainWinSplitterHandle*>(handle(handleBetweenPanes)))
         between->setTouchScreenMode(on);
-    QTimer::singleShot(0, this, &QtMainWinSplitter::showWayBack);
+    m_showsWayBack.start();
 }

@@ -4,6 +4,7 @@
 #include "vlrGuiExport.h"
 
 #include <QtCore/QPointer>
+#include <QtCore/QTimer>
 #include <QtWidgets/QSplitter>
 
 class QPushButton;
@@ -40,5 +41,6 @@ private:
     DataPointer<QuadViewConfig> m_config;
     const int m_normalHandleWidth;
     bool m_touchScreenMode = false;
+    QTimer m_showsWayBack{this};     ///< Once for all moves of the handle that wait together.
     QPointer<QPushButton> m_wayBack; ///< From when the first pane is shut for the first time.
 };

@@ -1,5 +1,6 @@
 #include "Base/AskForFiles.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtWidgets/QFileDialog>
@@ -8,12 +9,15 @@ namespace vlr {
 
 QStringList askForFiles(QFileDialog* dialog, const QString& start) {
     const QPointer<QFileDialog> guarded(dialog);
-    const QFileInfo place(start);
+    QFileInfo place(start);
+    // Nobody can save in a folder that is not there, as the documents of a new account.
+    if (dialog->acceptMode() == QFileDialog::AcceptSave && !place.dir().exists())
+        place.setFile(QDir::home(), place.fileName());
     const bool isName = dialog->acceptMode() == QFileDialog::AcceptSave || place.exists();
     if (place.isDir())
-        dialog->setDirectory(start);
+        dialog->setDirectory(place.filePath());
     else if (isName)
-        dialog->selectFile(start);
+        dialog->selectFile(place.filePath());
     else // There is nothing of that name to be opened.
         dialog->setDirectory(place.path());
     const bool isAccepted = dialog->exec() == QDialog::Accepted && guarded;

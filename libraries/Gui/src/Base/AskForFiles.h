@@ -11,7 +11,8 @@ namespace vlr {
 
 /// Runs a dialog that asks for files, beginning at the folder or file `start`, and deletes it.
 /// Empty when the user leaves it, and when it goes with its owner, which QFileDialog's static
-/// functions do not survive. Whoever calls this may be gone by then, too.
+/// functions do not survive. Whoever calls this may be gone by then, too. Where the folder of a
+/// file to be saved does not exist, its name is proposed for the user's home folder.
 ///
 ///     auto* dialog = new QFileDialog(this, tr("Save Image"));
 ///     dialog->setAcceptMode(QFileDialog::AcceptSave);

@@ -2,9 +2,8 @@
 
 #include "vlrGuiExport.h"
 
-#include <QtCore/QObject>
-
 class QAbstractButton;
+class QWidget;
 
 namespace vlr {
 
@@ -15,12 +14,10 @@ constexpr int fingerSize = 35;
 /// button with a text is set; whoever lays such buttons out sees to their width.
 VLR_GUI_EXPORT void sizeForFinger(QAbstractButton* button, bool on);
 
-/// While it is installed on the application, what is pressed or typed into in a dialog is large
-/// enough for a finger when the dialog is shown.
-class VLR_GUI_EXPORT TouchDialogs : public QObject {
-public:
-    using QObject::QObject;
-    bool eventFilter(QObject* watched, QEvent* event) override;
-};
+/// Whether the widget stands in a dialog that was made large enough for fingers; for those who
+/// size by themselves what is pressed there, as the rows of a list.
+VLR_GUI_EXPORT bool isForFingers(const QWidget* widget);
+/// Says so of the dialog, and has its trees measure their rows again.
+VLR_GUI_EXPORT void markForFingers(QWidget* dialog, bool on);
 
 } // namespace vlr

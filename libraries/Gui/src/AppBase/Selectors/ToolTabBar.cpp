@@ -7,6 +7,9 @@
 #include <QtWidgets/QProxyStyle>
 #include <QtWidgets/QStyleOptionFocusRect>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
 // About twenty-four characters; longer names are shortened.
@@ -68,15 +71,39 @@ QSize ToolTabBar::minimumSizeHint() const {
                         : QSize(qMin(size.width(), widestTab), size.height());
 }
 
+// What a module's tab is given where they do not fit: the short ones what they need, the others
+// the same. Of less than the least nothing would be left of the texts.
+int ToolTabBar::share() const {
+    const auto lengthOf = [this](int tab) {
+        const QSize size = tabSizeHint(tab);
+        return isVertical() ? size.height() : size.width();
+    };
+    int room = isVertical() ? height() : width();
+    for (int tab = m_moduleTabs; tab < count(); ++tab)
+        room -= lengthOf(tab);
+    std::vector<int> lengths;
+    for (int tab = 0; tab < qMin(m_moduleTabs, count()); ++tab)
+        lengths.push_back(lengthOf(tab));
+    std::sort(lengths.begin(), lengths.end());
+    const int least = m_touchScreenMode ? vlr::fingerSize : narrowestTab;
+    auto left = static_cast<int>(lengths.size());
+    for (const int length : lengths) {
+        if (length * left > room)
+            return qMax(least, room / left);
+        room -= length;
+        --left;
+    }
+    return widestTab;
+}
+
 // Where the tabs do not fit those of the modules are squeezed, so that the tools, and with them
 // the way out, stay in sight. The bar scrolls only when nothing would be left of the texts.
 QSize ToolTabBar::minimumTabSizeHint(int index) const {
     const QSize size = tabSizeHint(index);
     if (index >= m_moduleTabs)
         return size;
-    const int least = m_touchScreenMode ? vlr::fingerSize : narrowestTab;
-    return isVertical() ? QSize(size.width(), qMin(size.height(), least))
-                        : QSize(qMin(size.width(), least), size.height());
+    return isVertical() ? QSize(size.width(), qMin(size.height(), share()))
+                        : QSize(qMin(size.width(), share()), size.height());
 }
 
 void ToolTabBar::keyPressEvent(QKeyEvent* event) {

@@ -27,6 +27,7 @@ protected:
 
 private:
     bool isVertical() const;
+    int share() const;
     void step(int direction);
     void mark(int tab);
 

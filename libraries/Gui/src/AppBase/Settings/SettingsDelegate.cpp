@@ -1,5 +1,7 @@
 #include "AppBase/Settings/SettingsDelegate.h"
 
+#include "Base/TouchTargets.h"
+
 #include <QtCore/QTimer>
 #include <QtGui/QAccessible>
 #include <QtWidgets/QComboBox>
@@ -67,7 +69,8 @@ SettingsDelegate::SettingsDelegate(const SettingsModel& model, QObject* parent)
 QSize SettingsDelegate::sizeHint(const QStyleOptionViewItem& option,
                                  const QModelIndex& index) const {
     const QSize size = QStyledItemDelegate::sizeHint(option, index);
-    return {size.width(), std::max(size.height(), m_rowHeight)};
+    const int least = isForFingers(option.widget) ? std::max(fingerSize, m_rowHeight) : m_rowHeight;
+    return {size.width(), std::max(size.height(), least)};
 }
 
 // --- editors
