@@ -10,12 +10,7 @@
 
 #include "Fuzz/Targets.h"
 
-#include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
-
-#include <QtCore/QDir>
-
-#include <algorithm>
 
 namespace {
 

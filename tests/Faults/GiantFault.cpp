@@ -8,16 +8,11 @@
 #include "QuietLog.h"
 
 #include "Fuzz/Input.h"
-#include "IO/DataIOManager.h"
 #include "IO/TreeXml.h"
-#include "Settings/vlrSettings.h"
 #include "Tools/ToolGeometry.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtCore/QTextCodec>
 
-#include <algorithm>
 #include <ctime>
 #include <malloc.h>
 

@@ -4,9 +4,7 @@
 
 #include "Data/DataItem.h"
 #include "Data/Study.h"
-#include "IO/DataIOManager.h"
 #include "IO/DurableFile.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QStandardPaths>
 
