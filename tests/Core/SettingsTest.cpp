@@ -1,5 +1,4 @@
 #include "CoreTest.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QLockFile>
@@ -7,7 +6,6 @@
 #include <cmath>
 
 using namespace vlrTest;
-using vlr::LogLevel;
 using vlr::Settings;
 
 namespace {
