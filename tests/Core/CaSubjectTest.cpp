@@ -12,8 +12,7 @@ namespace {
 
 const char* const event = "Test::CHANGED";
 
-class CaSubjectTest : public testing::Test {
-protected:
+struct CaSubjectTest : testing::Test {
     // An observer that notes its number whenever it is told the event, and then acts.
     void attach(int number, const std::function<void()>& action = {}) {
         subject->attach(event, &keys[number], [this, number, action](auto&&...) {

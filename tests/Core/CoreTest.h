@@ -1,12 +1,10 @@
 #pragma once
 
+#include "Settings/vlrSettings.h"
 #include "Support/TestEnvironment.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 /// A file of that name in the folder of the running test.

@@ -6,7 +6,6 @@
 #include "Support/RecordChecks.h"
 #include "Support/TestEnvironment.h"
 
-#include <gmock/gmock.h>
 #include <map>
 #include <random>
 

@@ -6,23 +6,19 @@ using vlr::Image;
 using vlr::ImageConverters;
 
 TEST(ImageConverters, GreyOfSixteenBitsIsSpreadOverTheDisplayRange) {
-    const struct {
-        int black, white;
-        quint16 sample;
-        int shown;
-    } cases[] = {
+    const std::tuple<int, int, quint16, int> cases[] = {
         {0, 65535, 4095, 4095}, {0, 4095, 2048, 32776},    {0, 4095, 60000, 65535},
         {1000, 3000, 999, 0},   {1000, 3000, 2000, 32768}, {-1000, 1000, 0, 32768},
         {5, 5, 4095, 4095}, // no range: as if none had been set
     };
-    for (const auto& c : cases) {
+    for (const auto& [black, white, sample, expected] : cases) {
         Image image(3, 2, Image::Grey16);
-        image.setDisplayRange(c.black, c.white);
-        reinterpret_cast<quint16*>(image.line(1))[2] = c.sample;
+        image.setDisplayRange(black, white);
+        reinterpret_cast<quint16*>(image.line(1))[2] = sample;
         const QImage shown = ImageConverters::makeQImage(image);
         ASSERT_EQ(shown.format(), QImage::Format_Grayscale16);
-        EXPECT_EQ(reinterpret_cast<const quint16*>(shown.constScanLine(1))[2], c.shown)
-            << c.black << ".." << c.white << ": " << c.sample;
+        EXPECT_EQ(reinterpret_cast<const quint16*>(shown.constScanLine(1))[2], expected)
+            << black << ".." << white << ": " << sample;
     }
 }
 

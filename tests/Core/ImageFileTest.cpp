@@ -8,7 +8,6 @@
 #include <array>
 
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 
@@ -186,11 +185,8 @@ TEST(ImageFile, SignedGreysKeepTheirOrderAndAreKnownAsSigned) {
 
 TEST(ImageFile, SamplesThatCannotBeShownAreRefusedByName) {
     const QString path = inFolder("samples.tif");
-    const struct {
-        Samples samples;
-        int photometric;
-        const char* reason; // null: it is taken
-    } cases[] = {
+    // No reason: it is taken.
+    const std::tuple<Samples, int, const char*> cases[] = {
         {{1, 8, 1}, 1, nullptr},
         {{1, 16, 1}, 1, nullptr},
         {{4, 16, 1}, 1, nullptr},
@@ -206,16 +202,16 @@ TEST(ImageFile, SamplesThatCannotBeShownAreRefusedByName) {
         {{2, 16, 3}, 2, "signed numbers of 16 bits"},
         {{2, 16, 1}, 0, "signed numbers of 16 bits"}, // white is zero
     };
-    for (const auto& each : cases) {
+    for (const auto& [samples, photometric, reason] : cases) {
         for (const auto order : {QDataStream::LittleEndian, QDataStream::BigEndian}) {
-            writeFile(path, tiff({{4, 3}}, {each.samples}, {}, each.photometric, order));
+            writeFile(path, tiff({{4, 3}}, {samples}, {}, photometric, order));
             vlr::ImageInfo info;
             QImage image;
-            EXPECT_EQ(vlr::readImageInfo(path, info).isNull(), each.reason == nullptr);
-            if (each.reason)
-                expectUnreadable(path, each.reason);
+            EXPECT_EQ(vlr::readImageInfo(path, info).isNull(), reason == nullptr);
+            if (reason)
+                expectUnreadable(path, reason);
             else
-                EXPECT_EQ(vlr::readImage(path, image), CaError::nullError) << each.samples[0];
+                EXPECT_EQ(vlr::readImage(path, image), CaError::nullError) << samples[0];
         }
     }
 }

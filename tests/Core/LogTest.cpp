@@ -1,5 +1,4 @@
 #include "CoreTest.h"
-#include "Log/vlrLog.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
@@ -13,10 +12,7 @@
 #include <thread>
 
 using namespace vlrTest;
-using testing::EndsWith;
-using testing::HasSubstr;
 using vlr::Log;
-using vlr::LogLevel;
 
 namespace {
 
@@ -197,7 +193,7 @@ TEST(Log, OwnStreamReplacesStandardError) {
     const std::string error = testing::internal::GetCapturedStderr();
     EXPECT_EQ(plain.str(), "first\nline");
     EXPECT_EQ(prefixed.str(), "INFO a.cpp:7: second\n    line\n");
-    EXPECT_THAT(error, testing::Not(testing::AnyOf(HasSubstr("first"), HasSubstr("second"))));
+    EXPECT_THAT(error, Not(testing::AnyOf(HasSubstr("first"), HasSubstr("second"))));
     EXPECT_THAT(error, HasSubstr("third"));
     EXPECT_THAT(logFile(), HasSubstr("first\n    line\n"));
 }

@@ -1,6 +1,5 @@
 #include "IO/IOManager.h"
 #include "PatientStoreTest.h"
-#include "Settings/vlrSettings.h"
 
 // What can happen to a repository in a file.
 

@@ -1,17 +1,9 @@
-#include "Data/DataItem.h"
-#include "Data/Patient.h"
-#include "IO/DataIOManager.h"
-#include "IO/PatientStore.h"
-#include "Settings/vlrSettings.h"
-#include "Support/PostgresServer.h"
-#include "Support/TestEnvironment.h"
+#include "PatientStoreTest.h"
 
-#include <QtSql/QSqlQuery>
+#include "IO/PatientStore.h"
 
 #include <atomic>
 #include <condition_variable>
-#include <gmock/gmock.h>
-#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -19,18 +11,12 @@ using testing::HasSubstr;
 
 namespace {
 
-class PatientServerTest : public testing::Test {
-protected:
+struct PatientServerTest : PatientStoreTest {
     void SetUp() override {
-        if (!m_server.isInstalled())
+        if (!useServer())
             GTEST_SKIP() << vlrTest::PostgresServer::isMissing;
-        m_server.start();
-        ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/PatientRepository"),
-                                     m_server.url()),
-                  CaError::nullError);
         m_patient->setPatientId(QStringLiteral("1"));
     }
-    ~PatientServerTest() override { DataIOManager::closeRepository(); }
 
     CaError storeAs(const char* name) {
         m_patient->setName(QString::fromLatin1(name));
@@ -38,12 +24,10 @@ protected:
     }
     QString storedName() {
         DataIOManager::closeRepository();
-        DataPointer<Patient> loaded;
-        EXPECT_EQ(DataIOManager::loadPatient(m_patient->storage().uri, loaded), CaError::nullError);
+        const auto loaded = reloaded(m_patient);
         return loaded ? loaded->name() : QString();
     }
 
-    vlrTest::PostgresServer m_server;
     DataPointer<Patient> m_patient{new Patient};
 };
 
@@ -62,51 +46,47 @@ void tryInTime(CaError& error, const std::function<void()>& attempt) {
 
 TEST_F(PatientServerTest, AServerThatComesBackIsUsedAgain) {
     ASSERT_EQ(storeAs("Before"), CaError::nullError);
-    m_server.kill();
+    m_server->kill();
     vlrTest::expectLog(vlr::LogLevel::Warning, "its server disconnected");
     EXPECT_THAT(storeAs("Typed").text(), HasSubstr("Unable to connect"));
-    m_server.start();
+    m_server->start();
     EXPECT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
     EXPECT_EQ(storedName(), QStringLiteral("Typed"));
 
     // Nobody has to fail first where the server was restarted meanwhile.
-    m_server.kill();
-    m_server.start();
+    m_server->kill();
+    m_server->start();
     EXPECT_EQ(storeAs("After"), CaError::nullError);
     EXPECT_EQ(storedName(), QStringLiteral("After"));
 
     const DataPointer<DataItem> item(new DataItem);
-    item->setBinaryPart(QStringLiteral("part"), "bytes");
-    ASSERT_EQ(m_patient->addChild(item, false), CaError::nullError);
-    ASSERT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
-    DataPointer<Patient> loaded;
-    ASSERT_EQ(DataIOManager::loadPatient(m_patient->storage().uri, loaded), CaError::nullError);
-    m_server.kill();
-    m_server.start();
-    QByteArray bytes;
-    EXPECT_EQ(loaded->child(0)->binaryPart(QStringLiteral("part"), bytes), CaError::nullError);
-    EXPECT_EQ(bytes, "bytes");
+    item->setBinaryPart(part, "bytes");
+    add(m_patient, item);
+    store(m_patient);
+    const auto loaded = reloaded(m_patient);
+    m_server->kill();
+    m_server->start();
+    EXPECT_EQ(bytesOf(loaded->child(0)), "bytes");
 }
 
 TEST_F(PatientServerTest, APartThatIsTooLargeForAServerIsNamedAndNothingChanges) {
-    const QString name = QStringLiteral("part");
     const DataPointer<DataItem> item(new DataItem);
-    item->setBinaryPart(name, "bytes");
-    ASSERT_EQ(m_patient->addChild(item, false), CaError::nullError);
+    item->setBinaryPart(part, "bytes");
+    add(m_patient, item);
     ASSERT_EQ(storeAs("Before"), CaError::nullError);
-    item->setBinaryPart(name, QByteArray(600 << 20, Qt::Uninitialized));
+    item->setBinaryPart(part, QByteArray(600 << 20, Qt::Uninitialized));
     const std::string error = storeAs("After").text();
-    EXPECT_THAT(error, HasSubstr("The part \"part\" with 629145600 bytes"));
+    EXPECT_THAT(error, HasSubstr("The part \"pixels\" with 629145600 bytes"));
     EXPECT_THAT(error, HasSubstr("a server takes at most"));
     EXPECT_TRUE(DataIOManager::hasUnstoredChanges(m_patient));
     EXPECT_EQ(storedName(), QStringLiteral("Before"));
-    item->setBinaryPart(name, "fewer");
+    item->setBinaryPart(part, "fewer");
     EXPECT_EQ(DataIOManager::storePatient(m_patient), CaError::nullError);
 }
 
 TEST_F(PatientServerTest, ALockIsNotWaitedForForEver) {
     ASSERT_EQ(storeAs("Before"), CaError::nullError);
-    QSqlDatabase other = m_server.connection(QStringLiteral("other"));
+    QSqlDatabase other = m_server->connection(QStringLiteral("other"));
     ASSERT_TRUE(other.open());
     QSqlQuery lock(other);
     ASSERT_TRUE(lock.exec(QStringLiteral("BEGIN")) &&
@@ -127,7 +107,7 @@ TEST_F(PatientServerTest, WorkstationsThatStartAtOnceAgreeOnTablesAndIds) {
     std::atomic<int> refused{0};
     std::vector<std::thread> threads;
     for (int number = 0; number < workstations; ++number)
-        threads.emplace_back([&, number, url = m_server.url()] {
+        threads.emplace_back([&, number, url = m_server->url()] {
             CaError error;
             std::unique_ptr<vlr::PatientStore> store;
             tryInTime(error, [&] { store = vlr::PatientStore::open(url, error); });

@@ -3,10 +3,8 @@
 #include "Documents/TreeXml.h"
 #include "IO/IOManager.h"
 #include "IO/PatientStore.h"
-#include "Settings/vlrSettings.h"
 #include "Support/RecordChecks.h"
 
-#include <functional>
 #include <new>
 
 // Above all what could cost a patient's data while every call reports success.
@@ -45,19 +43,10 @@ private:
 };
 
 // What has to hold for a file and for a server.
-class EveryPatientStoreTest : public PatientStoreTest,
-                              public testing::WithParamInterface<const char*> {
-protected:
+struct EveryPatientStoreTest : PatientStoreTest, testing::WithParamInterface<const char*> {
     void SetUp() override {
-        if (QLatin1String(GetParam()) == QLatin1String("file"))
-            return;
-        m_server = std::make_unique<vlrTest::PostgresServer>();
-        if (!m_server->isInstalled())
+        if (QLatin1String(GetParam()) != QLatin1String("file") && !useServer())
             GTEST_SKIP() << vlrTest::PostgresServer::isMissing;
-        m_server->start();
-        ASSERT_EQ(vlr::Settings::set(QStringLiteral("Velora/Application/PatientRepository"),
-                                     m_server->url()),
-                  CaError::nullError);
     }
 };
 

@@ -6,7 +6,6 @@
 #include "Support/PostgresServer.h"
 
 #include <QtCore/QStandardPaths>
-#include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
 #include <memory>
@@ -19,9 +18,19 @@ inline QString databasePath() {
 }
 
 /// With the repository that patients are stored in: a file, or that of a server.
-class PatientStoreTest : public testing::Test {
-protected:
+struct PatientStoreTest : testing::Test {
     ~PatientStoreTest() override { DataIOManager::closeRepository(); }
+
+    // Instead of the file. False where none is installed.
+    bool useServer() {
+        m_server = std::make_unique<vlrTest::PostgresServer>();
+        if (!m_server->isInstalled())
+            return false;
+        m_server->start();
+        const QString key = QStringLiteral("Velora/Application/PatientRepository");
+        EXPECT_EQ(vlr::Settings::set(key, m_server->url()), CaError::nullError);
+        return true;
+    }
 
     // In the repository, past the library.
     QVariant sql(const char* statement) const {

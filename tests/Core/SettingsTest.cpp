@@ -1,6 +1,5 @@
 #include "CoreTest.h"
 #include "Settings/SettingKey.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QLockFile>
@@ -8,7 +7,6 @@
 #include <cmath>
 
 using namespace vlrTest;
-using vlr::LogLevel;
 using vlr::Settings;
 
 namespace {

@@ -3,7 +3,6 @@
 #include "Data/DataTreeNode.h"
 #include "Support/TestEnvironment.h"
 
-#include <gmock/gmock.h>
 #include <random>
 
 namespace {

@@ -6,7 +6,6 @@
 #include <QtCore/QStringList>
 
 #include <functional>
-#include <string>
 
 /// Numbered cases, done by an act in a process of its own. One that crashes the process or does not
 /// end is reported by its number, and another process goes on behind it.

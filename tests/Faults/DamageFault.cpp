@@ -11,11 +11,6 @@
 #include "Fuzz/Targets.h"
 
 #include "Files/DurableFile.h"
-#include "IO/DataIOManager.h"
-
-#include <QtCore/QDir>
-
-#include <algorithm>
 
 namespace {
 

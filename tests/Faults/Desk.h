@@ -3,16 +3,18 @@
 #include "Cases.h"
 
 #include "AppBase/QtAppModule.h"
+#include "Base/QtCaProgressMonitor.h"
 #include "Data/Patient.h"
 #include "DataUtils/DataFactory.h"
 #include "DataUtils/QtPatientConfigurationWidget.h"
+#include "Support/CommandLine.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QDialog>
 
-#include <functional>
 #include <utility>
 
 // What the kinds of fault share that do things to windows.
@@ -42,6 +44,18 @@ private:
     QTimer m_timer;
 };
 
+/// An operation of a tenth of a second, with its dialog over the window.
+inline void showProgress(QWidget* window, const char* label) {
+    QtCaProgressMonitor::attach(window);
+    CaProgressMonitor& progress = *CaProgressMonitor::getInstance();
+    progress.setMinimumDuration(0);
+    progress.start(label, 0, true, true, 1);
+    QElapsedTimer time;
+    for (time.start(); !time.hasExpired(100);)
+        progress.tick();
+    progress.end();
+}
+
 inline void linkPatientForm() {
     createQtPatientConfigurationWidgetFactory();
     linkDataToWidget(Patient::className, "QtPatientConfigurationWidget", "",
@@ -62,13 +76,6 @@ public:
 
 private:
     QPointer<QWidget> m_view;
-};
-
-/// What a program is started with.
-struct CommandLine {
-    int count = 1;
-    char name[10] = "vlrFaults";
-    char* words[2] = {name, nullptr};
 };
 
 /// All cases of the act, of which none may end with a text that says `badness`, crash or go on for

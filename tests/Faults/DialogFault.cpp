@@ -12,20 +12,16 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/Settings/SettingsConflictDialog.h"
 #include "AppBase/Settings/SettingsKeyDialog.h"
-#include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMsgBox.h"
 #include "Data/Study.h"
 #include "DataUtils/QtStudyConfigurationWidget.h"
 #include "Documents/TreeXml.h"
-#include "IO/DataIOManager.h"
 #include "Log/vlrLog.h"
 #include "Patients/StoredVersion.h"
-#include "Settings/vlrSettings.h"
 #include "Tracking/TrackingOptionsWidget.h"
 #include "Widgets/vlrImageWidget.h"
 
 #include <QtCore/QDirIterator>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QScopedValueRollback>
 #include <QtTest/QTest>
 #include <QtWidgets/QAbstractItemView>
@@ -73,7 +69,7 @@ struct Workplace {
     QtAppMainWindow* window() { return application.getMainWindow(); }
     [[nodiscard]] Fingerprint fingerprint() const;
 
-    CommandLine line;
+    vlrTest::CommandLine line;
     AppBaseImpl* impl = new AppBaseImpl(line.count, line.words, true, false);
     AppBase application{line.count, line.words, impl};
     DataPointer<AppBaseConfig> config = impl->config();
@@ -140,17 +136,6 @@ void askForKey(Workplace& place) {
                                  place.window());
 }
 
-void showProgress(Workplace& place) {
-    QtCaProgressMonitor::attach(place.window());
-    CaProgressMonitor::getInstance()->setMinimumDuration(0);
-    CaProgressMonitor::getInstance()->start("Working ", 0, true, true, 1);
-    QElapsedTimer time;
-    time.start();
-    while (!time.hasExpired(100))
-        CaProgressMonitor::getInstance()->tick();
-    CaProgressMonitor::getInstance()->end();
-}
-
 // The name that was given is what the dialog starts with the next time, also if it was none.
 void saveImage(Workplace& place) {
     auto* widget = new vlr::ImageWidget(place.window());
@@ -193,7 +178,7 @@ constexpr DialogEntry dialogs[] = {
      },
      true},
     {"message", [](Workplace&) { VLR_LOG(UserError) << "A message for the user"; }, false, false},
-    {"progress", &showProgress},
+    {"progress", [](Workplace& p) { showProgress(p.window(), "Working "); }},
     {"file of an image", &saveImage, true},
     {"file of a recording",
      [](Workplace& p) {

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "Fault.h"
+#include "IO/DataIOManager.h"
+#include "Settings/vlrSettings.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QStringList>
 
+#include <algorithm>
 #include <stdexcept>
 
 /// The entry of the table with this name; throws for none.

@@ -25,10 +25,8 @@
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPushButton>
 
-#include <algorithm>
 #include <atomic>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -9,15 +9,10 @@
 
 #include "Documents/TreeXml.h"
 #include "Fuzz/Input.h"
-#include "IO/DataIOManager.h"
-#include "Settings/vlrSettings.h"
 #include "Tracking/ToolGeometry.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtCore/QTextCodec>
 
-#include <algorithm>
 #include <ctime>
 #include <malloc.h>
 

@@ -14,10 +14,8 @@
 #include <QtCore/QtEndian>
 #include <QtGui/QImageWriter>
 
-#include <algorithm>
 #include <cstdio>
 #include <malloc.h>
-#include <stdexcept>
 
 namespace {
 

@@ -5,16 +5,13 @@
 #include "Storer.h"
 
 #include "AppBase/AppBase.h"
-#include "IO/DataIOManager.h"
+#include "Support/CommandLine.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QSet>
 #include <QtCore/QThread>
 #include <QtCore/QTimer>
-
-#include <algorithm>
 
 namespace {
 
@@ -93,10 +90,8 @@ void faultKill(Report& report) {
 
 // A program that is started, looks for its patients and quits.
 int actStart(const QStringList&) {
-    int argumentCount = 1;
-    char name[] = "vlrFaults";
-    char* arguments[] = {name, nullptr};
-    AppBase application(argumentCount, arguments);
+    vlrTest::CommandLine line;
+    AppBase application(line.count, line.words);
     application.launchSplashScreen();
     QTimer::singleShot(0, &application, [&application] {
         std::vector<vlr::URI> patients;

@@ -5,9 +5,6 @@
 #include "Storer.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
 
 namespace {

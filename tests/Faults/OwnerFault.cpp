@@ -25,10 +25,8 @@
 #include <QtCore/QRandomGenerator>
 #include <QtWidgets/QProgressDialog>
 
-#include <algorithm>
 #include <memory>
 #include <set>
-#include <vector>
 
 namespace {
 
@@ -41,8 +39,7 @@ World* world = nullptr; // of the schedule that runs
 void disturb();
 constexpr auto disturbed = [](auto&&...) { disturb(); };
 
-class TestControl : public vlr::Control {
-public:
+struct TestControl : vlr::Control {
     explicit TestControl(const std::string& name) : Control(name) {}
     ~TestControl() override {
         if (widget && !widget->parent())
@@ -53,9 +50,10 @@ public:
     void release() override {
         if (widget)
             widget->setParent(nullptr);
-        disturb();
+        onRelease();
     }
     QPointer<QWidget> widget = new QWidget;
+    std::function<void()> onRelease = &disturb;
 };
 
 struct Observer {
@@ -391,7 +389,42 @@ World::~World() {
     world = nullptr;
 }
 
+// --- what schedules seldom come to, in words of what is wrong
+
+std::string controlTakesTheWidgetOfTheNextOne() {
+    QtAppMainWindow window(nullptr, nullptr, Qt::Window);
+    TestControl control("Control");
+    auto* const list = vlr::ControlList::instance();
+    const bool isPlaced =
+        list->addControl(&control) && list->occupyResource(&control, control.widget);
+    const QPointer<QWidget> next = new QWidget;
+    control.onRelease = [&] { delete next.data(); };
+    window.occupyWindow(static_cast<QtAppModuleProxy*>(nullptr), next);
+    list->removeControl(&control);
+    return isPlaced && !next ? "" : "the control has lost no place";
+}
+
+std::string moduleEndsTouchScreenModeWhileTheWindowGoes() {
+    const QPointer<QtAppMainWindow> window = new QtAppMainWindow(nullptr, nullptr, Qt::Window);
+    window->setTouchScreenMode(true);
+    auto* const list = new QtModuleList(window, window);
+    auto* const module = new DeskModule(QStringLiteral("Module"));
+    list->registerModule(module);
+    bool hasLeft = false;
+    module->onSwitch = [&] {
+        hasLeft = true;
+        window->setTouchScreenMode(false);
+    };
+    delete window.data();
+    return hasLeft ? "" : "the module was not left";
+}
+
 std::string schedule(long seed) {
+    if (seed == 0) // Before the first one, and in a process that is still empty.
+        for (const auto& play :
+             {&controlTakesTheWidgetOfTheNextOne, &moduleEndsTouchScreenModeWhileTheWindowGoes})
+            if (const std::string wrong = play(); !wrong.empty())
+                return wrong;
     World one(static_cast<quint32>(seed));
     for (int i = 0; i < stepsPerSchedule; ++i)
         one.act();
@@ -411,5 +444,6 @@ void faultOwners(Report& report) {
     const long schedules = report.extent(300, 10000);
     report.done(std::to_string(schedules) + " random schedules of " +
                 std::to_string(stepsPerSchedule) + " operations, seeds from 0");
-    demandCases(report, "owners", static_cast<std::size_t>(schedules), "dangling controls");
+    demandCases(report, "owners", static_cast<std::size_t>(schedules),
+                "dangling controls, owners that nobody told");
 }

@@ -15,21 +15,15 @@
 #include "Base/QtQuadView.h"
 #include "Common/Selector.h"
 #include "Files/PatientFile.h"
-#include "IO/DataIOManager.h"
-#include "Log/vlrLog.h"
 #include "Settings/SettingsWatch.h"
-#include "Settings/vlrSettings.h"
 #include "Widgets/vlrImageWidget.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QShortcut>
 #include <QtWidgets/QSplashScreen>
 #include <QtWidgets/QVBoxLayout>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -241,7 +235,7 @@ using Sights = std::map<QString, double>;
 // A start, some work and an end with these settings: what was seen of each of them.
 Sights session(const QByteArray& settings) {
     writeSettings(settings);
-    CommandLine line;
+    vlrTest::CommandLine line;
     AppBase application(line.count, line.words);
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     Session session(application);

@@ -5,17 +5,11 @@
 
 #include "Storer.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QDirIterator>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sched.h>
-#include <stdexcept>
-#include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>

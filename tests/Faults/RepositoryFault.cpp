@@ -8,17 +8,11 @@
 #include "Victims.h"
 
 #include "AppBase/AppBase.h"
-#include "IO/DataIOManager.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
-
-#include <algorithm>
 
 namespace {
 
@@ -315,7 +309,7 @@ std::vector<Case> allCases(bool isLong) {
 
 std::string go(const Case& one) {
     nameCase(std::string(one.harm.name) + ", " + one.way.name);
-    CommandLine line;
+    vlrTest::CommandLine line;
     AppBase application(line.count, line.words);
     linkPatientForm();
     Session session{one.harm};

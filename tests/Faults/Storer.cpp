@@ -2,16 +2,12 @@
 
 #include "Faults.h"
 
-#include "IO/DataIOManager.h"
-
 #include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
 
 #include <csignal>
 #include <cstdio>
 #include <dlfcn.h>
 #include <grp.h>
-#include <stdexcept>
 #include <sys/resource.h>
 #include <unistd.h>
 

@@ -3,9 +3,9 @@
 #include "Faults.h"
 
 #include "Desk.h"
+#include "Navigation/HandTracker.h"
 #include "QuietLog.h"
 
-#include "Tools/SurgicalToolBox.h"
 #include "Tracking/OpenIGTLinkClient.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 #include "Widgets/QtRigidVisibilityWidget.h"
@@ -14,11 +14,11 @@
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QTest>
 
-#include <algorithm>
 #include <atomic>
 #include <limits>
-#include <optional>
 #include <thread>
+
+using vlrTest::fourMarkers;
 
 namespace {
 
@@ -26,63 +26,23 @@ constexpr int stepsPerCase = 100;
 constexpr std::chrono::milliseconds pollInterval(100); // of the widgets
 constexpr int mostPolls = 2;
 constexpr int patience = 60000; // milliseconds
-
-const vlr::ToolGeometry pointer{"Pointer", {{0, 0, 0}, {50, 0, 0}, {0, 40, 0}, {60, 70, 0}}};
-vlr::TrackingTime handTime{std::chrono::hours(1)}; // moves at the polls only
+const std::string name = fourMarkers().name;
 
 std::vector<Vector3d> markers(int hidden, const Vector3d& hiddenAt = vlr::hiddenPosition()) {
     std::vector<Vector3d> all;
-    for (const Vector3d& marker : pointer.markers)
+    for (const Vector3d& marker : fourMarkers().markers)
         all.push_back(marker + Vector3d(100, -50, -1400));
     std::fill_n(all.begin(), hidden, hiddenAt);
     return all;
 }
 
-// Says what it is told to say, and may change its mind while it is asked.
-class HandSource : public vlr::TrackingSource {
-public:
-    CaError start() override { return CaError::nullError; }
-    void stop() override {}
-    std::shared_ptr<const vlr::TrackingSnapshot> latest() override {
-        const auto answer = TrackingSource::latest();
-        if (const auto harm = std::exchange(whileAsked, nullptr))
-            harm();
-        return answer;
-    }
-    // Without markers it knows of no tool.
-    void tell(const std::optional<std::vector<Vector3d>>& seen, bool isConnected = true) {
-        const auto snapshot = std::make_shared<vlr::TrackingSnapshot>();
-        snapshot->isConnected = isConnected;
-        if (seen) {
-            vlr::TrackingMeasurement measurement;
-            measurement.tool = pointer.name;
-            measurement.time = handTime;
-            measurement.markers = *seen;
-            measurement.number = ++m_count;
-            snapshot->tools[pointer.name].markers = measurement;
-        }
-        publish(snapshot);
-    }
-
-    std::function<void()> whileAsked;
-
-private:
-    std::uint64_t m_count = 0;
-};
-
 // The widgets of an application, polled by hand.
-struct Scene {
+struct Scene : vlrTest::HandBox {
     Scene() {
-        connectSource();
-        SurgicalTool* const tool = box->addTool(pointer);
         (void)group.addRigid(tool);
         widget.setSurgicalTool(tool, false);
     }
-    void connectSource() {
-        auto made = std::make_unique<HandSource>();
-        source = made.get();
-        (void)box->connectTo(std::move(made));
-    }
+    void see(const std::vector<Vector3d>& seen) { source->setMarkers(name, seen); }
     [[nodiscard]] QList<QtRigidVisibilityWidget*> widgets() {
         return group.findChildren<QtRigidVisibilityWidget*>() << &widget;
     }
@@ -91,20 +51,17 @@ struct Scene {
             QMetaObject::invokeMethod(each, "update");
     }
     void poll() {
-        handTime += pollInterval;
+        time.advance(pollInterval);
         updateWidgets();
         QMetaObject::invokeMethod(&group, "updateSL");
     }
     [[nodiscard]] bool showsPointer() {
-        SurgicalTool* const tool = box ? box->getTool(pointer.name) : nullptr;
+        SurgicalTool* const shown = box ? box->getTool(name) : nullptr;
         const auto all = widgets();
-        return (tool && tool->getRigidBody()->hasPose()) ||
+        return (shown && shown->getRigidBody()->hasPose()) ||
                std::any_of(all.begin(), all.end(), [](auto* each) { return each->isVisible(); });
     }
 
-    std::unique_ptr<SurgicalToolBox> box =
-        std::make_unique<SurgicalToolBox>([] { return handTime; });
-    HandSource* source = nullptr; // of the box
     QtDRBVisibilityBox group{nullptr};
     QtRigidVisibilityWidget widget{nullptr};
 };
@@ -117,24 +74,24 @@ struct Harm {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-const Harm harms[] = {
-    {"connection lost", false, [](Scene& s) { s.source->tell(markers(0), false); }},
-    {"all markers hidden", false, [](Scene& s) { s.source->tell(markers(4)); }},
-    {"two markers hidden", false, [](Scene& s) { s.source->tell(markers(2)); }},
-    {"markers that are no numbers", false,
-     [](Scene& s) { s.source->tell(markers(3, Vector3d(nan, nan, nan))); }},
-    {"no marker told", false, [](Scene& s) { s.source->tell(std::vector<Vector3d>()); }},
-    {"tool not told", false, [](Scene& s) { s.source->tell({}); }},
-    {"silence", false, [](Scene&) { handTime += vlr::freshFor; }},
-    {"another source", true, [](Scene& s) { s.connectSource(); }},
-    {"source taken away", true, [](Scene& s) { s.box->disconnect(); }},
-    {"tool unplugged", true, [](Scene& s) { (void)s.box->removeTool(pointer.name); }},
-    {"tool box destroyed", true, [](Scene& s) { s.box.reset(); }}};
+const Harm harms[] = {{"connection lost", false, [](Scene& s) { s.source->setConnected(false); }},
+                      {"all markers hidden", false, [](Scene& s) { s.see(markers(4)); }},
+                      {"two markers hidden", false, [](Scene& s) { s.see(markers(2)); }},
+                      {"markers that are no numbers", false,
+                       [](Scene& s) { s.see(markers(3, Vector3d(nan, nan, nan))); }},
+                      {"no marker told", false, [](Scene& s) { s.see(std::vector<Vector3d>()); }},
+                      {"tool not told", false, [](Scene& s) { s.source->forgetTools(); }},
+                      {"silence", false, [](Scene& s) { s.time.advance(vlr::freshFor); }},
+                      {"another source", true, [](Scene& s) { s.connectSource(); }},
+                      {"source taken away", true, [](Scene& s) { s.box->disconnect(); }},
+                      {"tool unplugged", true, [](Scene& s) { (void)s.box->removeTool(name); }},
+                      {"tool box destroyed", true, [](Scene& s) { s.box.reset(); }}};
 
 std::string step(std::unique_ptr<Scene>& scene, QRandomGenerator& random) {
     if (!scene)
         scene = std::make_unique<Scene>();
-    scene->source->tell(markers(0));
+    scene->source->setConnected(true);
+    scene->see(markers(0));
     scene->poll();
     if (!scene->showsPointer())
         return "the tool is not found";
@@ -169,8 +126,8 @@ std::string flicker() {
     std::atomic<bool> goesOn{true};
     std::thread thread([&] {
         for (int i = 0; goesOn || i < 10; ++i)
-            scene.source->tell(markers(i % 5));
-        scene.source->tell(markers(4));
+            scene.see(markers(i % 5));
+        scene.see(markers(4));
     });
     for (int i = 0; i < 20; ++i)
         scene.updateWidgets();
@@ -199,7 +156,7 @@ std::string killServers(int kills) {
     options.host = QStringLiteral("127.0.0.1");
     options.firstPause = options.longestPause = std::chrono::milliseconds(20);
     QtDRBVisibilityBox group(nullptr);
-    (void)group.addRigid(box.addTool(pointer));
+    (void)group.addRigid(box.addTool(fourMarkers()));
     (void)box.connectTo(std::make_unique<vlr::OpenIGTLinkClient>(options));
     bool isSeen = false;
     int pollsSeen = 0;

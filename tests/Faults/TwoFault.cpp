@@ -6,13 +6,11 @@
 #include "Victims.h"
 
 #include "DataUtils/FreePatientId.h"
-#include "IO/DataIOManager.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QThread>
 
-#include <algorithm>
 #include <cstdio>
 
 namespace {

@@ -5,8 +5,6 @@
 #include "Data/DataItem.h"
 #include "Data/Study.h"
 #include "Files/DurableFile.h"
-#include "IO/DataIOManager.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QStandardPaths>
 

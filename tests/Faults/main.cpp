@@ -6,10 +6,6 @@
 
 #include "Faults.h"
 
-#include "Settings/vlrSettings.h"
-
-#include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtWidgets/QApplication>
 
@@ -17,8 +13,6 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
-#include <stdexcept>
-#include <string>
 
 namespace {
 

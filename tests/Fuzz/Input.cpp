@@ -1,8 +1,6 @@
 #include "Input.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
 
 #include <cstdio>

@@ -4,15 +4,12 @@
 #include "AppBase/Dialogs/QtAppBaseConfigWidget.h"
 #include "AppBase/Dialogs/QtModuleConfigWidget.h"
 #include "AppBase/QtModuleList.h"
-#include "Base/QtMessageLine.h"
-#include "Data/Study.h"
-#include "Gui/GuiTest.h"
+#include "AppBase/Settings/vlrSettingsEditorDialog.h"
+#include "Gui/AppBaseTest.h"
 
 #include <QtCore/QFileInfo>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QColorDialog>
-#include <QtWidgets/QComboBox>
-#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QTabWidget>
 
 using namespace vlrTest;
@@ -39,8 +36,7 @@ public:
 
 VLR_REGISTER_DATA_WIDGET(CountingWidget, )
 
-class ConfigDialogTest : public WindowTest {
-protected:
+struct ConfigDialogTest : WindowTest {
     ConfigDialogTest() {
         createQtAppBaseConfigWidgetFactory();
         linkDataToWidget("AppBaseConfig", "QtAppBaseConfigWidget", "", 4, "");
@@ -207,7 +203,7 @@ TEST_F(ConfigDialogTest, TheChosenShowModeBecomesTheSetting) {
     const auto buttons = colorButtons(*dialog);
     EXPECT_EQ(buttons[1]->y(), buttons[0]->y()) << "as the views stand";
     EXPECT_GT(buttons[1]->x(), buttons[0]->x());
-    expectLog(vlr::LogLevel::UserError, "The show mode could not be stored in the settings.\n");
+    expectLog(LogLevel::UserError, "The show mode could not be stored in the settings.\n");
     const ReadOnlyFolder closed(QFileInfo(vlr::Settings::filePath()).path());
     click(*dialog, "ok");
     EXPECT_EQ(config->showMode(), AppBaseConfig::Normal) << "the rest is done";
@@ -273,6 +269,154 @@ TEST_F(ConfigDialogTest, AboutShowsTheBuild) {
     EXPECT_THAT(information.buildTime.toStdString(),
                 testing::MatchesRegex("20[0-9-]{8} [0-9:]{8} UTC"));
     EXPECT_EQ(QtAboutDialog::text({}), "This Dialog was compiled without version information."_s);
+}
+
+// --- the configuration of an application
+
+// The names below are in the files of every installation.
+const QByteArray configurationByHand = R"(<?xml version="1.0" encoding="UTF-8"?>
+<vlr version="1">
+  <data class="Configuration" id="AppBaseConfiguration">
+    <data class="AppBaseConfig" id="AppBaseConfiguration">
+      <attribute name="m_touchScreenModeEnabled" value="1"/>
+      <attribute name="m_showMode" value="0"/>
+      <data class="MainWindowConfig" id="MainWindowConfig">
+        <attribute name="m_innerLayout" value="3"/>
+        <attribute name="m_outerLayout" value="1"/>
+        <data class="QuadViewConfig" id="QuadViewConfig">
+          <attribute name="Red_1" value="10"/>
+          <attribute name="Green_1" value="20"/>
+          <attribute name="Blue_1" value="30"/>
+          <attribute name="m_holdDownTime" value="77"/>
+        </data>
+      </data>
+    </data>
+  </data>
+</vlr>
+)";
+
+TEST_F(AppBaseTest, AConfigurationWrittenByHandIsUnderstoodAndStoredAgain) {
+    writeFile(configuration(), configurationByHand);
+    AppBase& application = app();
+    Announcements announced(application);
+    EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Minimized);
+    const auto window = impl->config()->mainWindowConfig();
+    EXPECT_EQ(window->outerLayoutDirection(), MainWindowConfig::RightLeft);
+    EXPECT_EQ(window->quadViewConfig()->resourceColor(1), QColor(10, 20, 30));
+    EXPECT_EQ(window->quadViewConfig()->resourceColor(0), QColor(Qt::yellow));
+    EXPECT_EQ(window->quadViewConfig()->holdDownTime(), 77);
+
+    // The inner direction is in force from the start; the show mode is the setting's affair.
+    EXPECT_EQ(controlLayout(*application.getMainWindow())->direction(), QBoxLayout::BottomToTop);
+    runUntil([&] { EXPECT_FALSE(application.getMainWindow()->isMinimized()); });
+    EXPECT_EQ(announced.take(), "AppBase::TOUCH_SCREEN_MODE_ON on");
+    EXPECT_FALSE(QGuiApplication::quitOnLastWindowClosed());
+    EXPECT_EQ(QCoreApplication::applicationName(),
+              QFileInfo(QCoreApplication::applicationFilePath()).baseName());
+    endApp();
+
+    const QByteArray stored = readFile(configuration());
+    for (const QByteArray& line : configurationByHand.split('\n'))
+        EXPECT_TRUE(stored.contains(line.trimmed())) << line.constData();
+    app();
+    runUntil();
+    endApp();
+    EXPECT_EQ(readFile(configuration()).toStdString(), stored.toStdString());
+}
+
+TEST_F(AppBaseTest, AChildOfAnotherClassInTheConfigurationGivesTheDefaults) {
+    writeFile(configuration(), R"(<vlr version="1">
+  <data class="Configuration" id="AppBaseConfiguration">
+    <data class="QuadViewConfig" id="AppBaseConfiguration"/>
+  </data>
+</vlr>)");
+    app();
+    EXPECT_EQ(impl->config()->id(), "AppBaseConfiguration"_s);
+    EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Normal);
+}
+
+TEST_F(AppBaseTest, TheFileStaysWithoutConfigurationAndWhereNothingCanBeStored) {
+    writeFile(configuration(), configurationByHand);
+    app(false);
+    EXPECT_EQ(impl->config()->showMode(), AppBaseConfig::Normal) << "not read";
+    runUntil();
+    endApp();
+    EXPECT_EQ(readFile(configuration()), configurationByHand);
+
+    app();
+    expectLog(LogLevel::Error, "AppBaseImpl::run(): Could not store configuration. Reason: ");
+    {
+        const FullDisk fullDisk;
+        EXPECT_EQ(runUntil(), 0);
+    }
+    endApp();
+    EXPECT_EQ(readFile(configuration()), configurationByHand);
+}
+
+TEST_F(AppBaseTest, AConfigurationChangeAppliesShowModeAndTouchScreenMode) {
+    AppBase& application = app();
+    Announcements announced(application);
+    runUntil([&] {
+        announced.take();
+        setting("WindowShowMode", "maximized"_s);
+        for (const char* mode : {"on", "off"}) {
+            impl->config()->setTouchScreenModeEnabled(mode == std::string("on"));
+            impl->config()->notify(Data::CHANGED);
+            EXPECT_EQ(announced.take(), std::string("AppBase::TOUCH_SCREEN_MODE_ON ") + mode);
+        }
+        EXPECT_TRUE(application.getMainWindow()->isMaximized());
+        // Only another mode than the one in force is applied: what the user did to the window
+        // stays.
+        for (const auto& [mode, isMaximized] :
+             {std::pair("maximized"_s, false), std::pair("fullscreen"_s, false),
+              std::pair("maximized"_s, true)}) {
+            application.getMainWindow()->showNormal();
+            setting("WindowShowMode", mode);
+            impl->config()->notify(Data::CHANGED);
+            EXPECT_EQ(application.getMainWindow()->isMaximized(), isMaximized);
+        }
+    });
+}
+
+TEST_F(AppBaseTest, DialogsAreOpenedByTheWindowAndBySystemConfigurationRequest) {
+    AppBase& application = app();
+    application.addModule(new RecordingModule("Plan"_s));
+    QtAppMainWindow* const window = application.getMainWindow();
+    int tabs = -1;
+    // What was accepted is stored at once, and what was not is not.
+    const auto configure = [&](void (QDialog::*leave)()) {
+        inNextDialog<QtConfigDialog>([&, leave](QtConfigDialog& dialog) {
+            tabs = dialog.findChild<QTabWidget*>()->count();
+            (dialog.*leave)();
+        });
+        emit window->configRequest();
+        return QFile::exists(configuration());
+    };
+    EXPECT_FALSE(configure(&QDialog::reject));
+    EXPECT_EQ(tabs, 2);
+    {
+        expectLog(LogLevel::Error, "AppBaseImpl::showConfigDialog(): Could not store");
+        expectLog(LogLevel::UserError, "could not be stored");
+        answerNextMessageBox([](QMessageBox& box) { box.accept(); });
+        const FullDisk fullDisk;
+        EXPECT_FALSE(configure(&QDialog::accept));
+    }
+    EXPECT_TRUE(configure(&QDialog::accept));
+
+    const std::function<void()> ways[] = {[&] { emit window->configFileEditorRequest(); },
+                                          [&] { application.requestSystemConfig(); }};
+    for (const auto& open : ways) {
+        bool opened = false;
+        inNextDialog<vlr::SettingsEditorDialog>([&](vlr::SettingsEditorDialog& dialog) {
+            opened = true;
+            dialog.reject();
+        });
+        testing::internal::CaptureStdout();
+        open();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  "AppBaseImpl::showConfigFileEditorDialog\n");
+        EXPECT_TRUE(opened);
+    }
 }
 
 #include "ConfigDialogTest.moc"

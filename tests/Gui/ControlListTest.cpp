@@ -3,17 +3,13 @@
 #include "Base/QtQuadView.h"
 #include "Gui/GuiTest.h"
 
-#include <QtWidgets/QStackedWidget>
-
 using namespace vlrTest;
-using testing::HasSubstr;
 using vlr::ControlList;
 
 namespace {
 
 // Takes its widgets back as a control should, or, when it is careless, does nothing.
-class TestControl : public vlr::Control {
-public:
+struct TestControl : vlr::Control {
     explicit TestControl(const std::string& name, bool isReady = true)
         : Control(name), valid(isReady), widget(new QLabel(QString::fromStdString(name))) {}
     ~TestControl() override {
@@ -47,8 +43,7 @@ public:
     std::function<void()> onRelease;
 };
 
-class ControlListTest : public WindowTest {
-protected:
+struct ControlListTest : WindowTest {
     ControlListTest() {
         follow("added", &ControlList::controlAdded);
         follow("appeared", &ControlList::controlAppeared);
@@ -89,7 +84,7 @@ protected:
 };
 
 // The line that the last record of the level names.
-int lastLine(vlr::LogLevel level) {
+int lastLine(LogLevel level) {
     int line = -1;
     for (const vlr::LogRecord& record : logRecords())
         if (record.level == level)
@@ -105,9 +100,9 @@ TEST_F(ControlListTest, KeepsControlsByNameInOrder) {
     EXPECT_TRUE(list()->addControl(&first));
     EXPECT_TRUE(list()->addControl(&notReady));
     EXPECT_EQ(take(calls), "added second, added first");
-    expectLog(vlr::LogLevel::Error, "control with name: first already exist");
+    expectLog(LogLevel::Error, "control with name: first already exist");
     EXPECT_FALSE(list()->addControl(&again));
-    EXPECT_EQ(lastLine(vlr::LogLevel::Error), 242);
+    EXPECT_EQ(lastLine(LogLevel::Error), 242);
     EXPECT_STREQ(logRecords().back().file, "libraries/Gui/src/AppBase/vlrControlList");
     EXPECT_EQ(list()->getControl("first"), &first);
     EXPECT_EQ(list()->getNumberOfControls(), 3);
@@ -138,21 +133,21 @@ TEST_F(ControlListTest, RefusesPlacementsInOrderWithTheirMessages) {
         {&notReady, 0, 0, 1, "ControlItem is not valid", 364}};
     for (const auto& [control, position, width, height, message, line] : cases) {
         SCOPED_TRACE(message);
-        expectLog(vlr::LogLevel::Error, message);
+        expectLog(LogLevel::Error, message);
         QWidget* const widget = control ? control->widget.data() : nullptr;
         EXPECT_FALSE(list()->occupyResource(static_cast<ControlList::ResourcePosition>(position),
                                             control, widget, width, height));
-        EXPECT_EQ(lastLine(vlr::LogLevel::Error), line);
+        EXPECT_EQ(lastLine(LogLevel::Error), line);
     }
     EXPECT_TRUE(place(0, first, 0.0F, 1.0F));
     const QPointer<QWidget> stack = list()->getWindow();
     ControlList* const same = list();
     delete list()->getViewer();
-    expectLog(vlr::LogLevel::Error, "No valid controler attached");
+    expectLog(LogLevel::Error, "No valid controler attached");
     EXPECT_FALSE(same->occupyResource(ControlList::UpperLeft, &first, nullptr, 0.5F, 0.5F));
-    expectLog(vlr::LogLevel::Error, "Viewer is not defined.");
+    expectLog(LogLevel::Error, "Viewer is not defined.");
     same->setViewerDimensions({}, {}, {}, {});
-    EXPECT_EQ(lastLine(vlr::LogLevel::Error), 660);
+    EXPECT_EQ(lastLine(LogLevel::Error), 660);
     EXPECT_TRUE(ControlList::instance()->getViewer()) << "made anew";
     EXPECT_EQ(list()->getWindow(), stack);
 }
@@ -186,14 +181,14 @@ TEST_F(ControlListTest, KeepsTheSplitAsThatOfTheUpperLeftView) {
     list()->getViewer()->undoLayout();
     list()->viewerDimensions(r[0], r[1], r[2], r[3]);
     EXPECT_EQ(r[0], QSize(420, 360)) << "undo begins there";
-    expectLog(vlr::LogLevel::Error, "Wrong dimensions:");
+    expectLog(LogLevel::Error, "Wrong dimensions:");
     list()->setViewerDimensions({700, 700}, {700, 300}, {300, 700}, {300, 300});
     EXPECT_EQ(shownUpperLeft(), QSize(420, 360)) << "a refused one is not kept";
 }
 
 TEST_F(ControlListTest, ATakenPaneIsTakenFromAllOfItsControls) {
     addControls();
-    expectLog(vlr::LogLevel::CaError, "Child REMOVED");
+    expectLog(LogLevel::CaError, "Child REMOVED");
     ASSERT_TRUE(place(0, first));
     ASSERT_TRUE(place(0, first)) << "again";
     EXPECT_EQ(pane(0)->contentWidget(), first.widget.data());
@@ -244,7 +239,7 @@ TEST_F(ControlListTest, TheWholeAreaBelongsToOneControl) {
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(first.widget->parent(), nullptr);
 
-    expectLog(vlr::LogLevel::CaError, "Child REMOVED");
+    expectLog(LogLevel::CaError, "Child REMOVED");
     // Whoever holds a pane comes back when the area is empty.
     ASSERT_TRUE(place(0, first));
     ASSERT_TRUE(place(1, second));
@@ -291,8 +286,8 @@ TEST_F(ControlListTest, ShowsAndHidesInTheWindow) {
     QWidget moduleWidget;
     QPointer<QWidget> stack = list()->getWindow();
     window->occupyWindow(nullptr, &moduleWidget);
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "Hide control: first"), 1);
-    EXPECT_EQ(lastLine(vlr::LogLevel::Info), 594);
+    EXPECT_EQ(logCount(LogLevel::Info, "Hide control: first"), 1);
+    EXPECT_EQ(lastLine(LogLevel::Info), 594);
     EXPECT_EQ(take(calls), "current , hidden first, current , hidden notReady");
     EXPECT_EQ(first.releases, 1);
     EXPECT_EQ(stack->parent(), nullptr);
@@ -309,17 +304,17 @@ TEST_F(ControlListTest, ThePressedPaneNamesTheCurrentControl) {
     EXPECT_EQ(take(calls), "current first, current ");
     pane(3)->widgetActivatedSL();
     list()->removeControl(&first);
-    expectLog(vlr::LogLevel::Error, "Control first is not defined.");
+    expectLog(LogLevel::Error, "Control first is not defined.");
     list()->setViewerDimensions({500, 500}, {500, 500}, {500, 500}, {500, 500});
-    EXPECT_EQ(lastLine(vlr::LogLevel::Error), 673);
+    EXPECT_EQ(lastLine(LogLevel::Error), 673);
 }
 
 TEST_F(ControlListTest, AControlThatBecomesInvalidLosesItsPanes) {
     addControls();
     ASSERT_TRUE(place(1, first));
     emit first.becameInvalid(list(), &first);
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "Remove widget: 1"), 1);
-    EXPECT_EQ(lastLine(vlr::LogLevel::Info), 142);
+    EXPECT_EQ(logCount(LogLevel::Info, "Remove widget: 1"), 1);
+    EXPECT_EQ(lastLine(LogLevel::Info), 142);
     EXPECT_EQ(first.releases, 1);
     EXPECT_FALSE(list()->isControlValid("first"));
     EXPECT_EQ(pane(1)->contentWidget(), nullptr);
@@ -349,8 +344,8 @@ TEST_F(ControlListTest, OutlivesAWindowAndIsMadeAnewWhenDestroyed) {
 
 // Controls are careless: they are destroyed without a word, also from within their own release.
 TEST_F(ControlListTest, SurvivesControlsThatGoWhileTheyAreReleased) {
-    expectLog(vlr::LogLevel::Error, "was destroyed without having been removed");
-    expectLog(vlr::LogLevel::Error, "is not in the list.");
+    expectLog(LogLevel::Error, "was destroyed without having been removed");
+    expectLog(LogLevel::Error, "is not in the list.");
     auto* const silent = new TestControl("silent");
     silent->saysGoodbye = false;
     list()->addControl(silent);

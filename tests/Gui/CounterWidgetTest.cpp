@@ -57,7 +57,7 @@ TEST_F(CounterWidgetTest, TheNumberOfFramesCanChange) {
     EXPECT_EQ(looks(counter), "--"); // Its colours are gone, too.
 
     delete counter.layout();
-    expectLog(vlr::LogLevel::Error, "Layout is not defined.");
+    expectLog(LogLevel::Error, "Layout is not defined.");
     counter.setFrameCount(1);
     EXPECT_EQ(looks(counter), "--");
 }

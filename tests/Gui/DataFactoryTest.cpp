@@ -1,21 +1,15 @@
 #include "DataUtils/DataFactory.h"
 
 #include "AppBase/Dialogs/QtModuleConfigWidget.h"
-#include "Base/QtMessageLine.h"
 #include "Data/DataTreeNode.h"
-#include "Data/Study.h"
 #include "DataUtils/DataWidgetRegistration.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
 #include "DataUtils/QtDecoratedDataConfigurationWidget.h"
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
 
-#include <QtGui/QWheelEvent>
-#include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateEdit>
 #include <QtWidgets/QGroupBox>
 #include <QtWidgets/QScrollBar>
-#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QVBoxLayout>
 
 using namespace vlrTest;
@@ -74,8 +68,7 @@ private:
 
 VLR_REGISTER_DATA_WIDGET(InstitutionWidget, )
 
-class DataFactoryTest : public GuiTest {
-protected:
+struct DataFactoryTest : GuiTest {
     DataFactoryTest() {
         createInstitutionWidgetFactory();
         link("");
@@ -159,27 +152,27 @@ TEST_F(DataFactoryTest, GivesTheLinkedWidgetAndNullWithoutOne) {
     for (int i = 0; i < 2; ++i)
         EXPECT_FALSE(DataFactory::configurationWidget(derived.get(), &parent));
     EXPECT_FALSE(DataFactory::configurationWidget(nullptr, &parent));
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "\"UnlinkedStudy\""), 1);
+    EXPECT_EQ(logCount(LogLevel::Info, "\"UnlinkedStudy\""), 1);
     DataFactory::linkDataToWidget("MislinkedStudy", "NobodyRegisteredThis", "", 1, "");
-    expectLog(vlr::LogLevel::Warning, "createNobodyRegisteredThisFactory()");
+    expectLog(LogLevel::Warning, "createNobodyRegisteredThisFactory()");
     const DataPointer<Data> mislinked(new MislinkedStudy);
     for (int i = 0; i < 2; ++i)
         EXPECT_FALSE(DataFactory::configurationWidget(mislinked.get(), &parent));
-    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "\"MislinkedStudy\""), 1);
+    EXPECT_EQ(logCount(LogLevel::Warning, "\"MislinkedStudy\""), 1);
     // Nor has it a factory.
     ASSERT_EQ(study->addChild(derived, false), CaError::nullError);
     DataTreeNode stored;
     ASSERT_EQ(study->save(stored), CaError::nullError);
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(study->load(stored), CaError::nullError);
-    EXPECT_EQ(logCount(vlr::LogLevel::Info, "createUnlinkedStudyFactory()"), 1);
+    EXPECT_EQ(logCount(LogLevel::Info, "createUnlinkedStudyFactory()"), 1);
 }
 
 TEST_F(DataFactoryTest, NullIsRefusedAloud) {
-    expectLog(vlr::LogLevel::Error, "null registration");
+    expectLog(LogLevel::Error, "null registration");
     DataFactory::registerWidget(nullptr);
     QString name = text("name");
-    expectLog(vlr::LogLevel::Error, "No widget given.");
+    expectLog(LogLevel::Error, "No widget given.");
     QtDataConfigurationDialog dialog(nullptr, &name, nullptr, {});
     auto* const frame = decorated(dialog);
     QSignalSpy accepted(frame, &QtDecoratedDataConfigurationWidget::accepted);
@@ -196,9 +189,9 @@ TEST_F(DataFactoryTest, NullIsRefusedAloud) {
 TEST_F(DataFactoryTest, ReportsDataWithoutWidget) {
     const CaError expected("DataFactory::noConfigurationWidgetError");
     const DataPointer<Data> derived(new SpecialStudy);
-    expectLog(vlr::LogLevel::Warning, "\"SpecialStudy\"");
+    expectLog(LogLevel::Warning, "\"SpecialStudy\"");
     EXPECT_EQ(DataFactory::displayConfigurationDialog(derived.get(), nullptr), expected);
-    expectLog(vlr::LogLevel::Error, "Data is not defined");
+    expectLog(LogLevel::Error, "Data is not defined");
     EXPECT_EQ(DataFactory::displayConfigurationDialog(nullptr, nullptr), expected);
     EXPECT_EQ(std::string(logRecords().back().file), "libraries/Gui/src/DataUtils/DataFactory");
 }
@@ -305,26 +298,19 @@ TEST_F(DataFactoryTest, TheWheelChangesAFieldOnlyWhileItHasTheFocus) {
     const auto values = [&] {
         return std::make_tuple(combo->currentIndex(), slider->value(), spin->value(), date->date());
     };
-    const auto turn = [](QWidget* over) {
-        const QPointF centre(over->rect().center());
-        QWheelEvent wheel(centre, over->mapToGlobal(centre.toPoint()), {}, {0, -120}, Qt::NoButton,
-                          Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(over, &wheel);
-        return wheel.isAccepted();
-    };
     for (QWidget* field : std::initializer_list<QWidget*>{combo, slider, spin, date}) {
         SCOPED_TRACE(field->metaObject()->className());
         form.setFocus();
         const auto before = values();
-        EXPECT_FALSE(turn(field)) << "What lies around it is scrolled";
+        EXPECT_FALSE(turnWheel(field, -120)) << "What lies around it is scrolled";
         EXPECT_EQ(values(), before);
         EXPECT_NE(field->focusPolicy(), Qt::WheelFocus);
         field->setFocus();
-        EXPECT_TRUE(turn(field));
+        EXPECT_TRUE(turnWheel(field, -120));
         EXPECT_NE(values(), before);
     }
     QScrollBar bar(&form);
-    EXPECT_TRUE(turn(&bar));
+    EXPECT_TRUE(turnWheel(&bar, -120));
     EXPECT_NE(bar.value(), 0);
 }
 

@@ -28,7 +28,7 @@ std::string take(QStringList& list, const char* separator) {
     return text;
 }
 
-GuiTest::GuiTest() : m_application(m_argc, m_argv) {}
+GuiTest::GuiTest() : m_application(m_line.count, m_line.words) {}
 
 PaintCounter::PaintCounter(QWidget& widget) {
     widget.installEventFilter(this);

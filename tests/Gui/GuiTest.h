@@ -3,26 +3,31 @@
 #include "AppBase/MainWindowServices.h"
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/QtAppModule.h"
-#include "Data/Patient.h"
+#include "Base/QtMessageLine.h"
+#include "Data/Study.h"
 #include "IO/DataIOManager.h"
 #include "Settings/vlrSettings.h"
+#include "Support/CommandLine.h"
+#include "Support/Hand.h"
 #include "Support/MessageBoxes.h"
+#include "Support/Patients.h"
 #include "Support/TestEnvironment.h"
 
 #include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
-#include <QtWidgets/QApplication>
 #include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QSplitter>
+#include <QtWidgets/QStackedWidget>
+#include <QtWidgets/QTabBar>
 #include <QtWidgets/QToolButton>
 
-#include <functional>
-#include <gmock/gmock.h>
 #include <memory>
 
 namespace vlrTest {
@@ -30,12 +35,19 @@ namespace vlrTest {
 inline QString operator""_s(const char* utf8, std::size_t size) {
     return QString::fromUtf8(utf8, static_cast<int>(size));
 }
+inline QString text(const char* utf8) {
+    return QString::fromUtf8(utf8);
+}
+
+/// The key of a setting of the application.
+inline QString known(const char* name) {
+    return "Velora/Application/"_s + text(name);
+}
 
 /// Stores the application's setting of the name.
 template <class T>
 void setting(const char* name, const T& value) {
-    ASSERT_EQ(vlr::Settings::set("Velora/Application/"_s + QLatin1String(name), value),
-              CaError::nullError);
+    ASSERT_EQ(vlr::Settings::set(known(name), value), CaError::nullError);
 }
 
 /// Shows the widget as the one that the keyboard goes to.
@@ -54,15 +66,12 @@ protected:
     GuiTest();
 
 private:
-    int m_argc = 1;
-    char m_name[8] = "GuiTest";
-    char* m_argv[2] = {m_name, nullptr};
+    CommandLine m_line;
     QApplication m_application;
 };
 
 /// Counts how often a widget and what is in it now are painted.
-class PaintCounter : public QObject {
-public:
+struct PaintCounter : QObject {
     explicit PaintCounter(QWidget& widget);
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -70,8 +79,7 @@ public:
 };
 
 /// Stands for the running application and counts what it is asked for.
-class FakeServices : public MainWindowServices {
-public:
+struct FakeServices : MainWindowServices {
     QtAppMainWindow* getMainWindow() const override { return window; }
     DataPointer<Patient> currentPatient() const override { return patient; }
     void setBusyCursor() override { calls << "busy"_s; }
@@ -105,8 +113,7 @@ private:
 };
 
 /// A test with a main window that the running application knows.
-class WindowTest : public GuiTest {
-protected:
+struct WindowTest : GuiTest {
     WindowTest() { services.window = window.get(); }
 
     FakeServices services;

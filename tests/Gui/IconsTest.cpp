@@ -18,6 +18,6 @@ TEST_F(IconsTest, LooksAsItsFileDoesInEverySizeAndMode) {
         for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled})
             EXPECT_EQ(icon.pixmap(size, mode).toImage(), expected.pixmap(size, mode).toImage())
                 << size.width() << ' ' << mode;
-    expectLog(vlr::LogLevel::Warning, "There is no icon :/icons/default/NoSuchIcon.svg");
+    expectLog(LogLevel::Warning, "There is no icon :/icons/default/NoSuchIcon.svg");
     EXPECT_TRUE(vlr::icon("NoSuchIcon"_s).isNull());
 }

@@ -1,7 +1,5 @@
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
 #include "Image/vlrImageConverters.h"
-#include "Settings/vlrSettings.h"
 #include "Widgets/vlrImageWidget.h"
 
 #include <QtCore/QMimeData>
@@ -18,8 +16,7 @@ namespace {
 const QString pathKey = text("/vlrImageWidget/path");
 
 // Lets the paint device be looked at, and drags into the test.
-class TestedWidget : public ImageWidget {
-public:
+struct TestedWidget : ImageWidget {
     TestedWidget() : ImageWidget(nullptr) {
         QPalette colors = palette();
         colors.setColor(QPalette::Window, Qt::black);
@@ -66,8 +63,7 @@ void send(QWidget& widget, QEvent::Type type, const QPoint& at, Qt::MouseButtons
     QCoreApplication::sendEvent(&widget, &event);
 }
 
-class ImageWidgetTest : public GuiTest {
-protected:
+struct ImageWidgetTest : GuiTest {
     ImageWidgetTest() { widget.resize(200, 100); }
 
     // What saveImageFile() writes to standard output when this name is chosen (null: cancelled).
@@ -205,7 +201,7 @@ TEST_F(ImageWidgetTest, OverlaysAreDrawnInOrderInImageCoordinates) {
     EXPECT_EQ(widget.at(99, 49), QColor(Qt::green));
     widget.removePaintingOverlay(below);
     EXPECT_EQ(widget.at(70, 20), QColor(Qt::red));
-    expectLog(vlr::LogLevel::Error, "Overlay is not defined.");
+    expectLog(LogLevel::Error, "Overlay is not defined.");
     widget.addPaintingOverlay(nullptr);
 }
 
@@ -325,7 +321,7 @@ TEST_F(ImageWidgetTest, ASaveThatFailsIsReportedToTheUser) {
         {noFolder + text("/picture.png"), "/file"},
     };
     for (const auto& [name, reason] : cases) {
-        expectLog(vlr::LogLevel::UserError, reason);
+        expectLog(LogLevel::UserError, reason);
         EXPECT_EQ(save(name), name.toStdString() + "\n0\n");
         EXPECT_FALSE(QFile::exists(name));
     }

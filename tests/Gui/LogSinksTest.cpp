@@ -1,17 +1,16 @@
+#include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
 #include "Base/QtMsgBox.h"
 #include "Base/QtTextEditLogger.h"
-#include "Gui/GuiTest.h"
-#include "Gui/Text.h"
+#include "Gui/AppBaseTest.h"
 
 #include <QtTest/QAbstractItemModelTester>
-#include <QtWidgets/QComboBox>
+#include <QtWidgets/QProgressDialog>
 
 #include <thread>
 #include <utility>
 
 using namespace vlrTest;
-using testing::ElementsAre;
 
 namespace {
 
@@ -124,8 +123,8 @@ TEST_F(LogSinksTest, ABoxMayLoseItsParentAndItsLogger) {
     auto* window = new QWidget;
     auto other = std::make_unique<QtMessageBoxLogger>(0, window);
     const QPointer<QtMessageBoxLogger> logger = new QtMessageBoxLogger(2, window);
-    vlr::Log::setOStream(vlr::LogLevel::UserError, logger);
-    vlr::Log::setPrefix(vlr::LogLevel::UserError, 0);
+    vlr::Log::setOStream(LogLevel::UserError, logger);
+    vlr::Log::setPrefix(LogLevel::UserError, 0);
     whileOpen = [&] {
         EXPECT_EQ(open->parentWidget(), window);
         *other << "held" << std::flush;
@@ -133,22 +132,20 @@ TEST_F(LogSinksTest, ABoxMayLoseItsParentAndItsLogger) {
         other.reset();
         logger->deleteLater();
     };
-    expectLog(vlr::LogLevel::UserError, "a");
+    expectLog(LogLevel::UserError, "a");
     VLR_LOG(UserError) << "a";
     EXPECT_THAT(boxes, ElementsAre("Error, 3: a", "Information, 1: held"));
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(logger.isNull());
-    EXPECT_EQ(vlr::Log::oStream(vlr::LogLevel::UserError), nullptr);
+    EXPECT_EQ(vlr::Log::oStream(LogLevel::UserError), nullptr);
 }
 
 TEST(LogSinksWithoutApplicationTest, NothingIsShown) {
     QtMessageBoxLogger logger(2, nullptr);
     logger << "before" << std::flush;
-    char name[] = "test";
-    char* arguments[] = {name, nullptr};
-    int count = 1;
+    CommandLine line;
     {
-        const QApplication application(count, arguments);
+        const QApplication application(line.count, line.words);
         bool shown = false;
         answerNextMessageBox([&](QMessageBox& box) {
             shown = box.text() == text("during");
@@ -210,7 +207,6 @@ TEST_F(LogSinksTest, PostAndWaitCutsBetweenCharactersAndRefusesWhatIsNone) {
 }
 
 TEST_F(LogSinksTest, TheModelKeepsTheNewestLinesAndShowsALevelAndUp) {
-    using vlr::LogLevel;
     LogModel model;
     const QAbstractItemModelTester tester(&model,
                                           QAbstractItemModelTester::FailureReportingMode::Fatal);
@@ -258,7 +254,7 @@ TEST_F(LogSinksTest, TheViewShowsWhatIsStreamedAndFollowed) {
     VLR_LOG(Info) << "not followed";
     view->follow(true);
     view->follow(true);
-    expectLog(vlr::LogLevel::Error, "first");
+    expectLog(LogLevel::Error, "first");
     std::thread([] { VLR_LOG(Error) << "first\nsecond"; }).join();
     view->follow(false);
     VLR_LOG(Info) << "not followed";
@@ -276,4 +272,87 @@ TEST_F(LogSinksTest, AViewMayGoWhileARecordIsOnItsWay) {
     vlr::Log::removeListener(handle);
     QCoreApplication::processEvents();
     EXPECT_EQ(view, nullptr);
+}
+
+// --- what an application tells
+
+TEST_F(AppBaseTest, TheSplashGoesWithTheWindowOrAfterItsOwnTime) {
+    setting("ShowSplashScreen", true);
+    app();
+    ASSERT_TRUE(splash());
+    EXPECT_TRUE(splash()->isVisible());
+    EXPECT_FALSE(splash()->pixmap().isNull());
+    runUntil([] { EXPECT_TRUE(QTest::qWaitFor([] { return !splash()->isVisible(); }, 10000)); });
+
+    endApp();
+    setting("SplashScreen.Timer", 500);
+    QSignalSpy closed(&app(), &AppBase::splashClosed);
+    EXPECT_TRUE(closed.wait(10000));
+    EXPECT_FALSE(splash()->isVisible());
+}
+
+TEST_F(AppBaseTest, ALaunchedSplashNeedsNoSettingAndClosesByItself) {
+    AppBase& application = app();
+    EXPECT_EQ(splash(), nullptr);
+    QSignalSpy closed(&application, &AppBase::splashClosed);
+    application.launchSplashScreen();
+    ASSERT_TRUE(splash());
+    // Showing the window does not end a splash that has a time of its own.
+    application.getMainWindow()->show();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(splash()->isVisible());
+    EXPECT_TRUE(closed.wait(20000));
+    EXPECT_FALSE(splash()->isVisible());
+}
+
+TEST_F(AppBaseTest, TheSplashStepsAsideForABoxAndComesBack) {
+    setting("ShowSplashScreen", true);
+    app();
+    for (const bool again : {true, false}) {
+        expectLog(LogLevel::UserInfo, "Hello");
+        bool wasVisible = true;
+        answerNextMessageBox([&](QMessageBox& box) {
+            wasVisible = splash()->isVisible();
+            if (!again)
+                impl->splashCloseSL();
+            box.accept();
+        });
+        VLR_LOG(UserInfo) << "Hello";
+        EXPECT_FALSE(wasVisible);
+        EXPECT_EQ(splash()->isVisible(), again);
+    }
+}
+
+TEST_F(AppBaseTest, TheUserLevelsPopUpAsMessageBoxesWithoutPrefix) {
+    const std::pair<LogLevel, QMessageBox::Icon> cases[] = {
+        {LogLevel::UserInfo, QMessageBox::Information},
+        {LogLevel::UserWarning, QMessageBox::Warning},
+        {LogLevel::UserError, QMessageBox::Critical}};
+    app();
+    for (const auto& [level, icon] : cases) {
+        expectLog(level, "No camera.");
+        QMessageBox::Icon shown = QMessageBox::NoIcon;
+        answerNextMessageBox([&](QMessageBox& box) {
+            shown = box.icon();
+            EXPECT_EQ(box.text(), "No camera."_s);
+            box.accept();
+        });
+        vlr::Log::getInstance(level, "file", 1) << "No camera.";
+        EXPECT_EQ(shown, icon);
+    }
+    endApp();
+    // Without the application the levels have their default output back.
+    EXPECT_EQ(vlr::Log::oStream(LogLevel::UserError), nullptr);
+}
+
+TEST_F(AppBaseTest, LongOperationsShowTheirProgressOverTheWindow) {
+    setting("ProgressBarFlushX", true);
+    AppBase& application = app();
+    EXPECT_TRUE(QtCaProgressMonitor::isFlushX());
+    EXPECT_FALSE(QtCaProgressMonitor::isSyncX());
+    CaProgressMonitor::getInstance()->start("Working ", 10, true, true, 1);
+    const auto* dialog = application.getMainWindow()->findChild<QProgressDialog*>();
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(dialog->maximum(), 10);
+    CaProgressMonitor::getInstance()->end();
 }

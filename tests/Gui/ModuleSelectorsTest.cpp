@@ -2,19 +2,17 @@
 #include "AppBase/Selectors/QtModuleRadioButtonSelector.h"
 #include "AppBase/Selectors/QtModuleStepper.h"
 #include "AppBase/Selectors/QtModuleTabSelector.h"
-#include "Gui/GuiTest.h"
+#include "AppBaseTest.h"
 
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QRadioButton>
-#include <QtWidgets/QTabBar>
 
 using namespace vlrTest;
 using Selector = QtModuleSelector;
 
 namespace {
 
-class ModuleSelectorsTest : public WindowTest {
-protected:
+struct ModuleSelectorsTest : WindowTest {
     // Everything a selector asks for, as text.
     void listenTo(QtModuleSelector& selector) {
         QObject::connect(&selector, QOverload<QString>::of(&Selector::activateModule),
@@ -49,6 +47,16 @@ QTabBar* innerBar(const QWidget& selector) {
 void clickTab(QTabBar* bar, int tab) {
     QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(tab).center());
 }
+
+struct RecordingSelector : QtModuleSelector {
+    RecordingSelector() : QtModuleSelector(Top) {}
+    void addModule(QString name, int) override { calls << "add "_s + name; }
+    void moduleActivated(QString name, int) override { calls << "on "_s + name; }
+    void moduleDeactivated(QString name, int) override { calls << "off "_s + name; }
+    void moduleDisabled(QString name, int) override { calls << "dis "_s + name; }
+    void moduleEnabled(QString name, int) override { calls << "en "_s + name; }
+    QStringList calls;
+};
 
 } // namespace
 
@@ -294,4 +302,108 @@ TEST_F(ModuleSelectorsTest, TheStepperOffersWhatThereIs) {
     EXPECT_EQ(takeRequests(), "previous");
     stepper.moduleDeactivated("m2"_s, 2);
     EXPECT_EQ(state(), "No module selected -N");
+}
+
+// --- the selector of an application
+
+TEST_F(AppBaseTest, ASelectorFollowsTheListAndAsksIt) {
+    AppBase& application = app();
+    application.setModuleSelector(nullptr);
+    auto* selector = new RecordingSelector;
+    application.setModuleSelector(selector);
+    EXPECT_EQ(selector->parentWidget(), application.getMainWindow()->centralWidget());
+    for (const char* name : {"a", "b", "c"})
+        application.addModule(new RecordingModule(QString::fromLatin1(name)));
+    EXPECT_EQ(take(selector->calls), "add a, on a, add b, add c");
+    emit selector->activateModule("b"_s);
+    EXPECT_EQ(take(selector->calls), "off a, on b");
+    emit selector->activateModule(2);
+    EXPECT_EQ(take(selector->calls), "off b, on c");
+    emit selector->previousModule();
+    EXPECT_EQ(take(selector->calls), "off c, on b");
+    emit selector->nextModule();
+    EXPECT_EQ(take(selector->calls), "off b, on c");
+    emit selector->disableModule("a"_s);
+    emit selector->disableModule(1);
+    emit selector->enableModule("b"_s);
+    emit selector->enableModule(0);
+    EXPECT_EQ(take(selector->calls), "dis a, dis b, en b, en a");
+    emit selector->deactivateAllModules();
+    EXPECT_EQ(take(selector->calls), "off a, off b, off c");
+
+    // One that comes late is caught up, and hears everything once even if it is given twice.
+    emit selector->disableModule(1);
+    auto* late = new RecordingSelector;
+    for (int i = 0; i < 2; ++i) {
+        application.setModuleSelector(late);
+        EXPECT_EQ(take(late->calls), "add a, add b, dis b, add c, on c");
+    }
+    emit late->activateModule(0);
+    EXPECT_EQ(take(late->calls), "off c, on a");
+}
+
+TEST_F(AppBaseTest, AModuleMayReplaceTheSelectorThatIsClicked) {
+    AppBase& application = app();
+    QPointer<QtModuleSelector> selectors[3];
+    for (int i = 0; i < 3; ++i) {
+        application.addModule(new RecordingModule("m%1"_s.arg(i)));
+        if (i == 1)
+            selectors[i] =
+                new QtModuleTabSelector(QtModuleSelector::Top, false, false, false, false);
+        else
+            selectors[i] = new QtModuleButtonSelector(QtModuleSelector::Top);
+    }
+    auto* first = new RecordingModule("A"_s);
+    auto* second = new RecordingModule("B"_s);
+    first->onActivate = [&] { application.setModuleSelector(selectors[1]); };
+    second->onActivate = [&] { application.setModuleSelector(selectors[2]); };
+    application.addModule(first);
+    application.addModule(second);
+    application.setModuleSelector(selectors[0]);
+    showActive(*application.getMainWindow());
+    QTest::mouseClick(selectors[0]->findChild<QAbstractButton*>("A_3"_s), Qt::LeftButton);
+    EXPECT_TRUE(first->isActive());
+    EXPECT_FALSE(selectors[0] && selectors[0]->isVisible());
+    auto* bar = selectors[1]->findChild<QTabBar*>();
+    EXPECT_EQ(bar->currentIndex(), 3);
+    QCoreApplication::sendPostedEvents(); // Lays it out.
+    QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(4).center());
+    EXPECT_TRUE(second->isActive());
+    EXPECT_TRUE(selectors[2]->findChild<QAbstractButton*>("B_4"_s)->isChecked());
+    // The former ones neither hear of anything nor ask, and go with the next turn of the loop.
+    if (selectors[1])
+        emit selectors[1]->activateModule(0);
+    EXPECT_TRUE(second->isActive());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(selectors[0] || selectors[1]);
+    EXPECT_TRUE(selectors[2]);
+    EXPECT_TRUE(application.getMainWindow()->isAncestorOf(selectors[2]));
+}
+
+TEST_F(AppBaseTest, NothingNeedsTheWindowOrTheObject) {
+    AppBase& application = app();
+    Announcements announced(application);
+    delete application.getMainWindow();
+    EXPECT_EQ(application.getMainWindow(), nullptr);
+    application.setApplicationIdentification("x"_s, QIcon(), "x"_s);
+    application.activateModule("x"_s);
+    application.setTouchScreenModeEnabled(true);
+    EXPECT_EQ(announced.take(), "");
+    RecordingModule module("late"_s);
+    EXPECT_FALSE(application.addModule(&module));
+    RecordingSelector selector;
+    application.setModuleSelector(&selector);
+    const auto setCursors = [] {
+        AppBase::setBusyCursor();
+        AppBase::resetCursor();
+    };
+    setCursors();
+    application.exitApplication();
+    EXPECT_EQ(application.run(), 0);
+
+    endApp();
+    EXPECT_EQ(AppBase::instance(), nullptr);
+    AppBase::setCurrentPatient(makePatient("1"));
+    EXPECT_FALSE(AppBase::getCurrentPatient());
+    setCursors();
 }

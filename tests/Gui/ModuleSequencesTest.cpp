@@ -11,8 +11,6 @@
 #include "Gui/GuiTest.h"
 
 #include <QtCore/QRandomGenerator>
-#include <QtWidgets/QStackedWidget>
-#include <QtWidgets/QTabBar>
 
 using namespace vlrTest;
 
@@ -78,7 +76,7 @@ private:
             return;
         const QString name = number < 4 ? QString::fromLatin1(names[number]) : anyName();
         if (m_usedNames.contains(name))
-            expectLog(vlr::LogLevel::Warning, "share the configuration");
+            expectLog(LogLevel::Warning, "share the configuration");
         m_usedNames << name;
         auto* module = new RecordingModule(name);
         module->onActivate = module->onDeactivate = module->onMainWidget = [this] { redirect(); };
@@ -262,8 +260,7 @@ private:
     int m_redirects = 0;
 };
 
-class ModuleSequencesTest : public GuiTest {
-protected:
+struct ModuleSequencesTest : GuiTest {
     FakeServices services;
 };
 
@@ -271,7 +268,7 @@ protected:
 
 TEST_F(ModuleSequencesTest, WhatIsAnnouncedIsTrueAndEverySelectorShowsWhatTheListHas) {
     setting("ExitWithoutRequest", true);
-    expectLog(vlr::LogLevel::Warning, "There is no module \"unknown\"");
+    expectLog(LogLevel::Warning, "There is no module \"unknown\"");
     const int wanted = qEnvironmentVariableIntValue("VLR_SEQUENCES");
     for (int seed = 0; seed < (wanted > 0 ? wanted : 1000) && !HasFailure(); ++seed) {
         SCOPED_TRACE(seed);

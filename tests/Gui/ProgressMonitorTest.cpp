@@ -1,7 +1,6 @@
 #include "Base/QtCaProgressMonitor.h"
 
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtWidgets/QProgressBar>
@@ -41,8 +40,7 @@ bool repeat(const std::function<void()>& act, const std::function<bool()>& isDon
 }
 
 // Acts once, when the widget hides.
-class HideWatcher : public QObject {
-public:
+struct HideWatcher : QObject {
     HideWatcher(QWidget* widget, std::function<void()> act) : action(std::move(act)) {
         widget->installEventFilter(this);
     }
@@ -69,8 +67,7 @@ private:
     QProgressBar* m_bar;
 };
 
-class ProgressMonitorTest : public GuiTest {
-protected:
+struct ProgressMonitorTest : GuiTest {
     ProgressMonitorTest() { open(); }
     ~ProgressMonitorTest() override { delete window.data(); }
 
@@ -125,10 +122,8 @@ TEST_F(ProgressMonitorTest, AStartOpensTheDialogThatWasAskedFor) {
 }
 
 TEST_F(ProgressMonitorTest, TicksAddTheStepUpToTheTotal) {
-    const struct {
-        int total, step, from, ticks;
-        int progress, value; // -1: the dialog has gone back to its beginning
-    } cases[] = {
+    // The value -1: the dialog has gone back to its beginning.
+    const std::tuple<int, int, int, int, int, int> cases[] = {
         {250, 1, 0, 3, 3, 3},
         {10, 4, 0, 2, 8, 8},
         {10, 4, 0, 3, 12, -1},
@@ -137,13 +132,13 @@ TEST_F(ProgressMonitorTest, TicksAddTheStepUpToTheTotal) {
         {INT_MAX, INT_MAX, INT_MAX - 1, 2, INT_MAX, -1},
         {10, -3, 5, 9, 0, 0},
     };
-    for (const auto& c : cases) {
-        monitor()->start("", c.total, true, true, c.step);
-        monitor()->setProgress(c.from);
-        for (int i = 0; i < c.ticks; ++i)
+    for (const auto& [total, step, from, ticks, progress, value] : cases) {
+        monitor()->start("", total, true, true, step);
+        monitor()->setProgress(from);
+        for (int i = 0; i < ticks; ++i)
             monitor()->tick();
-        EXPECT_EQ(monitor()->getProgress(), c.progress) << c.total << ' ' << c.step;
-        EXPECT_EQ(dialog()->value(), c.value) << c.total << ' ' << c.step;
+        EXPECT_EQ(monitor()->getProgress(), progress) << total << ' ' << step;
+        EXPECT_EQ(dialog()->value(), value) << total << ' ' << step;
     }
     monitor()->end();
     monitor()->tick();
@@ -419,12 +414,10 @@ TEST_F(ProgressMonitorTest, TheBusyCursorIsBalanced) {
 }
 
 TEST(OutlivingMonitorTest, AMonitorGoesWithItsApplication) {
-    int count = 1;
-    char name[] = "test";
-    char* arguments[] = {name, nullptr};
+    CommandLine line;
     for (int run = 0; run < 2; ++run) {
         {
-            const QApplication application(count, arguments);
+            const QApplication application(line.count, line.words);
             auto window = std::make_unique<QWidget>();
             QtCaProgressMonitor::attach(window.get());
             monitor()->start();

@@ -1,21 +1,19 @@
 #include "AppBase/AppBaseConfig.h"
+#include "AppBase/AppBaseImplTest.h"
 #include "AppBase/QtModuleSelector.h"
 #include "AppBase/Selectors/QtTabBar.h"
-#include "Gui/GuiTest.h"
+#include "AppBaseTest.h"
 
 #include <QtGui/QScreen>
-#include <QtGui/QWheelEvent>
 #include <QtWidgets/QGridLayout>
-#include <QtWidgets/QSpinBox>
-#include <QtWidgets/QStackedWidget>
 
 using namespace vlrTest;
+using namespace std::string_literals;
 
 namespace {
 
 // The protected slots, for the tests.
-class Window : public QtAppMainWindow {
-public:
+struct Window : QtAppMainWindow {
     explicit Window(const DataPointer<MainWindowConfig>& config = nullptr)
         : QtAppMainWindow(config, nullptr, Qt::Window) {
         resize(1000, 700);
@@ -188,12 +186,8 @@ TEST_F(QtAppMainWindowTest, AControlAreaDraggedShutLeavesAButtonThatOpensIt) {
         QCoreApplication::processEvents(); // The panes change sides.
         QTest::mousePress(handle, Qt::LeftButton, {}, {1, 100});
         const QPoint edge(round == 0 ? 1 - handle->x() : splitter->width() - handle->x() - 1, 100);
-        for (const int from : {90, 60, 30, 0}) { // The last move shuts it.
-            const QPoint place = edge + QPoint(round == 0 ? from : -from, 0);
-            QMouseEvent move(QEvent::MouseMove, place, handle->mapToGlobal(place), Qt::NoButton,
-                             Qt::LeftButton, Qt::NoModifier);
-            QApplication::sendEvent(handle, &move);
-        }
+        for (const int from : {90, 60, 30, 0}) // The last move shuts it.
+            dragTo(handle, edge + QPoint(round == 0 ? from : -from, 0));
         QTest::mouseRelease(handle, Qt::LeftButton, {}, {1, 100});
         ASSERT_EQ(splitter->sizes()[0], 0);
         const LateCalls calls(*splitter);
@@ -233,8 +227,7 @@ TEST_F(QtAppMainWindowTest, ALargeContextWidgetScrollsInsteadOfMakingTheWindowLa
     auto* const field = new QSpinBox(large);
     field->show();
     window.raiseContextWidget(index);
-    QWheelEvent wheel({5, 5}, {5, 5}, {}, {0, 120}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(field, &wheel);
+    turnWheel(field, 120);
     EXPECT_EQ(field->value(), 0);
     window.raiseContextWidget(1);
     EXPECT_LE(window.minimumSizeHint().height(), screen.height());
@@ -358,9 +351,7 @@ TEST_F(QtAppMainWindowTest, TheWheelSwitchesNoTabs) {
     QtTabBar bar;
     bar.addTab("a"_s);
     bar.addTab("b"_s);
-    QWheelEvent wheel(QPointF(5, 5), QPointF(5, 5), QPoint(), QPoint(0, -120), Qt::NoButton,
-                      Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&bar, &wheel);
+    turnWheel(&bar, -120);
     EXPECT_EQ(bar.currentIndex(), 0);
 }
 
@@ -397,4 +388,110 @@ TEST_F(QtAppMainWindowTest, TheWindowStaysInTheLargestRectangle) {
     window.setMaxWindowSize(QRect());
     window.resize(900, 600);
     EXPECT_EQ(window.size(), QSize(900, 600));
+}
+
+// --- the window of an application
+
+TEST_F(AppBaseTest, TouchScreenModeIsAsymmetric) {
+    AppBase& application = app();
+    Announcements announced(application);
+    // Both modes have the same event; a redundant "off" acts as "on".
+    const std::string on = "AppBase::TOUCH_SCREEN_MODE_ON on";
+    const std::string off = "AppBase::TOUCH_SCREEN_MODE_ON off";
+    const std::pair<bool, std::string> cases[] = {
+        {false, on}, {true, on}, {true, on}, {false, off}, {false, on}};
+    for (const auto& [mode, expected] : cases) {
+        application.getMainWindow()->setIconSize(QSize(24, 24));
+        application.setTouchScreenModeEnabled(mode);
+        EXPECT_EQ(announced.take(), expected);
+        EXPECT_EQ(application.getMainWindow()->iconSize().width(), expected == on ? 100 : 24);
+    }
+}
+
+TEST_F(AppBaseTest, TheShowModeIsASettingOfAnyCase) {
+    const std::pair<const char*, Qt::WindowStates> cases[] = {{"normal", Qt::WindowNoState},
+                                                              {"Minimized", Qt::WindowMinimized},
+                                                              {"MAXIMIZED", Qt::WindowMaximized},
+                                                              {"FullScreen", Qt::WindowFullScreen},
+                                                              {"tiny", Qt::WindowNoState}};
+    for (const auto& [mode, states] : cases) {
+        SCOPED_TRACE(mode);
+        setting("WindowShowMode", QString::fromLatin1(mode));
+        if (mode == "tiny"s)
+            expectLog(LogLevel::Warning, "WindowShowMode\" is \"tiny\"");
+        const QtAppMainWindow* const window = app().getMainWindow();
+        runUntil([&, mode = mode, expected = states] {
+            EXPECT_EQ(window->windowState() & ~Qt::WindowActive, expected);
+            EXPECT_EQ(window->isVisible(), mode != "tiny"s) << "an unknown mode shows nothing";
+        });
+        endApp();
+    }
+}
+
+TEST_F(AppBaseTest, TheWindowComesBackWhereItWas) {
+    const QRect place(40, 50, 700, 500);
+    const QRect screen = app().getMainWindow()->screen()->availableGeometry();
+    for (const char* mode : {"normal", "maximized", "normal"}) {
+        SCOPED_TRACE(mode);
+        endApp();
+        setting("WindowShowMode", mode);
+        const bool isKnown = QFile::exists(configuration());
+        QtAppMainWindow* const window = app().getMainWindow();
+        const auto switchMode = [&](bool on) { // as the dialog's Ok does
+            impl->config()->setTouchScreenModeEnabled(on);
+            for (int i = 0; i < 2; ++i)
+                impl->config()->notify(Data::CHANGED);
+        };
+        runUntil([&] {
+            auto* const splitter = window->findChild<QSplitter*>();
+            EXPECT_EQ(window->isMaximized(), mode == "maximized"s);
+            if (!isKnown) {
+                EXPECT_GE(window->width(), screen.width() / 2) << "a usable size";
+                window->setGeometry(place);
+                splitter->setSizes({300, 390});
+                switchMode(true);
+                splitter->setSizes({330, 300});
+                EXPECT_EQ(splitter->sizes()[0], 330);
+                switchMode(false);
+                return;
+            }
+            EXPECT_EQ(mode == "normal"s ? window->geometry() : window->normalGeometry(), place);
+            EXPECT_EQ(splitter->sizes()[0], 300);
+            switchMode(true);
+            EXPECT_EQ(splitter->sizes()[0], 330);
+            switchMode(false);
+        });
+    }
+}
+
+TEST_F(AppBaseTest, TheIdentificationReachesWindowAndApplication) {
+    AppBase& application = app();
+    const QIcon icon(QPixmap(16, 16));
+    application.setApplicationIdentification("Title"_s, icon, "Icon text"_s);
+    QtAppMainWindow* window = application.getMainWindow();
+    EXPECT_EQ(window->windowTitle(), "Title"_s);
+    EXPECT_EQ(window->windowIconText(), "Icon text"_s);
+    for (const QIcon& each : {window->windowIcon(), QApplication::windowIcon()})
+        EXPECT_EQ(each.cacheKey(), icon.cacheKey());
+
+    AppBase::setBusyCursor();
+    EXPECT_EQ(window->cursor().shape(), Qt::WaitCursor);
+    AppBase::resetCursor();
+    EXPECT_EQ(window->cursor().shape(), Qt::ArrowCursor);
+}
+
+TEST_F(AppBaseTest, TheTestWidgetDrivesTheWindow) {
+    AppBase& application = app();
+    AppBaseImplTest widget;
+    QStringList directions;
+    for (auto* button : widget.findChildren<QPushButton*>()) {
+        button->click();
+        directions << button->text() +
+                          QString::number(contextLayout(*application.getMainWindow())->direction());
+    }
+    // The main direction is fixed; the secondary one follows the button.
+    EXPECT_EQ(take(directions, "|"),
+              "Main TopBottom2|Main BottomTop2|Main LeftRight2|Main RightLeft2|"
+              "Secondary TopBottom2|Secondary BottomTop3|Secondary LeftRight0|"
+              "Secondary RightLeft1");
 }

@@ -220,7 +220,7 @@ TEST_F(QtAppModuleTest, GeneralOptionsOfAnotherClassAreReplacedAndAFullDiskIsLog
     EXPECT_EQ(options->noDimensionSets(), 5);
     EXPECT_EQ(proxy.moduleGeneralOptions(), options);
 
-    expectLog(vlr::LogLevel::Error, "Module: A: Could not store configuration. Reason: ");
+    expectLog(LogLevel::Error, "Module: A: Could not store configuration. Reason: ");
     const FullDisk fullDisk;
     proxy.storeConfiguration();
 }

@@ -1,16 +1,14 @@
 #include "AppBase/QtModuleList.h"
 #include "AppBase/QtAppModuleProxy.h"
-#include "Gui/GuiTest.h"
+#include "Gui/AppBaseTest.h"
 
 #include <QtCore/QFile>
-#include <QtWidgets/QStackedWidget>
 
 using namespace vlrTest;
 
 namespace {
 
-class QtModuleListTest : public WindowTest {
-protected:
+struct QtModuleListTest : WindowTest {
     QtModuleListTest() {
         follow("registered", &QtModuleList::registered);
         follow("activated", QOverload<QString, int>::of(&QtModuleList::activated));
@@ -97,7 +95,7 @@ TEST_F(QtModuleListTest, LeavingTheListDeactivatesEveryModuleButKeepsTheIndex) {
 
     list->next();
     EXPECT_EQ(takeEvents(), "deactivated m0 0, activated m1 1, proxy m1");
-    expectLog(vlr::LogLevel::Warning, "There is no module \"M1\"");
+    expectLog(LogLevel::Warning, "There is no module \"M1\"");
     const std::function<void()> ways[] = {
         [&] { list->next(); }, [&] { list->next(); }, [&] { list->activate("M1"_s); },
         [&] { list->activate(-7); }, [&] { list->deactivateAll(); }};
@@ -235,7 +233,7 @@ TEST_F(QtModuleListTest, ModulesThatGoOnAskingForEachOtherAreStopped) {
     addModules(3);
     modules[1]->onActivate = [this] { list->activate(2); };
     modules[2]->onActivate = [this] { list->activate(1); };
-    expectLog(vlr::LogLevel::Error, "go on asking for one another; after 1000 requests");
+    expectLog(LogLevel::Error, "go on asking for one another; after 1000 requests");
     list->next();
     EXPECT_TRUE(list->currentModuleProxy()->module()->isActive());
     // The next call counts anew, and what is enabled does not count as a module asked for.
@@ -253,7 +251,7 @@ TEST_F(QtModuleListTest, ModulesThatGoOnAskingForEachOtherAreStopped) {
 
     QObject::connect(list.get(), &QtModuleList::enabled, [this] { list->disableModule(0); });
     QObject::connect(list.get(), &QtModuleList::disabled, [this] { list->enableModule(0); });
-    expectLog(vlr::LogLevel::Error, "go on asking for one another; after 10000 requests");
+    expectLog(LogLevel::Error, "go on asking for one another; after 10000 requests");
     list->enableModule(0);
     list->activate(3);
     EXPECT_EQ(list->currentIndex(), 3);
@@ -261,16 +259,16 @@ TEST_F(QtModuleListTest, ModulesThatGoOnAskingForEachOtherAreStopped) {
 
 TEST_F(QtModuleListTest, TheFirstOfTwoModulesOfANameIsFoundAndTheirCommonConfigurationToldOf) {
     for (const char* warning : {"\"twin\" and \"twin\" share", "\"Plan A\" and \"PlanA\" share"})
-        expectLog(vlr::LogLevel::Warning, warning);
+        expectLog(LogLevel::Warning, warning);
     for (const char* name : {"start", "twin", "twin", "Plan A", "PlanA"})
         list->registerModule(new RecordingModule(QString::fromLatin1(name)));
     list->activate(2);
     list->activate("twin"_s);
     EXPECT_EQ(list->currentIndex(), 1);
-    EXPECT_EQ(logCount(vlr::LogLevel::Warning, "share the configuration"), 2);
+    EXPECT_EQ(logCount(LogLevel::Warning, "share the configuration"), 2);
 
     takeEvents();
-    expectLog(vlr::LogLevel::Error, "The module \"twin\" is registered already");
+    expectLog(LogLevel::Error, "The module \"twin\" is registered already");
     EXPECT_EQ(list->registerModule(list->currentModuleProxy()->module()), -1);
     EXPECT_EQ(takeEvents(), "");
     EXPECT_EQ(window->findChildren<QtAppModuleProxy*>().size(), 5);
@@ -347,4 +345,28 @@ TEST_F(QtModuleListTest, ModulesMayTakeTheWindowAndTheListAwayAtAnyMoment) {
         EXPECT_EQ(calls.count("m0 deleted"_s), 1);
         calls.clear();
     }
+}
+
+TEST_F(AppBaseTest, ModulesAreRegisteredActivatedAndStored) {
+    QStringList calls;
+    AppBase& application = app(true, true);
+    EXPECT_FALSE(application.addModule(nullptr));
+    auto* first = new RecordingModule("first"_s, &calls);
+    EXPECT_TRUE(application.addModule(first));
+    EXPECT_TRUE(first->isActive());
+    EXPECT_EQ(splash()->message(), "Loading module: first..."_s);
+    EXPECT_TRUE(application.addModule(new RecordingModule("second"_s, &calls)));
+    QSignalSpy activated(application.getMainWindow(), &QtAppMainWindow::moduleActivated);
+    application.activateModule("second"_s);
+    EXPECT_EQ(activated.size(), 1);
+    EXPECT_FALSE(first->isActive());
+    expectLog(LogLevel::Warning, "There is no module \"third\"");
+    application.activateModule("third"_s);
+    first->setConfiguration(new Configuration);
+    EXPECT_EQ(runUntil(), 0);
+    const QString file = DataIOManager::configurationPath("firstModuleConfiguration"_s);
+    EXPECT_FALSE(QFile::exists(file));
+    endApp();
+    EXPECT_TRUE(QFile::exists(file));
+    EXPECT_TRUE(calls.contains("second deactivate"_s));
 }

@@ -1,84 +1,15 @@
-#include "Base/QtQuadView.h"
-#include "Base/QtDraggerButton.h"
-#include "Base/QtQVSimpleSplitter.h"
-#include "Base/QtQVSplitterFrame.h"
-#include "Base/QtQVViewFrame.h"
-#include "Gui/GuiTest.h"
-#include "Gui/Text.h"
-#include "Settings/vlrSettings.h"
+#include "Gui/QtQuadViewTest.h"
 
-#include <QtCore/QTimer>
 #include <QtWidgets/QAction>
-#include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QShortcut>
 #include <QtWidgets/QToolTip>
 
-#include <algorithm>
 #include <random>
-#include <vector>
 
 using namespace vlrTest;
 
 namespace {
-
-const char* const quarters = "500x500 500x500 500x500 500x500";
-
-QuadViewGeometry::Extents extentsOf(QtQuadView& view) {
-    QuadViewGeometry::Extents r;
-    view.viewerDimensions(r[0], r[1], r[2], r[3]);
-    return r;
-}
-
-class QtQuadViewTest : public GuiTest {
-protected:
-    QtQuadViewTest() {
-        host.resize(1200, 900);
-        host.show();
-        view.resize(1000, 800);
-        view.show();
-    }
-
-    std::string layout() {
-        QStringList texts;
-        for (const QSize& size : extentsOf(view))
-            texts << text("%1x%2").arg(size.width()).arg(size.height());
-        return texts.join(QLatin1Char(' ')).toStdString();
-    }
-
-    QtQVSimpleSplitter* splitter(int piece) {
-        return view.findChildren<QtQVSimpleSplitter*>()[piece];
-    }
-    QtQVSplitterFrame* line(int piece) { return view.findChildren<QtQVSplitterFrame*>()[piece]; }
-    QtQVViewFrame* frame(int index) { return static_cast<QtQVViewFrame*>(view.getView(index)); }
-
-    void drag(int piece, const QPoint& to) {
-        emit splitter(piece)->mouseMove(view.mapToGlobal(to));
-        emit splitter(piece)->dragFinished();
-        QCoreApplication::sendPostedEvents(&view, QEvent::LayoutRequest);
-    }
-    // A pointer that is moved with the left button down.
-    void move(QWidget* widget, const QPoint& local, const QPoint& inView) {
-        QMouseEvent event(QEvent::MouseMove, QPointF(local), QPointF(view.mapToGlobal(inView)),
-                          Qt::NoButton, Qt::LeftButton, {});
-        QCoreApplication::sendEvent(widget, &event);
-    }
-
-    QLabel* fill(int index) {
-        auto* const content = new QLabel(text("content"));
-        frame(index)->layout()->addWidget(content);
-        return content;
-    }
-
-    std::ptrdiff_t visibleButtons() {
-        const auto buttons = view.findChildren<QPushButton*>();
-        return std::count_if(buttons.begin(), buttons.end(),
-                             [](auto* b) { return b->isVisible(); });
-    }
-
-    QWidget host;
-    QtQuadView view{&host};
-};
 
 // Whatever was done, this holds.
 void checkSanity(QtQuadView& view) {
@@ -161,51 +92,6 @@ TEST_F(QtQuadViewTest, StaysSaneWhateverIsDone) {
     }
 }
 
-TEST_F(QtQuadViewTest, PercentSettersSnapAndRefuse) {
-    using Q = QtQuadView;
-    using Act = std::function<void(Q&)>;
-    const std::tuple<const char*, Act, const char*> taken[] = {
-        {"both", [](Q& v) { v.setViewDimension(30, 96); }, "300x1000 700x1000 300x0 700x0"},
-        {"columns", [](Q& v) { v.setVViewDimension(20); }, "200x500 800x500 200x500 800x500"},
-        {"rows", [](Q& v) { v.setHViewDimension(20); }, "500x200 500x200 500x800 500x800"},
-        {"0", [](Q& v) { v.setVViewDimension(0, 20); }, "200x500 800x500 500x500 500x500"},
-        {"1", [](Q& v) { v.setVViewDimension(1, 20); }, "800x500 200x500 500x500 500x500"},
-        {"2", [](Q& v) { v.setVViewDimension(2, 20); }, "500x500 500x500 200x500 800x500"},
-        {"3", [](Q& v) { v.setVViewDimension(3, 20); }, "500x500 500x500 800x500 200x500"},
-        {"H0", [](Q& v) { v.setHViewDimension(0, 20); }, "500x200 500x500 500x800 500x500"},
-        {"H1", [](Q& v) { v.setHViewDimension(1, 20); }, "500x500 500x200 500x500 500x800"},
-        {"H2", [](Q& v) { v.setHViewDimension(2, 20); }, "500x800 500x500 500x200 500x500"},
-        {"H3", [](Q& v) { v.setHViewDimension(3, 20); }, "500x500 500x800 500x500 500x200"},
-    };
-    for (const auto& [name, act, expected] : taken) {
-        view.equalize();
-        act(view);
-        EXPECT_EQ(layout(), expected) << name;
-    }
-    const std::pair<const char*, Act> refused[] = {
-        {"setViewDimension() invalid dimensions (101, -1)",
-         [](Q& v) { v.setViewDimension(101, -1); }},
-        {"setVViewDimension() invalid vertical dimensions ( -1 )",
-         [](Q& v) { v.setVViewDimension(-1); }},
-        {"setHViewDimension() invalid horizontal dimensions ( 101 )", // the value before the index
-         [](Q& v) { v.setHViewDimension(9, 101); }},
-        {"setVViewDimension() invalid index4", [](Q& v) { v.setVViewDimension(4, 50); }},
-        {"setHViewDimension() invalid index-1", [](Q& v) { v.setHViewDimension(-1, 50); }},
-    };
-    const std::string before = layout();
-    for (const auto& [record, act] : refused) {
-        expectLog(vlr::LogLevel::CaError, record);
-        act(view);
-        EXPECT_EQ(layout(), before) << record;
-    }
-    expectLog(vlr::LogLevel::Error,
-              "Wrong dimensions:\n\nr0: 600/500\nr1: 500/500\nr2: 600/500\nr3: 400/500");
-    view.setViewerDimensions({600, 500}, {500, 500}, {600, 500}, {400, 500});
-    EXPECT_EQ(layout(), quarters);
-    view.setViewerDimensions({613, 512}, {387, 512}, {613, 488}, {387, 488});
-    EXPECT_EQ(layout(), "613x512 387x512 613x488 387x488") << "a preset does not snap";
-}
-
 TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
     QtQVSplitterFrame* const up = line(QuadViewGeometry::Up);
     QSignalSpy over(up, &QtQVSplitterFrame::mOnWidget);
@@ -232,41 +118,6 @@ TEST_F(QtQuadViewTest, TheLineIsDraggedAndTheWholeDragUndone) {
     view.setVViewDimension(0, 20); // a call is no part of the drag
     view.undoLayout();
     EXPECT_EQ(layout(), "300x500 700x500 500x500 500x500");
-}
-
-TEST_F(QtQuadViewTest, AMoveAtTheEdgeOfALineSaysNothing) {
-    using G = QuadViewGeometry;
-    const std::tuple<G::Splitter, QPoint, int, Qt::CursorShape> cases[] = {
-        {G::Up, {0, 5}, 0, Qt::SizeHorCursor},
-        {G::Left, {5, 0}, 0, Qt::SizeVerCursor},
-        {G::Left, {0, 1}, 1, Qt::SizeVerCursor},
-        {G::Center, {0, 0}, 1, Qt::SizeAllCursor}};
-    for (const auto& [splitterPiece, position, moves, cursor] : cases) {
-        QtQVSplitterFrame* const piece = line(splitterPiece);
-        EXPECT_EQ(piece->cursor().shape(), cursor);
-        QSignalSpy spy(piece, &QtQVSplitterFrame::mmove);
-        QTest::mousePress(piece, Qt::LeftButton);
-        move(piece, position, {500, 400});
-        EXPECT_EQ(spy.size(), moves) << splitterPiece << " at " << position.x();
-        QTest::mouseRelease(piece, Qt::LeftButton);
-    }
-}
-
-TEST_F(QtQuadViewTest, ALineIsRaisedInItsMiddle) {
-    for (const int orientation : {QtQVSplitterFrame::Horizontal, QtQVSplitterFrame::Vertical}) {
-        QtQVSplitterFrame piece(nullptr, orientation);
-        piece.resize(10, 10);
-        const bool isUpright = orientation == QtQVSplitterFrame::Vertical;
-        const QImage image = piece.grab().toImage();
-        using P = QPalette; // the ground, and six pixels
-        const P::ColorRole roles[] = {P::Window, P::Window, P::Light, P::Mid,    P::Mid,
-                                      P::Mid,    P::Mid,    P::Dark,  P::Window, P::Window};
-        for (int i = 0; i < 10; ++i)
-            for (const int along : {0, 9})
-                EXPECT_EQ(isUpright ? image.pixel(i, along) : image.pixel(along, i),
-                          piece.palette().color(roles[i]).rgb())
-                    << orientation << " at " << i;
-    }
 }
 
 TEST_F(QtQuadViewTest, EveryExpandButtonDoesItsOwn) {
@@ -372,21 +223,6 @@ TEST_F(QtQuadViewTest, TouchHandlesDragTheCentrePieces) {
     EXPECT_TRUE(view.findChildren<QtDraggerButton*>().isEmpty());
 }
 
-TEST_F(QtQuadViewTest, ASubclassStylesTheFramesWithEveryReset) {
-    struct Styled : QtQuadView {
-        void setViewFrameStyle(QFrame*) override { ++styled; }
-        int styled = 0;
-    } other;
-    EXPECT_EQ(frame(3)->frameStyle(), int(QFrame::Box) | int(QFrame::Plain));
-    EXPECT_EQ(frame(3)->lineWidth(), 0);
-    view.resize(3200, 1000);
-    EXPECT_EQ(frame(0)->pos(), QPoint(10, 10)) << "wider splitters on a wider screen";
-    other.equalize();
-    EXPECT_EQ(other.styled, 4);
-    EXPECT_EQ(other.sizeHint(), QSize(1024, 1024));
-    EXPECT_EQ(other.QWidget::sizePolicy().verticalPolicy(), QSizePolicy::Expanding);
-}
-
 TEST_F(QtQuadViewTest, ThePressedViewIsTheCurrentOne) {
     QSignalSpy spy(&view, &QtQuadView::currentViewChanged);
     QLabel* const first = fill(1);
@@ -448,7 +284,7 @@ TEST_F(QtQuadViewTest, ColoursAreAppliedOnceConfiguredAndOnlyOverNobodysOwn) {
 }
 
 TEST_F(QtQuadViewTest, RemovingAViewsContentDeletesItEvenFromItsOwnPress) {
-    expectLog(vlr::LogLevel::CaError, "Child REMOVED");
+    expectLog(LogLevel::CaError, "Child REMOVED");
     QPointer<QLabel> content = fill(0);
     EXPECT_EQ(frame(0)->getCurrentChild(), content.data());
     view.removeWidget(4);
@@ -591,61 +427,4 @@ TEST_F(QtQuadViewTest, TheMenuOpensWhereTheRightButtonDidNotDrag) {
     closeMenu();
     view.setContextMenuPolicy(Qt::NoContextMenu);
     EXPECT_EQ(menuAfter(right, right), "none");
-}
-
-TEST_F(QtQuadViewTest, ButtonsAndHandlesAreWholeAtEveryEdge) {
-    const std::tuple<int, int, int> cases[] = {{50, 50, 12}, {0, 0, 6},   {100, 100, 6},
-                                               {0, 100, 6},  {100, 0, 6}, {50, 0, 9},
-                                               {50, 100, 9}, {0, 50, 9},  {100, 50, 9}};
-    for (const bool isTouched : {false, true, false}) {
-        view.enableTouchscreenMode(isTouched);
-        for (const auto& [x, y, count] : cases) {
-            SCOPED_TRACE(testing::Message() << isTouched << " " << x << " " << y);
-            view.setViewDimension(x, y);
-            EXPECT_EQ(visibleButtons(), count + int(isTouched)) << "with the handle";
-            for (const QPushButton* button : view.findChildren<QPushButton*>()) {
-                const QRect place(button->mapTo(&view, QPoint()), button->size());
-                EXPECT_TRUE(!button->isVisible() || view.rect().contains(place))
-                    << place.x() << " " << place.y();
-                EXPECT_GE(std::min(place.width(), place.height()), isTouched ? 35 : 32);
-            }
-        }
-    }
-}
-
-TEST_F(QtQuadViewTest, APieceKeepsItsButtonsAtItsPlace) {
-    const struct {
-        int orientation, position;
-        QPoint from, to; // with a twentieth of 200 or 100 pixels as inset
-        QRect box;
-    } cases[] = {{1, 0, {300, 50}, {304, 250}, {287, 60, 32, 100}},
-                 {1, 2, {300, 50}, {304, 250}, {287, 141, 32, 100}},
-                 {1, 1, {300, 50}, {304, 250}, {287, 101, 32, 100}},
-                 {0, 0, {50, 300}, {250, 304}, {60, 287, 100, 32}},
-                 {0, 2, {50, 300}, {250, 304}, {141, 287, 100, 32}},
-                 {2, 7, {50, 300}, {250, 400}, {101, 364, 100, 32}},
-                 {1, 1, {300, 50}, {304, 149}, {287, 50, 32, 100}},
-                 {1, 1, {300, 50}, {304, 148}, {}},
-                 {0, 1, {50, 300}, {149, 304}, {50, 287, 100, 32}},
-                 {0, 1, {50, 300}, {148, 304}, {}}};
-    const QPixmap picture(8, 8);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.orientation << " " << c.position << " " << c.to.y());
-        auto* const piece = new QtQVSimpleSplitter(&host, c.orientation, c.position);
-        for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(piece->createButton(&picture)->focusPolicy(), Qt::NoFocus);
-        piece->enableTouchScreenMode(true);
-        piece->setPosition(c.from, c.to);
-        piece->show();
-        QRect box;
-        for (const QObject* child : host.children())
-            if (child != &view && child->findChild<QPushButton*>())
-                box = static_cast<const QWidget*>(child)->isVisible()
-                          ? static_cast<const QWidget*>(child)->geometry()
-                          : QRect();
-        EXPECT_EQ(box, c.box) << box.x() << " " << box.y() << " " << box.width();
-        EXPECT_EQ(host.findChildren<QtDraggerButton*>().size(), c.position == 1 ? 1 : 0);
-        delete piece;
-        EXPECT_EQ(host.children(), QObjectList{&view}) << "line, box and handle went along";
-    }
 }

@@ -6,13 +6,11 @@
 #include <QtCore/QDir>
 
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 
 // The protected part, for the tests.
-class Exposed : public QtScreenShotData {
-public:
+struct Exposed : QtScreenShotData {
     using QtScreenShotData::doBinSave;
 };
 
@@ -28,15 +26,12 @@ QByteArray pngOf(const QPixmap& pixmap) {
     return buffer.data();
 }
 
-class ScreenshotTest : public GuiTest {
-protected:
+struct ScreenshotTest : GuiTest {
     ScreenshotTest() {
         createQtScreenShotDataFactory();
         createPatientFactory();
         setting("ScreenshotLocation", folder());
         window.resize(301, 201);
-        patient->setPatientId("7"_s);
-        patient->setName("Jane"_s);
         services.patient = patient;
     }
     ~ScreenshotTest() override { DataIOManager::closeRepository(); }
@@ -64,13 +59,11 @@ protected:
     // As the next run of the program finds it.
     static DataPointer<Patient> reload(const DataPointer<Patient>& patient) {
         DataIOManager::closeRepository();
-        DataPointer<Patient> loaded;
-        EXPECT_EQ(DataIOManager::loadPatient(patient->storage().uri, loaded), CaError::nullError);
-        return loaded;
+        return loadPatient(*patient);
     }
 
     FakeServices services;
-    DataPointer<Patient> patient{new Patient};
+    DataPointer<Patient> patient = makePatient("7", "Jane");
     QWidget window;
 };
 
@@ -143,10 +136,10 @@ TEST_F(ScreenshotTest, NothingIsStoredWithoutNamePicturePlaceOrItem) {
 
 TEST_F(ScreenshotTest, AFileThatCannotBeWrittenLeavesTheRecordAndNoHalfFile) {
     ASSERT_TRUE(QDir().mkpath(folder()));
-    expectLog(vlr::LogLevel::UserError, "its file could not be written.\nReason: ");
+    expectLog(LogLevel::UserError, "its file could not be written.\nReason: ");
     const std::string message =
         "Saving of screenshot '" + folder().toStdString() + "/Screenshot_Jane_";
-    expectLog(vlr::LogLevel::Error, message);
+    expectLog(LogLevel::Error, message);
     {
         const ReadOnlyFolder closed(folder());
         take(patient.get(), "Save");
@@ -155,8 +148,8 @@ TEST_F(ScreenshotTest, AFileThatCannotBeWrittenLeavesTheRecordAndNoHalfFile) {
         const FullDisk full;
         take(patient.get(), "Save");
     }
-    EXPECT_EQ(logCount(vlr::LogLevel::Error, message), 2);
-    EXPECT_EQ(logCount(vlr::LogLevel::UserError, "/Screenshot_Jane_"), 2);
+    EXPECT_EQ(logCount(LogLevel::Error, message), 2);
+    EXPECT_EQ(logCount(LogLevel::UserError, "/Screenshot_Jane_"), 2);
     EXPECT_EQ(files(), QStringList());
     ASSERT_EQ(patient->childCount(), 2);
     for (int i = 0; i < 2; ++i)

@@ -4,23 +4,17 @@
 #include "AppBase/Settings/SettingsKeyDialog.h"
 #include "AppBase/Settings/SettingsView.h"
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-#include <QtGui/QWheelEvent>
 #include <QtWidgets/QAbstractButton>
-#include <QtWidgets/QComboBox>
 #include <QtWidgets/QListWidget>
-#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QTableWidget>
 
+#include <stdexcept>
 #include <sys/stat.h>
 
 using namespace vlr;
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 
@@ -39,8 +33,7 @@ struct FileState {
 };
 
 // An open editor on a file with a few settings.
-class SettingsEditorTest : public GuiTest {
-protected:
+struct SettingsEditorTest : GuiTest {
     const QString title = text("Velora/Planning/Title");
     const QString margin = text("Velora/Planning/Margin");
 
@@ -66,7 +59,9 @@ protected:
         view->setFocus();
         view->setCurrentKey(key);
         QTest::keyClick(view, Qt::Key_F2);
-        return editor<Editor>();
+        if (Editor* const opened = editor<Editor>())
+            return opened;
+        throw std::runtime_error("No editor opens for " + key.toStdString());
     }
     // Also when closed, an editor lives until it is deleted later.
     template <class Editor>
@@ -87,7 +82,6 @@ protected:
 
     void type(const QString& key, const char* value) {
         auto* line = edit<QLineEdit>(key);
-        ASSERT_TRUE(line) << key.toStdString();
         line->selectAll();
         QTest::keyClicks(line, text(value));
         pressEnter(line);
@@ -146,7 +140,6 @@ TEST_F(SettingsEditorTest, OkStoresAllChangesAndNothingWithoutOnes) {
 
 TEST_F(SettingsEditorTest, ApplyStoresWhatIsStillBeingTypedAndStays) {
     auto* line = edit<QLineEdit>(title);
-    ASSERT_TRUE(line);
     line->setText(text("Hip"));
     click("Apply");
     EXPECT_TRUE(dialog->isVisible());
@@ -159,16 +152,13 @@ TEST_F(SettingsEditorTest, AStoredValueThatDoesNotFitIsNotLostByLooking) {
     ASSERT_EQ(Settings::set(known("MaxPatientID"), "many"), CaError::nullError);
     open();
     auto* line = edit<QLineEdit>(known("MaxPatientID"));
-    ASSERT_TRUE(line);
     EXPECT_EQ(line->text(), text("many"));
     pressEnter(line);
     auto* combo = edit<QComboBox>(known("WindowShowMode"));
-    ASSERT_TRUE(combo);
     EXPECT_EQ(combo->currentText(), text("tiny"));
     pressEnter(combo);
     EXPECT_TRUE(model->edits().changes().empty());
     combo = edit<QComboBox>(known("WindowShowMode"));
-    ASSERT_TRUE(combo);
     combo->setCurrentText(text("fullscreen"));
     pressEnter(combo);
     EXPECT_EQ(model->edits().text(known("WindowShowMode")), text("fullscreen"));
@@ -177,7 +167,6 @@ TEST_F(SettingsEditorTest, AStoredValueThatDoesNotFitIsNotLostByLooking) {
 TEST_F(SettingsEditorTest, WhatDoesNotParseIsRefusedWithTheReasonAndStaysInSight) {
     const QString size = known("QtQuadView/InitialSize");
     auto* line = edit<QLineEdit>(size);
-    ASSERT_TRUE(line);
     line->setText(text("big"));
     const std::function<void()> attempts[] = {
         [&] { pressEnter(line); },
@@ -258,12 +247,10 @@ TEST_F(SettingsEditorTest, KeysTypedIntoALineAreNotMeantForTheTree) {
     search()->setText(text("knee"));
     QTest::keyClick(search(), Qt::Key_Delete);
     auto* line = edit<QLineEdit>(title);
-    ASSERT_TRUE(line);
     QTest::keyClick(line, Qt::Key_Delete);
     EXPECT_TRUE(line->text().isEmpty());
     QTest::keyClick(line, Qt::Key_Escape);
     auto* combo = edit<QComboBox>(known("WindowShowMode"));
-    ASSERT_TRUE(combo);
     QTest::keyClick(combo, Qt::Key_Delete);
     EXPECT_TRUE(model->edits().changes().empty());
 }
@@ -294,9 +281,7 @@ TEST_F(SettingsEditorTest, WhatOthersChangedIsAskedFor) {
     inNextDialog<SettingsConflictDialog>([&](SettingsConflictDialog& asked) {
         auto* choice = qobject_cast<QComboBox*>(asked.findChild<QTableWidget*>()->cellWidget(1, 4));
         ASSERT_FALSE(choice->hasFocus());
-        QWheelEvent wheel({2, 2}, choice->mapToGlobal(QPoint(2, 2)), {}, {0, -120}, Qt::NoButton,
-                          Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(choice, &wheel);
+        turnWheel(choice, -120);
         EXPECT_EQ(choice->currentIndex(), 0) << "the wheel chooses nothing";
         choice->setCurrentIndex(1); // mine
         QTest::keyClick(&asked, Qt::Key_Return);

@@ -1,7 +1,5 @@
 #include "AppBase/Settings/SettingsModel.h"
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtGui/QFont>
 #include <QtTest/QAbstractItemModelTester>
@@ -20,8 +18,7 @@ SettingsType ofKind(Kind kind) {
 }
 
 // The settings of two processes: what is written to `stored` directly, the other one did.
-class MemorySource : public SettingsSource {
-public:
+struct MemorySource : SettingsSource {
     CaError read(QHash<QString, QVariant>& values) override {
         values = stored;
         return CaError::nullError;
@@ -41,8 +38,7 @@ public:
     QHash<QString, QVariant> stored;
 };
 
-class SettingsModelTest : public vlrTest::GuiTest {
-protected:
+struct SettingsModelTest : vlrTest::GuiTest {
     SettingsModelTest() {
         source.stored = {{text("Site/Number"), text("5")},
                          {text("Site/Number/Unit"), text("mm")},

@@ -1,11 +1,7 @@
 #include "DataUtils/QtStudyConfigurationWidget.h"
 
-#include "Base/QtMessageLine.h"
 #include "Data/DataTreeNode.h"
-#include "Data/Patient.h"
-#include "Data/Study.h"
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
 
 #include <QtWidgets/QDateTimeEdit>
 
@@ -24,8 +20,7 @@ struct Form {
     QDateTimeEdit* dateTime;
 };
 
-class StudyFormTest : public GuiTest {
-protected:
+struct StudyFormTest : GuiTest {
     static DataPointer<Study> loaded(const DataPointer<Study>& study) {
         DataTreeNode node;
         EXPECT_EQ(study->save(node), CaError::nullError);
@@ -96,7 +91,7 @@ TEST_F(StudyFormTest, TheInstitutionSavedAsDefaultIsThereAtTheNextStart) {
         form.institution->setText(text("St. Luke \u4eac\u90fd"));
         form.widget.saveAsDefault();
     }
-    const DataPointer<Patient> patient(new Patient);
+    const DataPointer<Patient> patient = makePatient("1");
     const DataPointer<Study> study(new Study);
     ASSERT_EQ(patient->addChild(study, false), CaError::nullError);
     study->setDate(QDate(2024, 1, 1));
@@ -111,7 +106,6 @@ TEST_F(StudyFormTest, TheInstitutionSavedAsDefaultIsThereAtTheNextStart) {
     study->setInstitution(text("St. Mary"));
     EXPECT_EQ(Form(study).institution->text(), text("St. Mary"));
     study->setInstitution(QString());
-    patient->setPatientId(text("1"));
     ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
     EXPECT_EQ(Form(study).institution->text(), QString()) << "stored meanwhile";
     DataIOManager::closeRepository();
@@ -153,8 +147,8 @@ TEST_F(StudyFormTest, FieldsFollowOneAnother) {
 }
 
 TEST_F(StudyFormTest, OtherDataGivesAnEmptyFormThatDoesNothing) {
-    expectLog(vlr::LogLevel::CaError, "QtStudyConfigurationWidget::"
-                                      "QtStudyConfigurationWidget(): No study given!");
+    expectLog(LogLevel::CaError, "QtStudyConfigurationWidget::"
+                                 "QtStudyConfigurationWidget(): No study given!");
     const DataPointer<Data> patient(new Patient);
     QtStudyConfigurationWidget widget(patient.get(), {}, nullptr, {});
     EXPECT_EQ(logRecords().back().line, 87);

@@ -1,14 +1,11 @@
-#include "AppBase/AppBase.h"
 #include "AppBase/QtAppModuleProxy.h"
 #include "AppBase/QtControlAreaControlButtons.h"
 #include "AppBase/QtPresetButton.h"
+#include "AppBase/Settings/vlrSettingsEditorDialog.h"
 #include "AppBase/vlrControlList.h"
-#include "AppBase/vlrSettingsEditorDialog.h"
+#include "AppBaseTest.h"
 #include "Base/QtQuadView.h"
 #include "DataUtils/TypedDateEdit.h"
-#include "Gui/GuiTest.h"
-#include "Gui/Text.h"
-#include "IO/DataIOManager.h"
 
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QComboBox>
@@ -17,11 +14,7 @@
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QSpinBox>
-#include <QtWidgets/QSplitter>
-#include <QtWidgets/QStackedWidget>
-#include <QtWidgets/QTabBar>
 #include <QtWidgets/QTabWidget>
-#include <QtWidgets/QToolButton>
 #include <QtWidgets/QTreeView>
 #include <QtWidgets/QVBoxLayout>
 
@@ -39,39 +32,36 @@ const Sizes rows{QSize(700, 400), QSize(300, 400), QSize(700, 600), QSize(300, 6
 const Sizes unequal{QSize(200, 800), QSize(800, 800), QSize(200, 200), QSize(800, 200)};
 const Sizes empty{};
 
-class TouchColumnTest : public testing::Test {
-protected:
-    TouchColumnTest() { start(); }
-    ~TouchColumnTest() override {
-        app.reset();
-        DataIOManager::closeRepository();
-    }
+struct TouchColumnTest : AppBaseTest {
+    void SetUp() override { start(); }
 
     // As the program does, with two modules of which the first is active.
     void start() {
-        app.reset();
-        app = std::make_unique<AppBase>(m_argc, m_argv);
+        endApp();
+        app();
         QObject::connect(window(), &QtAppMainWindow::moduleActivated, window(),
                          [this](const QtAppModuleProxy* proxy) {
                              if (proxy)
                                  config = proxy->moduleGeneralOptions();
                          });
         for (const char* name : {"First", "Second"})
-            ASSERT_TRUE(app->addModule(new RecordingModule(QString::fromLatin1(name))));
+            ASSERT_TRUE(
+                AppBase::instance()->addModule(new RecordingModule(QString::fromLatin1(name))));
         activate("First");
         window()->resize(1100, 800);
         window()->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window()));
         window()->occupyWindow(vlr::ControlList::instance());
         pages()->setCurrentWidget(viewer());
-        app->setTouchScreenModeEnabled(true);
+        setTouchScreenMode(true);
         QCoreApplication::processEvents(); // What is larger now finds its place.
         column()->setHoldDownTime(never);
         viewer()->setViewerDimensions(rows[0], rows[1], rows[2], rows[3]);
     }
-    void activate(const char* name) { app->activateModule(QString::fromLatin1(name)); }
+    static void activate(const char* name) { AppBase::instance()->activateModule(text(name)); }
+    static void setTouchScreenMode(bool on) { AppBase::instance()->setTouchScreenModeEnabled(on); }
 
-    QtAppMainWindow* window() { return app->getMainWindow(); }
+    static QtAppMainWindow* window() { return AppBase::instance()->getMainWindow(); }
     QSplitter* splitter() { return window()->findChild<QSplitter*>(); }
     static QtQuadView* viewer() { return vlr::ControlList::instance()->getViewer(); }
     static QStackedWidget* pages() {
@@ -106,12 +96,6 @@ protected:
         for (int round = 0; round < 4; ++round)
             QCoreApplication::processEvents();
     }
-    // With the button down.
-    static void move(QWidget* button, const QPoint& place) {
-        QMouseEvent event(QEvent::MouseMove, place, button->mapToGlobal(place), Qt::NoButton,
-                          Qt::LeftButton, {});
-        QCoreApplication::sendEvent(button, &event);
-    }
     void store(int index, const Sizes& sizes) {
         config->setResourceDimensions(index, sizes[0], sizes[1], sizes[2], sizes[3]);
     }
@@ -119,13 +103,7 @@ protected:
         return button->icon().pixmap(button->iconSize()).toImage();
     }
 
-    std::unique_ptr<AppBase> app;
     DataPointer<ModuleConfig> config; ///< Of the active module.
-
-private:
-    int m_argc = 1;
-    char m_name[12] = "vlrGuiTests";
-    char* m_argv[2] = {m_name, nullptr};
 };
 
 } // namespace
@@ -176,10 +154,10 @@ TEST_F(TouchColumnTest, WhatEndsAHoldStoresNothing) {
         Sizes mainLayout;
     } cases[] = {
         {[](auto* b) { QTest::mouseRelease(b, Qt::LeftButton); }, outside, unequal, quarters},
-        {[&](auto* b) { move(b, outside); }, outside, rows, rows},
-        {[this](auto*) { activate("Second"); }, inside, rows, rows},
+        {[&](auto* b) { dragTo(b, outside); }, outside, rows, rows},
+        {[](auto*) { activate("Second"); }, inside, rows, rows},
         {[](auto*) { viewer()->lockAspectRatio(); }, inside, rows, rows},
-        {[this](auto*) { app->setTouchScreenModeEnabled(false); }, inside, rows, rows},
+        {[](auto*) { setTouchScreenMode(false); }, inside, rows, rows},
         {[](auto*) { pages()->setCurrentIndex(0); }, inside, rows, rows},
         {[this](auto*) { config->setNoDimensionSets(0); }, inside, rows, quarters},
     };
@@ -196,7 +174,7 @@ TEST_F(TouchColumnTest, WhatEndsAHoldStoresNothing) {
             };
             ASSERT_TRUE(isMain || (ringFills() && ringFills()));
             c.end(button);
-            move(button, c.release); // A hand is never quite still.
+            dragTo(button, c.release); // A hand is never quite still.
             EXPECT_EQ(button->ringShare(), 0);
             const Sizes before = stored(0);
             column()->minPressTimeOver();
@@ -205,7 +183,7 @@ TEST_F(TouchColumnTest, WhatEndsAHoldStoresNothing) {
             EXPECT_EQ(layout(), isMain ? c.mainLayout : c.layout);
             viewer()->unlockAspectRatio();
             pages()->setCurrentWidget(viewer());
-            app->setTouchScreenModeEnabled(true);
+            setTouchScreenMode(true);
             activate("First");
             config->setNoDimensionSets(5);
         }
@@ -261,7 +239,7 @@ TEST_F(TouchColumnTest, AColumnFollowsTheConfigurationAndTheLock) {
     // What no column shows any more has nobody to tell.
     const DataPointer<ModuleConfig> first = config;
     activate("Second");
-    app.reset();
+    endApp();
     first->notify(Data::CHANGED);
 }
 
@@ -314,8 +292,8 @@ TEST_F(TouchColumnTest, ThePresetsStandOnlyWhereViewsAre) {
     QPointer<QLabel> list = new QLabel;
     window()->occupyWindow(nullptr, list);
     EXPECT_FALSE(mainButton()->isVisible());
-    app->setTouchScreenModeEnabled(false);
-    app->setTouchScreenModeEnabled(true);
+    setTouchScreenMode(false);
+    setTouchScreenMode(true);
     EXPECT_FALSE(mainButton()->isVisible());
     window()->occupyWindow(vlr::ControlList::instance());
     EXPECT_TRUE(mainButton()->isVisible());
@@ -333,10 +311,10 @@ TEST_F(TouchColumnTest, ALockedViewHidesTheColumnAndLeavingTheModeTheWholeHandle
     viewer()->unlockAspectRatio();
     EXPECT_TRUE(column()->isVisible());
     EXPECT_GE(splitter()->handleWidth(), leastSize);
-    app->setTouchScreenModeEnabled(false);
+    setTouchScreenMode(false);
     EXPECT_EQ(splitter()->handleWidth(), QSplitter().handleWidth());
     EXPECT_FALSE(openClose()->isVisible() || mainButton()->isVisible());
-    app->setTouchScreenModeEnabled(true);
+    setTouchScreenMode(true);
     EXPECT_TRUE(mainButton()->isVisible());
 }
 

@@ -1,5 +1,4 @@
 #include "Gui/GuiTest.h"
-#include "Gui/Text.h"
 #include "Navigation/NavigationTest.h"
 #include "Tools/TrackableData.h"
 #include "Widgets/QtDRBVisibilityBox.h"
@@ -11,15 +10,7 @@ using namespace vlrTest;
 
 namespace {
 
-class TrackingVisibilityTest : public GuiTest {
-protected:
-    TrackingVisibilityTest() : box(std::make_unique<SurgicalToolBox>(time.clock())) {
-        auto made = std::make_unique<HandSource>(time.clock());
-        source = made.get();
-        EXPECT_EQ(box->connectTo(std::move(made)), CaError::nullError);
-        tool = box->addTool(fourMarkers());
-    }
-
+struct TrackingVisibilityTest : GuiTest, HandBox {
     // Markers by one letter each: v(isible), h(idden).
     void see(const std::string& markers) {
         std::vector<Vector3d> positions;
@@ -30,10 +21,6 @@ protected:
     }
     static void poll(QWidget& widget) { QMetaObject::invokeMethod(&widget, "update"); }
 
-    HandClock time;
-    std::unique_ptr<SurgicalToolBox> box;
-    HandSource* source = nullptr;
-    SurgicalTool* tool = nullptr;
     Vector3d place{300, 0, -1400};
 };
 
@@ -206,7 +193,7 @@ TEST_F(TrackingVisibilityTest, TheBoxRefusesWhatItCannotShow) {
     for (const char* reason : {"Rigid is not defined.", "Rigid is already in visibility box.",
                                "Data is not connected with a rigid body.",
                                "Tool box is not defined.", "Rigid is not in visibility box."})
-        expectLog(vlr::LogLevel::Error, reason);
+        expectLog(LogLevel::Error, reason);
     refuses("Rigid is not defined.", group.addRigid(static_cast<SurgicalTool*>(nullptr)));
     refuses("Data is not connected with a rigid body.", group.addRigid(data.get()));
     data->setReferenceName("Nobody");

@@ -27,7 +27,7 @@ TEST_F(Translations, ThoseForTheUsersLanguageAreInstalled) {
     writeFile(folder + "Program_de_AT.qm"_s, austrian);
     writeFile(folder + "Program_fr.qm"_s, "not for this user");
     writeFile(folder + "Damaged_de_AT.qm"_s, "damaged");
-    expectLog(vlr::LogLevel::Warning, "Damaged_de_AT.qm cannot be read");
+    expectLog(LogLevel::Warning, "Damaged_de_AT.qm cannot be read");
 
     EXPECT_EQ(vlr::translationFiles().size(), 4);
     vlr::installTranslations(QCoreApplication::instance());

@@ -30,8 +30,7 @@ const std::array<std::array<float, 3>, 4> positions{
     {{100, -50, -1400}, {100, 0, -1400}, {60, -50, -1400}, {30, 10, -1400}}};
 
 /// As it comes, the library's socket cannot have the port of a server that was killed just now.
-class Listener : public igtl::ServerSocket {
-public:
+struct Listener : igtl::ServerSocket {
     using Self = Listener;
     using Pointer = igtl::SmartPointer<Self>;
     igtlNewMacro(Listener);

@@ -9,19 +9,12 @@
 #include <QtTest/QTest>
 
 #include <atomic>
-#include <gmock/gmock.h>
 #include <igtlPointMessage.h>
 #include <igtlTrackingDataMessage.h>
 #include <igtlTransformMessage.h>
 #include <igtl_util.h>
-#include <limits>
 
 using namespace vlrTest;
-using testing::AllOf;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Key;
 using vlr::OpenIGTLinkClient;
 
 namespace {
@@ -109,10 +102,8 @@ QByteArray damaged(QByteArray message) {
 }
 
 class OpenIGTLinkClientTest : public testing::Test {
-    int m_argc = 1;
-    char m_name[5] = "igtl";
-    char* m_argv[2] = {m_name, nullptr};
-    QCoreApplication m_application{m_argc, m_argv};
+    CommandLine m_line;
+    QCoreApplication m_application{m_line.count, m_line.words};
 
 protected:
     OpenIGTLinkClientTest() {
@@ -201,11 +192,7 @@ TEST_F(OpenIGTLinkClientTest, DamagedMessagesAreDroppedAndTheNextOnesRead) {
     start();
     const float infinite = std::numeric_limits<float>::infinity();
     const QByteArray good = points({{"0", 9, 9, 9}});
-    const struct {
-        const char* what;
-        QByteArray bytes;
-        const char* problem;
-    } cases[] = {
+    const std::tuple<const char*, QByteArray, const char*> cases[] = {
         {"checksum", damaged(good), "checksum"},
         {"not finite", points({{"0", infinite, 9, 9}}), "damaged"},
         {"marker 32", points({{"32", 9, 9, 9}}), "damaged"},
@@ -222,12 +209,12 @@ TEST_F(OpenIGTLinkClientTest, DamagedMessagesAreDroppedAndTheNextOnesRead) {
         {"a huge text of meta data", withExtension(good, 62), "damaged"},
     };
     std::size_t measurements = 0;
-    for (const auto& c : cases) {
+    for (const auto& [what, bytes, told] : cases) {
         const auto value = static_cast<float>(++measurements);
-        peer->write(c.bytes + points({{"0", value, 2, 3}}));
-        EXPECT_TRUE(waitForPoints("Pointer", {static_cast<double>(value), 2, 3})) << c.what;
-        EXPECT_EQ(collector->measurements().size(), measurements) << c.what;
-        EXPECT_THAT(problem(), HasSubstr(c.problem)) << c.what;
+        peer->write(bytes + points({{"0", value, 2, 3}}));
+        EXPECT_TRUE(waitForPoints("Pointer", {static_cast<double>(value), 2, 3})) << what;
+        EXPECT_EQ(collector->measurements().size(), measurements) << what;
+        EXPECT_THAT(problem(), HasSubstr(told)) << what;
     }
     EXPECT_FALSE(server.hasPendingConnections()); // All of that on one connection.
 }
@@ -237,11 +224,7 @@ TEST_F(OpenIGTLinkClientTest, APeerThatTalksNonsenseIsLeftAndTriedAgain) {
     options.longestPause = std::chrono::hours(1);
     start();
     const quint64 huge = ~quint64(0);
-    const struct {
-        const char* what;
-        QByteArray bytes;
-        const char* problem;
-    } cases[] = {
+    const std::tuple<const char*, QByteArray, const char*> cases[] = {
         {"another protocol", "HTTP/1.1 400 Bad Request\r\n" + QByteArray(100, ' '), "OpenIGTLink"},
         {"version 0", header("POINT", 136, 0), "OpenIGTLink"},
         {"type", header("PO\x01NT", 136), "OpenIGTLink"},
@@ -250,12 +233,12 @@ TEST_F(OpenIGTLinkClientTest, APeerThatTalksNonsenseIsLeftAndTriedAgain) {
         {"endless, not ours", header("IMAGE", huge), "IMAGE"},
     };
     for (int i = 0; i < 2 * static_cast<int>(std::size(cases)); ++i) {
-        const auto& c = cases[static_cast<std::size_t>(i) % std::size(cases)];
-        peer->write(c.bytes);
-        ASSERT_TRUE(waitForProblem(c.problem)) << c.what;
+        const auto& [what, bytes, told] = cases[static_cast<std::size_t>(i) % std::size(cases)];
+        peer->write(bytes);
+        ASSERT_TRUE(waitForProblem(told)) << what;
         accept();
         peer->write(points({{"0", 1, 2, 3}}));
-        EXPECT_TRUE(waitForPoints("Pointer", {1, 2, 3})) << c.what;
+        EXPECT_TRUE(waitForPoints("Pointer", {1, 2, 3})) << what;
         EXPECT_EQ(problem(), "");
     }
 }

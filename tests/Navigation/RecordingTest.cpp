@@ -8,12 +8,8 @@
 #include <QtTest/QTest>
 
 #include <future>
-#include <gmock/gmock.h>
-#include <limits>
 
 using namespace vlrTest;
-using testing::AllOf;
-using testing::HasSubstr;
 using vlr::RecordingPlayer;
 using vlr::TrackingRecorder;
 
@@ -65,10 +61,8 @@ Playback playToTheEnd(const QString& path) {
 }
 
 class RecordingTest : public testing::Test {
-    int m_argc = 1;
-    char m_name[10] = "Recording";
-    char* m_argv[2] = {m_name, nullptr};
-    QCoreApplication m_application{m_argc, m_argv};
+    CommandLine m_line;
+    QCoreApplication m_application{m_line.count, m_line.words};
 
 protected:
     QString path = testFolder() + QStringLiteral("/a case.track");
@@ -101,12 +95,7 @@ TEST_F(RecordingTest, DamagedRecordingsEndAtTheDamage) {
     const QByteArray header = "vlr-tracking 1\n";
     const QByteArray good = "0 markers A 1 2 -3.5 -\n";
     const QByteArray many = "0 markers A" + QByteArray(" -").repeated(33) + "\n";
-    const struct {
-        const char* what;
-        QByteArray lines;
-        const char* problem;
-        std::size_t played;
-    } cases[] = {
+    const std::tuple<const char*, QByteArray, const char*, std::size_t> cases[] = {
         {"empty", "", "", 0},
         {"good", good, "", 1},
         {"cut off", good + "5 markers A 1 2", "line 3: it is cut off", 1},
@@ -121,14 +110,14 @@ TEST_F(RecordingTest, DamagedRecordingsEndAtTheDamage) {
         {"many markers", many, "neither", 0},
         {"another state", good + "0 state sleepy\n", "line 3: it does not tell", 1},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        writeFile(path, header + c.lines);
+    for (const auto& [what, lines, problem, count] : cases) {
+        SCOPED_TRACE(what);
+        writeFile(path, header + lines);
         const Playback played = playToTheEnd(path);
-        EXPECT_EQ(played.measurements.size(), c.played);
-        EXPECT_THAT(played.problem, HasSubstr(c.problem));
-        EXPECT_THAT(played.problem, HasSubstr(*c.problem ? "a case.track" : ""));
-        EXPECT_EQ(played.problem.empty(), *c.problem == '\0') << played.problem;
+        EXPECT_EQ(played.measurements.size(), count);
+        EXPECT_THAT(played.problem, HasSubstr(problem));
+        EXPECT_THAT(played.problem, HasSubstr(*problem ? "a case.track" : ""));
+        EXPECT_EQ(played.problem.empty(), *problem == '\0') << played.problem;
     }
     for (const QByteArray& bytes : {QByteArray(), QByteArray("vlr-tracking 2\n"),
                                     QByteArray(100000, 'x'), header.chopped(1)}) {

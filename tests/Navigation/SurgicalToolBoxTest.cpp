@@ -4,26 +4,12 @@
 #include "Tracking/TrackingAddress.h"
 
 #include <cmath>
-#include <gmock/gmock.h>
-#include <limits>
 
 using namespace vlrTest;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
-class SurgicalToolBoxTest : public testing::Test {
-protected:
-    SurgicalToolBoxTest() : box(time.clock()) {
-        auto made = std::make_unique<HandSource>(time.clock());
-        source = made.get();
-        EXPECT_EQ(box.connectTo(std::move(made)), CaError::nullError);
-        tool = box.addTool(fourMarkers());
-        body = tool->getRigidBody();
-    }
-
+struct SurgicalToolBoxTest : testing::Test {
     void see(const std::vector<Vector3d>& markers) {
         source->setMarkers("Pointer", markers);
         box.refresh();
@@ -35,11 +21,12 @@ protected:
         return count;
     }
 
-    HandClock time;
-    SurgicalToolBox box;
-    HandSource* source = nullptr;
-    SurgicalTool* tool = nullptr;
-    CaTool* body = nullptr;
+    HandBox hand;
+    HandClock& time = hand.time;
+    SurgicalToolBox& box = *hand.box;
+    HandSource* source = hand.source;
+    SurgicalTool* tool = hand.tool;
+    CaTool* body = tool->getRigidBody();
 };
 
 // The set whose pose and error RigidFitTest has the origin of, and one of a quarter turn about z.
@@ -63,12 +50,7 @@ TEST_F(SurgicalToolBoxTest, ThePoseFollowsFromTheMarkersThatAreSeen) {
     EXPECT_NEAR(body->getTranslation().z(), -1401.52527103039, 1e-9);
     EXPECT_EQ(body->getReal(3), noisy[3]);
 
-    const struct {
-        const char* what;
-        std::vector<Vector3d> markers;
-        int visible;
-        bool hasPose;
-    } cases[] = {
+    const std::tuple<const char*, std::vector<Vector3d>, int, bool> cases[] = {
         {"one hidden", {exact[0], hidden, exact[2], exact[3]}, 3, true},
         {"two hidden", {exact[0], hidden, exact[2], hidden}, 2, false},
         {"fewer than it has", {exact[0], exact[1], exact[2]}, 3, true},
@@ -79,12 +61,12 @@ TEST_F(SurgicalToolBoxTest, ThePoseFollowsFromTheMarkersThatAreSeen) {
         {"on one line", {exact[0], hidden, exact[0], exact[0]}, 3, false},
         {"none", {}, 0, false},
     };
-    for (const auto& c : cases) {
-        see(c.markers);
-        EXPECT_EQ(visible(), c.visible) << c.what;
-        EXPECT_EQ(body->hasPose(), c.hasPose) << c.what;
-        EXPECT_EQ(std::isnan(body->getRMS()), !c.hasPose) << c.what;
-        EXPECT_EQ(std::isnan(body->getTranslation().norm()), !c.hasPose) << c.what;
+    for (const auto& [what, markers, seen, hasPose] : cases) {
+        see(markers);
+        EXPECT_EQ(visible(), seen) << what;
+        EXPECT_EQ(body->hasPose(), hasPose) << what;
+        EXPECT_EQ(std::isnan(body->getRMS()), !hasPose) << what;
+        EXPECT_EQ(std::isnan(body->getTranslation().norm()), !hasPose) << what;
     }
     see({exact[0], hidden, exact[2], exact[3]});
     EXPECT_NEAR((body->getTranslation() - Vector3d(100, -50, -1400)).norm(), 0, 1e-9);
@@ -135,9 +117,9 @@ TEST_F(SurgicalToolBoxTest, AReportedPoseServesWhereMarkersAreNotTold) {
 TEST_F(SurgicalToolBoxTest, ToolsComeAndGo) {
     EXPECT_EQ(SurgicalToolBox::getInstance(), &box);
     EXPECT_EQ(box.getTool("Pointer"), tool);
-    expectLog(vlr::LogLevel::Error, "There is a tool \"Pointer\" already.");
+    expectLog(LogLevel::Error, "There is a tool \"Pointer\" already.");
     EXPECT_EQ(box.addTool(fourMarkers()), nullptr);
-    expectLog(vlr::LogLevel::Error, "on one line");
+    expectLog(LogLevel::Error, "on one line");
     EXPECT_EQ(box.addTool({"Stick", {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}}}), nullptr);
 
     const SurgicalTool* found = tool;
@@ -172,7 +154,7 @@ TEST_F(SurgicalToolBoxTest, ToolsComeAndGo) {
 
 TEST_F(SurgicalToolBoxTest, EachKindOfProblemIsLoggedOnceAMinuteWithItsCount) {
     for (const char* text : {"damaged", "wrong checksum", "the cable is out"})
-        expectLog(vlr::LogLevel::Warning, text);
+        expectLog(LogLevel::Warning, text);
     const auto attack = [&](int times) {
         for (int i = 0; i < times; ++i) {
             const std::string number = std::to_string(i); // The texts vary.
@@ -185,7 +167,7 @@ TEST_F(SurgicalToolBoxTest, EachKindOfProblemIsLoggedOnceAMinuteWithItsCount) {
             box.refresh();
         }
     };
-    const auto logged = [](const char* text) { return logCount(vlr::LogLevel::Warning, text); };
+    const auto logged = [](const char* text) { return logCount(LogLevel::Warning, text); };
     attack(4);
     source->setConnected(false, "the cable is out"); // A text is a kind of its own.
     box.refresh();

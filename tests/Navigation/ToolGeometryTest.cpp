@@ -2,11 +2,7 @@
 
 #include "Support/TestEnvironment.h"
 
-#include <gmock/gmock.h>
-
 using namespace vlrTest;
-using testing::AllOf;
-using testing::HasSubstr;
 
 namespace {
 
@@ -32,11 +28,7 @@ TEST(ToolGeometry, IsReadFromItsFile) {
 
 TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
     const QByteArray marker = "<marker x='1' y='2' z='3'/>";
-    const struct {
-        const char* what;
-        QByteArray bytes;
-        const char* cause;
-    } cases[] = {
+    const std::tuple<const char*, QByteArray, const char*> cases[] = {
         {"empty", "", "document"},
         {"another root", "<probe/>", "unexpected element \"probe\""},
         {"cut off", tool(threeMarkers).chopped(20), "line 2"},
@@ -56,11 +48,11 @@ TEST(ToolGeometry, DamagedFilesAreRefusedWithTheFileAndTheCause) {
     };
     const QString path = testFolder() + QStringLiteral("/bad tool.xml");
     vlr::ToolGeometry geometry{"untouched", {}};
-    for (const auto& c : cases) {
-        writeFile(path, c.bytes);
+    for (const auto& [what, bytes, cause] : cases) {
+        writeFile(path, bytes);
         const CaError error = vlr::readToolGeometry(path, geometry);
-        EXPECT_THAT(error.text(), AllOf(HasSubstr("bad tool.xml"), HasSubstr(c.cause))) << c.what;
-        EXPECT_EQ(geometry.name, "untouched") << c.what;
+        EXPECT_THAT(error.text(), AllOf(HasSubstr("bad tool.xml"), HasSubstr(cause))) << what;
+        EXPECT_EQ(geometry.name, "untouched") << what;
     }
     EXPECT_THAT(vlr::readToolGeometry(QStringLiteral("/nowhere/a.xml"), geometry).text(),
                 HasSubstr("/nowhere/a.xml"));

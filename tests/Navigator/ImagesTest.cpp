@@ -2,18 +2,11 @@
 #include "Images/PhantomFiles.h"
 #include "Images/ProblemList.h"
 #include "Navigator/NavigatorTest.h"
-#include "Support/MessageBoxes.h"
 #include "Volume/ImagesView.h"
-
-#include <QtCore/QDir>
-#include <QtWidgets/QLabel>
-
-#include <gmock/gmock.h>
 
 #include <set>
 
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 
@@ -30,12 +23,7 @@ private:
     std::function<void()> m_act;
 };
 
-class ImagesTest : public NavigatorTest {
-protected:
-    ~ImagesTest() override {
-        application.reset();
-        DataIOManager::closeRepository();
-    }
+struct ImagesTest : NavigatorTest {
     // In the order of their names: good, cut, good, huge, no image, good.
     static QString makeFolder() {
         // A header of 60000 x 60000 pixels, and no more.
@@ -102,7 +90,7 @@ TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {
     press(Qt::Key_Right);
     const QString letters = writeImages("letters", std::vector<QByteArray>(5, "Dear Jane,"));
     for (const QString& path : {letters, letters + QStringLiteral("/none.png")}) {
-        expectLog(vlr::LogLevel::UserWarning, path.toStdString());
+        expectLog(LogLevel::UserWarning, path.toStdString());
         bool isTold = false;
         answerNextMessageBox([&](QMessageBox& box) {
             isTold = box.text().contains(path);
@@ -113,7 +101,7 @@ TEST_F(ImagesTest, NothingUsableKeepsWhatIsOpen) {
         EXPECT_EQ(position(), "Slice 2 of 6");
         EXPECT_THAT(problems(), HasSubstr(path.toHtmlEscaped().toStdString()));
     }
-    EXPECT_EQ(logCount(vlr::LogLevel::UserWarning, ""), 2); // Once each, not once per file.
+    EXPECT_EQ(logCount(LogLevel::UserWarning, ""), 2); // Once each, not once per file.
 }
 
 // --- whom they belong to
@@ -198,7 +186,7 @@ TEST_F(ImagesTest, APatientWhoComesWhileImagesAreLoadedDoesNotGetThem) {
         CaProgressMonitor::setInstance(nullptr);
     };
     AppBase::setCurrentPatient(jane);
-    expectLog(vlr::LogLevel::UserWarning, "not shown");
+    expectLog(LogLevel::UserWarning, "not shown");
     answerNextMessageBox([](QMessageBox& box) { box.accept(); });
     openWhileComes(joan);
     EXPECT_EQ(owner(), "Example");

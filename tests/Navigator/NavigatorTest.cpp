@@ -1,21 +1,26 @@
 #include "Navigator/NavigatorTest.h"
 
-#include "IO/DataIOManager.h"
-
 #include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
-#include <QtCore/QDir>
 
 namespace vlrTest {
+
+Q_COREAPP_STARTUP_FUNCTION(failAtUnansweredBoxes)
 
 NavigatorTest::NavigatorTest() {
     restart();
 }
 
+NavigatorTest::~NavigatorTest() {
+    panes.reset();
+    application.reset();
+    DataIOManager::closeRepository();
+}
+
 void NavigatorTest::restart() {
     panes.reset();
     application.reset();
-    application = std::make_unique<AppBase>(m_argc, m_argv);
+    application = std::make_unique<AppBase>(m_line.count, m_line.words);
 }
 
 void NavigatorTest::show(QtAppModule* module) {
@@ -31,20 +36,6 @@ ImagesModule* NavigatorTest::showImages(const QStringList& paths) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return !panes->series().isEmpty(); }, patience));
     EXPECT_TRUE(QTest::qWaitForWindowActive(window()));
     return module;
-}
-
-DataPointer<Patient> storePatient(const char* id, const char* name) {
-    DataPointer<Patient> patient(new Patient);
-    patient->setPatientId(QString::fromLatin1(id));
-    patient->setName(QString::fromLatin1(name));
-    EXPECT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
-    return patient;
-}
-
-DataPointer<Patient> loadPatient(const Patient& stored) {
-    DataPointer<Patient> patient;
-    EXPECT_EQ(DataIOManager::loadPatient(stored.storage().uri, patient), CaError::nullError);
-    return patient;
 }
 
 QByteArray png(const QImage& image) {

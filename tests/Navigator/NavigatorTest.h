@@ -2,15 +2,21 @@
 
 #include "AppBase/AppBase.h"
 #include "AppBase/QtAppMainWindow.h"
+#include "IO/DataIOManager.h"
 #include "Images/ImagesModule.h"
 #include "Progress/CaProgressMonitor.h"
+#include "Support/CommandLine.h"
+#include "Support/Hand.h"
+#include "Support/MessageBoxes.h"
+#include "Support/Patients.h"
 #include "Support/TestEnvironment.h"
 #include "Volume/PlaneView.h"
 
+#include <QtCore/QDir>
+#include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QPushButton>
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <memory>
@@ -21,6 +27,7 @@ namespace vlrTest {
 class NavigatorTest : public testing::Test {
 protected:
     NavigatorTest();
+    ~NavigatorTest() override;
 
     /// Ends the application, which stores the configurations, and makes the next one.
     void restart();
@@ -48,9 +55,7 @@ protected:
     std::shared_ptr<VolumePanes> panes; // They go before the application.
 
 private:
-    int m_argc = 1;
-    char m_name[10] = "Navigator";
-    char* m_argv[2] = {m_name, nullptr};
+    CommandLine m_line;
 };
 
 constexpr int patience = 60000;
@@ -67,10 +72,6 @@ public:
 private:
     int m_left;
 };
-
-/// Stores a patient under the id, as another workstation would.
-DataPointer<Patient> storePatient(const char* id, const char* name = "Somebody");
-DataPointer<Patient> loadPatient(const Patient& stored);
 
 QByteArray png(const QImage& image);
 /// A file of an image in one grey.

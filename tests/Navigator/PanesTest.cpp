@@ -7,22 +7,15 @@
 #include "Volume/SliceView.h"
 
 #include <QtGui/QScreen>
-#include <QtGui/QWheelEvent>
-#include <QtTest/QSignalSpy>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QRadioButton>
 
-#include <gmock/gmock.h>
-
 using namespace vlrTest;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 
 // The modules as the application has them.
-class PanesTest : public NavigatorTest {
-protected:
+struct PanesTest : NavigatorTest {
     void showModules() {
         m_images = showImages();
         m_compare = new CompareModule(panes);
@@ -33,12 +26,6 @@ protected:
 
     QWidget* overview() const { return panes->overviewControl()->view(); }
     Voxel position() const { return panes->crossHair()->position(); }
-    static void turnWheel(QWidget* widget, int angle) {
-        const QPointF centre(widget->rect().center());
-        QWheelEvent event(centre, widget->mapToGlobal(centre.toPoint()), {}, {0, angle},
-                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-        QCoreApplication::sendEvent(widget, &event);
-    }
     static QtQuadView* viewer() { return vlr::ControlList::instance()->getViewer(); }
     // The names of the views in the panes, "" for an empty or a hidden one.
     static std::vector<std::string> inPanes() {
@@ -186,9 +173,7 @@ TEST_F(PanesTest, MovingOnePaneMovesTheOthers) {
 
     QTest::mousePress(sagittal, Qt::LeftButton, {}, sagittal->pointOf({0, 30, 100}));
     EXPECT_EQ(position(), (Voxel{20, 30, 100}));
-    QMouseEvent drag(QEvent::MouseMove, sagittal->pointOf({0, 31, 10}), Qt::NoButton,
-                     Qt::LeftButton, {});
-    QCoreApplication::sendEvent(sagittal, &drag);
+    dragTo(sagittal, sagittal->pointOf({0, 31, 10}));
     QTest::mouseRelease(sagittal, Qt::LeftButton);
     const Voxel before = position();
     EXPECT_EQ(before, (Voxel{20, 31, 10}));
@@ -284,25 +269,21 @@ TEST_F(PanesTest, TheOverviewIsTurnedByHandAndByKey) {
     const auto dragBy = [&](const QPoint& way) {
         const QPoint from = view->rect().center();
         QTest::mousePress(view, Qt::LeftButton, {}, from);
-        QMouseEvent move(QEvent::MouseMove, from + way, Qt::NoButton, Qt::LeftButton, {});
-        QCoreApplication::sendEvent(view, &move);
+        dragTo(view, from + way);
         QTest::mouseRelease(view, Qt::LeftButton, {}, from + way);
         return view->grab().toImage();
     };
     const QImage focused = dragBy({0, 0}); // The click brings the keyboard here.
     EXPECT_NE(focused, first);
-    const struct {
-        QPoint way;
-        Qt::Key key;
-    } cases[] = {{{40, 0}, Qt::Key_Right},
-                 {{-40, 0}, Qt::Key_Left},
-                 {{0, 40}, Qt::Key_Down},
-                 {{0, -40}, Qt::Key_Up}};
-    for (const auto& each : cases) { // Half a degree a pixel, five degrees a key.
-        const QImage dragged = dragBy(each.way);
+    const std::pair<QPoint, Qt::Key> cases[] = {{{40, 0}, Qt::Key_Right},
+                                                {{-40, 0}, Qt::Key_Left},
+                                                {{0, 40}, Qt::Key_Down},
+                                                {{0, -40}, Qt::Key_Up}};
+    for (const auto& [way, key] : cases) { // Half a degree a pixel, five degrees a key.
+        const QImage dragged = dragBy(way);
         EXPECT_NE(dragged, focused);
         EXPECT_EQ(afterKeys(view, Qt::Key_Home, 1), focused);
-        EXPECT_EQ(afterKeys(view, each.key, 4), dragged);
+        EXPECT_EQ(afterKeys(view, key, 4), dragged);
         EXPECT_EQ(afterKeys(view, Qt::Key_Home, 1), focused);
     }
     // All around to the sides, but upward and downward only to 80 degrees.

@@ -1,26 +1,20 @@
 #include "Base/QtMessageLine.h"
 #include "Data/Study.h"
 #include "DataUtils/QtDataConfigurationDialog.h"
-#include "IO/DataIOManager.h"
 #include "Navigator/NavigatorTest.h"
 #include "Patients/PatientTableModel.h"
 #include "Patients/PatientsModule.h"
 #include "Patients/PatientsView.h"
 #include "Patients/StudyList.h"
 #include "Settings/vlrSettings.h"
-#include "Support/MessageBoxes.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtWidgets/QFileDialog>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QMenu>
 
-#include <gmock/gmock.h>
-
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 
@@ -47,8 +41,7 @@ std::string shownName(const QWidget& parent) {
     return name->accessibleName().toStdString() + '/' + id->accessibleName().toStdString();
 }
 
-class PatientsTest : public NavigatorTest {
-protected:
+struct PatientsTest : NavigatorTest {
     std::string count() const { return find<QLabel>("patientCount")->text().toStdString(); }
     void showList(const char* expectedCount) {
         m_module = new PatientsModule;
@@ -171,12 +164,12 @@ TEST_F(PatientsTest, TheBackupBringsBackWhatWasStored) {
         find<QPushButton>("backup")->menu()->actions().at(entry)->trigger();
     };
     const auto readBox = [] { answerNextMessageBox([](QMessageBox& box) { box.accept(); }); };
-    expectLog(vlr::LogLevel::UserInfo, "backed up: 1 patient in ");
+    expectLog(LogLevel::UserInfo, "backed up: 1 patient in ");
     choose(0, readBox);
     AppBase::setCurrentPatient(storePatient("2"));
     for (const bool isWanted : {false, true}) {
         if (isWanted)
-            expectLog(vlr::LogLevel::UserInfo, "restored: 1 patient, as of ");
+            expectLog(LogLevel::UserInfo, "restored: 1 patient, as of ");
         choose(1, [&] {
             answerNextMessageBox([&](QMessageBox& box) {
                 EXPECT_THAT(box.text().toStdString(), HasSubstr("no longer"));
@@ -256,21 +249,19 @@ TEST_F(PatientsTest, TheCurrentPatientFollowsWhatAnotherWorkstationStored) {
     ASSERT_EQ(first->addChild(new Study, false), CaError::nullError);
     ASSERT_EQ(DataIOManager::storePatient(first), CaError::nullError);
     AppBase::setCurrentStudy(dataCast<Study>(first->child(1)));
-    const struct {
-        const char* way;
-        std::function<void()> look;
-    } cases[] = {{"Reload", [&] { click("reloadPatients"); }},
-                 {"Make current", [&] { makeCurrent("1"); }},
-                 {"selecting", [&] {
-                      list()->selectId(text("2"));
-                      list()->selectId(text("1"));
-                  }}};
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.way);
-        storeElsewhere(each.way);
-        each.look();
+    const std::pair<const char*, std::function<void()>> cases[] = {
+        {"Reload", [&] { click("reloadPatients"); }},
+        {"Make current", [&] { makeCurrent("1"); }},
+        {"selecting", [&] {
+             list()->selectId(text("2"));
+             list()->selectId(text("1"));
+         }}};
+    for (const auto& [way, look] : cases) {
+        SCOPED_TRACE(way);
+        storeElsewhere(way);
+        look();
         const DataPointer<Patient> current = AppBase::getCurrentPatient();
-        EXPECT_EQ(current->name(), text(each.way));
+        EXPECT_EQ(current->name(), text(way));
         EXPECT_EQ(AppBase::getCurrentStudy(), dataCast<Study>(current->child(1)));
         current->setSex(current->sex() == Patient::Male ? Patient::Female : Patient::Male);
         EXPECT_EQ(DataIOManager::storePatient(current), CaError::nullError);

@@ -1,13 +1,7 @@
 #include "Images/PhantomFiles.h"
 #include "Navigator/NavigatorTest.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
-
-#include <gmock/gmock.h>
-
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 

@@ -8,31 +8,24 @@
 #include "AppBase/Settings/SettingsConflictDialog.h"
 #include "AppBase/Settings/SettingsKeyDialog.h"
 #include "AppBase/Settings/vlrSettingsEditorDialog.h"
-#include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMsgBox.h"
 #include "Base/QtTextEditLogger.h"
 #include "Common/Question.h"
 #include "Data/Study.h"
 #include "DataUtils/QtStudyConfigurationWidget.h"
 #include "Faults/Desk.h"
-#include "IO/DataIOManager.h"
-#include "Log/vlrLog.h"
 #include "Navigator/NavigatorTest.h"
 #include "Patients/PatientsModule.h"
 #include "Patients/StoredVersion.h"
 #include "Review/ReviewModule.h"
 #include "Settings/vlrSettings.h"
-#include "Support/MessageBoxes.h"
 #include "Tools/SurgicalTool.h"
 #include "Tracking/TrackingModule.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QElapsedTimer>
 #include <QtGui/QHelpEvent>
 #include <QtGui/QTextDocument>
 #include <QtWidgets/QHeaderView>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QSplashScreen>
 #include <QtWidgets/QTabBar>
 #include <QtWidgets/QTableWidget>
@@ -156,20 +149,10 @@ void openDialogs(AppBase& application, const DataPointer<Patient>& patient) {
     QtScreenShotDialog(patient.get(), window).grab(window);
     VLR_LOG(UserError) << words.constData();
     emit window->configRequest();
-    QtCaProgressMonitor::attach(window);
-    CaProgressMonitor& progress = *CaProgressMonitor::getInstance();
-    progress.setMinimumDuration(0);
-    progress.start(words.constData(), 0, true, true, 1);
-    for (QElapsedTimer time; !time.isValid() || !time.hasExpired(100);) {
-        if (!time.isValid())
-            time.start();
-        progress.tick();
-    }
-    progress.end();
+    showProgress(window, words.constData());
 }
 
-class PlainTextTest : public NavigatorTest {
-protected:
+struct PlainTextTest : NavigatorTest {
     PlainTextTest() {
         EXPECT_TRUE(QDir::setCurrent(testFolder()));
         EXPECT_EQ(mkfifo("fifo", 0600), 0);
@@ -191,8 +174,8 @@ TEST_F(PlainTextTest, MarkupInDataIsShownAsItIs) {
         walk.lookAtAll();
         dialog->reject();
     });
-    expectLog(vlr::LogLevel::UserWarning, "does not exist");
-    expectLog(vlr::LogLevel::UserError, "src=fifo");
+    expectLog(LogLevel::UserWarning, "does not exist");
+    expectLog(LogLevel::UserError, "src=fifo");
     application->launchSplashScreen(); // It names the modules.
     createStudyFactory();
     linkPatientForm();

@@ -1,24 +1,14 @@
 #include "IO/DataIOManager.h"
 #include "Navigator/NavigatorTest.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QProcess>
 
-#include <gmock/gmock.h>
 #include <set>
 #include <sstream>
 
 using namespace vlrTest;
-using testing::AllOf;
-using testing::Contains;
 using testing::ContainsRegex;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Key;
-using testing::Not;
 using testing::Pair;
-using testing::StartsWith;
 
 namespace {
 
@@ -179,11 +169,7 @@ TEST(NavigatorProcess, ImagesOnTheCommandLineAreShown) {
 
 TEST(NavigatorProcess, CommandLineIsAnsweredWithoutADisplay) {
     const QString copy = testFolder() + QStringLiteral("/copy");
-    const struct {
-        QStringList arguments;
-        int code;
-        const char* text;
-    } cases[] = {
+    const std::tuple<QStringList, int, const char*> cases[] = {
         {{QStringLiteral("--help")}, 0, "--tour"},
         {{QStringLiteral("--version")}, 0, "Navigator "},
         {{QStringLiteral("--turbo")}, 2, "turbo"},
@@ -199,11 +185,11 @@ TEST(NavigatorProcess, CommandLineIsAnsweredWithoutADisplay) {
     (void)storePatient("1");
     DataIOManager::closeRepository();
     qputenv("QT_QPA_PLATFORM", "none such");
-    for (const auto& each : cases) {
-        const Outcome answer = run(each.arguments);
-        EXPECT_EQ(answer.code, each.code);
-        const QByteArray& said = each.code == 0 ? answer.output : answer.errors;
-        EXPECT_THAT(said.toStdString(), HasSubstr(each.text));
+    for (const auto& [arguments, code, text] : cases) {
+        const Outcome answer = run(arguments);
+        EXPECT_EQ(answer.code, code);
+        const QByteArray& said = code == 0 ? answer.output : answer.errors;
+        EXPECT_THAT(said.toStdString(), HasSubstr(text));
     }
 }
 
@@ -211,11 +197,7 @@ TEST(NavigatorProcess, CommandLineIsAnsweredWithoutADisplay) {
 TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
     const QString settings =
         qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Navigator/settings.ini");
-    const struct {
-        QString file;
-        QByteArray content;
-        const char* line;
-    } cases[] = {
+    const std::tuple<QString, QByteArray, const char*> cases[] = {
         {testFolder() + QStringLiteral("/none"), "no fault", "ok     module        Patients\n"},
         {settings, "[Velora]\nApplication\\MaxPatientID=many\n",
          "FAULT  setting       Velora/Application/MaxPatientID: \"many\" is not"},
@@ -227,14 +209,14 @@ TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
     const QDir temporary(testFolder() + QStringLiteral("/temporary"));
     ASSERT_TRUE(QDir().mkpath(temporary.path()));
     qputenv("TMPDIR", temporary.path().toLocal8Bit());
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.content.constData());
-        writeFile(one.file, one.content);
+    for (const auto& [file, content, line] : cases) {
+        SCOPED_TRACE(content.constData());
+        writeFile(file, content);
         const Outcome check = run({QStringLiteral("--self-check")});
-        EXPECT_THAT(check.output.toStdString(), HasSubstr(one.line));
-        expectVerdict(check, QByteArray(one.line).startsWith("ok"));
-        EXPECT_EQ(readFile(one.file), one.content);
-        QFile::remove(one.file);
+        EXPECT_THAT(check.output.toStdString(), HasSubstr(line));
+        expectVerdict(check, QByteArray(line).startsWith("ok"));
+        EXPECT_EQ(readFile(file), content);
+        QFile::remove(file);
         for (const QDir& folder : {data, QFileInfo(settings).dir(), temporary})
             EXPECT_EQ(folder.entryList(QDir::Files | QDir::Hidden), QStringList());
         EXPECT_TRUE(temporary.isEmpty());
@@ -242,15 +224,11 @@ TEST(NavigatorProcess, SelfCheckFindsWhatIsWrong) {
 }
 
 TEST(NavigatorProcess, SelfCheckTellsIdsThatLookAlike) {
-    int argc = 1;
-    char name[] = "Navigator";
-    char* argv[] = {name, nullptr};
-    const QCoreApplication application(argc, argv);
-    for (const char* id : {"0001", "OOO1", "2"}) {
-        DataPointer<Patient> patient(new Patient);
-        patient->setPatientId(QString::fromLatin1(id));
-        ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
-    }
+    CommandLine line;
+    const QCoreApplication application(line.count, line.words);
+    QCoreApplication::setApplicationName(QStringLiteral("Navigator"));
+    for (const char* id : {"0001", "OOO1", "2"})
+        storePatient(id);
     DataIOManager::closeRepository();
     const Outcome check = run({QStringLiteral("--self-check")});
     expectVerdict(check, true);

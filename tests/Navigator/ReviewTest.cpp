@@ -2,20 +2,13 @@
 
 #include "AppBase/Dialogs/QtScreenShotDialog.h"
 #include "AppBase/QtScreenShotData.h"
-#include "IO/DataIOManager.h"
 #include "Navigator/NavigatorTest.h"
 #include "Review/BackgroundDecoder.h"
 #include "Review/ScreenshotModel.h"
-#include "Support/MessageBoxes.h"
 
-#include <QtTest/QSignalSpy>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QListView>
 
-#include <gmock/gmock.h>
-
 using namespace vlrTest;
-using testing::HasSubstr;
 
 namespace {
 
@@ -35,13 +28,7 @@ void changeElsewhere(const DataPointer<Patient>& patient) {
     ASSERT_EQ(DataIOManager::storePatient(patient), CaError::nullError);
 }
 
-class ReviewTest : public NavigatorTest {
-protected:
-    ~ReviewTest() override {
-        application.reset();
-        DataIOManager::closeRepository();
-    }
-
+struct ReviewTest : NavigatorTest {
     // Shows a patient with the records as he is read at the next start.
     void showPatient(const std::vector<DataPointer<QtScreenShotData>>& records) {
         const DataPointer<Patient> patient = storePatient("1", "Jane");
@@ -190,7 +177,7 @@ TEST_F(ReviewTest, AFailureToDeleteIsTakenBack) {
     const DataPointer<Patient> patient = AppBase::getCurrentPatient();
     changeElsewhere(loadPatient(*patient));
     press(Qt::Key_Home);
-    expectLog(vlr::LogLevel::UserError, "The screenshot was not deleted. ");
+    expectLog(LogLevel::UserError, "The screenshot was not deleted. ");
     answerNextMessageBox([](QMessageBox& box) {
         answer(QMessageBox::Ok);
         QTest::mouseClick(box.button(QMessageBox::Yes), Qt::LeftButton);
@@ -217,7 +204,7 @@ TEST_F(ReviewTest, ANewScreenshotIsStoredAtOnceAndShown) {
     EXPECT_EQ(dataCast<QtScreenShotData>(read->child(4))->screenShot().size(), window()->size());
 
     changeElsewhere(read);
-    expectLog(vlr::LogLevel::UserError, "The screenshot is not in the repository yet. ");
+    expectLog(LogLevel::UserError, "The screenshot is not in the repository yet. ");
     answer(QMessageBox::Ok);
     ASSERT_EQ(patient->addChild(makeScreenshot(QStringLiteral("SCD_2"), Qt::white), true),
               CaError::nullError);

@@ -10,27 +10,19 @@
 #include "Volume/SliceView.h"
 #include "Widgets/QtDRBVisibilityBox.h"
 
-#include <QtTest/QSignalSpy>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QSpinBox>
 
-#include <gmock/gmock.h>
-
 using namespace vlrTest;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
 const QColor pointerColor(90, 205, 255);
 const Vector3d basePlace(100, -50, -1400);
 
-class TrackingModuleTest : public NavigatorTest {
-protected:
+struct TrackingModuleTest : NavigatorTest {
     void showTracking() {
         panes = std::make_shared<VolumePanes>();
         m_module = new TrackingModule(panes, m_time.clock());
@@ -234,19 +226,15 @@ TEST_F(TrackingModuleTest, OnlyARegisteredVolumeOfAKnownSizeShowsTips) {
 TEST_F(TrackingModuleTest, TheTipIsShownNearTheSliceAndInThePicture) {
     showWithImages();
     panes->crossHair()->setPosition({64, 64, 64}); // 0.5 mm above the centre
-    const struct {
-        Vector3d tip;
-        Voxel voxel;
-        bool isShown;
-    } cases[] = {
+    const std::tuple<Vector3d, Voxel, bool> cases[] = {
         {{20.5, 10.5, 3.4}, {84, 74, 67}, true},  {{20.5, 10.5, 3.6}, {84, 74, 67}, false},
         {{20.5, 10.5, -2.4}, {84, 74, 61}, true}, {{20.5, 10.5, -2.6}, {84, 74, 61}, false},
         {{63.5, 10.5, 0}, {127, 74, 64}, true},   {{64.5, 10.5, 0}, {128, 74, 64}, false},
         {{20.5, -64.5, 0}, {84, -1, 64}, false},
     };
-    for (const auto& each : cases) {
-        see("Pointer", each.tip);
-        EXPECT_EQ(isTipAt(Plane::Axial, each.voxel), each.isShown) << each.tip.transpose();
+    for (const auto& [tip, voxel, isShown] : cases) {
+        see("Pointer", tip);
+        EXPECT_EQ(isTipAt(Plane::Axial, voxel), isShown) << tip.transpose();
     }
 }
 
@@ -262,21 +250,19 @@ TEST_F(TrackingModuleTest, AnotherSourceReconnectsAndSurvivesTheRestart) {
     const QString host = QStringLiteral("127.0.0.1");
     const QString file = testFolder() + QStringLiteral("/no such.track");
     const SourceChoice network{SourceChoice::Network, host, 1, {}, true};
-    const struct {
-        SourceChoice source;
-        const char *state, *problem;
-    } cases[] = {{{SourceChoice::Recording, {}, 2, file, false}, "Not tracking", "no such.track"},
-                 {{SourceChoice::Network, {}, 2, file, false}, "Not tracking", "host"},
-                 {network, "Connecting", "127.0.0.1"}};
-    expectLog(vlr::LogLevel::Warning, "127.0.0.1");
-    for (const auto& each : cases) {
-        configure(each.source); // What runs is connected anew, which fails.
+    const std::tuple<SourceChoice, const char*, const char*> cases[] = {
+        {{SourceChoice::Recording, {}, 2, file, false}, "Not tracking", "no such.track"},
+        {{SourceChoice::Network, {}, 2, file, false}, "Not tracking", "host"},
+        {network, "Connecting", "127.0.0.1"}};
+    expectLog(LogLevel::Warning, "127.0.0.1");
+    for (const auto& [source, state, reason] : cases) {
+        configure(source); // What runs is connected anew, which fails.
         EXPECT_FALSE(session().isRunning());
         EXPECT_FALSE(window()->findChild<QtDRBVisibilityBox*>()->isTracking());
         click("startTracking");
-        EXPECT_THAT(text("trackingState"), StartsWith(each.state));
+        EXPECT_THAT(text("trackingState"), StartsWith(state));
         EXPECT_TRUE(QTest::qWaitFor([&] { return !problem().empty(); }, patience));
-        EXPECT_THAT(problem(), HasSubstr(each.problem));
+        EXPECT_THAT(problem(), HasSubstr(reason));
     }
 
     restart();

@@ -2,16 +2,8 @@
 #include "Navigator/NavigatorTest.h"
 #include "Volume/SliceCache.h"
 
-#include <gmock/gmock.h>
-
-#include <functional>
-
 using namespace vlrTest;
-using testing::AllOf;
-using testing::Each;
-using testing::ElementsAre;
 using testing::Gt;
-using testing::HasSubstr;
 using testing::Lt;
 
 namespace {
@@ -72,11 +64,8 @@ TEST(Volume, RefusesWhatIsNoneAndNamesTheReason) {
     const QByteArray large = png(3000, 2000).chopped(12);
     const QByteArray damaged = good.left(20);
     constexpr qint64 enough = Volume::defaultLimit;
-    const struct {
-        std::vector<QByteArray> files;
-        qint64 limit;
-        std::vector<const char*> reasons; // none: it is taken
-    } cases[] = {
+    // No reasons: it is taken.
+    const std::tuple<std::vector<QByteArray>, qint64, std::vector<const char*>> cases[] = {
         {{good, good}, enough, {}},
         {{good}, enough, {"more than one"}},
         {{good, good, png(20, 30), png(9, 9)}, enough, {"Slice 3", "3.png", "20 x 30", "30 x 20"}},
@@ -89,14 +78,14 @@ TEST(Volume, RefusesWhatIsNoneAndNamesTheReason) {
         {{large, large, large}, 10 << 20, {"3000 x 2000 x 3 voxels needs 17.2 MiB", "10.0 MiB"}},
     };
     int index = 0;
-    for (const auto& each : cases) {
+    for (const auto& [files, limit, reasons] : cases) {
         const auto trace = testing::Message() << "case " << index++;
         SCOPED_TRACE(trace);
         Volume volume;
-        const CaError error = Volume::load(seriesOf(each.files), volume, each.limit);
-        EXPECT_EQ(error == CaError::nullError, each.reasons.empty()) << error.text();
-        EXPECT_EQ(volume.isEmpty(), !each.reasons.empty());
-        for (const char* reason : each.reasons)
+        const CaError error = Volume::load(seriesOf(files), volume, limit);
+        EXPECT_EQ(error == CaError::nullError, reasons.empty()) << error.text();
+        EXPECT_EQ(volume.isEmpty(), !reasons.empty());
+        for (const char* reason : reasons)
             EXPECT_THAT(error.text(), HasSubstr(reason));
     }
 }

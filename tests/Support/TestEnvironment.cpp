@@ -3,12 +3,9 @@
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
 
 #include <csignal>
-#include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
 #include <sys/resource.h>

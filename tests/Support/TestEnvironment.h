@@ -5,10 +5,23 @@
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
 
+#include <gmock/gmock.h>
 #include <string>
 #include <vector>
 
 namespace vlrTest {
+
+// What nearly every test says.
+using testing::AllOf;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Key;
+using testing::Not;
+using testing::StartsWith;
+using vlr::LogLevel;
 
 /// Runs all tests with every user location (configuration, data, cache, home) redirected to a
 /// temporary folder, so that no test sees the files of the person who runs it. A test during

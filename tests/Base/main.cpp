@@ -1,5 +1,0 @@
-#include "Support/TestEnvironment.h"
-
-int main(int argc, char** argv) {
-    return vlrTest::runTests(argc, argv);
-}

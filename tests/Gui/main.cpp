@@ -1,9 +1,0 @@
-#include "Support/TestEnvironment.h"
-
-#include <QtCore/QByteArray>
-
-int main(int argc, char** argv) {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    return vlrTest::runTests(argc, argv);
-}
