@@ -70,7 +70,7 @@ public:
 };
 
 /// Stands for the running application and counts what it is asked for.
-class FakeServices : public MainWindowServices {
+class FakeServices : public vlr::MainWindowServices {
 public:
     QtAppMainWindow* getMainWindow() const override { return window; }
     DataPointer<Patient> currentPatient() const override { return patient; }
