@@ -12,7 +12,7 @@ OpenIGTLinkClient::OpenIGTLinkClient(const Options& options, TrackingClock clock
     : m_options(options), m_clock(std::move(clock)) {}
 
 OpenIGTLinkClient::~OpenIGTLinkClient() {
-    stop();
+    OpenIGTLinkClient::stop();
 }
 
 CaError OpenIGTLinkClient::start() {
