@@ -11,6 +11,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
 #include <QtGui/QPainter>
+#include <QtWidgets/QComboBox>
 #include <QtWidgets/QDateEdit>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
