@@ -73,7 +73,7 @@ private:
     QPointer<Page> m_page;
 };
 
-class Services : public MainWindowServices {
+class Services : public vlr::MainWindowServices {
 public:
     explicit Services(QtAppMainWindow* window) : m_window(window) {}
     QtAppMainWindow* getMainWindow() const override { return m_window; }

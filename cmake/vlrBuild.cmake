@@ -72,7 +72,7 @@ function(vlr_add_library name)
     target_compile_features(${target} PUBLIC cxx_std_17)
     # With the second one a setting that is read without a declaration does not compile.
     target_compile_definitions(${target} PRIVATE
-        VLR_${upper}_LIBRARY $<$<NOT:$<STREQUAL:${name},Gui>>:VLR_SETTINGS_ARE_DECLARED>)
+        VLR_${upper}_LIBRARY VLR_SETTINGS_ARE_DECLARED)
     target_link_libraries(${target}
         PUBLIC ${arg_PUBLIC}
         PRIVATE ${arg_PRIVATE} $<BUILD_INTERFACE:vlrBuildOptions>)

@@ -61,7 +61,7 @@ struct Observer {
 };
 
 // What an application has, all of which may go at any time. The pointers notice it.
-class World : public MainWindowServices {
+class World : public vlr::MainWindowServices {
 public:
     explicit World(quint32 seed) : m_random(seed) {
         world = this;

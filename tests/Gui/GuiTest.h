@@ -79,7 +79,7 @@ struct PaintCounter : QObject {
 };
 
 /// Stands for the running application and counts what it is asked for.
-struct FakeServices : MainWindowServices {
+struct FakeServices : vlr::MainWindowServices {
     QtAppMainWindow* getMainWindow() const override { return window; }
     DataPointer<Patient> currentPatient() const override { return patient; }
     void setBusyCursor() override { calls << "busy"_s; }

@@ -114,6 +114,7 @@ TEST_F(ModuleSelectorsTest, ButtonsScrollIntoViewAndRadioButtonsSendTheirText) {
 TEST_F(ModuleSelectorsTest, RequestButtonsReachTheWindow) {
     setting("ExitWithoutRequest", true);
     QtModuleButtonSelector selector(Selector::Top, true, true, true, true, true);
+    const QtModuleTabSelector tabs(Selector::Top, false, true, false, false);
     listenTo(selector);
     EXPECT_FALSE(buttonNamed(selector, "Configure")->isEnabled());
     const std::pair<const char*, void (QtAppMainWindow::*)()> buttons[] = {
@@ -125,6 +126,7 @@ TEST_F(ModuleSelectorsTest, RequestButtonsReachTheWindow) {
         QSignalSpy requested(window.get(), request);
         buttonNamed(selector, name)->click();
         EXPECT_EQ(requested.size(), 1) << name;
+        EXPECT_EQ(innerBar(tabs)->isTabEnabled(0), request == &QtAppMainWindow::configRequest);
     }
     EXPECT_FALSE(buttonNamed(selector, "Home"));
     EXPECT_EQ(takeRequests(), "");

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 const char* const Volume::cancelledError = "Volume::cancelled";
@@ -245,7 +246,7 @@ QImage Volume::reslice(Plane plane, int index) const {
             continue;
         uchar* const target = picture.scanLine(line);
         if (plane == Plane::Sagittal) {
-            const uchar* source = slice.constBits() + index * static_cast<int>(sizeof(Grey));
+            const uchar* source = slice.constBits() + std::ptrdiff_t(index) * int(sizeof(Grey));
             for (int y = 0; y < width; ++y, source += slice.bytesPerLine())
                 target[y] = shown(*reinterpret_cast<const Grey*>(source));
             continue;

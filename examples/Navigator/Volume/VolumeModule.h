@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/QuadViewGeometry.h"
 #include "Common/WorkflowModule.h"
 #include "Volume/VolumePanes.h"
 

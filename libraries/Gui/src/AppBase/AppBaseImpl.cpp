@@ -16,13 +16,13 @@
 #include "AppBase/Settings/vlrSettingsEditorDialog.h"
 #include "AppBase/Translations.h"
 #include "AppBase/WayOut.h"
+#include "AppBase/WindowShowMode.h"
 #include "Base/QtCaProgressMonitor.h"
 #include "Base/QtMessageBoxLogger.h"
 #include "Files/UserFolders.h"
 #include "IO/DataIOManager.h"
 #include "IO/RecoveryFile.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QTimer>
@@ -35,9 +35,12 @@ namespace {
 
 constexpr int forcedSplashMilliseconds = 2500;
 
-QString key(const char* name) {
-    return QStringLiteral("Velora/Application/") + QLatin1String(name);
-}
+const vlr::SettingKey<bool> progressBarFlushX(
+    "Velora/Application/ProgressBarFlushX", false,
+    QT_TRANSLATE_NOOP("KnownSettings", "Flush what was painted when a progress dialog opens."));
+const vlr::SettingKey<bool> progressBarSyncX(
+    "Velora/Application/ProgressBarSyncX", false,
+    QT_TRANSLATE_NOOP("KnownSettings", "Kept for the progress dialog; without effect today."));
 
 // What is being destroyed is not used any more: modules and widgets that ask for something as they
 // go find it gone, not half of it.
@@ -46,10 +49,6 @@ void destroy(QPointer<T>& owned) {
     T* const object = owned.data();
     owned = nullptr;
     delete object;
-}
-
-QString showModeSetting() {
-    return vlr::Settings::get(key("WindowShowMode"), "normal");
 }
 
 // Without a place for them, patients would be stored where nobody finds them, or not at all, which
@@ -62,11 +61,16 @@ void demandUserFolders() {
     std::exit(EXIT_FAILURE);
 }
 
-int splashTimer() {
-    return vlr::Settings::get(key("SplashScreen.Timer"), 0, 0);
-}
-
 } // namespace
+
+const vlr::SettingKey<QString> vlr::windowShowMode(
+    "Velora/Application/WindowShowMode", QStringLiteral("normal"),
+    QT_TRANSLATE_NOOP("KnownSettings", "How the main window appears at start-up."),
+    vlr::choiceType({QStringLiteral("minimized"), QStringLiteral("normal"),
+                     QStringLiteral("maximized"), QStringLiteral("fullscreen")},
+                    true),
+    QT_TRANSLATE_NOOP("KnownSettings",
+                      "The main window does not appear at start-up, and the log says so."));
 
 AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool forceSplash)
     : m_currentItems([this](CurrentItems::Item item) { announce(item); }),
@@ -84,7 +88,7 @@ AppBaseImpl::AppBaseImpl(int& argc, char** argv, bool useConfiguration, bool for
     createMainWindow();
     m_config->attach(Data::CHANGED, this, &AppBaseImpl::reconfigure);
     // QSplashScreen::finish() waits for the window, which is shown only by run().
-    m_splashGoesWithWindow = splashTimer() == 0 && !forceSplash && m_splashScreen;
+    m_splashGoesWithWindow = SplashScreen::milliseconds() == 0 && !forceSplash && m_splashScreen;
     m_mainWindow->installEventFilter(this);
 }
 
@@ -176,8 +180,8 @@ void AppBaseImpl::createMainWindow() {
             m_mainWindow, &QtAppMainWindow::moduleActivated);
     showSplashScreenMessage(tr("Initializing..."));
     m_mainWindow->setSecondaryLayoutDirection(m_config->mainWindowConfig()->innerLayoutDirection());
-    QtCaProgressMonitor::setFlushX(vlr::Settings::get(key("ProgressBarFlushX"), false));
-    QtCaProgressMonitor::setSyncX(vlr::Settings::get(key("ProgressBarSyncX"), false));
+    QtCaProgressMonitor::setFlushX(progressBarFlushX.get());
+    QtCaProgressMonitor::setSyncX(progressBarSyncX.get());
     QtCaProgressMonitor::attach(m_mainWindow);
     connect(m_mainWindow, &QtAppMainWindow::configRequest, this, &AppBaseImpl::showConfigDialog);
     connect(m_mainWindow, &QtAppMainWindow::configFileEditorRequest, this,
@@ -192,11 +196,11 @@ void AppBaseImpl::createMainWindow() {
 void AppBaseImpl::initSplashScreen(bool force) {
     destroy(m_splashScreen);
     m_splashGoesWithWindow = false;
-    if (!vlr::Settings::get(key("ShowSplashScreen"), false) && !force)
+    if (!SplashScreen::isWanted() && !force)
         return;
     m_splashScreen = new SplashScreen;
     m_splashScreen->show();
-    const int delay = force ? forcedSplashMilliseconds : splashTimer();
+    const int delay = force ? forcedSplashMilliseconds : SplashScreen::milliseconds();
     if (delay != 0)
         QTimer::singleShot(delay, m_splashScreen, [this] { splashCloseSL(); });
 }
@@ -234,7 +238,7 @@ void AppBaseImpl::showSplashScreenMessage(const QString& text) {
 void AppBaseImpl::setShowMode() {
     if (!m_mainWindow)
         return;
-    const QString setting = showModeSetting();
+    const QString setting = vlr::windowShowMode.get();
     m_appliedShowMode = setting;
     const QString mode = setting.toLower();
     if (mode == QLatin1String("minimized"))
@@ -342,7 +346,7 @@ void AppBaseImpl::unixSignalHandler(int) {}
 
 void AppBaseImpl::reconfigure(CaSubject*, void*, const char*, void*) {
     // A window that its user has maximised since stays as it is.
-    if (showModeSetting() != m_appliedShowMode)
+    if (vlr::windowShowMode.get() != m_appliedShowMode)
         setShowMode();
     setTouchScreenModeEnabled(m_config->isTouchScreenModeEnabled());
 }

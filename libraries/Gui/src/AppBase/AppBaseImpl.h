@@ -28,7 +28,9 @@ class WayOut;
 
 /// Does the work of AppBase: it owns the QApplication, the configuration, the main window, the
 /// module list and the splash screen.
-class VLR_GUI_EXPORT AppBaseImpl : public QObject, public CaSubject, public MainWindowServices {
+class VLR_GUI_EXPORT AppBaseImpl : public QObject,
+                                   public CaSubject,
+                                   public vlr::MainWindowServices {
     Q_OBJECT
 
 public:

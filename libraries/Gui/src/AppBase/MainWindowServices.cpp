@@ -3,6 +3,8 @@
 #include "AppBase/QtAppMainWindow.h"
 #include "AppBase/vlrControlList.h"
 
+namespace vlr {
+
 namespace {
 
 // By name: the window's exit request is a protected slot, meant for its own button and this.
@@ -24,7 +26,7 @@ const char* memberFor(ApplicationServices::Request request) {
 
 void MainWindowServices::showControls() {
     if (QtAppMainWindow* const window = getMainWindow())
-        window->occupyWindow(vlr::ControlList::instance());
+        window->occupyWindow(ControlList::instance());
 }
 
 void MainWindowServices::showMainWidget(QWidget* widget) {
@@ -56,3 +58,5 @@ void MainWindowServices::resetCursor() {
     if (QtAppMainWindow* const window = getMainWindow())
         window->unsetCursor();
 }
+
+} // namespace vlr

@@ -5,6 +5,8 @@
 
 class QtAppMainWindow;
 
+namespace vlr {
+
 /// Answers by the main window what is asked of the running application and is the window's matter.
 /// Without a window nothing is shown and no request is answered.
 class VLR_GUI_EXPORT MainWindowServices : public ApplicationServices {
@@ -19,3 +21,5 @@ public:
     void setBusyCursor() override; ///< The window's, until resetCursor().
     void resetCursor() override;
 };
+
+} // namespace vlr

@@ -11,7 +11,7 @@
 #include "Base/TouchTargets.h"
 #include "Base/WheelGuard.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
+#include "Settings/SettingKey.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QTimer>
@@ -42,6 +42,28 @@ struct Place {
     int row;
     int column;
 };
+
+bool isShortcut(const QString& text) {
+    const QKeySequence keys(text, QKeySequence::PortableText);
+    for (int i = 0; i < keys.count(); ++i)
+        if ((keys[static_cast<uint>(i)] & ~static_cast<int>(Qt::KeyboardModifierMask)) ==
+            Qt::Key_unknown)
+            return false;
+    return true;
+}
+
+const vlr::SettingKey<bool> displayLogo("Velora/Application/DisplayLogo", false,
+                                        QT_TRANSLATE_NOOP("KnownSettings",
+                                                          "Show the logo above the context area."));
+const vlr::SettingKey<QString> screenshotShortcut(
+    "Velora/Application/ScreenshotShortcut", QStringLiteral("F2"),
+    QT_TRANSLATE_NOOP("KnownSettings", "Key sequence that asks for a screenshot. Empty: none."),
+    vlr::acceptedType(&isShortcut, QString::fromLatin1(QT_TRANSLATE_NOOP(
+                                       "KnownSettings", "a key sequence such as F2 or Ctrl+P"))),
+    QT_TRANSLATE_NOOP("KnownSettings", "No key asks for a screenshot."));
+const vlr::SettingKey<bool> exitWithoutRequest("Velora/Application/ExitWithoutRequest", false,
+                                               QT_TRANSLATE_NOOP("KnownSettings",
+                                                                 "Leave without asking."));
 
 // Sizes taken before the window was laid out say nothing.
 bool isUsable(const QList<int>& sizes) {
@@ -144,7 +166,7 @@ void QtAppMainWindow::createButtons() {
 }
 
 void QtAppMainWindow::createLogo() {
-    if (!vlr::Settings::get(QStringLiteral("Velora/Application/DisplayLogo"), false))
+    if (!displayLogo.get())
         return;
     auto* logo = new QLabel(m_controlArea);
     logo->setObjectName(QStringLiteral("logo"));
@@ -155,8 +177,7 @@ void QtAppMainWindow::createLogo() {
 }
 
 void QtAppMainWindow::createScreenshotShortcut() {
-    const QString keys =
-        vlr::Settings::get(QStringLiteral("Velora/Application/ScreenshotShortcut"), "F2");
+    const QString keys = screenshotShortcut.get();
     const QKeySequence sequence(keys);
     // Without keys the shortcut is switched off.
     if (!keys.isEmpty() && (sequence.isEmpty() || sequence[0] == Qt::Key_unknown))
@@ -180,10 +201,12 @@ void QtAppMainWindow::disconnectNotify(const QMetaMethod&) {
 bool QtAppMainWindow::isRequestAnswered(const char* member) const {
     const char kind = member[0];
     const QByteArray signature = QMetaObject::normalizedSignature(member + 1);
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): while it is built, nobody is connected
+    const QMetaObject* const all = metaObject();
     if (kind == '0' + QSLOT_CODE)
-        return metaObject()->indexOfSlot(signature) >= 0;
-    const int index = metaObject()->indexOfSignal(signature);
-    return index >= 0 && isSignalConnected(metaObject()->method(index));
+        return all->indexOfSlot(signature) >= 0;
+    const int index = all->indexOfSignal(signature);
+    return index >= 0 && isSignalConnected(all->method(index));
 }
 
 void QtAppMainWindow::updateButtons() {
@@ -211,7 +234,7 @@ void QtAppMainWindow::closeEvent(QCloseEvent* event) {
 }
 
 void QtAppMainWindow::exitRequest() {
-    if (vlr::Settings::get(QStringLiteral("Velora/Application/ExitWithoutRequest"), false))
+    if (exitWithoutRequest.get())
         emit exitApplication();
     else
         askExit();

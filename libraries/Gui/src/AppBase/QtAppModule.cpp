@@ -35,8 +35,8 @@ QtAppModule::QtAppModule(QString name, bool lockView)
     VLR_VERIFY(52, connect(m_impl, SIGNAL(enableTouchScreenMode(bool)), this, SIGNAL(enableTouchScreenMode(bool))));
     // clang-format on
 
-    impl.release();
-    contextWidget.release();
+    (void)impl.release();
+    (void)contextWidget.release();
 }
 
 QtAppModule::~QtAppModule() {

@@ -4,7 +4,7 @@
 #include "IO/IOManager.h"
 #include "Image/ImageFile.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
+#include "Settings/SettingKey.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
@@ -26,10 +26,17 @@ CaError failure(const QString& text) {
     return CaError("QtScreenShotData::failed", text.toStdString());
 }
 
+QString defaultFolder() {
+    return QDir::homePath() + QStringLiteral("/Desktop/");
+}
+
+const vlr::SettingKey<QString> screenshotLocation(
+    "Velora/Application/ScreenshotLocation", &defaultFolder,
+    QT_TRANSLATE_NOOP("KnownSettings", "Folder that screenshots are stored in."));
+
 QString screenshotFolder() {
-    const QString key = QStringLiteral("Velora/Application/ScreenshotLocation");
-    const QString folder = vlr::Settings::get(key, "");
-    return folder.isEmpty() ? QDir::homePath() + QStringLiteral("/Desktop/") : folder;
+    const QString folder = screenshotLocation.get();
+    return folder.isEmpty() ? defaultFolder() : folder;
 }
 
 // A name that no file has yet; the file is there, and empty, when this returns.

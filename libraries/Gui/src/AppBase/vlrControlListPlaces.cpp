@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 // What the controls occupy: panes and the whole area.
 namespace vlr {
@@ -152,8 +153,7 @@ void ControlList::freeResourcesOf(const Control* control) {
 void ControlList::clearFullScreen(const QObject* control, bool release) {
     if (control && m_currentFullScrenControl.first != control)
         return;
-    const auto former = m_currentFullScrenControl;
-    m_currentFullScrenControl = {};
+    const auto former = std::exchange(m_currentFullScrenControl, {});
     if (release && former.first)
         former.first->release();
     if (QWidget* const widget = former.second) {

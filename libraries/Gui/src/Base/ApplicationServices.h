@@ -13,7 +13,7 @@ class QWidget;
 ///     struct FakeServices : ApplicationServices { void setBusyCursor() override { ++busy; } ... };
 ///
 /// The newest live object is the one that answers. Who has a main window derives from
-/// MainWindowServices, which answers what is the window's matter.
+/// vlr::MainWindowServices, which answers what is the window's matter.
 class VLR_GUI_EXPORT ApplicationServices {
 public:
     /// What the user may ask the main window for.

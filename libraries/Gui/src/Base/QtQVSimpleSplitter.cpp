@@ -36,7 +36,7 @@ QtQVSimpleSplitter::QtQVSimpleSplitter(QWidget* parent, int orientation, int pos
                                    : new QHBoxLayout(m_box);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(2);
-    setPosition(QPoint(0, 0), QPoint(100, 100));
+    QtQVSimpleSplitter::setPosition(QPoint(0, 0), QPoint(100, 100));
     updateShape();
 }
 

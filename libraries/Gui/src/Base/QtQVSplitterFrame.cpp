@@ -1,20 +1,9 @@
 #include "Base/QtQVSplitterFrame.h"
 
-#include "Settings/vlrSettings.h"
+#include "Base/QuadViewSettings.h"
 
 #include <QtGui/QMouseEvent>
 #include <QtGui/QPainter>
-
-namespace {
-
-constexpr int maximumWidth = 64;
-
-int splitterWidth() {
-    return vlr::Settings::get(QStringLiteral("Velora/Application/QtQuadView/SplitterWidth"), 4, 1,
-                              maximumWidth);
-}
-
-} // namespace
 
 QtQVSplitterFrame::QtQVSplitterFrame(QWidget* parent, int orientation)
     : QFrame(parent),
@@ -22,12 +11,12 @@ QtQVSplitterFrame::QtQVSplitterFrame(QWidget* parent, int orientation)
     switch (m_orientation) {
     case Vertical:
         setFrameStyle(int(QFrame::VLine) | QFrame::Raised);
-        setMidLineWidth(splitterWidth());
+        setMidLineWidth(vlr::quadView::splitterWidth.get());
         m_dragCursor = QCursor(Qt::SizeHorCursor);
         break;
     case Horizontal:
         setFrameStyle(int(QFrame::HLine) | QFrame::Raised);
-        setMidLineWidth(splitterWidth());
+        setMidLineWidth(vlr::quadView::splitterWidth.get());
         m_dragCursor = QCursor(Qt::SizeVerCursor);
         break;
     default:

@@ -1,7 +1,7 @@
 #include "Base/QtQVViewFrame.h"
 
+#include "Base/QuadViewSettings.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QThread>
 #include <QtGui/QMouseEvent>
@@ -12,12 +12,6 @@
 namespace {
 
 constexpr const char* logSource = "QtQVViewFrame";
-
-Vector3d colorSetting(const char* name, const Vector3d& defaultValue) {
-    const QString key =
-        QStringLiteral("Velora/Application/QtQuadView/") + QString::fromLatin1(name);
-    return vlr::Settings::get(key, defaultValue);
-}
 
 int component(double value) {
     return static_cast<int>(std::max(0.0, std::min(255.0, value)));
@@ -40,12 +34,11 @@ QtQVViewFrame::~QtQVViewFrame() = default;
 
 // The default button colour marks that no colours were configured.
 void QtQVViewFrame::readColors() {
-    const Vector3d unset(1, 0, 0);
-    const Vector3d button = colorSetting("ButtonColor", unset);
-    if (button == unset)
+    const Vector3d button = vlr::quadView::buttonColor.get();
+    if (button == vlr::quadView::buttonColor.defaultValue())
         return;
-    const QColor background = toColor(colorSetting("BackgroundColor", Vector3d(0, 0, 0)));
-    const QColor selected = toColor(colorSetting("SelectedColor", Vector3d(1, 0, 0)));
+    const QColor background = toColor(vlr::quadView::backgroundColor.get());
+    const QColor selected = toColor(vlr::quadView::selectedColor.get());
     m_hasColors = true;
     m_normalPalette = QPalette(toColor(button), background);
     m_selectedPalette = QPalette(selected.darker(200), selected.lighter(150));

@@ -5,8 +5,8 @@
 #include "Base/QtQVSimpleSplitter.h"
 #include "Base/QtQVSplitterFrame.h"
 #include "Base/QtQVViewFrame.h"
+#include "Base/QuadViewSettings.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
@@ -25,14 +25,6 @@ using Geometry = QuadViewGeometry;
 
 constexpr const char* logSource = "QtQuadView";
 constexpr int hundred = 100;
-
-QString key(const char* name) {
-    return QStringLiteral("Velora/Application/QtQuadView/") + QString::fromLatin1(name);
-}
-
-int expandButtonTimeout() {
-    return vlr::Settings::get(key("ExpandButtonTimeoutInMS"), 2000, 0);
-}
 
 /// The three expand buttons of a piece that divides a row, and of one that divides a column.
 struct ButtonLook {
@@ -98,7 +90,7 @@ QtQuadView::QtQuadView(QWidget* parent, Qt::WindowFlags f) : QWidget(parent, f) 
     m_hideTimer = new QTimer(this);
     connect(m_hideTimer, &QTimer::timeout, this, &QtQuadView::hideButtonsSL);
     m_hideTimer->setSingleShot(true);
-    m_hideTimer->start(expandButtonTimeout());
+    m_hideTimer->start(vlr::quadView::expandButtonTimeout.get());
     resetShapes();
 }
 
@@ -107,7 +99,7 @@ QtQuadView::~QtQuadView() = default;
 void QtQuadView::createViews() {
     for (QtQVViewFrame*& view : m_views) {
         view = new QtQVViewFrame(this);
-        setViewFrameStyle(view);
+        QtQuadView::setViewFrameStyle(view);
         connect(view, &QtQVViewFrame::getFocus, this, &QtQuadView::currentViewChangedSL);
     }
 }
@@ -173,7 +165,7 @@ void QtQuadView::viewerDimensions(QSize& r0, QSize& r1, QSize& r2, QSize& r3) {
 QSize QtQuadView::sizeHint() const {
     // Layouts add sizes up, which must not go beyond what an int holds.
     constexpr QSize most(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
-    return vlr::Settings::get(key("InitialSize"), QSize(1024, 1024)).boundedTo(most);
+    return vlr::quadView::initialSize.get().boundedTo(most);
 }
 
 // --- changing the layout
@@ -418,6 +410,7 @@ void QtQuadView::makeCurrent(QtQVViewFrame* frame) {
     for (QtQVViewFrame* view : m_views) {
         if (view == frame)
             m_current = view;
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): there are always four views
         view->setFocus(view == frame);
     }
 }
@@ -482,7 +475,7 @@ void QtQuadView::controlButtonHideTimeSL(bool over) {
     } else {
         m_hideTimer->setSingleShot(true);
     }
-    m_hideTimer->start(expandButtonTimeout());
+    m_hideTimer->start(vlr::quadView::expandButtonTimeout.get());
 }
 
 void QtQuadView::hideButtonsSL() {

@@ -84,6 +84,7 @@ protected:
     }
 
     // The base classes of QDateTimeEdit know no sections.
+    // NOLINTBEGIN(bugprone-parent-virtual-call): that is why they are asked
     void keyPressEvent(QKeyEvent* event) override {
         if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
             QAbstractSpinBox::keyPressEvent(event);
@@ -112,6 +113,7 @@ protected:
     bool focusNextPrevChild(bool next) override {
         return QAbstractSpinBox::focusNextPrevChild(next);
     }
+    // NOLINTEND(bugprone-parent-virtual-call)
 
 private:
     static constexpr std::array<const char*, 6> parts{"dd", "MMM", "yyyy", "hh", "mm", "ss"};

@@ -1,6 +1,7 @@
 #include "Widgets/GreyScaler.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #ifdef __SSE2__
@@ -149,7 +150,8 @@ __m128i mixTwo(const qint16* line, const int* first, const qint16* weights) {
 // Four pixels of four shares each.
 void mixFour(const qint16* line, const int* first, const qint16* weights, quint32* to) {
     const __m128 left = _mm_castsi128_ps(mixTwo(line, first, weights));
-    const __m128 right = _mm_castsi128_ps(mixTwo(line, first + 2, weights + 2 * atOnce));
+    const __m128 right =
+        _mm_castsi128_ps(mixTwo(line, first + 2, weights + std::ptrdiff_t(2) * atOnce));
     const __m128i even = _mm_castps_si128(_mm_shuffle_ps(left, right, _MM_SHUFFLE(2, 0, 2, 0)));
     const __m128i odd = _mm_castps_si128(_mm_shuffle_ps(left, right, _MM_SHUFFLE(3, 1, 3, 1)));
     const __m128i sum = _mm_add_epi32(_mm_add_epi32(even, odd), _mm_set1_epi32(columnHalf));

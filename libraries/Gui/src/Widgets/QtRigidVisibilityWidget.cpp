@@ -158,10 +158,10 @@ void QtRigidVisibilityWidget::update() {
     makeLeds(seen.size());
     for (std::size_t i = 0; i < seen.size(); ++i)
         setLed(i, seen[i] ? Led::Visible : Led::Hidden);
-    const RigidVisibility visibility(seen);
-    if (visibility.values == RigidVisibility::Values::Measured)
+    const vlr::RigidVisibility visibility(seen);
+    if (visibility.values == vlr::RigidVisibility::Values::Measured)
         setMeasured(body->getTranslation().norm(), body->getRMS());
-    else if (visibility.values == RigidVisibility::Values::None)
+    else if (visibility.values == vlr::RigidVisibility::Values::None)
         setValues(noValue, noValue);
     m_isRigidVisible = visibility.isVisible;
     emit rigidVisibleSIG(m_isRigidVisible);

@@ -4,6 +4,7 @@
 #include "Files/PatientFile.h"
 #include "Image/vlrImageConverters.h"
 #include "Log/vlrLog.h"
+#include "Settings/SettingKey.h"
 #include "Settings/vlrSettings.h"
 #include "Widgets/GreyScaler.h"
 #include "Widgets/ImageMimeData.h"
@@ -29,7 +30,10 @@ namespace vlr {
 
 namespace {
 
-const QString pathKey = QStringLiteral("/vlrImageWidget/path");
+const vlr::SettingKey<QString> lastPath(
+    "vlrImageWidget/path", QStringLiteral("/"),
+    QT_TRANSLATE_NOOP("KnownSettings",
+                      "The file that an image was saved as last; the next one is offered there."));
 
 // Drawing is by far fastest from the format of the screen; 16 bits are rounded to 8.
 QImage forScreen(const QImage& image) {
@@ -296,7 +300,7 @@ void ImageWidget::saveImageFile() {
     auto* const dialog =
         new QFileDialog(this, tr("Save Image"), QString(), tr("Images (*.png *.jpg)"));
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    const QString path = askForFiles(dialog, Settings::get(pathKey, "/")).value(0);
+    const QString path = askForFiles(dialog, lastPath.get()).value(0);
     if (!self)
         return;
     std::cout << path.toStdString() << std::endl;
@@ -306,7 +310,7 @@ void ImageWidget::saveImageFile() {
         if (!problem.isEmpty() && !path.isEmpty())
             VLR_LOG(UserError) << tr("The image was not saved. %1").arg(problem);
     }
-    const CaError error = Settings::set(pathKey, path);
+    const CaError error = Settings::set(lastPath.key(), path);
     if (!error.isNull())
         VLR_LOG(Warning) << error;
 }

@@ -34,7 +34,7 @@ OpenIGTLinkClient::OpenIGTLinkClient(const Options& options, TrackingClock clock
 }
 
 OpenIGTLinkClient::~OpenIGTLinkClient() {
-    stop();
+    OpenIGTLinkClient::stop();
 }
 
 CaError OpenIGTLinkClient::start() {

@@ -13,7 +13,7 @@ RecordingPlayer::RecordingPlayer(const QString& path, Pace pace, TrackingClock c
     : m_file(path), m_pace(pace), m_clock(std::move(clock)) {}
 
 RecordingPlayer::~RecordingPlayer() {
-    stop();
+    RecordingPlayer::stop();
 }
 
 CaError RecordingPlayer::start() {

@@ -1,5 +1,6 @@
 #include "AppBase/Dialogs/QtAppBaseConfigWidget.h"
 
+#include "AppBase/WindowShowMode.h"
 #include "Log/vlrLog.h"
 #include "Settings/vlrSettings.h"
 
@@ -18,7 +19,6 @@ namespace {
 
 constexpr int pixmapSize = 128;
 constexpr int iconSize = 40;
-const QString showModeKey = QStringLiteral("Velora/Application/WindowShowMode");
 
 // As the setting has it.
 QString nameOf(AppBaseConfig::ShowMode mode) {
@@ -36,7 +36,7 @@ QString nameOf(AppBaseConfig::ShowMode mode) {
 }
 
 QString showModeSetting() {
-    return vlr::Settings::get(showModeKey, nameOf(AppBaseConfig::Normal)).toLower();
+    return vlr::windowShowMode.get().toLower();
 }
 
 } // namespace
@@ -161,7 +161,7 @@ bool QtAppBaseConfigWidget::ok() {
     const auto colors = m_colors;
     CaError error;
     if (isShowModeChosen() && showModeSetting() != nameOf(showMode))
-        error = vlr::Settings::set(showModeKey, nameOf(showMode));
+        error = vlr::Settings::set(vlr::windowShowMode.key(), nameOf(showMode));
     if (touchScreenMode != Qt::PartiallyChecked)
         config->setTouchScreenModeEnabled(touchScreenMode == Qt::Checked);
     config->notify(Data::CHANGED);

@@ -3,7 +3,7 @@
 #include "Base/PlainText.h"
 #include "Image/ImageFile.h"
 #include "Log/vlrLog.h"
-#include "Settings/vlrSettings.h"
+#include "Settings/SettingKey.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QFileInfo>
@@ -16,10 +16,37 @@ namespace {
 // Far more than a picture of the size of a screen has, both in its file and in memory.
 constexpr qint64 mostBytes = qint64(64) << 20;
 
-QString setting(const char* name, const char* otherwise) {
-    return vlr::Settings::get(QStringLiteral("Velora/Application/") + QLatin1String(name),
-                              otherwise);
-}
+const vlr::SettingKey<bool>
+    showSplashScreen("Velora/Application/ShowSplashScreen", false,
+                     QT_TRANSLATE_NOOP("KnownSettings", "Show the splash screen at start-up."));
+const vlr::SettingKey<QString> resourcePath(
+    "Velora/Application/SplashScreen.ResourcePath", QString(),
+    QT_TRANSLATE_NOOP("KnownSettings", "Picture of the splash screen: PNG, JPEG, BMP or TIFF of at "
+                                       "most 64 MiB. Empty or unusable: the built-in one."));
+const vlr::SettingKey<int> timer(
+    "Velora/Application/SplashScreen.Timer", 0,
+    QT_TRANSLATE_NOOP(
+        "KnownSettings",
+        "How long the splash screen stays, in milliseconds. 0: until the main window appears."),
+    vlr::integerType(0));
+const vlr::SettingKey<QString> horizontalPlace(
+    "Velora/Application/ShowSplashScreenMessageLocationHorizontal", QStringLiteral("left"),
+    QT_TRANSLATE_NOOP("KnownSettings", "Where the splash screen shows its messages."),
+    vlr::choiceType({QStringLiteral("left"), QStringLiteral("right")}),
+    QT_TRANSLATE_NOOP("KnownSettings", "The messages are on the right."));
+const vlr::SettingKey<QString>
+    verticalPlace("Velora/Application/ShowSplashScreenMessageLocationVertical",
+                  QStringLiteral("bottom"),
+                  QT_TRANSLATE_NOOP("KnownSettings", "Where the splash screen shows its messages."),
+                  vlr::choiceType({QStringLiteral("bottom"), QStringLiteral("top")}),
+                  QT_TRANSLATE_NOOP("KnownSettings", "The messages are at the top."));
+const vlr::SettingKey<QString>
+    messageColor("Velora/Application/ShowSplashScreenMessageColor", QStringLiteral("#000000"),
+                 QT_TRANSLATE_NOOP("KnownSettings", "Colour of the splash screen's messages."),
+                 vlr::acceptedType(&QColor::isValidColor,
+                                   QString::fromLatin1(QT_TRANSLATE_NOOP(
+                                       "KnownSettings", "a colour name such as #ff8000 or white"))),
+                 QT_TRANSLATE_NOOP("KnownSettings", "The messages are black."));
 
 // Drawn for the screen's resolution.
 QPixmap builtInPicture() {
@@ -48,7 +75,7 @@ std::string readPicture(const QString& path, QImage& image) {
 }
 
 QPixmap picture() {
-    const QString path = setting("SplashScreen.ResourcePath", "");
+    const QString path = resourcePath.get();
     // What was built into the program may be of any kind, drawings included.
     if (path.startsWith(QLatin1Char(':')))
         return QPixmap(path);
@@ -77,13 +104,19 @@ SplashScreen::SplashScreen() : QSplashScreen(picture(), Qt::WindowStaysOnTopHint
     qApp->installEventFilter(this);
 }
 
+bool SplashScreen::isWanted() {
+    return showSplashScreen.get();
+}
+
+int SplashScreen::milliseconds() {
+    return timer.get();
+}
+
 void SplashScreen::tell(const QString& text) {
-    const bool left =
-        setting("ShowSplashScreenMessageLocationHorizontal", "left") == QLatin1String("left");
-    const bool bottom =
-        setting("ShowSplashScreenMessageLocationVertical", "bottom") == QLatin1String("bottom");
+    const bool left = horizontalPlace.get() == QLatin1String("left");
+    const bool bottom = verticalPlace.get() == QLatin1String("bottom");
     QColor color;
-    color.setNamedColor(setting("ShowSplashScreenMessageColor", "#000000"));
+    color.setNamedColor(messageColor.get());
     showMessage(vlr::isPlainToolTip(text) ? text : vlr::plainToolTip(text),
                 static_cast<int>(left ? Qt::AlignLeft : Qt::AlignRight) |
                     static_cast<int>(bottom ? Qt::AlignBottom : Qt::AlignTop),

@@ -13,6 +13,9 @@ class VLR_GUI_EXPORT SplashScreen : public QSplashScreen {
 public:
     SplashScreen();
 
+    static bool isWanted();    ///< As the setting has it.
+    static int milliseconds(); ///< How long it stays; 0: until the main window appears.
+
     void tell(const QString& text);
 
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -56,11 +56,11 @@ protected:
 
 private slots:
     void buttonClicked(QAbstractButton* button);
+    void updateRequestButtons();
 
 private:
     void addRequestButtons(bool screenshot, bool config, bool configFileEditor, bool exit);
     void showCurrentModule();
-    void updateRequestButtons();
     void updateExtent();
     void mark(QAbstractButton* button);
     void step(int from, int direction);

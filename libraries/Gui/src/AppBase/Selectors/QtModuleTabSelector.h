@@ -40,10 +40,10 @@ signals:
 private slots:
     void currentTabChanged(int tab);
     void toolButtonClickedSL(int id);
+    void updateToolTabs();
 
 private:
     QIcon createOffsetIcon(const QIcon& icon, int dx, int dy) const;
-    void updateToolTabs();
     void showCurrentModule();
 
     QtMyTabBar* m_bar;
