@@ -68,6 +68,7 @@ constexpr Act acts[] = {
     {"flood", &actFlood},
     {"race", &actRace},
     {"trust", &actTrust},
+    {"copy", &actCopy},
     {"leave", &actLeave, true},
 };
 

@@ -1,6 +1,7 @@
 #include "Settings/SettingsFile.h"
 
 #include "IO/DurableFile.h"
+#include "IO/FileTrust.h"
 #include "IO/PrivateFile.h"
 #include "IO/TemporaryFile.h"
 #include "Log/vlrLog.h"
@@ -348,6 +349,11 @@ CaError lookIntoSettings(const QString& path, SettingsValues& values) {
 
 CaError changeSettings(const QString& path, const SettingsEdit& edit, SettingsValues& values) {
     const QString folder = QFileInfo(path).path();
+    // Not even a folder or a lock file.
+    const std::string problem = whyNotBegun(QFile::encodeName(path));
+    if (!problem.empty())
+        return settingsError("untrusted", QStringLiteral("Could not write \"%1\": %2.")
+                                              .arg(path, QString::fromStdString(problem)));
     if (makePrivateFolder(folder) != 0)
         return settingsError("noFolder",
                              QStringLiteral("Could not create the folder \"%1\".").arg(folder));

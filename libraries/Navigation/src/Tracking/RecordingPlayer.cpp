@@ -3,8 +3,11 @@
 #include "Tracking/RecordingFormat.h"
 #include "Tracking/TrackingState.h"
 
-#include <QtCore/QFileInfo>
-
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace vlr {
@@ -28,13 +31,26 @@ CaError RecordingPlayer::start() {
     return CaError::nullError;
 }
 
+// A pipe would keep us waiting, and a device might act. It is looked at when it is open, since
+// another file may take the name.
+QString RecordingPlayer::openFile() {
+    const int descriptor = ::open(QFile::encodeName(m_file.fileName()).constData(),
+                                  O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return QString::fromStdString(std::generic_category().message(errno));
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor);
+        return QStringLiteral("it is not a regular file");
+    }
+    return m_file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)
+               ? QString()
+               : m_file.errorString();
+}
+
 CaError RecordingPlayer::open() {
-    QString problem;
-    if (!QFileInfo(m_file.fileName()).isFile()) // A pipe would keep us waiting.
-        problem = QStringLiteral("there is no such file");
-    else if (!m_file.open(QIODevice::ReadOnly))
-        problem = m_file.errorString();
-    else if (m_file.readLine(longestRecordingLine) != recordingHeader)
+    QString problem = openFile();
+    if (problem.isEmpty() && m_file.readLine(longestRecordingLine) != recordingHeader)
         problem = QStringLiteral("it is not a recording");
     if (problem.isEmpty())
         return CaError::nullError;

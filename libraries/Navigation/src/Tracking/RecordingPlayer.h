@@ -37,6 +37,7 @@ public:
     bool hasEnded() const { return m_hasEnded; } ///< All was played, or as much as was in order.
 
 private:
+    QString openFile();
     CaError open();
     void play();
     std::string playLines(class TrackingState& state);
