@@ -13,7 +13,7 @@
 namespace vlr {
 
 RecordingPlayer::RecordingPlayer(const QString& path, Pace pace, TrackingClock clock)
-    : m_file(path), m_pace(pace), m_clock(std::move(clock)) {}
+    : m_path(path), m_pace(pace), m_clock(std::move(clock)) {}
 
 RecordingPlayer::~RecordingPlayer() {
     stop();
@@ -34,7 +34,7 @@ CaError RecordingPlayer::start() {
 // A pipe would keep us waiting, and a device might act. It is looked at when it is open, since
 // another file may take the name.
 QString RecordingPlayer::openFile() {
-    const int descriptor = ::open(QFile::encodeName(m_file.fileName()).constData(),
+    const int descriptor = ::open(QFile::encodeName(m_path).constData(),
                                   O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
         return QString::fromStdString(std::generic_category().message(errno));
@@ -57,7 +57,7 @@ CaError RecordingPlayer::open() {
     m_file.close();
     return CaError("RecordingPlayer::cannotPlay",
                    QStringLiteral("The recording \"%1\" cannot be played: %2.")
-                       .arg(m_file.fileName(), problem)
+                       .arg(m_path, problem)
                        .toStdString());
 }
 
@@ -95,7 +95,7 @@ std::string RecordingPlayer::playLines(TrackingState& state) {
             problem = QStringLiteral("its time lies before that of the line above");
         if (!problem.isEmpty())
             return QStringLiteral("The recording \"%1\" cannot be played on, line %2: %3.")
-                .arg(m_file.fileName())
+                .arg(m_path)
                 .arg(number)
                 .arg(problem)
                 .toStdString();
@@ -120,7 +120,7 @@ void RecordingPlayer::playLine(RecordingLine&& line, TrackingState& state) {
     if (!state.add(std::move(*line.measurement), *knownTools()))
         state.setProblem("names",
                          QStringLiteral("The recording \"%1\": %2.")
-                             .arg(m_file.fileName(), QString::fromUtf8(TrackingState::tooManyNames))
+                             .arg(m_path, QString::fromUtf8(TrackingState::tooManyNames))
                              .toStdString());
 }
 

@@ -44,7 +44,8 @@ private:
     void playLine(struct RecordingLine&& line, class TrackingState& state);
     bool waitUntil(TrackingTime time);
 
-    QFile m_file;
+    QString m_path;
+    QFile m_file; // Opened by its descriptor, so it knows no name.
     Pace m_pace;
     TrackingClock m_clock;
     std::thread m_thread;
