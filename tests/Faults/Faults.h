@@ -53,5 +53,6 @@ int actRepository(const QStringList& arguments);
 int actDialog(const QStringList& arguments);
 int actFlood(const QStringList& arguments);
 int actTrust(const QStringList& arguments);
+int actCopy(const QStringList& arguments);
 int actLeave(const QStringList& arguments);
 int actRace(const QStringList& arguments);

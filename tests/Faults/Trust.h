@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
 #include <string>
@@ -15,11 +16,22 @@ struct TrustCase {
 
 // The cases by what they attack, one file each; TrustFault.cpp runs them all.
 
+std::vector<TrustCase> trustCopies();
 std::vector<TrustCase> trustExit();
 std::vector<TrustCase> trustFiles();
+std::vector<TrustCase> trustRandom();
+std::vector<TrustCase> trustRecordings();
+std::vector<TrustCase> trustSelfCheck();
 std::vector<TrustCase> trustStore();
 std::vector<TrustCase> trustWire();
 std::vector<TrustCase> trustTexts();
+
+/// Every file and folder below the home, with owner and rights, and of files inode, size, time and
+/// content.
+QStringList trustInventory();
+
+/// The file of the default repository.
+QString trustRepository();
 
 /// The first value that the statement gives, past the library in the default repository.
 QVariant trustSql(const char* statement);

@@ -14,6 +14,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QSessionManager>
 #include <QtSql/QSqlDatabase>
 #include <QtSql/QSqlQuery>
 
@@ -28,11 +30,6 @@ namespace {
 
 const QString typed = QStringLiteral("typed and not stored");
 const QByteArray typedPart = QByteArrayLiteral("a part\0 that is nowhere else");
-
-QString repository() {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
-           QStringLiteral("/patients.sqlite");
-}
 
 void need(const CaError& error) {
     if (error != CaError::nullError)
@@ -108,7 +105,7 @@ private:
 class Lock {
 public:
     Lock() : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name())) {
-        m_database.setDatabaseName(repository());
+        m_database.setDatabaseName(trustRepository());
         if (!m_database.open() || !QSqlQuery(m_database).exec(QStringLiteral("BEGIN IMMEDIATE")))
             throw std::runtime_error("The repository cannot be locked.");
     }
@@ -195,6 +192,18 @@ std::string theSessionEnds() {
     return judgeStored();
 }
 
+// Which may then be killed, or go on.
+std::string theSessionAsksToStore() {
+    {
+        Program program("commit");
+        (void)program.child().kill();
+    }
+    const std::string wrong = judgeConfiguration();
+    if (!vlr::waitingRecoveries().isEmpty())
+        return "a recovery file is left";
+    return wrong.empty() ? judgeStored() : wrong;
+}
+
 std::string recoveriesAreNobodys() {
     QString path;
     need(vlr::writeRecovery(changedPatient(), path));
@@ -215,8 +224,8 @@ std::string aBackupIsMadeOfARunningProgram() {
     QString summary;
     {
         Program program;
-        need(vlr::backUpRepository(repository(), backup, {}, summary));
-        const CaError error = vlr::restoreRepository(backup, repository(), {}, summary);
+        need(vlr::backUpRepository(trustRepository(), backup, {}, summary));
+        const CaError error = vlr::restoreRepository(backup, trustRepository(), {}, summary);
         if (error.text().find("in use by another program") == std::string::npos)
             return "it is replaced under a running program: " + error.text();
         program.tellToEnd();
@@ -226,7 +235,7 @@ std::string aBackupIsMadeOfARunningProgram() {
     if (!wrong.empty())
         return wrong;
     DataIOManager::closeRepository();
-    need(vlr::restoreRepository(backup, repository(), {}, summary));
+    need(vlr::restoreRepository(backup, trustRepository(), {}, summary));
     return judgeStored() == "his changes are lost" ? "" : "the backup is not what it was";
 }
 
@@ -239,6 +248,7 @@ std::vector<TrustCase> trustExit() {
         {"a program that would not end", &itNeverEnds},
         {"the end of the display", &theDisplayEnds},
         {"the end of the session", &theSessionEnds},
+        {"a session that asks to store", &theSessionAsksToStore},
         {"recovery files that are not what they were", &recoveriesAreNobodys},
         {"a backup of a running program", &aBackupIsMadeOfARunningProgram},
     };
@@ -260,6 +270,10 @@ int actLeave(const QStringList& arguments) {
                 pause();
         });
     QTimer::singleShot(0, qApp, [kind] {
+        // Nobody looks at the session manager, of which only Qt can make one.
+        auto* const itself = static_cast<QGuiApplication*>(QCoreApplication::instance());
+        if (kind == QLatin1String("commit"))
+            emit itself->commitDataRequest(*reinterpret_cast<QSessionManager*>(itself));
         std::printf("ready\n");
         std::fflush(stdout);
         if (kind == QLatin1String("session"))

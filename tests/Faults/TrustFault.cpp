@@ -11,6 +11,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QStandardPaths>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,7 +23,9 @@ constexpr const char* folders[] = {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACH
 
 std::vector<TrustCase> allCases() {
     std::vector<TrustCase> all;
-    for (const auto& some : {trustExit(), trustFiles(), trustStore(), trustTexts(), trustWire()})
+    for (const auto& some :
+         {trustCopies(), trustExit(), trustFiles(), trustRandom(), trustRecordings(),
+          trustSelfCheck(), trustStore(), trustTexts(), trustWire()})
         all.insert(all.end(), some.begin(), some.end());
     return all;
 }
@@ -62,6 +65,11 @@ void faultTrust(Report& report) {
         runAs(report, false);
     else
         report.notRun("as root: needs its rights");
+}
+
+QString trustRepository() {
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+           QStringLiteral("/patients.sqlite");
 }
 
 int actTrust(const QStringList& arguments) {

@@ -76,22 +76,6 @@ private:
     int m_listener;
 };
 
-// Every file and folder below the home, with owner, rights and content.
-QStringList inventory() {
-    QStringList list;
-    QDirIterator entry(home(),
-                       QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                       QDirIterator::Subdirectories);
-    while (entry.hasNext()) {
-        const QString path = entry.next();
-        const struct stat status = statusOf(path);
-        list << QStringLiteral("%1 %2 %3 ").arg(path).arg(status.st_mode).arg(status.st_uid) +
-                    QString::fromLatin1(S_ISREG(status.st_mode) ? content(path) : QByteArray());
-    }
-    list.sort();
-    return list;
-}
-
 // --- the self-check
 
 std::string theSelfCheckChangesNothing() {
@@ -103,14 +87,14 @@ std::string theSelfCheckChangesNothing() {
         QDir().mkpath(folder);
         QFile::link(victim, folder + probe);
     }
-    const QStringList before = inventory();
+    const QStringList before = trustInventory();
     vlr::Log::setFileEnabled(false);
     CheckList list;
     checkSite(list);
     vlr::Log::setFileEnabled(true);
     if (list.count() == 0 || !list.isGood())
         return "the check finds faults";
-    return inventory() == before ? "" : "something was changed";
+    return trustInventory() == before ? "" : "something was changed";
 }
 
 struct Ended {
@@ -150,11 +134,11 @@ std::string theSelfCheckLeavesForeignFoldersAlone() {
             continue; // What is above may well be the system's.
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QLatin1String(one.place), one.path);
-        const QStringList before = inventory();
+        const QStringList before = trustInventory();
         const Ended check = navigator({QStringLiteral("--self-check")}, environment);
         if (check.code != 1 || check.errors.find("belongs to the user") == std::string::npos)
             return std::string(one.place) + " is not refused: " + check.errors;
-        if (inventory() != before)
+        if (trustInventory() != before)
             return std::string(one.place) + ": something was made";
     }
     return {};
@@ -361,6 +345,54 @@ std::string foreignFoldersAreLeftAlone() {
                : "something was renamed or left";
 }
 
+// Where no file is yet. What is above the folder counts for its owner alone.
+std::string nothingIsBegunInDoubtfulFolders() {
+    const QString path = vlr::Settings::filePath();
+    const QString folder = QFileInfo(path).path();
+    const QString above = QFileInfo(folder).path();
+    const struct {
+        const char* name;
+        QString place;
+        unsigned mode;
+        bool isForeign;
+        const char* said; // empty: it is believed
+    } cases[] = {{"open folder", folder, 0777, false, "its folder may be written by everybody"},
+                 {"another user's", folder, 0755, true, "its folder belongs to the user"},
+                 {"below another user's", above, 0755, true, "\" belongs to the user"},
+                 {"below an open one", above, 0777, false, ""},
+                 {"sticky folder", folder, 01777, false, ""}};
+    vlr::Log::setFileEnabled(false);
+    for (const auto& one : cases) {
+        if (one.isForeign && geteuid() != 0)
+            continue; // An ordinary user cannot give anything away.
+        QDir(folder).removeRecursively();
+        QDir().mkpath(one.place);
+        chmod(encoded(one.place).constData(), one.mode);
+        chown(encoded(one.place).constData(), one.isForeign ? nobody : geteuid(), getegid());
+        vlr::Settings::reload();
+        const QStringList before = trustInventory();
+        const bool isBelieved = !*one.said;
+        for (const bool isFirst : {true, false}) {
+            const Warnings warnings;
+            (void)vlr::Settings::get(key, "default");
+            if (warnings.tell(isBelieved ? "settings" : one.said) != (isFirst && !isBelieved))
+                return std::string(one.name) + ": it is not told once";
+        }
+        const CaError error = vlr::Settings::set(key + QStringLiteral("a"), "mine");
+        const DataPointer<Configuration> written(new Configuration);
+        const bool isStored =
+            !one.isForeign ||
+            DataIOManager::storeConfiguration(QStringLiteral("a"), written) == CaError::nullError;
+        chown(encoded(one.place).constData(), geteuid(), getegid());
+        if (error.isNull() != isBelieved || (isStored && one.isForeign))
+            return std::string(one.name) + ": " + (isBelieved ? error.text() : "it is written");
+        if (!isBelieved && trustInventory().size() != before.size())
+            return std::string(one.name) + ": something is left";
+    }
+    vlr::Log::setFileEnabled(true);
+    return {};
+}
+
 // --- pictures
 
 std::string noPictureKeepsTheStartWaiting() {
@@ -420,6 +452,26 @@ std::string withoutHomeNothingIsWritten() {
 
 } // namespace
 
+QStringList trustInventory() {
+    QStringList list;
+    QDirIterator entry(home(),
+                       QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                       QDirIterator::Subdirectories);
+    while (entry.hasNext()) {
+        const QString path = entry.next();
+        const struct stat status = statusOf(path);
+        list << QStringLiteral("%1 %2 %3 ").arg(path).arg(status.st_mode).arg(status.st_uid);
+        if (S_ISREG(status.st_mode))
+            list.back() += QStringLiteral("%1 %2.%3 ")
+                               .arg(status.st_ino)
+                               .arg(status.st_mtim.tv_sec)
+                               .arg(status.st_mtim.tv_nsec) +
+                           QString::fromLatin1(content(path).toHex());
+    }
+    list.sort();
+    return list;
+}
+
 std::vector<TrustCase> trustFiles() {
     return {
         {"links where the self-check writes", &theSelfCheckChangesNothing},
@@ -431,6 +483,7 @@ std::vector<TrustCase> trustFiles() {
         {"settings of others", &doubtfulSettingsAreNotBelieved},
         {"configurations of others", &doubtfulConfigurationsAreNotBelieved},
         {"root with the settings of a user", &foreignFoldersAreLeftAlone},
+        {"a folder of others without settings", &nothingIsBegunInDoubtfulFolders},
         {"what is no picture for the start", &noPictureKeepsTheStartWaiting},
         {"no home", &withoutHomeNothingIsWritten},
     };

@@ -16,11 +16,6 @@
 
 namespace {
 
-QString repository() {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
-           QStringLiteral("/patients.sqlite");
-}
-
 DataPointer<Patient> storedPatient(const char* id) {
     DataPointer<Patient> patient(new Patient);
     patient->setPatientId(QLatin1String(id));
@@ -111,7 +106,7 @@ QVariant trustSql(const char* statement) {
     {
         QSqlDatabase database =
             QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
-        database.setDatabaseName(repository());
+        database.setDatabaseName(trustRepository());
         QSqlQuery query(database.open() ? database : QSqlDatabase());
         if (!query.exec(QLatin1String(statement)))
             throw std::runtime_error(statement);

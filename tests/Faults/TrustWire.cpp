@@ -11,7 +11,6 @@
 #include "IO/ServerAddress.h"
 #include "Settings/vlrSettings.h"
 #include "Tracking/TrackingAddress.h"
-#include "Tracking/TrackingRecorder.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
@@ -25,28 +24,9 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
-#include <dlfcn.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
-
-namespace {
-
-std::atomic<int> syncs{0};
-std::atomic<bool> syncsFail{false};
-
-} // namespace
-
-// In place of the C library's, for everything in this program.
-extern "C" __attribute__((visibility("default"))) int fdatasync(int file) {
-    static const auto next = reinterpret_cast<int (*)(int)>(dlsym(RTLD_NEXT, "fdatasync"));
-    ++syncs;
-    if (!syncsFail)
-        return next(file);
-    errno = EIO;
-    return -1;
-}
 
 namespace {
 
@@ -444,36 +424,6 @@ std::string aTrackerIsReachedByItsInterfaceAlone() {
     return wrong;
 }
 
-std::string recordingsArePrivateAndOnTheDisk() {
-    umask(0);
-    const QString path = QDir::homePath() + QStringLiteral("/case.track");
-    const QByteArray file = QFile::encodeName(path);
-    std::string wrong;
-    for (const bool isFailing : {false, true}) {
-        vlr::TrackingRecorder recorder(path);
-        wrong += unlike(recorder.open().text(), "", QStringLiteral("opening"));
-        struct stat status {};
-        if (stat(file.constData(), &status) != 0 || (status.st_mode & 0777) != 0600)
-            wrong += "it is not for its user alone. ";
-        const int before = syncs;
-        syncsFail = isFailing;
-        recorder.received({"Pointer", {}, {Vector3d(1, 2, 3)}, {}, 0});
-        const std::string said = recorder.close().text();
-        syncsFail = false;
-        wrong += unlike(said, isFailing ? "case.track\" ended early: Input/output error" : "",
-                        QStringLiteral("the end"));
-        if (syncs != before + 1)
-            wrong += std::to_string(syncs - before) + " times onto the disk. ";
-        (void)QFile::remove(path);
-    }
-    // Somebody's link, which leads to what is not there yet.
-    const QByteArray target = file + ".target";
-    if (symlink(target.constData(), file.constData()) != 0 ||
-        vlr::TrackingRecorder(path).open().isNull() || access(target.constData(), F_OK) == 0)
-        wrong += "it follows a link. ";
-    return wrong;
-}
-
 } // namespace
 
 std::vector<TrustCase> trustWire() {
@@ -484,6 +434,5 @@ std::vector<TrustCase> trustWire() {
         {"a server that wants the password", &aRogueGetsNoPassword},
         {"a server without end", &aFloodEnds},
         {"a tracker behind another interface", &aTrackerIsReachedByItsInterfaceAlone},
-        {"a recording", &recordingsArePrivateAndOnTheDisk},
     };
 }

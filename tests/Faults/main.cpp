@@ -62,6 +62,7 @@ constexpr Act acts[] = {
     {"flood", &actFlood},
     {"race", &actRace},
     {"trust", &actTrust},
+    {"copy", &actCopy},
     {"leave", &actLeave, true},
 };
 

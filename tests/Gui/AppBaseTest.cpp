@@ -285,28 +285,51 @@ TEST_F(AppBaseTest, WhatCouldNotBeStoredIsOfferedAtTheNextStart) {
 
 // --- patients
 
-TEST_F(AppBaseTest, AnExitThatLosesChangesSaysSo) {
-    for (const bool isChanged : {false, true}) {
+TEST_F(AppBaseTest, AnExitKeepsTheChangesThatItCannotStoreAndSaysSo) {
+    const QString setting = "Velora/Application/PatientRepository"_s;
+    const struct {
+        bool isChanged;
+        const char* repository; // at the exit
+        const char* said;
+    } cases[] = {{false, "", ""},
+                 {true, "", "\"1\" could not be stored. They are kept in "},
+                 {true, "nowhere:", "\"1\\u200B\" could not be stored. They are kept in "}};
+    for (const auto& one : cases) {
         AppBase& application = app();
-        const auto patient = storePatient(isChanged ? "1" : "2");
+        const auto patient = storePatient("1");
         AppBase::setCurrentPatient(patient);
         const auto other = loadPatient(*patient);
         other->setName("by another workstation"_s);
         ASSERT_EQ(DataIOManager::storePatient(other), CaError::nullError);
         bool isTold = false;
-        if (isChanged) {
+        if (one.isChanged) {
             patient->setName("Mine"_s);
             expectLog(LogLevel::Error, "Could not store the current patient. Reason: ");
-            expectLog(LogLevel::UserError, "could not be stored and are lost");
+            expectLog(LogLevel::UserError, one.said);
             answerNextMessageBox([&](QMessageBox& box) {
                 isTold = true;
                 box.accept();
             });
         }
+        if (*one.repository) {
+            patient->setPatientId(QString::fromUtf8("1\u200b")); // As a former release took it.
+            ASSERT_TRUE(vlr::Settings::set(setting, one.repository).isNull());
+        }
         QTimer::singleShot(0, &application, [&] { application.exitApplication(); });
         EXPECT_EQ(application.run(), 0);
-        EXPECT_EQ(isTold, isChanged);
+        EXPECT_EQ(isTold, one.isChanged);
         endApp();
+        const QStringList waiting = vlr::waitingRecoveries();
+        EXPECT_EQ(waiting.size(), one.isChanged ? 1 : 0);
+        for (const QString& file : waiting) {
+            vlr::Recovery recovery;
+            ASSERT_EQ(vlr::readRecovery(file, recovery), CaError::nullError);
+            EXPECT_EQ(recovery.patient->name(), "Mine"_s);
+            vlr::removeRecovery(file);
+        }
+        ASSERT_TRUE(vlr::Settings::remove(setting).isNull());
+        ASSERT_EQ(DataIOManager::removePatient(other->storage().uri), CaError::nullError);
+        DataIOManager::closeRepository();
     }
 }
 

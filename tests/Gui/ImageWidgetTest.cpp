@@ -8,6 +8,8 @@
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QMenu>
 
+#include <sys/stat.h>
+
 using namespace vlrTest;
 using vlr::ImageWidget;
 
@@ -300,7 +302,12 @@ TEST_F(ImageWidgetTest, SavesUnderTheChosenNameAndSaysSo) {
         for (int k = 0; k < 4; ++k)
             reinterpret_cast<quint16*>(image.scanLine(i))[k] = static_cast<quint16>(1000 * i + k);
     widget.setImage(image);
+    const mode_t mask = umask(0);
     EXPECT_EQ(save(path), path.toStdString() + "\n1\n");
+    umask(mask);
+    struct stat status = {};
+    ASSERT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U); // It may show a patient.
     EXPECT_EQ(startedAt, text("/"));
     EXPECT_EQ(QImage(path), image); // all 16 bits
     EXPECT_EQ(vlr::Settings::get(pathKey, "none"), path);

@@ -162,10 +162,13 @@ void checkConfigurations(CheckList& list) {
                    [&] { return documentProblem(file.filePath()); });
 }
 
+QString repositorySetting(const QHash<QString, QVariant>& settings) {
+    return settings.value(QStringLiteral("Velora/Application/PatientRepository")).toString();
+}
+
 // Of a repository on a server none.
 QString repositoryFile(const QHash<QString, QVariant>& settings) {
-    const QUrl url(
-        settings.value(QStringLiteral("Velora/Application/PatientRepository")).toString());
+    const QUrl url(repositorySetting(settings));
     if (!url.isEmpty() && url.scheme() != QLatin1String("sqlite"))
         return {};
     return url.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
@@ -190,8 +193,7 @@ void noteIds(const std::vector<MetaInformation>& patients) {
                             QStringLiteral("They are easily taken for one another."));
 }
 
-// Root would leave files beside it that its owner could not use. A group that shares one gets
-// along.
+// Root would find for another user what that one cannot read. A group that shares one gets along.
 QString foreignRepositoryProblem(const QString& file) {
     const QFileInfo info(file);
     const uint owner = info.ownerId() != 0 ? info.ownerId() : QFileInfo(info.path()).ownerId();
@@ -201,21 +203,31 @@ QString foreignRepositoryProblem(const QString& file) {
                      .arg(file, QString::fromStdString(vlr::userText(owner)));
 }
 
+// It is only looked at, which tells nothing of storing.
+QString storingProblem(const QString& file) {
+    for (const auto& [path, rights] :
+         {std::make_pair(file, W_OK), std::make_pair(QFileInfo(file).path(), W_OK | X_OK)})
+        if (!file.isEmpty() && access(QFile::encodeName(path).constData(), rights) != 0)
+            return QStringLiteral("\"%1\" cannot be written: ").arg(path) + systemText(errno);
+    return {};
+}
+
 void checkPatients(CheckList& list, const QString& file) {
     std::vector<MetaInformation> patients;
     const QString foreign = foreignRepositoryProblem(file);
+    bool isThere = foreign.isEmpty();
     list.check("patients", QStringLiteral("the repository"), [&] {
         if (!foreign.isEmpty())
             return foreign;
         CaError error;
-        const vlr::PatientStore* const store = DataIOManager::repository(error);
-        if (!store)
-            return text(error);
-        if (!store->whyReadOnly().empty())
-            return QString::fromStdString(store->whyReadOnly());
-        return text(DataIOManager::patientMetaInfoList(patients));
+        if (!DataIOManager::repositoryToLookAt(error)) {
+            isThere = false;
+            return error.id() == vlr::PatientStore::nothingYetError ? QString() : text(error);
+        }
+        error = DataIOManager::patientMetaInfoList(patients);
+        return error == CaError::nullError ? storingProblem(file) : text(error);
     });
-    if (!foreign.isEmpty())
+    if (!isThere)
         return;
     list.check("patients", QStringLiteral("%1 stored").arg(patients.size()), [&] {
         QStringList problems;
@@ -270,8 +282,11 @@ void checkSite(CheckList& list) {
     QHash<QString, QVariant> settings;
     const bool areSettingsReadable = checkSettings(list, settings);
     checkConfigurations(list);
-    // To open one that is not there would make it.
     const QString repository = repositoryFile(settings);
+    const std::string unprotected = vlr::PatientStore::whyUnprotected(repositorySetting(settings));
+    if (!unprotected.empty())
+        CheckList::note("patients", QStringLiteral("the way to the server"),
+                        QString::fromStdString(unprotected));
     if (areSettingsReadable && (repository.isEmpty() || QFile::exists(repository)))
         checkPatients(list, repository);
     else

@@ -3,6 +3,7 @@
 #include <QtCore/QFile>
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -75,6 +76,21 @@ int makePrivateFolder(const QString& path, const FileRights& rights) {
             return error == EEXIST ? ENOTDIR : error;
     }
     return 0;
+}
+
+int renameToFree(const QString& from, const QString& to) {
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    if (renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) ==
+        0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return errno;
+    // Network file systems do not know RENAME_NOREPLACE.
+    struct stat status = {};
+    if (lstat(target.constData(), &status) == 0)
+        return EEXIST;
+    return std::rename(source.constData(), target.constData()) == 0 ? 0 : errno;
 }
 
 int makePrivateFile(const QString& path) {

@@ -7,8 +7,8 @@
 namespace vlr {
 
 /// What this library makes is nobody's business but the user's, or that of a group that a setting
-/// names (PatientFile.h). These neither log nor touch what is there already, but for limitRights();
-/// they return the system's error number, or 0.
+/// names (PatientFile.h). These neither log nor touch the content and rights of what is there
+/// already, but for limitRights(); they return the system's error number, or 0.
 struct FileRights {
     unsigned file = 0600;
     unsigned folder = 0700;
@@ -20,6 +20,9 @@ VLR_BASE_EXPORT int makePrivateFolder(const QString& path, const FileRights& rig
 
 /// Makes an empty file where there is none. EINVAL for what exists but is no regular file.
 VLR_BASE_EXPORT int makePrivateFile(const QString& path);
+
+/// Renames unless the new name is taken, which is EEXIST.
+VLR_BASE_EXPORT int renameToFree(const QString& from, const QString& to);
 
 /// Gives what is open group and mode.
 VLR_BASE_EXPORT int giveRights(int descriptor, unsigned mode, const FileRights& rights);

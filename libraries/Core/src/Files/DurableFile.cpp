@@ -220,8 +220,12 @@ CaError readFile(const QString& path, qint64 limit, bool mustBeTrusted, QByteArr
         return fileError(readFailed, "read", path, "it is not a file name");
     const QByteArray name = QFile::encodeName(path);
     struct stat status = {};
-    if (stat(name.constData(), &status) != 0)
-        return readError(path, errno);
+    if (stat(name.constData(), &status) != 0) {
+        const int number = errno;
+        const std::string problem = mustBeTrusted ? whyNotBegun(name) : std::string();
+        return problem.empty() ? readError(path, number)
+                               : fileError(untrustedError, "read", path, problem);
+    }
     if (!S_ISREG(status.st_mode))
         return fileError(readFailed, "read", path, "it is not a regular file");
     limit = std::min<qint64>(limit, std::numeric_limits<int>::max() / 2);
@@ -238,21 +242,6 @@ CaError readFile(const QString& path, qint64 limit, bool mustBeTrusted, QByteArr
         error = readAll(descriptor, limit, path, bytes);
     close(descriptor);
     return error;
-}
-
-// Renames unless the new name is taken; the number of the error or 0.
-int renameToFree(const QString& from, const QString& to) {
-    const QByteArray source = QFile::encodeName(from);
-    const QByteArray target = QFile::encodeName(to);
-    if (renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) ==
-        0)
-        return 0;
-    if (errno != EINVAL && errno != ENOSYS)
-        return errno;
-    // Network file systems do not know RENAME_NOREPLACE.
-    if (QFileInfo::exists(to) || QFileInfo(to).isSymLink())
-        return EEXIST;
-    return std::rename(source.constData(), target.constData()) == 0 ? 0 : errno;
 }
 
 } // namespace
@@ -286,7 +275,10 @@ CaError readTrusted(const QString& path, qint64 limit, QByteArray& bytes) {
 }
 
 CaError keepUnusableAside(const QString& path, QString& keptAs) {
-    const std::string problem = closeFolderOf(QFile::encodeName(path));
+    const QByteArray name = QFile::encodeName(path);
+    std::string problem = whyNotBegun(name);
+    if (problem.empty())
+        problem = closeFolderOf(name);
     return problem.empty() ? keepAside(path, keptAs)
                            : fileError(keepAsideFailed, "rename", path, problem);
 }

@@ -34,12 +34,13 @@ VLR_CORE_EXPORT CaError readWhole(const QString& path, qint64 limit, QByteArray&
 
 /// readWhole() for what the program acts on: also the id untrustedError for a file that belongs to
 /// another user, who is not root, that others may write, or whose folder is such a one. A group of
-/// which the user is the only member is not others, and a sticky folder may be anybody's.
+/// which the user is the only member is not others, and a sticky folder may be anybody's. A file
+/// that is missing in such a folder, or below a folder of another user, gives that id too.
 VLR_CORE_EXPORT CaError readTrusted(const QString& path, qint64 limit, QByteArray& bytes);
 
 /// keepAside() for a file that readTrusted() gave an error for, or whose content is of no use.
 /// Before that others lose the right to write into its folder; where the folder is another user's,
-/// nothing is renamed and nothing should be written there.
+/// nothing is renamed and nothing should be written there, and neither where there is no file.
 VLR_CORE_EXPORT CaError keepUnusableAside(const QString& path, QString& keptAs);
 
 /// Renames a file that could not be understood to "<name>.damaged-<date and time>", with a

@@ -107,6 +107,21 @@ std::string whyNotBelieved(const QByteArray& path, const struct stat& file) {
     return problem;
 }
 
+std::string whyNotBegun(const QByteArray& path) {
+    struct stat status = {};
+    if (lstat(path.constData(), &status) == 0)
+        return {};
+    QByteArray folder = folderOf(path);
+    if (stat(folder.constData(), &status) == 0)
+        return problemOf(status, "its folder");
+    while (stat(folder.constData(), &status) != 0 && folder.size() > 1)
+        folder = folderOf(folder);
+    // What is made below it is for this user alone, whoever else may write here.
+    return isTrusted(status.st_uid)
+               ? ""
+               : "\"" + folder.toStdString() + "\" belongs to " + userText(status.st_uid);
+}
+
 std::string closeFolderOf(const QByteArray& path) {
     const QByteArray folder = folderOf(path);
     struct stat status = {};

@@ -25,6 +25,11 @@ std::optional<unsigned> systemGroup(const QString& name);
 /// by one. Empty where it is.
 std::string whyNotBelieved(const QByteArray& path, const struct stat& file);
 
+/// Why nothing is to be written at a path where nothing is yet: the folder, or what is above one
+/// that is not there either, belongs to another user, who is not root, or others may write to the
+/// folder. Empty where it may, and where something is there.
+std::string whyNotBegun(const QByteArray& path);
+
 /// Before a file is replaced that is not believed: takes the others' right to write from its
 /// folder. What is wrong where that is not possible, since the folder is somebody else's.
 std::string closeFolderOf(const QByteArray& path);

@@ -33,6 +33,7 @@ struct Repository {
     QString url;
     std::unique_ptr<vlr::PatientStore> store;
     bool isStoring = false; // It must not be opened anew then.
+    bool isLookedAt = false;
 };
 
 Repository& openRepository() {
@@ -251,12 +252,19 @@ vlr::PatientStore* DataIOManager::repository(CaError& error) {
     if (!repository.isStoring && (!repository.store || repository.url != url)) {
         // Again for every store: an application object calls its routines once and forgets them.
         qAddPostRoutine(&DataIOManager::closeRepository);
-        repository.store = vlr::PatientStore::open(url, error);
+        repository.store = repository.isLookedAt ? vlr::PatientStore::look(url, error)
+                                                 : vlr::PatientStore::open(url, error);
         repository.url = url;
         if (repository.store)
             warnOfReadOnly(repository.store->whyReadOnly());
     }
     return repository.store.get();
+}
+
+vlr::PatientStore* DataIOManager::repositoryToLookAt(CaError& error) {
+    closeRepository();
+    openRepository().isLookedAt = true;
+    return repository(error);
 }
 
 vlr::PatientStore* DataIOManager::currentRepository(CaError& error) {

@@ -89,7 +89,10 @@ public:
     /// disconnected meanwhile, with a "WARNING", but not while a patient is being stored; listing
     /// and storing do so too while it could be opened for reading only.
     static vlr::PatientStore* repository(CaError& error);
-    /// The same, opened anew where these operations do.
+    /// Opens the repository to look at it alone, see PatientStore::look(): until closeRepository()
+    /// all operations above read what is there and change nothing.
+    static vlr::PatientStore* repositoryToLookAt(CaError& error);
+    /// The one of repository(), opened anew where these operations do.
     static vlr::PatientStore* currentRepository(CaError& error);
     /// Why others on the network may read or change the patients, for whoever works with them: the
     /// setting asks for less than a server that proves who it is. Empty where all is well.

@@ -36,6 +36,12 @@ public:
     /// exist. Null, with the reason in `error`, where that is impossible.
     static std::unique_ptr<PatientStore> open(const QString& url, CaError& error);
 
+    /// Opens what is there to read it, as a check does, and changes nothing: no table is made, no
+    /// lock file, nothing that lies beside a file is made, written to or brought into it, also
+    /// while a program uses it. Null with the reason in `error`; its id is nothingYetError where
+    /// nothing was stored so far.
+    static std::unique_ptr<PatientStore> look(const QString& url, CaError& error);
+
     /// What whyUnprotected() of the repository at the URL would say, without opening it.
     static std::string whyUnprotected(const QString& url);
 
@@ -45,6 +51,8 @@ public:
     /// removed by somebody else since.
     static constexpr const char* idTakenError = "DataIOManager::idTakenError";
     static constexpr const char* changedElsewhereError = "DataIOManager::changedElsewhereError";
+    /// That of the error that look() gives for a repository that is to be made.
+    static const char* const nothingYetError;
 
     PatientStore() = default;
     PatientStore(const PatientStore&) = delete;

@@ -2,7 +2,7 @@
 
 #include "File/PrivateFile.h"
 #include "Files/DurableFile.h"
-#include "Files/TemporaryFile.h"
+#include "IO/KeptRepository.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqliteChain.h"
 #include "IO/SqliteDatabase.h"
@@ -79,15 +79,9 @@ public:
         int error = descriptor >= 0 && fsync(descriptor) == 0 ? 0 : errno;
         if (descriptor >= 0)
             close(descriptor);
-        if (error == 0 && mustBeNew &&
-            renameat2(AT_FDCWD, draft.constData(), AT_FDCWD, target.constData(),
-                      RENAME_NOREPLACE) != 0)
-            error = errno;
-        // Network file systems do not know RENAME_NOREPLACE.
-        const bool isUnknown = error == EINVAL || error == ENOSYS;
-        if (isUnknown && QFileInfo::exists(m_target))
-            error = EEXIST;
-        else if (isUnknown || (error == 0 && !mustBeNew))
+        if (error == 0 && mustBeNew)
+            error = renameToFree(m_path, m_target);
+        else if (error == 0)
             error = std::rename(draft.constData(), target.constData()) == 0 ? 0 : errno;
         if (error != 0)
             return systemError(QStringLiteral("Could not write"), m_target, error);
@@ -266,75 +260,14 @@ CaError checkCopy(SqliteDatabase& copy, const QString& backup, const Seal& seal,
     return error;
 }
 
-// What lies beside the repository, and then the repository itself.
-constexpr const char* filesBeside[] = {"-wal", "-shm", "-journal"};
-constexpr const char* filesOfRepository[] = {"-wal", "-shm", "-journal", ""};
-
-// A repository under a second name. What is done to the first one cannot lose it any more.
-class KeptRepository {
-public:
-    explicit KeptRepository(const QString& repository) : m_repository(repository) {}
-
-    CaError keep() {
-        const QString base =
-            m_repository + QStringLiteral(".replaced-") +
-            QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-        for (int number = 1; number < 1000; ++number) {
-            m_name = number == 1 ? base : base + QLatin1Char('-') + QString::number(number);
-            const int error = linkAll();
-            if (error == 0)
-                return CaError::nullError;
-            removeKept();
-            if (error != EEXIST)
-                return systemError(QStringLiteral("Could not keep"), m_repository, error);
-        }
-        return systemError(QStringLiteral("Could not keep"), m_repository, EEXIST);
-    }
-    // Where what lay beside it was brought into it.
-    void removeKeptBeside() {
-        for (const char* suffix : filesBeside)
-            if (m_kept.removeAll(QLatin1String(suffix)) > 0)
-                QFile::remove(m_name + QLatin1String(suffix));
-    }
-    void removeKept() {
-        for (const QString& suffix : qAsConst(m_kept))
-            QFile::remove(m_name + suffix);
-        m_kept.clear();
-    }
-    // What was taken away beside the first name comes back.
-    void bringBack() {
-        for (const QString& suffix : qAsConst(m_kept))
-            (void)link(QFile::encodeName(m_name + suffix).constData(),
-                       QFile::encodeName(m_repository + suffix).constData());
-        removeKept();
-    }
-    // Empty where there was none.
-    [[nodiscard]] QString name() const { return m_kept.contains(QString()) ? m_name : QString(); }
-
-private:
-    int linkAll() {
-        for (const char* suffix : filesOfRepository) {
-            const QByteArray from = QFile::encodeName(m_repository + QLatin1String(suffix));
-            const QByteArray to = QFile::encodeName(m_name + QLatin1String(suffix));
-            if (link(from.constData(), to.constData()) == 0)
-                m_kept << QString::fromLatin1(suffix);
-            else if (errno != ENOENT)
-                return errno;
-        }
-        return 0;
-    }
-
-    QString m_repository;
-    QString m_name;
-    QStringList m_kept; // The suffixes of what this object linked.
-};
+CaError inUse(const QString& repository) {
+    return backupError(
+        QStringLiteral("The repository \"%1\" is in use by another program.").arg(repository));
+}
 
 // The old repository, with nobody else in it. What lies beside it is brought into it, so that all
 // of it is one file. A damaged one cannot be asked for that: `occupied` stays empty then.
 CaError occupy(const QString& repository, std::unique_ptr<SqliteDatabase>& occupied) {
-    if (SqliteUse::isInUse(repository))
-        return backupError(
-            QStringLiteral("The repository \"%1\" is in use by another program.").arg(repository));
     CaError error = SqliteDatabase::open(repository, SqliteDatabase::Mode::Writing, occupied);
     if (error == CaError::nullError)
         occupied->distrust();
@@ -356,10 +289,13 @@ CaError occupy(const QString& repository, std::unique_ptr<SqliteDatabase>& occup
 // Keeps the old repository under another name and lets the new one take its place. At each moment
 // the old one has a name, and nothing of it lies beside the new one.
 CaError replaceBy(Draft& draft, const QString& repository, QString& keptAs) {
+    // Before anything of it is opened, which would end the locks of this process.
+    if (SqliteUse::isInUse(repository))
+        return inUse(repository);
     KeptRepository kept(repository);
-    CaError error = kept.keep();
-    if (error != CaError::nullError)
-        return error;
+    if (const int number = kept.keep())
+        return systemError(QStringLiteral("Could not keep"), repository, number);
+    CaError error;
     std::unique_ptr<SqliteDatabase> occupied;
     if (QFileInfo::exists(repository))
         error = occupy(repository, occupied);
@@ -368,8 +304,8 @@ CaError replaceBy(Draft& draft, const QString& repository, QString& keptAs) {
         return error;
     }
     if (occupied)
-        kept.removeKeptBeside();
-    for (const char* suffix : filesBeside)
+        kept.takeAsOne();
+    for (const char* suffix : SqliteDatabase::filesBeside)
         QFile::remove(repository + QLatin1String(suffix));
     error = draft.becomeTarget(false);
     if (error == CaError::nullError)
@@ -382,8 +318,7 @@ CaError replaceBy(Draft& draft, const QString& repository, QString& keptAs) {
 // To be called under the repository's OpeningLock.
 CaError prepare(const QString& repository, const OpeningLock& opening) {
     if (opening.isTaken())
-        return backupError(
-            QStringLiteral("The repository \"%1\" is in use by another program.").arg(repository));
+        return inUse(repository);
     return SqliteChain::setForeignWalAside(repository);
 }
 

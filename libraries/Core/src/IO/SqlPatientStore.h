@@ -4,6 +4,7 @@
 #include "IO/ServerAddress.h"
 #include "IO/ServerGuard.h"
 #include "IO/SqliteChain.h"
+#include "IO/SqliteLook.h"
 
 #include <QtCore/QUrl>
 #include <QtCore/QVariant>
@@ -25,6 +26,7 @@ namespace vlr {
 class SqlPatientStore : public PatientStore {
 public:
     static std::unique_ptr<PatientStore> open(const QString& url, CaError& error);
+    static std::unique_ptr<PatientStore> look(const QString& url, CaError& error);
     ~SqlPatientStore() override;
 
     std::string whyReadOnly() const override { return m_whyReadOnly; }
@@ -45,9 +47,13 @@ private:
     explicit SqlPatientStore(const QString& url);
     CaError addDatabase(const QString& driver);
     CaError openServer();
+    CaError reachServer();
+    CaError lookAtServer();
     CaError connectToServer();
     CaError checkRelations();
+    CaError checkUrl() const;
     CaError openFile();
+    CaError lookAtFile();
     CaError openFileForWriting();
     CaError openFileForReading(const CaError& reason);
     CaError checkFile();
@@ -109,7 +115,8 @@ private:
 
     QString m_text; // The URL as it was given; texts get what ServerAddress::shown() makes of it.
     QUrl m_url;
-    QString m_path; // Of the file behind the URL's path.
+    QString m_path;                     // Of the file behind the URL's path.
+    std::unique_ptr<SqliteLook> m_look; // Of a file that is only looked at.
     std::optional<SqliteUse> m_use;
     ServerAddress m_address;              // Of a server.
     std::unique_ptr<ServerGuard> m_guard; // Of a connection to one.

@@ -55,6 +55,11 @@ CaError SqlPatientStore::connectToServer() {
 }
 
 CaError SqlPatientStore::openServer() {
+    const CaError error = reachServer();
+    return error == CaError::nullError ? makeTables() : error;
+}
+
+CaError SqlPatientStore::reachServer() {
     CaError error = ServerAddress::read(m_text, m_address);
     if (error != CaError::nullError)
         return failure(QString::fromStdString(error.text()));
@@ -67,9 +72,7 @@ CaError SqlPatientStore::openServer() {
           "tcp_keepalives_idle = 5", "tcp_keepalives_interval = 5", "tcp_keepalives_count = 2"})
         if (error == CaError::nullError)
             error = run(QStringLiteral("SET ") + QLatin1String(setting));
-    if (error == CaError::nullError)
-        error = checkRelations();
-    return error == CaError::nullError ? makeTables() : error;
+    return error == CaError::nullError ? checkRelations() : error;
 }
 
 // What has the names of the tables is to be tables, which do what they are told and nothing else.
@@ -99,7 +102,7 @@ CaError SqlPatientStore::checkRelations() {
     return error == CaError::nullError && !problem.isEmpty() ? failure(problem) : error;
 }
 
-CaError SqlPatientStore::openFile() {
+CaError SqlPatientStore::checkUrl() const {
     const QFileInfo file(m_url.path());
     if (!m_url.path().startsWith(QLatin1Char('/')) || !m_url.authority().isEmpty() ||
         m_url.hasQuery() || m_url.hasFragment())
@@ -112,9 +115,17 @@ CaError SqlPatientStore::openFile() {
     constexpr qint64 shortestDatabase = 512;
     if (file.size() > 0 && file.size() < shortestDatabase)
         return failure(QStringLiteral("it is cut off"));
+    return CaError::nullError;
+}
+
+CaError SqlPatientStore::openFile() {
+    CaError error = checkUrl();
+    if (error != CaError::nullError)
+        return error;
+    const QFileInfo file(m_url.path());
     if (makePatientFolder(file.path()) != 0)
         return failure(QStringLiteral("the folder cannot be created"));
-    CaError error = addDatabase(QStringLiteral("QSQLITE"));
+    error = addDatabase(QStringLiteral("QSQLITE"));
     if (error != CaError::nullError)
         return error;
     m_path = realFile(m_url.path());
@@ -130,8 +141,9 @@ CaError SqlPatientStore::openFile() {
 
 // SQLite gives what it makes beside the file the rights of the file, but not its group.
 void SqlPatientStore::limitFiles() const {
-    for (const char* file : {"", "-wal", "-shm", "-journal"})
-        limitPatientFile(m_path + QLatin1String(file));
+    limitPatientFile(m_path);
+    for (const char* suffix : SqliteDatabase::filesBeside)
+        limitPatientFile(m_path + QLatin1String(suffix));
 }
 
 CaError SqlPatientStore::openFileForWriting() {
@@ -169,6 +181,8 @@ CaError SqlPatientStore::checkFile() {
     if (!m_handle)
         return failure(QStringLiteral("the database driver brings an SQLite of its own"));
     SqliteDatabase file(m_handle, m_path);
+    if (m_look && file.lookOnly() != CaError::nullError)
+        return failure(QStringLiteral("it cannot be looked at without changing it"));
     file.distrust();
     const ValueLimit limit(*this, longestEntry);
     int version = 0;
@@ -256,7 +270,8 @@ bool SqlPatientStore::isFileGone() const {
 // The driver does not notice by itself that its connection has ended.
 bool SqlPatientStore::isTakenAway() const {
     const ServerGuard::Watch watch(m_guard.get(), ServerGuard::few);
-    return isServer() ? !QSqlQuery(m_database).exec(QStringLiteral("SELECT 1")) : isFileGone();
+    return isServer() ? !QSqlQuery(m_database).exec(QStringLiteral("SELECT 1"))
+                      : isFileGone() || (m_look && m_look->isDisturbed());
 }
 
 // Whoever goes on writing to a file that was renamed or removed writes into nowhere.

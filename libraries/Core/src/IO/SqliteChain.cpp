@@ -290,9 +290,13 @@ SqliteUse::~SqliteUse() {
     uses().files.erase(uses().files.find(m_file));
 }
 
-bool SqliteUse::isInUse(const QString& path) {
+bool SqliteUse::isInUseHere(const QString& path) {
     const std::lock_guard<std::mutex> lock(uses().mutex);
-    return uses().files.count(identityOf(path)) > 0 || isUsedElsewhere(path);
+    return uses().files.count(identityOf(path)) > 0;
+}
+
+bool SqliteUse::isInUse(const QString& path) {
+    return isInUseHere(path) || isUsedElsewhere(path);
 }
 
 QString realFile(const QString& path) {
@@ -300,14 +304,19 @@ QString realFile(const QString& path) {
     return real.isEmpty() ? path : real;
 }
 
-CaError SqliteChain::setForeignWalAside(const QString& path) {
+bool SqliteChain::isForeignWal(const QString& path) {
     const QString wal = path + QStringLiteral("-wal");
     const QFileInfo info(wal);
     if (!info.isFile() || info.size() <= headerSize || SqliteUse::isInUse(path))
-        return CaError::nullError;
+        return false;
     const auto chain = chainOf(path);
-    if (!chain || !isForeign(*chain, commitsIn(wal, chain->page)))
+    return chain && isForeign(*chain, commitsIn(wal, chain->page));
+}
+
+CaError SqliteChain::setForeignWalAside(const QString& path) {
+    if (!isForeignWal(path))
         return CaError::nullError;
+    const QString wal = path + QStringLiteral("-wal");
     QString keptAs;
     const CaError error = keepAside(wal, keptAs, "foreign");
     if (error == CaError::nullError)

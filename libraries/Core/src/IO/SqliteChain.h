@@ -28,6 +28,8 @@ extern const char* const begin;
 /// where it cannot be renamed: the file must not be opened then. To be called under the file's
 /// OpeningLock.
 CaError setForeignWalAside(const QString& path);
+/// Whether it would do that.
+bool isForeignWal(const QString& path);
 
 } // namespace SqliteChain
 
@@ -60,6 +62,8 @@ public:
 
     /// Whether this process or another one has the file open.
     static bool isInUse(const QString& path);
+    /// Whether this process has.
+    static bool isInUseHere(const QString& path);
 
 private:
     std::pair<quint64, quint64> m_file; // Device and inode.

@@ -118,6 +118,11 @@ void SqliteDatabase::distrust() {
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
 }
 
+CaError SqliteDatabase::lookOnly() {
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    return run("PRAGMA locking_mode=EXCLUSIVE");
+}
+
 CaError SqliteDatabase::copyTo(SqliteDatabase& target,
                                const std::function<bool(double)>& isWanted) {
     sqlite3_backup* const copy = sqlite3_backup_init(target.m_handle, "main", m_handle, "main");

@@ -55,10 +55,17 @@ public:
     SqliteDatabase(const SqliteDatabase&) = delete;
     SqliteDatabase& operator=(const SqliteDatabase&) = delete;
 
+    /// The ends of the names of what SQLite keeps beside a file.
+    static constexpr const char* filesBeside[] = {"-wal", "-shm", "-journal"};
+
     CaError run(const char* sql);
     CaError rows(const char* sql, const std::function<bool(const SqliteRow&)>& take);
-    /// to them by SQL.
+    /// Takes from the file what it might do by itself: its triggers and views do nothing, and its
+    /// internal tables cannot be got to by SQL.
     void distrust();
+    /// For a file under a SqliteLook, before anything is asked: what is needed to read it is kept
+    /// in memory, and closing it changes nothing.
+    CaError lookOnly();
 
     /// Copies all of it as it is at one moment into the other one, which is empty. `isWanted` is
     /// asked every now and then, with the share that is done, from 0 to 1.

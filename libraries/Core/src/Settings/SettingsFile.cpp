@@ -2,6 +2,7 @@
 
 #include "File/PrivateFile.h"
 #include "Files/DurableFile.h"
+#include "Files/FileTrust.h"
 #include "Files/TemporaryFile.h"
 #include "Log/vlrLog.h"
 
@@ -348,6 +349,11 @@ CaError lookIntoSettings(const QString& path, SettingsValues& values) {
 
 CaError changeSettings(const QString& path, const SettingsEdit& edit, SettingsValues& values) {
     const QString folder = QFileInfo(path).path();
+    // Not even a folder or a lock file.
+    const std::string problem = whyNotBegun(QFile::encodeName(path));
+    if (!problem.empty())
+        return settingsError("untrusted", QStringLiteral("Could not write \"%1\": %2.")
+                                              .arg(path, QString::fromStdString(problem)));
     if (makePrivateFolder(folder) != 0)
         return settingsError("noFolder",
                              QStringLiteral("Could not create the folder \"%1\".").arg(folder));

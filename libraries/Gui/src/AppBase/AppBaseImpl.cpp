@@ -327,16 +327,12 @@ void AppBaseImpl::terminate() {
 void AppBaseImpl::exitApplication() {
     m_exitRequested = true;
     if (currentPatient()) {
-        // The application ends whatever the result; but what could not be stored is not lost
-        // without a word. What somebody else stored is no loss while nothing was changed here.
+        // The application ends whatever the result; what could not be stored waits for the next
+        // start. What somebody else stored is no loss while nothing was changed here.
         const DataPointer<Patient> patient = currentPatient();
         const CaError error = DataIOManager::storePatient(patient);
-        if (error != CaError::nullError && DataIOManager::hasUnstoredChanges(patient)) {
-            VLR_LOG(Error) << "Could not store the current patient. Reason: " << error;
-            VLR_LOG(UserError) << "The changes of the patient \""
-                               << patient->patientId().toStdString()
-                               << "\" could not be stored and are lost.\nReason: " << error.text();
-        }
+        if (error != CaError::nullError && DataIOManager::hasUnstoredChanges(patient))
+            m_wayOut->keep(patient, error);
     }
     m_isLeaving = true;
     QCoreApplication::quit();

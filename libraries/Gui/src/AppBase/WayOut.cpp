@@ -1,5 +1,6 @@
 #include "AppBase/WayOut.h"
 
+#include "Data/PatientText.h"
 #include "IO/DataIOManager.h"
 #include "IO/RecoveryFile.h"
 #include "Log/vlrLog.h"
@@ -25,6 +26,21 @@ struct ExitHook {
     }
 };
 thread_local ExitHook exitHook;
+
+void tell(const DataPointer<Patient>& patient, const CaError& reason, const CaError& lost,
+          const QString& path) {
+    VLR_LOG(Error) << "Could not store the current patient. Reason: " << reason;
+    const QString id = visibleText(patient->patientId());
+    if (lost == CaError::nullError)
+        VLR_LOG(UserError) << "The changes of the patient \"" << id
+                           << "\" could not be stored. They are kept in " << path
+                           << " until the next start.\nReason: " << reason.text();
+    else
+        VLR_LOG(UserError) << "The changes of the patient \"" << id
+                           << "\" could not be stored and are lost.\nReason: " << reason.text()
+                           << '\n'
+                           << lost.text();
+}
 
 } // namespace
 
@@ -70,29 +86,30 @@ void WayOut::setSafe() {
 
 // What cannot be stored must not be looked for in two files: the one of before goes when the new
 // one is there.
-void WayOut::rescue(const DataPointer<Patient>& patient) {
+CaError WayOut::writeFile(const DataPointer<Patient>& patient) {
     QString path;
-    const CaError lost = writeRecovery(patient, path);
-    if (lost == CaError::nullError) {
-        if (m_rescued == patient)
-            removeRecovery(m_recovery);
-        m_rescued = patient;
-        m_recovery = path;
-        setSafe();
-    }
-    const CaError error = DataIOManager::storePatient(patient);
-    if (error == CaError::nullError)
-        return;
-    VLR_LOG(Error) << "Could not store the current patient. Reason: " << error;
+    const CaError error = writeRecovery(patient, path);
+    if (error != CaError::nullError)
+        return error;
+    if (m_rescued == patient)
+        removeRecovery(m_recovery);
+    m_rescued = patient;
+    m_recovery = path;
+    return error;
+}
+
+void WayOut::rescue(const DataPointer<Patient>& patient) {
+    const CaError lost = writeFile(patient);
     if (lost == CaError::nullError)
-        VLR_LOG(UserError) << "The changes of the patient \"" << patient->patientId().toStdString()
-                           << "\" could not be stored. They are kept in " << path
-                           << " until the next start.\nReason: " << error.text();
-    else
-        VLR_LOG(UserError) << "The changes of the patient \"" << patient->patientId().toStdString()
-                           << "\" could not be stored and are lost.\nReason: " << error.text()
-                           << '\n'
-                           << lost.text();
+        setSafe();
+    const CaError error = DataIOManager::storePatient(patient);
+    if (error != CaError::nullError)
+        tell(patient, error, lost, m_recovery);
+}
+
+void WayOut::keep(const DataPointer<Patient>& patient, const CaError& reason) {
+    const CaError lost = writeFile(patient);
+    tell(patient, reason, lost, m_recovery);
 }
 
 void WayOut::forgetStored() {

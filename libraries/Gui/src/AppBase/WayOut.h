@@ -38,10 +38,14 @@ public:
     /// The same; the process has 10 seconds from the signal, or from now.
     void leave(bool hasDisplay = true);
     void giveUp(); ///< The program does not end after all.
+    /// Puts a patient who could not be stored, for the reason that is given, into a recovery file,
+    /// and says so; where not even that is possible, that his changes are lost.
+    void keep(const DataPointer<Patient>& patient, const CaError& reason);
     bool isSecuring() const { return m_isSecuring; }
 
 private:
     void rescue(const DataPointer<Patient>& patient);
+    CaError writeFile(const DataPointer<Patient>& patient);
     void forgetStored();
     void setSafe();
 

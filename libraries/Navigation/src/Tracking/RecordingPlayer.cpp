@@ -3,14 +3,17 @@
 #include "Tracking/RecordingFormat.h"
 #include "Tracking/TrackingState.h"
 
-#include <QtCore/QFileInfo>
-
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace vlr {
 
 RecordingPlayer::RecordingPlayer(const QString& path, Pace pace, TrackingClock clock)
-    : m_file(path), m_pace(pace), m_clock(std::move(clock)) {}
+    : m_path(path), m_pace(pace), m_clock(std::move(clock)) {}
 
 RecordingPlayer::~RecordingPlayer() {
     RecordingPlayer::stop();
@@ -28,20 +31,33 @@ CaError RecordingPlayer::start() {
     return CaError::nullError;
 }
 
+// A pipe would keep us waiting, and a device might act. It is looked at when it is open, since
+// another file may take the name.
+QString RecordingPlayer::openFile() {
+    const int descriptor =
+        ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return QString::fromStdString(std::generic_category().message(errno));
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor);
+        return QStringLiteral("it is not a regular file");
+    }
+    return m_file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)
+               ? QString()
+               : m_file.errorString();
+}
+
 CaError RecordingPlayer::open() {
-    QString problem;
-    if (!QFileInfo(m_file.fileName()).isFile()) // A pipe would keep us waiting.
-        problem = QStringLiteral("there is no such file");
-    else if (!m_file.open(QIODevice::ReadOnly))
-        problem = m_file.errorString();
-    else if (m_file.readLine(longestRecordingLine) != recordingHeader)
+    QString problem = openFile();
+    if (problem.isEmpty() && m_file.readLine(longestRecordingLine) != recordingHeader)
         problem = QStringLiteral("it is not a recording");
     if (problem.isEmpty())
         return CaError::nullError;
     m_file.close();
     return CaError("RecordingPlayer::cannotPlay",
                    QStringLiteral("The recording \"%1\" cannot be played: %2.")
-                       .arg(m_file.fileName(), problem)
+                       .arg(m_path, problem)
                        .toStdString());
 }
 
@@ -79,7 +95,7 @@ std::string RecordingPlayer::playLines(TrackingState& state) {
             problem = QStringLiteral("its time lies before that of the line above");
         if (!problem.isEmpty())
             return QStringLiteral("The recording \"%1\" cannot be played on, line %2: %3.")
-                .arg(m_file.fileName())
+                .arg(m_path)
                 .arg(number)
                 .arg(problem)
                 .toStdString();
@@ -102,10 +118,9 @@ void RecordingPlayer::playLine(RecordingLine&& line, TrackingState& state) {
     line.measurement->time = now;
     tellListener(*line.measurement);
     if (!state.add(std::move(*line.measurement), *knownTools()))
-        state.setProblem("names",
-                         QStringLiteral("The recording \"%1\": %2.")
-                             .arg(m_file.fileName(), QString::fromUtf8(TrackingState::tooManyNames))
-                             .toStdString());
+        state.setProblem("names", QStringLiteral("The recording \"%1\": %2.")
+                                      .arg(m_path, QString::fromUtf8(TrackingState::tooManyNames))
+                                      .toStdString());
 }
 
 // False when the playback is to stop.

@@ -37,13 +37,15 @@ public:
     bool hasEnded() const { return m_hasEnded; } ///< All was played, or as much as was in order.
 
 private:
+    QString openFile();
     CaError open();
     void play();
     std::string playLines(class TrackingState& state);
     void playLine(struct RecordingLine&& line, class TrackingState& state);
     bool waitUntil(TrackingTime time);
 
-    QFile m_file;
+    QString m_path;
+    QFile m_file; // Opened by its descriptor, so it knows no name.
     Pace m_pace;
     TrackingClock m_clock;
     std::thread m_thread;

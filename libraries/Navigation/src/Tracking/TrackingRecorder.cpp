@@ -1,5 +1,6 @@
 #include "Tracking/TrackingRecorder.h"
 
+#include "Files/PatientFile.h"
 #include "Log/vlrLog.h"
 #include "Tracking/BackgroundWriter.h"
 #include "Tracking/RecordingFormat.h"
@@ -45,8 +46,8 @@ TrackingRecorder::~TrackingRecorder() {
 // QFile would create it for everybody that the process' mask lets in. Without a buffer of the
 // file's own, what it could not write is known at once.
 bool TrackingRecorder::create() {
-    const int descriptor = ::open(QFile::encodeName(m_path).constData(),
-                                  O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    errno = makePatientFolder(QFileInfo(m_path).absolutePath());
+    const int descriptor = errno == 0 ? createPatientFile(m_path) : -1;
     return descriptor >= 0 && m_file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered,
                                           QFileDevice::AutoCloseHandle);
 }

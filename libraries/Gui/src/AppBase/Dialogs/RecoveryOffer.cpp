@@ -2,6 +2,7 @@
 
 #include "Base/ApplicationServices.h"
 #include "Base/QtMsgBox.h"
+#include "Data/PatientText.h"
 #include "Files/DurableFile.h"
 #include "IO/DataIOManager.h"
 #include "IO/RecoveryFile.h"
@@ -54,7 +55,7 @@ Answer ask(QWidget* parent, const QString& text, const char* yes) {
 
 QString describe(const Recovery& recovery) {
     return tr("%1 with the id %2, %3")
-        .arg(recovery.patient->name(), recovery.patient->patientId(),
+        .arg(visibleText(recovery.patient->name()), visibleText(recovery.patient->patientId()),
              QLocale().toString(recovery.when.toLocalTime(), QLocale::ShortFormat));
 }
 
@@ -102,7 +103,7 @@ void offer(QWidget* parent, const QString& path) {
         error = store(parent, recovery, answer);
     if (error != CaError::nullError)
         VLR_LOG(UserError) << "The changes of the patient \""
-                           << recovery.patient->patientId().toStdString()
+                           << visibleText(recovery.patient->patientId())
                            << "\" could not be stored. They stay in " << path
                            << " until the next start.\nReason: " << error.text();
     else if (answer == Answer::Yes)
