@@ -2,6 +2,7 @@
 
 #include "File/PrivateFile.h"
 #include "Files/DurableFile.h"
+#include "Files/TemporaryFile.h"
 #include "IO/KeptRepository.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqliteChain.h"
