@@ -164,43 +164,51 @@ struct Effect {
 const QString imagePath = QStringLiteral("vlrImageWidget/path");
 const QString logo = QStringLiteral("logo");
 
-const Effect effects[] = {
-    {key("ShowSplashScreen"), 0, 1, [](Session& s) { return !s.ownSplash.isNull(); }},
-    {key("SplashScreen.ResourcePath"), 640, 640, // The built-in one.
-     [](Session& s) { return s.splash->pixmap().width(); }},
-    {key("SplashScreen.Timer"), 0, 1, // It stays.
-     [](Session& s) {
-         return s.ownSplash && s.main->isVisible() ? s.ownSplash->isVisible() : unseen;
-     }},
-    {key("ShowSplashScreenMessageLocationHorizontal"), 0.5, 1,
-     [](Session& s) { return s.ofMessage(1.0 * s.message.center().x() / s.splash->width()); }},
-    {key("ShowSplashScreenMessageLocationVertical"), 0, 0.5,
-     [](Session& s) { return s.ofMessage(1.0 * s.message.center().y() / s.splash->height()); }},
-    {key("ShowSplashScreenMessageColor"), 0, 40, [](Session& s) { return s.ofMessage(s.darkest); }},
-    {key("WindowShowMode"), 0, 0, [](Session& s) { return s.main->isVisible(); }},
-    {key("ScreenshotShortcut"), 0, 0,
-     [](Session& s) { return s.main->findChild<QShortcut*>()->key() == QKeySequence(Qt::Key_F2); }},
-    {key("ScreenshotLocation"), 1, 1, &storesScreenshot},
-    {key("DisplayLogo"), 0, 1,
-     [](Session& s) { return s.main->findChild<QLabel*>(logo) != nullptr; }},
-    {key("ProgressBarFlushX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isFlushX(); }},
-    {key("ProgressBarSyncX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isSyncX(); }},
-    {key("PatientRepository"), 0, 0, &readsPatients},
-    {key("PatientDataGroup"), 0600, 0600, &rightsOfPatientData},
-    {key("MaxPatientID"), 0, most, [](Session&) { return Patient::getMaxPatientID(); }},
-    {key("QtQuadView/ExpandButtonTimeoutInMS"), 0, most,
-     [](Session& s) { return s.view->findChild<QTimer*>()->interval(); }},
-    {key("QtQuadView/InitialSize"), 0, QWIDGETSIZE_MAX, &sizeOf},
-    {key("QtQuadView/SplitterWidth"), 1, 64, [](Session& s) { return s.line.midLineWidth(); }},
-    {key("QtQuadView/ButtonColor"), 0, white,
-     [](Session& s) { return number(s.content->palette().color(QPalette::Button)); }},
-    {key("QtQuadView/BackgroundColor"), 0, white,
-     [](Session& s) { return number(s.content->palette().color(QPalette::Window)); }},
-    {key("QtQuadView/SelectedColor"), 0, white,
-     [](Session& s) { return number(s.frame.palette().color(QPalette::Button)); }},
-    {selectorKey(), 0, 0, [](Session&) { return selectorKinds().indexOf(configuredSelector()); }},
-    {imagePath, 1, 1, &asksInFolder},
-    {key("ExitWithoutRequest"), 0, 1, &endsAtOnce}};
+// Made when they are first asked for: some of their keys are made before main() elsewhere.
+const std::vector<Effect>& effects() {
+    static const std::vector<Effect> all{
+        {key("ShowSplashScreen"), 0, 1, [](Session& s) { return !s.ownSplash.isNull(); }},
+        {key("SplashScreen.ResourcePath"), 640, 640, // The built-in one.
+         [](Session& s) { return s.splash->pixmap().width(); }},
+        {key("SplashScreen.Timer"), 0, 1, // It stays.
+         [](Session& s) {
+             return s.ownSplash && s.main->isVisible() ? s.ownSplash->isVisible() : unseen;
+         }},
+        {key("ShowSplashScreenMessageLocationHorizontal"), 0.5, 1,
+         [](Session& s) { return s.ofMessage(1.0 * s.message.center().x() / s.splash->width()); }},
+        {key("ShowSplashScreenMessageLocationVertical"), 0, 0.5,
+         [](Session& s) { return s.ofMessage(1.0 * s.message.center().y() / s.splash->height()); }},
+        {key("ShowSplashScreenMessageColor"), 0, 40,
+         [](Session& s) { return s.ofMessage(s.darkest); }},
+        {key("WindowShowMode"), 0, 0, [](Session& s) { return s.main->isVisible(); }},
+        {key("ScreenshotShortcut"), 0, 0,
+         [](Session& s) {
+             return s.main->findChild<QShortcut*>()->key() == QKeySequence(Qt::Key_F2);
+         }},
+        {key("ScreenshotLocation"), 1, 1, &storesScreenshot},
+        {key("DisplayLogo"), 0, 1,
+         [](Session& s) { return s.main->findChild<QLabel*>(logo) != nullptr; }},
+        {key("ProgressBarFlushX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isFlushX(); }},
+        {key("ProgressBarSyncX"), 0, 1, [](Session&) { return QtCaProgressMonitor::isSyncX(); }},
+        {key("PatientRepository"), 0, 0, &readsPatients},
+        {key("PatientDataGroup"), 0600, 0600, &rightsOfPatientData},
+        {key("MaxPatientID"), 0, most, [](Session&) { return Patient::getMaxPatientID(); }},
+        {key("QtQuadView/ExpandButtonTimeoutInMS"), 0, most,
+         [](Session& s) { return s.view->findChild<QTimer*>()->interval(); }},
+        {key("QtQuadView/InitialSize"), 0, QWIDGETSIZE_MAX, &sizeOf},
+        {key("QtQuadView/SplitterWidth"), 1, 64, [](Session& s) { return s.line.midLineWidth(); }},
+        {key("QtQuadView/ButtonColor"), 0, white,
+         [](Session& s) { return number(s.content->palette().color(QPalette::Button)); }},
+        {key("QtQuadView/BackgroundColor"), 0, white,
+         [](Session& s) { return number(s.content->palette().color(QPalette::Window)); }},
+        {key("QtQuadView/SelectedColor"), 0, white,
+         [](Session& s) { return number(s.frame.palette().color(QPalette::Button)); }},
+        {selectorKey(), 0, 0,
+         [](Session&) { return selectorKinds().indexOf(configuredSelector()); }},
+        {imagePath, 1, 1, &asksInFolder},
+        {key("ExitWithoutRequest"), 0, 1, &endsAtOnce}};
+    return all;
+}
 
 // Without these, others have no effect.
 const std::map<QString, QByteArray> helpers = {{key("ShowSplashScreen"), "true"},
@@ -249,7 +257,7 @@ Sights session(const QByteArray& settings) {
     Sights sights;
     QTimer::singleShot(0, &application, [&] {
         QCoreApplication::processEvents(); // The splash screen goes with the window.
-        for (const Effect& effect : effects)
+        for (const Effect& effect : effects())
             sights[effect.key] = effect.seen(session);
         application.exitApplication();
     });
@@ -280,7 +288,7 @@ std::string tryValue(const QByteArray& value, const Effect* only) {
              (only ? only->key.toStdString() : "all keys"));
     QByteArray good;
     QByteArray bad;
-    for (const Effect& effect : effects)
+    for (const Effect& effect : effects())
         if (!only || only == &effect)
             bad += line(effect.key, value);
     for (const auto& [name, help] : helpers)
@@ -290,7 +298,7 @@ std::string tryValue(const QByteArray& value, const Effect* only) {
     Sights sights = session(good + bad);
     writeSettings(good + bad); // The program may have stored something.
     std::string wrong;
-    for (const Effect& effect : effects) {
+    for (const Effect& effect : effects()) {
         const double seen = sights[effect.key];
         if ((only && only != &effect) || std::isnan(seen))
             continue;
@@ -316,7 +324,7 @@ void demand(const std::set<QString>& keys, const std::set<QString>& in, const ch
 std::string compareKeys() {
     std::set<QString> rows;
     std::set<QString> listed;
-    for (const Effect& effect : effects)
+    for (const Effect& effect : effects())
         rows.insert(effect.key);
     for (const vlr::KnownSetting& setting : vlr::knownSettings())
         listed.insert(setting.key);
@@ -338,7 +346,7 @@ std::vector<Case> allCases(bool isLong) {
     std::vector<Case> all;
     for (const QByteArray& value : badValues)
         all.push_back({value, nullptr});
-    for (const Effect& effect : effects)
+    for (const Effect& effect : effects())
         for (const QByteArray& value : badValues)
             if (isLong || value == "neither")
                 all.push_back({value, &effect});
@@ -364,6 +372,6 @@ void faultRange(Report& report) {
     const std::size_t count = allCases(report.isLong()).size();
     report.done(std::to_string(count) + " sessions with one of " +
                 std::to_string(std::size(badValues)) + " bad values in one of " +
-                std::to_string(std::size(effects)) + " keys, or in all");
+                std::to_string(effects().size()) + " keys, or in all");
     demandCases(report, "range", count, "values that escape their range, keys nobody looks at");
 }
