@@ -31,6 +31,6 @@ VLR_CORE_EXPORT int makePatientFolder(const QString& path);
 VLR_CORE_EXPORT void limitPatientFile(const QString& path);
 
 /// The rights as they are now.
-FileRights patientDataRights();
+VLR_CORE_EXPORT FileRights patientDataRights();
 
 } // namespace vlr

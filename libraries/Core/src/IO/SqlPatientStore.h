@@ -52,6 +52,7 @@ private:
     CaError connectToServer();
     CaError checkRelations();
     CaError checkUrl() const;
+    CaError checkFiles() const;
     CaError openFile();
     CaError lookAtFile();
     CaError openFileForWriting();
@@ -115,7 +116,7 @@ private:
 
     QString m_text; // The URL as it was given; texts get what ServerAddress::shown() makes of it.
     QUrl m_url;
-    QString m_path; // Of the file behind the URL's path.
+    QString m_path;                     // Of the file behind the URL's path.
     std::unique_ptr<SqliteLook> m_look; // Of a file that is only looked at.
     std::optional<SqliteUse> m_use;
     ServerAddress m_address;              // Of a server.

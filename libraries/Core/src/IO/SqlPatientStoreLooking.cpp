@@ -1,5 +1,6 @@
 // A repository that is read for a check, and left as it is.
 
+#include "IO/RepositoryFiles.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
 #include "IO/SqliteDatabase.h"
@@ -22,8 +23,7 @@ CaError nothingYet() {
 
 std::unique_ptr<PatientStore> SqlPatientStore::look(const QString& url, CaError& error) {
     std::unique_ptr<SqlPatientStore> store(new SqlPatientStore(url));
-    error =
-        url.startsWith(QLatin1String("sqlite:")) ? store->lookAtFile() : store->lookAtServer();
+    error = url.startsWith(QLatin1String("sqlite:")) ? store->lookAtFile() : store->lookAtServer();
     if (error != CaError::nullError)
         return nullptr;
     return store;
@@ -58,11 +58,15 @@ CaError SqlPatientStore::lookAtFile() {
     const OpeningLock opening(m_path);
     if (opening.isTaken())
         return failure(QStringLiteral("another program is opening it"));
+    error = checkFiles();
+    if (error != CaError::nullError)
+        return error;
     m_look = std::make_unique<SqliteLook>(m_path);
     if (!m_look->problem().isEmpty())
         return failure(m_look->problem());
     if (m_look->hasForeignChanges())
-        VLR_LOG(Warning) << "The changes in \"" << m_path << "-wal\" belong to another file than the "
+        VLR_LOG(Warning) << "The changes in \"" << m_path
+                         << "-wal\" belong to another file than the "
                          << "one that lies there now. The next start of the program keeps them "
                             "aside.";
     m_file = identity(m_url.path());
