@@ -1,7 +1,9 @@
 #include "BackupCommand.h"
 
+#include "Files/PatientFile.h"
 #include "IO/DataIOManager.h"
 #include "IO/RepositoryBackup.h"
+#include "SelfCheck/SelfCheck.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
@@ -36,7 +38,18 @@ using Work = CaError (*)(const QString& repository, const QString& backup,
 
 CaError restore(const QString& repository, const QString& backup,
                 const std::function<bool(double)>& isWanted, QString& summary) {
-    return vlr::restoreRepository(backup, repository, isWanted, summary);
+    return vlr::restoreRepository(backup, repository, isWanted, summary, vlr::patientDataRights());
+}
+
+// Before anything is made: root would take from a user what that one needs.
+CaError ownFile(QString& repository) {
+    QString foreign = foreignFolderProblem();
+    CaError error;
+    if (foreign.isEmpty())
+        error = DataIOManager::repositoryFile(repository);
+    if (foreign.isEmpty() && error == CaError::nullError)
+        foreign = foreignRepositoryProblem(repository);
+    return foreign.isEmpty() ? error : CaError("Backup::foreign", foreign.toStdString());
 }
 
 int run(int argc, char** argv, const QString& backup, Work work, const char* done) {
@@ -46,7 +59,7 @@ int run(int argc, char** argv, const QString& backup, Work work, const char* don
         QFileInfo(QCoreApplication::applicationFilePath()).baseName());
     QString repository;
     QString summary;
-    CaError error = DataIOManager::repositoryFile(repository);
+    CaError error = ownFile(repository);
     Progress progress;
     if (error == CaError::nullError)
         error = work(repository, QFileInfo(backup).absoluteFilePath(), std::ref(progress), summary);

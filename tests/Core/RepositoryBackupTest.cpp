@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <functional>
+#include <new>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,13 +49,14 @@ void copyOver(const QString& from, const QString& to) {
     target.write(source.readAll());
 }
 
-void execute(const QString& file, const char* statement) {
+void execute(const QString& file, const char* statements) {
     {
         auto database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("b"));
         database.setDatabaseName(file);
         ASSERT_TRUE(database.open());
         QSqlQuery query(database);
-        EXPECT_TRUE(query.exec(QLatin1String(statement))) << statement;
+        for (const QString& one : QString::fromLatin1(statements).split(QLatin1Char('\n')))
+            EXPECT_TRUE(query.exec(one)) << one.toStdString();
     }
     QSqlDatabase::removeDatabase(QStringLiteral("b"));
 }
@@ -150,6 +152,25 @@ TEST_F(RepositoryBackupTest, ADamagedBackupReplacesNothing) {
                                "BEGIN DELETE FROM patient; END");
          },
          "trigger"},
+        {"a huge seal",
+         [&] { execute(m_backup, "UPDATE backup SET made = CAST(zeroblob(200000) AS TEXT)"); },
+         "too big"},
+        {"statistics that compute for hours",
+         [&] {
+             execute(m_backup,
+                     "ANALYZE\nINSERT INTO sqlite_stat1 VALUES ('patient', NULL, '1')\n"
+                     "PRAGMA writable_schema=ON\nUPDATE sqlite_master SET sql = 'CREATE TABLE "
+                     "sqlite_stat1(tbl, stat, idx AS (instr(zeroblob(40000000), CAST("
+                     "zeroblob(20000000) || x''01'' AS BLOB))))' WHERE name = 'sqlite_stat1'");
+         },
+         "\"sqlite_stat1\""},
+        {"more behind a NUL",
+         [&] {
+             execute(m_backup, "PRAGMA writable_schema=ON\nUPDATE sqlite_master SET sql = CAST("
+                               "CAST(sql AS BLOB) || x'00' || zeroblob(1000) AS TEXT) WHERE name = "
+                               "'patient'");
+         },
+         "\"patient\" is another one"},
         {"no seal", [&] { execute(m_backup, "DROP TABLE backup"); }, "no backup"},
         {"a newer version", [&] { execute(m_backup, "UPDATE repository SET version = 99"); }, "99"},
         {"a cut", [&] { ASSERT_TRUE(QFile::resize(m_backup, 8192)); }, "\""},
@@ -185,6 +206,10 @@ TEST_F(RepositoryBackupTest, ACancelledWorkLeavesNothing) {
         int left = last;
         EXPECT_EQ(restore([&](double) { return --left > 0; }).id(), vlr::backupCancelledError);
     }
+    const auto runOut = [](double share) {
+        return share <= 0.5 || share >= 1 ? true : throw std::bad_alloc();
+    };
+    EXPECT_THAT(restore(runOut).text(), HasSubstr("not enough memory"));
     EXPECT_EQ(filesOf(QFileInfo(repository()).path()).filter(QStringLiteral("patients")),
               QStringList(QStringLiteral("patients.sqlite")));
 }

@@ -47,6 +47,8 @@ Progress follow(Child& child, Report& report, CaseResults& results) {
                           line.mid(space + 1, nameBegin - space - 1).toLong());
         } else if (line.startsWith("done ")) {
             report.done(line.mid(5).toStdString());
+        } else if (line.startsWith("missing ")) {
+            report.notRun(line.mid(8).toStdString());
         } else if (line == "end") {
             progress.hasEnded = true;
         }
@@ -120,5 +122,10 @@ void reportAtMost(const std::string& name, long value, long bound) {
 
 void reportDone(const std::string& text) {
     std::printf("done %s\n", text.c_str());
+    std::fflush(stdout);
+}
+
+void reportNotRun(const std::string& text) {
+    std::printf("missing %s\n", text.c_str());
     std::fflush(stdout);
 }

@@ -41,6 +41,8 @@ bool isLongForm();
 /// done.
 void reportAtMost(const std::string& name, long value, long bound);
 void reportDone(const std::string& text);
+/// The same for a part that needs what this system or this user does not have.
+void reportNotRun(const std::string& text);
 
 /// Whether this program is slowed down by a sanitizer, so that its times mean nothing.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

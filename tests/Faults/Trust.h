@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Log/vlrLog.h"
+
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
@@ -19,6 +21,7 @@ struct TrustCase {
 std::vector<TrustCase> trustCopies();
 std::vector<TrustCase> trustExit();
 std::vector<TrustCase> trustFiles();
+std::vector<TrustCase> trustPlants();
 std::vector<TrustCase> trustRandom();
 std::vector<TrustCase> trustRecordings();
 std::vector<TrustCase> trustSelfCheck();
@@ -33,5 +36,26 @@ QStringList trustInventory();
 /// The file of the default repository.
 QString trustRepository();
 
-/// The first value that the statement gives, past the library in the default repository.
-QVariant trustSql(const char* statement);
+/// The first value that the last of the statements, one a line, gives past the library in the
+/// default repository.
+QVariant trustSql(const char* statements);
+
+/// The warnings that are logged while it lives.
+class TrustWarnings {
+public:
+    TrustWarnings()
+        : m_listener(vlr::Log::addListener([this](const vlr::LogRecord& record) {
+              if (record.level == vlr::LogLevel::Warning)
+                  m_text += record.text + '\n';
+          })) {}
+    ~TrustWarnings() { vlr::Log::removeListener(m_listener); }
+    TrustWarnings(const TrustWarnings&) = delete;
+    TrustWarnings& operator=(const TrustWarnings&) = delete;
+    [[nodiscard]] bool tell(const std::string& text) const {
+        return m_text.find(text) != std::string::npos;
+    }
+
+private:
+    std::string m_text;
+    int m_listener;
+};

@@ -1,7 +1,9 @@
 // Ways out that nobody can answer, and copies of what is in use.
 
+#include "Cases.h"
 #include "Child.h"
 #include "Faults.h"
+#include "Storer.h"
 #include "Trust.h"
 
 #include "AppBase/AppBase.h"
@@ -151,8 +153,10 @@ std::string aSecondSignalComes() {
 
 // The user does not matter here, and it takes ten seconds.
 std::string itNeverEnds() {
-    if (geteuid() == 0)
+    if (geteuid() == 0) {
+        reportDone("not run: a program that would not end as root: as an ordinary user only");
         return {};
+    }
     Program program("hang");
     program.tellToEnd();
     (void)program.child().wait();
@@ -163,14 +167,18 @@ std::string itNeverEnds() {
 
 std::string theDisplayEnds() {
     const QString server = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
-    if (server.isEmpty())
+    if (server.isEmpty()) {
+        reportNotRun("the end of the display: needs Xvfb");
         return {};
+    }
     QProcess display;
     display.start(server, {QStringLiteral("-displayfd"), QStringLiteral("1"),
                            QStringLiteral("-nolisten"), QStringLiteral("tcp")});
     while (!display.canReadLine())
-        if (!display.waitForReadyRead())
-            return {}; // No user may start one here.
+        if (!display.waitForReadyRead()) {
+            reportNotRun("the end of the display: this user may not start Xvfb");
+            return {};
+        }
     const QString number = QString::fromLatin1(display.readLine()).trimmed();
     Program program("",
                     {QStringLiteral("QT_QPA_PLATFORM=xcb"), QStringLiteral("DISPLAY=:") + number});
@@ -207,16 +215,37 @@ std::string theSessionAsksToStore() {
 std::string recoveriesAreNobodys() {
     QString path;
     need(vlr::writeRecovery(changedPatient(), path));
-    QFile file(path);
-    file.open(QIODevice::ReadWrite);
-    file.seek(file.size() / 2);
-    file.putChar('~');
-    file.close();
     vlr::Recovery recovery;
-    if (vlr::readRecovery(path, recovery).id() != vlr::damagedRecoveryError)
-        return "a damaged one is read";
-    (void)chmod(QFile::encodeName(path).constData(), 0666);
-    return vlr::waitingRecoveries().isEmpty() ? "" : "one that everybody may write is offered";
+    const QByteArray name = QFile::encodeName(path);
+    const auto isUsed = [&] {
+        return !vlr::waitingRecoveries().isEmpty() ||
+               vlr::readRecovery(path, recovery) == CaError::nullError;
+    };
+    (void)chmod(name.constData(), 0666);
+    if (isUsed())
+        return "one that everybody may write is used";
+    (void)chmod(name.constData(), 0600);
+    if (geteuid() == 0) {
+        need(chown(name.constData(), nobody, nobody) == 0 ? CaError() : CaError("chown", "chown"));
+        if (isUsed())
+            return "another user's is used";
+        (void)chown(name.constData(), 0, 0);
+    }
+    const QByteArray target = name + ".target";
+    if (rename(name.constData(), target.constData()) != 0 ||
+        symlink(target.constData(), name.constData()) != 0 || isUsed())
+        return "one behind a link is used";
+    (void)rename(target.constData(), name.constData());
+    // Another letter, which is as good as the first one to all but the checksum.
+    QFile file(path);
+    (void)file.open(QIODevice::ReadWrite);
+    const int place = file.readAll().indexOf(typed.toUtf8());
+    (void)file.seek(place);
+    file.putChar('T');
+    file.close();
+    return place > 0 && vlr::readRecovery(path, recovery).id() == vlr::damagedRecoveryError
+               ? ""
+               : "a damaged one is read";
 }
 
 std::string aBackupIsMadeOfARunningProgram() {

@@ -24,7 +24,7 @@ constexpr const char* folders[] = {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACH
 std::vector<TrustCase> allCases() {
     std::vector<TrustCase> all;
     for (const auto& some :
-         {trustCopies(), trustExit(), trustFiles(), trustRandom(), trustRecordings(),
+         {trustCopies(), trustExit(), trustFiles(), trustPlants(), trustRandom(), trustRecordings(),
           trustSelfCheck(), trustStore(), trustTexts(), trustWire()})
         all.insert(all.end(), some.begin(), some.end());
     return all;

@@ -1,12 +1,15 @@
 // Files, folders and links of other users, and rights that are too wide.
 
+#include "Cases.h"
 #include "Storer.h"
 #include "Trust.h"
 
 #include "AppBase/Dialogs/SplashScreen.h"
 #include "AppBase/QtScreenShotData.h"
 #include "Files/DurableFile.h"
+#include "Files/PatientFile.h"
 #include "IO/DataIOManager.h"
+#include "IO/RepositoryBackup.h"
 #include "Log/vlrLog.h"
 #include "SelfCheck/CheckList.h"
 #include "SelfCheck/SelfCheck.h"
@@ -19,7 +22,6 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
-#include <QtGui/QImage>
 
 #include <grp.h>
 #include <stdexcept>
@@ -55,26 +57,6 @@ struct stat statusOf(const QString& path) {
     lstat(encoded(path).constData(), &status);
     return status;
 }
-
-// The warnings of the moment.
-class Warnings {
-public:
-    Warnings()
-        : m_listener(vlr::Log::addListener([this](const vlr::LogRecord& record) {
-              if (record.level == vlr::LogLevel::Warning)
-                  m_text += record.text + '\n';
-          })) {}
-    ~Warnings() { vlr::Log::removeListener(m_listener); }
-    Warnings(const Warnings&) = delete;
-    Warnings& operator=(const Warnings&) = delete;
-    [[nodiscard]] bool tell(const std::string& text) const {
-        return m_text.find(text) != std::string::npos;
-    }
-
-private:
-    std::string m_text;
-    int m_listener;
-};
 
 // --- the self-check
 
@@ -134,12 +116,16 @@ std::string theSelfCheckLeavesForeignFoldersAlone() {
             continue; // What is above may well be the system's.
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QLatin1String(one.place), one.path);
-        const QStringList before = trustInventory();
-        const Ended check = navigator({QStringLiteral("--self-check")}, environment);
-        if (check.code != 1 || check.errors.find("belongs to the user") == std::string::npos)
-            return std::string(one.place) + " is not refused: " + check.errors;
-        if (trustInventory() != before)
-            return std::string(one.place) + ": something was made";
+        for (const QStringList& work : {QStringList{QStringLiteral("--self-check")},
+                                        QStringList{QStringLiteral("--backup"), home("backup")},
+                                        QStringList{QStringLiteral("--restore"), home("backup")}}) {
+            const QStringList before = trustInventory();
+            const Ended check = navigator(work, environment);
+            if (check.code != 1 || check.errors.find("belongs to the user") == std::string::npos)
+                return std::string(one.place) + " is not refused: " + check.errors;
+            if (trustInventory() != before)
+                return std::string(one.place) + ": something was made";
+        }
     }
     return {};
 }
@@ -176,8 +162,10 @@ std::string linksOfOthersAreNotFollowed() {
     return content(victim) == "precious" && content(home("own")) == "old" ? "" : "it is written";
 }
 
-std::string wrongRights(const QString& path, unsigned mode, const char* what) {
+std::string wrongRights(const QString& path, unsigned mode, gid_t group, const char* what) {
     const struct stat status = statusOf(path);
+    if (status.st_gid != group)
+        return std::string(what) + " is of the group " + std::to_string(status.st_gid);
     return (status.st_mode & 07777U) == mode
                ? ""
                : std::string(what) + " has the mode " +
@@ -185,7 +173,7 @@ std::string wrongRights(const QString& path, unsigned mode, const char* what) {
 }
 
 // Everything that is written of a patient, with nothing taken away by the umask.
-std::string writtenWith(unsigned file, unsigned folder) {
+std::string writtenWith(unsigned file, unsigned folder, gid_t group = getegid()) {
     umask(0);
     const QString pictures = home("pictures/screenshots");
     vlr::Settings::set(key + QStringLiteral("ScreenshotLocation"), pictures);
@@ -204,16 +192,18 @@ std::string writtenWith(unsigned file, unsigned folder) {
     const struct {
         QString path;
         unsigned mode;
-    } made[] = {{pictures, folder},
-                {home("pictures"), folder},
-                {pictures + QStringLiteral("/a.png"), file},
-                {data + QStringLiteral("/patients.sqlite"), file},
-                {data + QStringLiteral("/patients.sqlite-wal"), file},
-                {data + QStringLiteral("/patients.sqlite-shm"), file},
-                {vlr::Settings::filePath(), 0600},
-                {log, log.isEmpty() ? 0U : 0600U}};
+        gid_t group;
+    } made[] = {{pictures, folder, group},
+                {home("pictures"), folder, group},
+                {pictures + QStringLiteral("/a.png"), file, group},
+                {data + QStringLiteral("/patients.sqlite"), file, group},
+                {data + QStringLiteral("/patients.sqlite-wal"), file, group},
+                {data + QStringLiteral("/patients.sqlite-shm"), file, group},
+                {vlr::Settings::filePath(), 0600, getegid()},
+                {log, log.isEmpty() ? 0U : 0600U, log.isEmpty() ? 0U : getegid()}};
     for (const auto& one : made) {
-        const std::string wrong = wrongRights(one.path, one.mode, encoded(one.path).constData());
+        const std::string wrong =
+            wrongRights(one.path, one.mode, one.group, encoded(one.path).constData());
         if (!wrong.empty())
             return wrong;
     }
@@ -228,15 +218,42 @@ std::string patientDataIsPrivate() {
     return writtenWith(0600, 0700);
 }
 
+// A repository that is restored is as one that was made.
+std::string restoredFor(gid_t group) {
+    DataIOManager::closeRepository();
+    const QString repository = home("restored/patients.sqlite");
+    QString summary;
+    CaError error = vlr::backUpRepository(trustRepository(), home("backup"), {}, summary);
+    if (error == CaError::nullError)
+        error = vlr::restoreRepository(home("backup"), repository, {}, summary,
+                                       vlr::patientDataRights());
+    if (error != CaError::nullError)
+        return error.text();
+    return wrongRights(repository, 0660, group, "what is restored") +
+           wrongRights(home("restored"), 02770, group, "its folder");
+}
+
 std::string patientDataIsOfTheGroup() {
-    const group* const own = getgrgid(getegid());
-    vlr::Settings::set(key + QStringLiteral("PatientDataGroup"), own->gr_name);
-    return writtenWith(0660, 02770);
+    // One that nothing would get by itself, where this user has such a one.
+    gid_t own = getegid();
+    const group* const other = getgrnam("users");
+    const bool isSecond = geteuid() == 0 && other && setgroups(1, &other->gr_gid) == 0;
+    if (isSecond)
+        own = other->gr_gid;
+    else
+        reportDone("not run: a second group of an ordinary user: root only");
+    vlr::Settings::set(key + QStringLiteral("PatientDataGroup"), getgrgid(own)->gr_name);
+    std::string wrong = writtenWith(0660, 02770, own);
+    if (wrong.empty() && isSecond)
+        wrong = restoredFor(own);
+    if (isSecond && setgroups(0, nullptr) != 0)
+        return "the second group stays";
+    return wrong;
 }
 
 std::string onlyOwnGroupsCount() {
     for (const char* name : {geteuid() == 0 ? "games" : "root", "no such group"}) {
-        const Warnings warnings;
+        const TrustWarnings warnings;
         vlr::Settings::set(key + QStringLiteral("PatientDataGroup"), name);
         std::string wrong = writtenWith(0600, 0700);
         if (wrong.empty() && !warnings.tell("PatientDataGroup"))
@@ -266,8 +283,10 @@ template <class Store, class Read>
 std::string readDoubtful(const QString& path, Store store, Read read) {
     const QString folder = QFileInfo(path).path();
     for (const Doubt& one : doubts) {
-        if (one.isForeign && geteuid() != 0)
-            continue; // An ordinary user cannot give anything away.
+        if (one.isForeign && geteuid() != 0) {
+            reportDone("not run: files of another user as an ordinary one: cannot be given away");
+            continue;
+        }
         QDir(folder).removeRecursively();
         store("theirs");
         const QByteArray written = content(path);
@@ -276,7 +295,7 @@ std::string readDoubtful(const QString& path, Store store, Read read) {
         chown(encoded(path).constData(), one.isForeign ? nobody : geteuid(), wide);
         chmod(encoded(path).constData(), one.file);
         chmod(encoded(folder).constData(), one.folder);
-        const Warnings warnings;
+        const TrustWarnings warnings;
         const bool isBelieved = read() == "theirs";
         if (isBelieved != one.isBelieved)
             return std::string(one.name) + (isBelieved ? " is believed" : " is not believed");
@@ -325,8 +344,10 @@ std::string doubtfulConfigurationsAreNotBelieved() {
 
 // Root in the folder of a user renames and writes nothing.
 std::string foreignFoldersAreLeftAlone() {
-    if (geteuid() != 0)
+    if (geteuid() != 0) {
+        reportDone("not run: root with the settings of a user as an ordinary one: needs root");
         return {};
+    }
     const QString path = vlr::Settings::filePath();
     const QString name = key + QStringLiteral("Doubtful");
     vlr::Settings::set(name, "theirs");
@@ -373,7 +394,7 @@ std::string nothingIsBegunInDoubtfulFolders() {
         const QStringList before = trustInventory();
         const bool isBelieved = !*one.said;
         for (const bool isFirst : {true, false}) {
-            const Warnings warnings;
+            const TrustWarnings warnings;
             (void)vlr::Settings::get(key, "default");
             if (warnings.tell(isBelieved ? "settings" : one.said) != (isFirst && !isBelieved))
                 return std::string(one.name) + ": it is not told once";
@@ -393,47 +414,17 @@ std::string nothingIsBegunInDoubtfulFolders() {
     return {};
 }
 
-// --- pictures
-
-std::string noPictureKeepsTheStartWaiting() {
-    const QString setting = key + QStringLiteral("SplashScreen.ResourcePath");
-    const QSize builtIn = SplashScreen().pixmap().size();
-    mkfifo(encoded(home("pipe")).constData(), 0600);
-    put(home("sparse.png"), "\x89PNG");
-    QFile(home("sparse.png")).resize(qint64(3) << 30);
-    QImage good(30, 20, QImage::Format_RGB32);
-    good.fill(Qt::red);
-    good.save(home("good.png"));
-    const QImage wide = QImage(9000, 9000, QImage::Format_RGB32);
-    wide.save(home("wide.png"));
-    const struct {
-        QString path;
-        QSize size;
-    } pictures[] = {{home("good.png"), good.size()},
-                    {QStringLiteral(":/icons/default/Lumari_logo"), QSize()},
-                    {home("pipe"), builtIn},
-                    {QStringLiteral("/dev/zero"), builtIn},
-                    {home(), builtIn},
-                    {home("sparse.png"), builtIn},
-                    {home("wide.png"), builtIn}};
-    for (const auto& one : pictures) {
-        vlr::Settings::set(setting, one.path);
-        const Warnings warnings;
-        const QSize size = SplashScreen().pixmap().size();
-        const bool isRefused = one.size == builtIn;
-        if (one.size.isValid() ? size != one.size : size.isEmpty() || size == builtIn)
-            return one.path.toStdString() + " gives a picture of another size";
-        if (isRefused != warnings.tell("SplashScreen.ResourcePath"))
-            return one.path.toStdString() + ": what is told is wrong";
-    }
-    return {};
-}
-
 // --- no home
 
 std::string withoutHomeNothingIsWritten() {
     QDir().mkpath(home("empty"));
-    for (const char* homePath : {"", "relative", "/"})
+    const auto rootHolds = [] {
+        return QFile::exists(QStringLiteral("/.config/Navigator")) +
+               QFile::exists(QStringLiteral("/.local/share/Navigator")) +
+               QFile::exists(QStringLiteral("/.cache/Navigator"));
+    };
+    const int before = rootHolds();
+    for (const char* homePath : {"", "relative", "/", "/.", "//./", "/../"})
         for (const char* option : {"--exit-after-first-frame", "--self-check"}) {
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
             environment.insert(QStringLiteral("HOME"), QLatin1String(homePath));
@@ -443,8 +434,7 @@ std::string withoutHomeNothingIsWritten() {
             if (program.code != 1 || program.errors.find("HOME") == std::string::npos ||
                 program.errors.find("XDG_DATA_HOME is \"relative\"") == std::string::npos)
                 return std::string(option) + " goes on: " + program.errors;
-            if (!QDir(home("empty")).isEmpty() ||
-                QFile::exists(QStringLiteral("/.config/Navigator")))
+            if (!QDir(home("empty")).isEmpty() || rootHolds() != before)
                 return std::string(option) + " writes something";
         }
     return {};
@@ -484,7 +474,6 @@ std::vector<TrustCase> trustFiles() {
         {"configurations of others", &doubtfulConfigurationsAreNotBelieved},
         {"root with the settings of a user", &foreignFoldersAreLeftAlone},
         {"a folder of others without settings", &nothingIsBegunInDoubtfulFolders},
-        {"what is no picture for the start", &noPictureKeepsTheStartWaiting},
         {"no home", &withoutHomeNothingIsWritten},
     };
 }

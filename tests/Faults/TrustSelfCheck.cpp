@@ -10,6 +10,7 @@
 #include "Settings/vlrSettings.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 #include <iostream>
 #include <memory>
@@ -99,6 +100,26 @@ std::string storingGoesOnBesideALook() {
     return ids.size() == 2 ? "" : std::to_string(ids.size()) + " patients are there in the end";
 }
 
+std::string oddNamesAndOpenFoldersAreNoted() {
+    const DataPointer<Patient> patient(new Patient);
+    patient->setPatientId(QStringLiteral("1"));
+    (void)DataIOManager::storePatient(patient);
+    DataIOManager::closeRepository();
+    const QString folder = QFileInfo(trustRepository()).path();
+    const std::string open = "note   patients      " + folder.toStdString();
+    const char* const odd = "note   patient name  \\u202EeoD";
+    bool isGood = false;
+    std::string lines = checkedSite(isGood);
+    if (!isGood || lines.find(open) != std::string::npos || lines.find(odd) != std::string::npos)
+        return "too much is noted: " + lines;
+    (void)trustSql("UPDATE patient SET name = char(8238) || 'eoD'");
+    (void)QFile::setPermissions(folder, QFile::permissions(folder) | QFile::ReadOther);
+    lines = checkedSite(isGood);
+    return isGood && lines.find(open) != std::string::npos && lines.find(odd) != std::string::npos
+               ? ""
+               : "not all is noted: " + lines;
+}
+
 std::string anUnprotectedServerIsNoted() {
     const std::pair<const char*, bool> servers[] = {
         {"postgresql://u@0.0.0.0:1/d?sslmode=disable", true},
@@ -122,6 +143,7 @@ std::vector<TrustCase> trustSelfCheck() {
     return {
         {"the self-check of a repository", &theRepositoryIsOnlyLookedAt},
         {"a program that stores during the self-check", &storingGoesOnBesideALook},
+        {"the self-check of an odd name in an open folder", &oddNamesAndOpenFoldersAreNoted},
         {"the self-check of a server", &anUnprotectedServerIsNoted},
     };
 }

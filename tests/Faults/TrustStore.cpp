@@ -6,6 +6,7 @@
 #include "IO/DataIOManager.h"
 
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QVariant>
@@ -26,11 +27,17 @@ DataPointer<Patient> storedPatient(const char* id) {
 }
 
 // Whatever is asked of such a file: it is refused in time, without much memory, and by its name.
-std::string refusal(std::initializer_list<const char*> statements, const char* said) {
+std::string refusal(std::initializer_list<const char*> statements, const char* said,
+                    bool hasChanges = false) {
     const auto patient = storedPatient("1");
     DataIOManager::closeRepository();
     for (const char* statement : statements)
         (void)trustSql(statement);
+    if (hasChanges) {
+        QFile changes(trustRepository() + QStringLiteral("-wal"));
+        if (!changes.open(QIODevice::WriteOnly) || !changes.resize(64))
+            throw std::runtime_error("Nothing can be put beside the file.");
+    }
     const PeakMemory memory;
     QElapsedTimer timer;
     timer.start();
@@ -88,6 +95,38 @@ std::string itIsNewer() {
     return refusal({"UPDATE repository SET version = 7", "CREATE TABLE more (x)"}, "version 7");
 }
 
+// Each look at a row of these two would take hours. With something beside the file, the program
+// asks for the chain before anything else.
+std::string theChainComputes() {
+    return refusal({"PRAGMA writable_schema=ON\nUPDATE sqlite_master SET sql = 'CREATE TABLE chain "
+                    "(x, previous INTEGER AS (instr(zeroblob(40000000), CAST(zeroblob(20000000) || "
+                    "x''01'' AS BLOB))), current INTEGER AS (1))' WHERE name = 'chain'"},
+                   "\"chain\" is another one", true);
+}
+
+std::string statisticsCompute() {
+    return refusal({"ANALYZE", "INSERT INTO sqlite_stat1 VALUES ('patient', NULL, '1')",
+                    "PRAGMA writable_schema=ON\nUPDATE sqlite_master SET sql = 'CREATE TABLE "
+                    "sqlite_stat1(tbl, stat, idx AS (instr(zeroblob(40000000), "
+                    "CAST(zeroblob(20000000) || x''01'' AS BLOB))))' WHERE name = 'sqlite_stat1'"},
+                   "table \"sqlite_stat1\"");
+}
+
+// Whoever tends the file may have made them.
+std::string statisticsDoNoHarm() {
+    (void)storedPatient("1");
+    DataIOManager::closeRepository();
+    (void)trustSql("ANALYZE");
+    std::vector<QString> ids;
+    return DataIOManager::patientIds(ids).text();
+}
+
+std::string aTableHasMoreBehindNul() {
+    return refusal({"PRAGMA writable_schema=ON\nUPDATE sqlite_master SET sql = CAST(CAST(sql AS "
+                    "BLOB) || x'00' || zeroblob(1000) AS TEXT) WHERE name = 'document'"},
+                   "table \"document\" is another one");
+}
+
 // Added while the program has the file open.
 std::string aTriggerComesLater() {
     (void)storedPatient("1");
@@ -101,15 +140,16 @@ std::string aTriggerComesLater() {
 
 } // namespace
 
-QVariant trustSql(const char* statement) {
+QVariant trustSql(const char* statements) {
     QVariant value;
     {
         QSqlDatabase database =
             QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("beside"));
         database.setDatabaseName(trustRepository());
         QSqlQuery query(database.open() ? database : QSqlDatabase());
-        if (!query.exec(QLatin1String(statement)))
-            throw std::runtime_error(statement);
+        for (const QString& statement : QString::fromLatin1(statements).split(QLatin1Char('\n')))
+            if (!query.exec(statement))
+                throw std::runtime_error(statement.toStdString());
         if (query.next())
             value = query.value(0);
     }
@@ -124,6 +164,10 @@ std::vector<TrustCase> trustStore() {
         {"a file with a view in place of a table", &aTableIsAView},
         {"a file with a trigger", &thereIsATrigger},
         {"a file with a table of other columns", &aTableIsAnotherOne},
+        {"a file with a chain that computes", &theChainComputes},
+        {"a file with statistics that compute", &statisticsCompute},
+        {"a file with statistics", &statisticsDoNoHarm},
+        {"a file with more behind a table's NUL", &aTableHasMoreBehindNul},
         {"a file without a table", &aTableIsMissing},
         {"a file of a newer version", &itIsNewer},
         {"a trigger made while the file is open", &aTriggerComesLater},

@@ -28,6 +28,9 @@ constexpr Text texts[] = {
     {"\ue000\U000e0001x\U0010ffff", "x", "\\uE000\\U000E0001x\\U0010FFFF"},
     {"Nu\u0303ez \u845b\U000e0100", "N\u0169ez \u845b", "Nu\u0303ez \u845b\U000e0100"},
     {"\u0627\u0644 \U0001f600", "\u0627\u0644 \U0001f600", "\u0627\u0644 \U0001f600"},
+    {"0001\u2800", "0001", "0001\\u2800"},
+    {"0001\U0001d159", "0001", "0001\\U0001D159"},
+    {"\U00016fe40001", "0001", "\\U00016FE40001"},
     {"\u200b ", "", "\\u200B\\u0020"},
 };
 
@@ -46,7 +49,8 @@ std::string textsAreNormalized() {
     const QString name = QString::fromUtf8("\u845b\U000e0100");
     if (vlr::normalizedText(name) != name)
         return "a name loses its variant";
-    const char* const alike[][2] = {{"O1 p", "0lP"}, {"rnI", "mi"}, {"P\u04301", "pa1"}};
+    const char* const alike[][2] = {
+        {"O1 p", "0lP"}, {"rnI", "mi"}, {"\uff10\uff10\uff101", "0001"}, {"P\u04301", "pa1"}};
     for (const auto& [one, other] : alike)
         if (vlr::idSkeleton(QString::fromUtf8(one)) != vlr::idSkeleton(QString::fromUtf8(other)))
             return std::string(one) + " is not taken for " + other;

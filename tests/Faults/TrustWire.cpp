@@ -1,6 +1,7 @@
 // Servers and trackers that are not what they say, and whoever listens in between.
 
 #include "AppBase/Settings/SettingsValue.h"
+#include "Cases.h"
 #include "Common/CurrentPatientBanner.h"
 #include "PeakMemory.h"
 #include "Support/PostgresServer.h"
@@ -220,10 +221,39 @@ std::string withTls(vlrTest::PostgresServer& server) {
     return wrong;
 }
 
+// One that comes while the program is connected, and does more than it is told.
+std::string aTriggerComesLater(const vlrTest::PostgresServer& server) {
+    vlr::Settings::set(QStringLiteral("Velora/Application/PatientRepository"), server.url());
+    const auto store = [](const char* id) {
+        const DataPointer<Patient> patient(new Patient);
+        patient->setPatientId(QLatin1String(id));
+        return DataIOManager::storePatient(patient).text();
+    };
+    const std::string first = store("1");
+    {
+        QSqlDatabase database = server.connection(QStringLiteral("beside"));
+        (void)database.open();
+        QSqlQuery query(database);
+        (void)query.exec(QStringLiteral("CREATE FUNCTION other() RETURNS trigger LANGUAGE plpgsql "
+                                        "AS $$ BEGIN UPDATE patient SET patient_id = 'other' "
+                                        "WHERE uid = NEW.uid; RETURN NEW; END $$"));
+        (void)query.exec(QStringLiteral("CREATE TRIGGER t AFTER INSERT ON document FOR EACH ROW "
+                                        "EXECUTE FUNCTION other()"));
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("beside"));
+    const std::string second = store("2");
+    DataIOManager::closeRepository();
+    vlr::Settings::remove(QStringLiteral("Velora/Application/PatientRepository"));
+    return unlike(first, "", QStringLiteral("storing")) +
+           unlike(second, "is not what is in it now", QStringLiteral("a trigger"));
+}
+
 std::string aServerIsWhatItSays() {
     vlrTest::PostgresServer server;
-    if (!server.isInstalled())
+    if (!server.isInstalled()) {
+        reportNotRun("a server of PostgreSQL: it is not installed");
         return {};
+    }
     server.start();
     std::string wrong = relationsAreChecked(server);
     server.addUser(QStringLiteral("locked"), QString::fromLatin1(secret));
@@ -233,7 +263,8 @@ std::string aServerIsWhatItSays() {
     server.kill();
     server.certify(elsewhere);
     server.start();
-    return wrong + withTls(server);
+    wrong += withTls(server);
+    return wrong + aTriggerComesLater(server);
 }
 
 // --- a server that is none

@@ -2,6 +2,7 @@
 
 #include "Base/AskForFiles.h"
 #include "Base/QtMsgBox.h"
+#include "Files/PatientFile.h"
 #include "IO/DataIOManager.h"
 #include "IO/RepositoryBackup.h"
 #include "Log/vlrLog.h"
@@ -164,8 +165,9 @@ bool restorePatients(const QString& backup) {
         return false;
     DataIOManager::closeRepository(); // Nobody may have it open.
     QString summary;
+    const vlr::FileRights rights = vlr::patientDataRights();
     const CaError error = runBeside(tr("Restoring the patients"), [&](const IsWanted& isWanted) {
-        return vlr::restoreRepository(backup, repository, isWanted, summary);
+        return vlr::restoreRepository(backup, repository, isWanted, summary, rights);
     });
     return tell(error, failed, tr("The patients were restored: %1").arg(summary));
 }

@@ -22,5 +22,10 @@ int checkParts(AppBase& application, const QStringList& modules);
 /// user of this process. Empty where they do. To be asked before anything is made.
 QString foreignFolderProblem();
 
+/// Why root is not to touch the repository in this file: it, or what is above one that is not
+/// there, belongs to a user, who could not use any more what root makes there. Empty for other
+/// users, who may share one, and for a server, of which the file is empty.
+QString foreignRepositoryProblem(const QString& file);
+
 /// The first half: storage, settings, configurations, patients and translations of the user.
 void checkSite(CheckList& list);

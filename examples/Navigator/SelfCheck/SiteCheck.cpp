@@ -185,22 +185,16 @@ void noteIds(const std::vector<MetaInformation>& patients) {
         const QString problem = vlr::idProblem(id);
         if (!problem.isEmpty())
             CheckList::note("patient id", vlr::visibleText(id), problem);
+        const QString name = patient.value(QStringLiteral("name"));
+        const QString problemOfName = vlr::nameProblem(name);
+        if (!problemOfName.isEmpty())
+            CheckList::note("patient name", vlr::visibleText(name), problemOfName);
         alike[vlr::idSkeleton(id)] << QLatin1Char('"') + vlr::visibleText(id) + QLatin1Char('"');
     }
     for (const QStringList& ids : qAsConst(alike))
         if (ids.size() > 1)
             CheckList::note("patient ids", ids.join(QStringLiteral(", ")),
                             QStringLiteral("They are easily taken for one another."));
-}
-
-// Root would find for another user what that one cannot read. A group that shares one gets along.
-QString foreignRepositoryProblem(const QString& file) {
-    const QFileInfo info(file);
-    const uint owner = info.ownerId() != 0 ? info.ownerId() : QFileInfo(info.path()).ownerId();
-    return file.isEmpty() || geteuid() != 0 || owner == 0
-               ? QString()
-               : QStringLiteral("\"%1\" belongs to %2, who has to run this check.")
-                     .arg(file, QString::fromStdString(vlr::userText(owner)));
 }
 
 // It is only looked at, which tells nothing of storing.
@@ -258,7 +252,29 @@ void checkTranslations(CheckList& list) {
     });
 }
 
+// Whoever may open a folder can hold the lock on it under which a repository is opened.
+void noteOpenFolder(const QString& file) {
+    const QString folder = QFileInfo(file).path();
+    struct stat status = {};
+    if (!file.isEmpty() && stat(QFile::encodeName(folder).constData(), &status) == 0 &&
+        (status.st_mode & S_IROTH) != 0)
+        CheckList::note("patients", folder,
+                        QStringLiteral("Every user of this machine may read this folder, and could "
+                                       "keep this program from opening the repository. Its mode "
+                                       "is to be 0700, or 2770 with the group of the site."));
+}
+
 } // namespace
+
+QString foreignRepositoryProblem(const QString& file) {
+    const QFileInfo info(existing(file));
+    const uint owner = info.ownerId() != 0 ? info.ownerId() : QFileInfo(info.path()).ownerId();
+    return file.isEmpty() || geteuid() != 0 || owner == 0
+               ? QString()
+               : QStringLiteral("\"%1\" belongs to %2, and this program runs as %3.")
+                     .arg(info.filePath(), QString::fromStdString(vlr::userText(owner)),
+                          QString::fromStdString(vlr::userText(geteuid())));
+}
 
 QString foreignFolderProblem() {
     QStringList folders{QDir::homePath()};
@@ -287,6 +303,7 @@ void checkSite(CheckList& list) {
     if (!unprotected.empty())
         CheckList::note("patients", QStringLiteral("the way to the server"),
                         QString::fromStdString(unprotected));
+    noteOpenFolder(repository);
     if (areSettingsReadable && (repository.isEmpty() || QFile::exists(repository)))
         checkPatients(list, repository);
     else

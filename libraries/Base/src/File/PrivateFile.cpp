@@ -31,6 +31,27 @@ gid_t groupOf(const FileRights& rights) {
     return rights.group < 0 ? static_cast<gid_t>(-1) : static_cast<gid_t>(rights.group);
 }
 
+// Of what was opened without its content, whatever has its name by now.
+int limitRightsAt(int place, const FileRights& rights) {
+    struct stat status = {};
+    if (fstat(place, &status) != 0)
+        return errno;
+    if (status.st_uid != geteuid() || !S_ISREG(status.st_mode))
+        return 0;
+    const unsigned own = status.st_mode & 0600U;
+    const unsigned mode = (own | (own >> 3U)) & rights.file;
+    const bool isOfGroup = rights.group < 0 || status.st_gid == groupOf(rights);
+    if (isOfGroup && mode == (status.st_mode & 07777U))
+        return 0;
+    if (status.st_nlink != 1) // The other name may be one of the user's other files.
+        return EMLINK;
+    if (!isOfGroup &&
+        fchownat(place, "", static_cast<uid_t>(-1), groupOf(rights), AT_EMPTY_PATH) != 0)
+        return errno;
+    const QByteArray open = "/proc/self/fd/" + QByteArray::number(place);
+    return chmod(open.constData(), mode) == 0 ? 0 : errno;
+}
+
 } // namespace
 
 int giveRights(int descriptor, unsigned mode, const FileRights& rights) {
@@ -46,17 +67,12 @@ int giveRights(int descriptor, unsigned mode, const FileRights& rights) {
 
 int limitRights(const QString& path, const FileRights& rights) {
     const QByteArray name = QFile::encodeName(path);
-    struct stat status = {};
-    if (stat(name.constData(), &status) != 0)
+    const int place = open(name.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    if (place < 0)
         return errno == ENOENT ? 0 : errno;
-    if (status.st_uid != geteuid() || !S_ISREG(status.st_mode))
-        return 0;
-    if (rights.group >= 0 && status.st_gid != groupOf(rights) &&
-        chown(name.constData(), static_cast<uid_t>(-1), groupOf(rights)) != 0)
-        return errno;
-    const unsigned own = status.st_mode & 0600U;
-    const unsigned mode = (own | (own >> 3U)) & rights.file;
-    return mode == (status.st_mode & 07777U) || chmod(name.constData(), mode) == 0 ? 0 : errno;
+    const int error = limitRightsAt(place, rights);
+    close(place);
+    return error;
 }
 
 int makePrivateFolder(const QString& path, const FileRights& rights) {
@@ -95,17 +111,17 @@ int renameToFree(const QString& from, const QString& to) {
 
 int makePrivateFile(const QString& path) {
     const QByteArray name = QFile::encodeName(path);
-    struct stat status = {};
-    if (stat(name.constData(), &status) == 0)
-        return S_ISREG(status.st_mode) ? 0 : EINVAL;
-    if (errno != ENOENT)
-        return errno;
     const int descriptor =
-        open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
-    if (descriptor < 0)
-        return errno;
-    close(descriptor);
-    return 0;
+        open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor >= 0) {
+        close(descriptor);
+        return 0;
+    }
+    const int error = errno;
+    struct stat status = {};
+    if (error != EEXIST || stat(name.constData(), &status) != 0)
+        return error;
+    return S_ISREG(status.st_mode) ? 0 : EINVAL;
 }
 
 } // namespace vlr

@@ -18,7 +18,8 @@ struct FileRights {
 /// Makes the folder and those above it where they are missing, whatever the umask.
 VLR_BASE_EXPORT int makePrivateFolder(const QString& path, const FileRights& rights = {});
 
-/// Makes an empty file where there is none. EINVAL for what exists but is no regular file.
+/// Makes an empty file where there is none. EINVAL for what exists but is no regular file, EEXIST
+/// for a link that leads nowhere: nothing is made behind it.
 VLR_BASE_EXPORT int makePrivateFile(const QString& path);
 
 /// Renames unless the new name is taken, which is EEXIST.
@@ -28,8 +29,9 @@ VLR_BASE_EXPORT int renameToFree(const QString& from, const QString& to);
 VLR_BASE_EXPORT int giveRights(int descriptor, unsigned mode, const FileRights& rights);
 
 /// Takes from a file of this user what is beyond the rights, and gives the group what the user has.
-/// A file that is not there, or somebody else's, stays as it is. The file is not opened: to close
-/// it again would end the locks that SQLite holds on it.
+/// A file that is not there, or somebody else's, stays as it is, and so does what a link leads to.
+/// EMLINK for one with a second name, which may be another file of the user that somebody has
+/// linked. The file is not opened: to close it again would end the locks that SQLite holds on it.
 VLR_BASE_EXPORT int limitRights(const QString& path, const FileRights& rights = {});
 
 } // namespace vlr

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
 #include <unicode/uspoof.h>
@@ -33,9 +34,17 @@ bool isForeign(uint character) {
     return (maskOf(character) & foreign) != 0;
 }
 
+// Signs that are drawn as nothing: a cell of Braille, a head of a note and a filler without ink,
+// and the blanks of hieroglyphs.
+bool isBlank(uint character) {
+    constexpr uint blanks[] = {0x2800, 0x1D159, 0x16FE4, 0x13441, 0x13442};
+    return std::find(std::begin(blanks), std::end(blanks), character) != std::end(blanks);
+}
+
 bool isInvisible(uint character) {
-    return isForeign(character) || u_hasBinaryProperty(static_cast<UChar32>(character),
-                                                       UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0;
+    return isForeign(character) || isBlank(character) ||
+           u_hasBinaryProperty(static_cast<UChar32>(character),
+                               UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0;
 }
 
 bool isAscii(const QString& text) {
@@ -90,14 +99,26 @@ const UChar* charactersOf(const QString& text) {
     return reinterpret_cast<const UChar*>(text.utf16());
 }
 
-QString composed(const QString& text) {
+using FormOfIcu = const UNormalizer2* (*)(UErrorCode*);
+
+QString normalizedBy(FormOfIcu formOfIcu, QString::NormalizationForm formOfQt,
+                     const QString& text) {
     UErrorCode status = U_ZERO_ERROR;
-    const UNormalizer2* const form = unorm2_getNFCInstance(&status);
+    const UNormalizer2* const form = formOfIcu(&status);
     if (U_FAILURE(status))
-        return text.normalized(QString::NormalizationForm_C);
+        return text.normalized(formOfQt);
     return filled(text, [&](UChar* to, int32_t room, UErrorCode* error) {
         return unorm2_normalize(form, charactersOf(text), text.size(), to, room, error);
     });
+}
+
+QString composed(const QString& text) {
+    return normalizedBy(&unorm2_getNFCInstance, QString::NormalizationForm_C, text);
+}
+
+// Without wide, narrow, raised and circled forms of a character.
+QString plainForm(const QString& text) {
+    return normalizedBy(&unorm2_getNFKCInstance, QString::NormalizationForm_KC, text);
 }
 
 QString withoutOuterSpaces(const QString& text) {
@@ -139,6 +160,22 @@ QString nameOf(uint character) {
     return QStringLiteral("U+%1 %2").arg(
         QString::number(character, 16).toUpper().rightJustified(4, QLatin1Char('0')),
         QString::fromLatin1(name.data()));
+}
+
+// What normalized() would change.
+QString differenceOf(const QString& text, bool (*isDropped)(uint)) {
+    if (normalized(text, isDropped) == text)
+        return {};
+    QString found;
+    forEachCharacter(text, [&](uint character) {
+        if (found.isEmpty() && isDropped(character))
+            found = nameOf(character);
+    });
+    if (!found.isEmpty())
+        return QStringLiteral("It contains the invisible character %1.").arg(found);
+    if (withoutOuterSpaces(text) != text)
+        return QStringLiteral("It begins or ends with a blank.");
+    return QStringLiteral("Its characters are not composed ones (NFC).");
 }
 
 // --- skeletons
@@ -189,21 +226,12 @@ QString normalizedId(const QString& id) {
 }
 
 QString idProblem(const QString& id) {
-    const QString good = normalizedId(id);
-    if (good == id && !id.isEmpty())
-        return {};
-    if (good.isEmpty())
-        return QStringLiteral("It has no visible character.");
-    QString found;
-    forEachCharacter(id, [&](uint character) {
-        if (found.isEmpty() && isInvisible(character))
-            found = nameOf(character);
-    });
-    if (!found.isEmpty())
-        return QStringLiteral("It contains the invisible character %1.").arg(found);
-    if (withoutOuterSpaces(id) != id)
-        return QStringLiteral("It begins or ends with a blank.");
-    return QStringLiteral("Its characters are not composed ones (NFC).");
+    return normalizedId(id).isEmpty() ? QStringLiteral("It has no visible character.")
+                                      : differenceOf(id, &isInvisible);
+}
+
+QString nameProblem(const QString& name) {
+    return differenceOf(name, &isForeign);
 }
 
 QString visibleText(const QString& text) {
@@ -229,7 +257,7 @@ QString visibleText(const QString& text) {
 }
 
 QString idSkeleton(const QString& id) {
-    QString text = normalizedId(id);
+    QString text = plainForm(normalizedId(id));
     text.remove(QLatin1Char(' '));
     if (isAscii(text))
         return foldedAscii(text);

@@ -1,6 +1,5 @@
 #include "Files/PatientFile.h"
 
-#include "File/PrivateFile.h"
 #include "Files/DurableFile.h"
 #include "Files/FileTrust.h"
 #include "Log/vlrLog.h"
@@ -46,7 +45,8 @@ FileRights rightsOf(const QString& groupName) {
     return {};
 }
 
-// The rights as they are now.
+} // namespace
+
 FileRights patientDataRights() {
     static QString knownName;
     static FileRights known;
@@ -55,8 +55,6 @@ FileRights patientDataRights() {
         known = rightsOf(name);
     return known;
 }
-
-} // namespace
 
 CaError writePatientFile(const QString& path, const QByteArray& bytes) {
     return writeDurably(path, bytes, patientDataRights());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Error/CaError.h"
+#include "File/PrivateFile.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
@@ -27,5 +28,8 @@ VLR_CORE_EXPORT int makePatientFolder(const QString& path);
 /// Takes from a file what is beyond these rights, and gives it the group, where it is the user's
 /// own. A failure is logged at "WARNING".
 VLR_CORE_EXPORT void limitPatientFile(const QString& path);
+
+/// The rights as they are now.
+VLR_CORE_EXPORT FileRights patientDataRights();
 
 } // namespace vlr

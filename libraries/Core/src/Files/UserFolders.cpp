@@ -4,6 +4,8 @@
 
 #include <QtCore/QByteArray>
 
+#include <sys/stat.h>
+
 namespace vlr {
 
 namespace {
@@ -16,6 +18,14 @@ CaError homeError(const std::string& reason) {
                    "The environment variable HOME " + reason +
                        ". It has to name the user's own folder, in which "
                        "settings and patients are kept. Nothing was stored.");
+}
+
+// Whatever it is called: "/.", "/../", a link.
+bool isRootFolder(const QByteArray& path) {
+    struct stat root = {};
+    struct stat status = {};
+    return stat("/", &root) == 0 && stat(path.constData(), &status) == 0 &&
+           status.st_dev == root.st_dev && status.st_ino == root.st_ino;
 }
 
 } // namespace
@@ -34,7 +44,8 @@ CaError checkUserFolders() {
         return homeError("is not set");
     if (!home.startsWith('/'))
         return homeError("is \"" + home.toStdString() + "\", which is no absolute path");
-    return home.count('/') == home.size() ? homeError("is \"/\", the root folder") : CaError();
+    return isRootFolder(home) ? homeError("is \"" + home.toStdString() + "\", the root folder")
+                              : CaError();
 }
 
 } // namespace vlr

@@ -4,6 +4,7 @@
 #include "Files/DurableFile.h"
 #include "Files/TemporaryFile.h"
 #include "IO/KeptRepository.h"
+#include "IO/RepositoryFiles.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqliteChain.h"
 #include "IO/SqliteDatabase.h"
@@ -18,7 +19,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <limits>
 #include <memory>
+#include <new>
 #include <optional>
 #include <sys/stat.h>
 #include <system_error>
@@ -58,8 +61,8 @@ IsWanted between(const IsWanted& isWanted, double from, double to) {
 // In a folder beside the file that it shall be, which goes with the object.
 class Draft {
 public:
-    explicit Draft(const QString& target)
-        : m_target(target), m_parent(QFileInfo(target).absolutePath()) {
+    Draft(const QString& target, const FileRights& rights)
+        : m_target(target), m_parent(QFileInfo(target).absolutePath()), m_rights(rights) {
         sweepTemporaryFiles(m_parent);
         m_folder.emplace(m_parent);
         m_path = m_folder->path() + QStringLiteral("/draft");
@@ -77,7 +80,9 @@ public:
         const QByteArray draft = QFile::encodeName(m_path);
         const QByteArray target = QFile::encodeName(m_target);
         const int descriptor = ::open(draft.constData(), O_RDONLY | O_CLOEXEC);
-        int error = descriptor >= 0 && fsync(descriptor) == 0 ? 0 : errno;
+        int error = descriptor >= 0 ? giveRights(descriptor, m_rights.file, m_rights) : errno;
+        if (error == 0 && fsync(descriptor) != 0)
+            error = errno;
         if (descriptor >= 0)
             close(descriptor);
         if (error == 0 && mustBeNew)
@@ -93,6 +98,7 @@ public:
 private:
     QString m_target;
     QString m_parent;
+    FileRights m_rights;
     std::optional<ScratchFolder> m_folder;
     QString m_path;
     int m_error = 0;
@@ -170,6 +176,15 @@ CaError copy(SqliteDatabase& source, SqliteDatabase& target, const IsWanted& isW
     return error.id() == SqliteDatabase::cancelledError ? cancelled() : error;
 }
 
+// Why what was asked of a file of unknown origin came to nothing: the user may have lost patience.
+CaError endOf(const CaError& error, const IsWanted& isWanted) {
+    return error.id() == SqliteDatabase::cancelledError && !isWanted(0) ? cancelled() : error;
+}
+
+std::function<bool()> goesOn(const IsWanted& isWanted) {
+    return [isWanted] { return isWanted(0); };
+}
+
 QString patientCount(qint64 patients) {
     return patients == 1 ? QStringLiteral("1 patient")
                          : QStringLiteral("%1 patients").arg(patients);
@@ -177,13 +192,15 @@ QString patientCount(qint64 patients) {
 
 // --- backing up
 
-CaError checkSource(SqliteDatabase& database, const QString& repository) {
+CaError checkRepository(SqliteDatabase& database, const QString& repository,
+                        const IsWanted& isWanted) {
     database.distrust();
+    const SqliteBounds bounds(database, goesOn(isWanted));
     int version = 0;
     const CaError error = RepositorySchema::check(database, version);
     if (error == CaError::nullError && version == 0)
         return backupError(QStringLiteral("\"%1\" holds nothing.").arg(repository));
-    return error;
+    return endOf(error, isWanted);
 }
 
 CaError sealBackup(SqliteDatabase& database, const IsWanted& isWanted, qint64& patients) {
@@ -212,8 +229,10 @@ struct Seal {
     QByteArray checksum;
 };
 
-CaError readSeal(SqliteDatabase& database, const QString& backup, Seal& seal) {
+CaError readSeal(SqliteDatabase& database, const QString& backup, const IsWanted& isWanted,
+                 Seal& seal) {
     database.distrust();
+    const SqliteBounds bounds(database, goesOn(isWanted));
     int version = 0;
     CaError error = RepositorySchema::check(database, version, RepositorySchema::backupStatement());
     int seals = 0;
@@ -225,6 +244,9 @@ CaError readSeal(SqliteDatabase& database, const QString& backup, Seal& seal) {
                                   ++seals;
                                   return true;
                               });
+    error = endOf(error, isWanted);
+    if (error.id() == backupCancelledError)
+        return error;
     if (error != CaError::nullError || seals != 1)
         return backupError(
             QStringLiteral("\"%1\" is no backup of this program%2")
@@ -238,10 +260,17 @@ CaError checkCopy(SqliteDatabase& copy, const QString& backup, const Seal& seal,
                   const IsWanted& isWanted) {
     QByteArray checksum;
     QString integrity;
-    CaError error = copy.rows("PRAGMA integrity_check(1)", [&](const SqliteRow& row) {
-        integrity = row.text(0);
-        return true;
-    });
+    CaError error;
+    {
+        const SqliteBounds bounds(copy, goesOn(isWanted), std::numeric_limits<int>::max(),
+                                  std::chrono::hours(24));
+        error = endOf(copy.rows("PRAGMA integrity_check(1)",
+                                [&](const SqliteRow& row) {
+                                    integrity = row.text(0);
+                                    return true;
+                                }),
+                      isWanted);
+    }
     if (error == CaError::nullError && integrity != QLatin1String("ok"))
         error = backupError(integrity);
     if (error == CaError::nullError)
@@ -274,14 +303,17 @@ CaError occupy(const QString& repository, std::unique_ptr<SqliteDatabase>& occup
         occupied->distrust();
     if (error == CaError::nullError)
         error = runAll(*occupied, {QStringLiteral("PRAGMA busy_timeout=500"),
-                                   QStringLiteral("PRAGMA locking_mode=EXCLUSIVE"),
-                                   QStringLiteral("SELECT count(*) FROM sqlite_master"),
+                                   QStringLiteral("PRAGMA locking_mode=EXCLUSIVE")});
+    if (error == CaError::nullError) {
+        const SqliteBounds bounds(*occupied);
+        error = runAll(*occupied, {QStringLiteral("SELECT count(*) FROM sqlite_master"),
                                    QStringLiteral("PRAGMA journal_mode=DELETE"),
                                    QStringLiteral("BEGIN EXCLUSIVE")});
+    }
     if (error == CaError::nullError)
         return error;
     occupied.reset();
-    if (error.id() == SqliteDatabase::damagedError)
+    if (error.id() == SqliteDatabase::damagedError || error.id() == SqliteDatabase::cancelledError)
         return CaError::nullError;
     return backupError(QStringLiteral("The repository \"%1\" cannot be replaced: %2")
                            .arg(repository, QString::fromStdString(error.text())));
@@ -317,23 +349,25 @@ CaError replaceBy(Draft& draft, const QString& repository, QString& keptAs) {
 }
 
 // To be called under the repository's OpeningLock.
-CaError prepare(const QString& repository, const OpeningLock& opening) {
+CaError prepare(const QString& path, const QString& repository, const OpeningLock& opening) {
     if (opening.isTaken())
         return inUse(repository);
+    removeSecondNames(repository);
+    const QString problem = whyNotOpened(path);
+    if (!problem.isEmpty())
+        return backupError(QStringLiteral("\"%1\" cannot be opened: %2.").arg(repository, problem));
     return SqliteChain::setForeignWalAside(repository);
 }
 
-} // namespace
-
-CaError backUpRepository(const QString& path, const QString& backup, const IsWanted& isWanted,
-                         QString& summary) {
+CaError backUp(const QString& path, const QString& backup, const IsWanted& isWanted,
+               QString& summary) {
     const QString repository = realFile(path);
     if (QFileInfo::exists(backup) || QFileInfo(backup).isSymLink())
         return backupError(QStringLiteral("\"%1\" exists already.").arg(backup));
     if (!QFileInfo(repository).isFile())
         return backupError(QStringLiteral("There is no repository \"%1\".").arg(repository));
     std::optional<OpeningLock> opening(repository);
-    CaError error = prepare(repository, *opening);
+    CaError error = prepare(path, repository, *opening);
     const SqliteUse use(repository);
     std::unique_ptr<SqliteDatabase> source;
     if (error == CaError::nullError)
@@ -342,11 +376,11 @@ CaError backUpRepository(const QString& path, const QString& backup, const IsWan
     if (error == CaError::nullError)
         error = runAll(*source, {QStringLiteral("BEGIN")});
     if (error == CaError::nullError)
-        error = checkSource(*source, repository);
+        error = checkRepository(*source, repository, isWanted);
     opening.reset();
     if (error != CaError::nullError)
         return error;
-    Draft draft(backup);
+    Draft draft(backup, {});
     std::unique_ptr<SqliteDatabase> target;
     error = draft.open(target);
     qint64 patients = 0;
@@ -362,8 +396,15 @@ CaError backUpRepository(const QString& path, const QString& backup, const IsWan
     return error;
 }
 
-CaError restoreRepository(const QString& backup, const QString& path, const IsWanted& isWanted,
-                          QString& summary) {
+// As the program will find it.
+CaError checkDraft(const Draft& draft, const QString& repository, const IsWanted& isWanted) {
+    std::unique_ptr<SqliteDatabase> database;
+    const CaError error = draft.open(database);
+    return error == CaError::nullError ? checkRepository(*database, repository, isWanted) : error;
+}
+
+CaError restore(const QString& backup, const QString& path, const IsWanted& isWanted,
+                const FileRights& rights, QString& summary) {
     const QString repository = realFile(path);
     if (!QFileInfo(backup).isFile())
         return backupError(QStringLiteral("There is no file \"%1\".").arg(backup));
@@ -371,25 +412,29 @@ CaError restoreRepository(const QString& backup, const QString& path, const IsWa
     CaError error = SqliteDatabase::open(backup, SqliteDatabase::Mode::AsItLies, source);
     Seal seal;
     if (error == CaError::nullError)
-        error = readSeal(*source, backup, seal);
+        error = readSeal(*source, backup, isWanted, seal);
     if (error != CaError::nullError)
         return error;
-    if (const int number = makePrivateFolder(QFileInfo(repository).absolutePath()))
+    if (const int number = makePrivateFolder(QFileInfo(repository).absolutePath(), rights))
         return systemError(QStringLiteral("Could not write"), repository, number);
-    Draft draft(repository);
+    Draft draft(repository, rights);
     std::unique_ptr<SqliteDatabase> target;
     error = draft.open(target);
     if (error == CaError::nullError)
         error = copy(*source, *target, between(isWanted, 0, 0.5));
     if (error == CaError::nullError)
+        error = readSeal(*target, backup, between(isWanted, 0.5, 0.5), seal); // What was copied.
+    if (error == CaError::nullError)
         error = checkCopy(*target, backup, seal, between(isWanted, 0.5, 1));
     if (error == CaError::nullError)
         error = runAll(*target, newChain() + QStringList{QStringLiteral("DROP TABLE backup")});
     target.reset();
+    if (error == CaError::nullError)
+        error = checkDraft(draft, repository, between(isWanted, 1, 1));
     QString keptAs;
     const OpeningLock opening(repository);
     if (error == CaError::nullError)
-        error = prepare(repository, opening);
+        error = prepare(path, repository, opening);
     if (error == CaError::nullError)
         error = replaceBy(draft, repository, keptAs);
     if (error == CaError::nullError)
@@ -400,6 +445,28 @@ CaError restoreRepository(const QString& backup, const QString& path, const IsWa
                                                              "\"%1\".")
                                                   .arg(keptAs));
     return error;
+}
+
+// Of a thread nobody catches it.
+CaError withMemory(const std::function<CaError()>& work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return backupError(QStringLiteral("There is not enough memory for it."));
+    }
+}
+
+} // namespace
+
+CaError backUpRepository(const QString& repository, const QString& backup, const IsWanted& isWanted,
+                         QString& summary) {
+    return withMemory([&] { return backUp(repository, backup, between(isWanted, 0, 1), summary); });
+}
+
+CaError restoreRepository(const QString& backup, const QString& repository,
+                          const IsWanted& isWanted, QString& summary, const FileRights& rights) {
+    return withMemory(
+        [&] { return restore(backup, repository, between(isWanted, 0, 1), rights, summary); });
 }
 
 } // namespace vlr

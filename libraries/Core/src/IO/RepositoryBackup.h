@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Error/CaError.h"
+#include "File/PrivateFile.h"
 
 #include <QtCore/QString>
 
@@ -31,10 +32,11 @@ VLR_CORE_EXPORT CaError backUpRepository(const QString& repository, const QStrin
 /// backup is checked: that it is whole, of this program and not newer, and that its content has the
 /// checksum that it had. The repository that was there is kept beside its place under the name
 /// "<name>.replaced-<date and time>", with what lies beside it; `summary` names it. An error where
-/// another program has the repository open. After an error the old repository is where it was.
+/// another program has the repository open. After an error the old repository is where it was. What
+/// is made has the `rights`: those of patientDataRights(), which the GUI thread knows.
 VLR_CORE_EXPORT CaError restoreRepository(const QString& backup, const QString& repository,
                                           const std::function<bool(double)>& isWanted,
-                                          QString& summary);
+                                          QString& summary, const FileRights& rights = {});
 
 /// The id of the error of a cancelled work, "Backup::cancelled".
 extern VLR_CORE_EXPORT const char* const backupCancelledError;

@@ -29,7 +29,7 @@ QMap<QString, QString> expectedTables(const QString& more) {
     QMap<QString, QString> tables;
     for (const QString& statement : RepositorySchema::statements() + QStringList{more})
         if (!statement.isEmpty())
-            tables.insert(nameIn(statement), asKept(statement));
+            tables.insert(nameIn(statement), statement);
     return tables;
 }
 
@@ -39,20 +39,27 @@ struct Entry {
     QString sql;
 };
 
+// As SQLite makes them.
+bool areStatistics(const QString& sql) {
+    return sql == QLatin1String("CREATE TABLE sqlite_stat1(tbl,idx,stat)") ||
+           sql == QLatin1String("CREATE TABLE sqlite_stat4(tbl,idx,neq,nlt,ndlt,sample)");
+}
+
 // What is wrong with the entry of the file's table of contents, or nothing.
 QString problemOf(const Entry& entry, const QMap<QString, QString>& expected) {
     // SQLite makes these by itself, for the keys.
     if (entry.type == QLatin1String("index") &&
         entry.name.startsWith(QLatin1String("sqlite_autoindex_")) && entry.sql.isEmpty())
         return {};
-    if (entry.type == QLatin1String("table") && entry.name.startsWith(QLatin1String("sqlite_stat")))
+    // Whoever tends the file may have had statistics of it made. They are not read.
+    if (entry.type == QLatin1String("table") && areStatistics(entry.sql))
         return {};
     if (entry.name == nameIn(RepositorySchema::backupStatement()) && !expected.contains(entry.name))
         return QStringLiteral("it is a backup, which has to be restored first");
     const QString what = entry.type + QStringLiteral(" \"") + entry.name + QLatin1Char('"');
     if (entry.type != QLatin1String("table") || !expected.contains(entry.name))
         return QStringLiteral("it holds the ") + what;
-    return entry.sql.simplified() == expected.value(entry.name)
+    return RepositorySchema::isKept(entry.sql, expected.value(entry.name))
                ? QString()
                : QStringLiteral("its ") + what + QStringLiteral(" is another one");
 }
@@ -113,10 +120,14 @@ const QString& RepositorySchema::backupStatement() {
     return statement;
 }
 
+bool RepositorySchema::isKept(const QString& sql, const QString& statement) {
+    return sql.simplified() == asKept(statement);
+}
+
 CaError RepositorySchema::check(SqliteDatabase& database, int& fileVersion, const QString& more) {
     fileVersion = 0;
     QMap<QString, QString> expected = expectedTables(more);
-    expected.insert(nameIn(chainStatement()), asKept(chainStatement()));
+    expected.insert(nameIn(chainStatement()), chainStatement());
     QString problem;
     bool hasRepository = false;
     int count = 0;

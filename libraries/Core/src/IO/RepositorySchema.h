@@ -17,6 +17,9 @@ struct RepositorySchema {
     static const QStringList& statements();
     /// That of the table in which a file keeps its chain of changes; see SqliteChain.
     static const QString& chainStatement();
+    /// Whether the file's table of contents has the statement for the table as SQLite keeps it. A
+    /// table may compute what it gives, so that one with the right name and columns is not enough.
+    static bool isKept(const QString& sql, const QString& statement);
 
     /// Says by an error what is in the file that a repository does not consist of, or what it
     /// lacks: somebody's view in place of a table, a trigger, a table with other columns. An empty

@@ -2,6 +2,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 #include <QtCore/QUrlQuery>
@@ -178,6 +179,29 @@ std::string ServerAddress::whyUnprotected() const {
     if (protection == QLatin1String("require"))
         return where + " is not safe: the server is not checked (sslmode=require).";
     return where + " is not safe: nothing is encrypted (sslmode=disable).";
+}
+
+QString ServerAddress::irregularFile() const {
+    if (protection == QLatin1String("disable"))
+        return {};
+    const struct {
+        QString named;
+        const char* variable;
+        const char* usual;
+    } files[] = {{rootCertificates, "PGSSLROOTCERT", "root.crt"},
+                 {certificate, "PGSSLCERT", "postgresql.crt"},
+                 {key, "PGSSLKEY", "postgresql.key"},
+                 {QString(), "PGSSLCRL", "root.crl"}};
+    const QString folder = QDir::homePath() + QStringLiteral("/.postgresql/");
+    for (const auto& file : files) {
+        const QString variable = QFile::decodeName(qgetenv(file.variable));
+        const QFileInfo info(!file.named.isEmpty() ? file.named
+                             : !variable.isEmpty() ? variable
+                                                   : folder + QLatin1String(file.usual));
+        if (info.exists() && !info.isFile())
+            return info.filePath();
+    }
+    return {};
 }
 
 QString ServerAddress::connectOptions() const {

@@ -44,6 +44,9 @@ struct VLR_CORE_EXPORT ServerAddress {
     /// What somebody on the network can do since the URL asks for less than "verify-full"; empty
     /// where all is well.
     std::string whyUnprotected() const;
+    /// Which of the files that TLS reads, named or at their usual places, is no regular one, so
+    /// that reading it might never end. Empty where all is well.
+    QString irregularFile() const;
     /// For the driver: everything but host, port, user, password and database, each value quoted.
     /// A password of the environment or of a password file is kept back where it would be sent
     /// through the network without TLS.

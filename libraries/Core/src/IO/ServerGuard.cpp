@@ -4,8 +4,10 @@
 #include <fcntl.h>
 #include <linux/tcp.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace vlr {
@@ -41,6 +43,11 @@ bool isConnectedTo(int port, int socket) {
     socklen_t size = sizeof peer;
     if (getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) != 0)
         return false;
+    if (peer.ss_family == AF_UNIX) {
+        const auto* const local = reinterpret_cast<const sockaddr_un*>(&peer);
+        const QByteArray path(local->sun_path, qstrnlen(local->sun_path, sizeof local->sun_path));
+        return path.endsWith("/.s.PGSQL." + QByteArray::number(port));
+    }
     // Both kinds of address have the port at the same place.
     const bool isInternet = peer.ss_family == AF_INET || peer.ss_family == AF_INET6;
     return isInternet && ntohs(reinterpret_cast<const sockaddr_in*>(&peer)->sin_port) == port;
@@ -60,7 +67,8 @@ std::mutex& oneOpens() {
 
 } // namespace
 
-ServerGuard::ServerGuard(int port) : m_port(port), m_thread(&ServerGuard::run, this) {}
+ServerGuard::ServerGuard(int port, std::chrono::milliseconds patience)
+    : m_port(port), m_patience(patience), m_thread(&ServerGuard::run, this) {}
 
 ServerGuard::~ServerGuard() {
     {
@@ -140,6 +148,14 @@ qint64 ServerGuard::sent() const {
     return bytes;
 }
 
+// All that a local socket tells of what comes; it counts nothing.
+bool ServerGuard::hasUnread() const {
+    return std::any_of(m_sockets.begin(), m_sockets.end(), [](int socket) {
+        int bytes = 0;
+        return ioctl(socket, FIONREAD, &bytes) == 0 && bytes > 0;
+    });
+}
+
 // A descriptor of our own stays the connection's whatever the driver does with its own.
 void ServerGuard::findSockets() {
     if (!m_isOpening)
@@ -164,13 +180,14 @@ void ServerGuard::look() {
     findSockets();
     const auto now = std::chrono::steady_clock::now();
     const qint64 moved = received() + sent();
-    if (moved > m_moved && !(m_isOpening && m_moved >= 0)) // Opening has a time for all of it.
+    if ((moved > m_moved || hasUnread()) &&
+        !(m_isOpening && m_moved >= 0)) // Opening has a time for all of it.
         m_movedAt = now;
     m_moved = std::max(moved, m_moved);
     if (received() - m_before > m_limit)
         cutLocked(QStringLiteral("the answer is too long: the server sends more than %1 bytes")
                       .arg(m_limit));
-    else if (now - m_movedAt > patience)
+    else if (now - m_movedAt > m_patience)
         cutLocked(QStringLiteral("the server does not answer"));
 }
 

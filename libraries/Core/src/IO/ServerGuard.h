@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vlrCoreExport.h"
+
 #include <QtCore/QSet>
 #include <QtCore/QString>
 
@@ -23,15 +25,15 @@ namespace vlr {
 ///     const ServerGuard::Watch watch(&guard, 1 << 20);
 ///     query.exec(...);                // at most 1 MiB comes, and soon
 ///
-/// TCP only: who answers at a local socket belongs to this machine.
-class ServerGuard {
+/// At a local socket only silence is noticed: how much comes nobody counts there.
+class VLR_CORE_EXPORT ServerGuard {
 public:
     /// Longest silence of a server that is to answer, and longest time for all of opening.
-    static constexpr std::chrono::seconds patience{60};
+    static constexpr std::chrono::seconds usualPatience{60};
     /// Bytes that belong to opening a connection, or to a command without an answer.
     static constexpr qint64 few = 1 << 20;
 
-    explicit ServerGuard(int port);
+    explicit ServerGuard(int port, std::chrono::milliseconds patience = usualPatience);
     ~ServerGuard();
     ServerGuard(const ServerGuard&) = delete;
     ServerGuard& operator=(const ServerGuard&) = delete;
@@ -75,10 +77,12 @@ private:
     void cutLocked(const QString& reason);
     qint64 received() const;
     qint64 sent() const;
+    bool hasUnread() const;
 
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;
     int m_port;
+    std::chrono::milliseconds m_patience;
     std::vector<int> m_sockets; // Descriptors of our own for the connection.
     QSet<quint64> m_others;     // Sockets that were there before.
     bool m_isOpening = false;

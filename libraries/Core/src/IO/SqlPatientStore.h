@@ -52,6 +52,7 @@ private:
     CaError connectToServer();
     CaError checkRelations();
     CaError checkUrl() const;
+    CaError checkFiles() const;
     CaError openFile();
     CaError lookAtFile();
     CaError openFileForWriting();

@@ -1,5 +1,6 @@
 // A repository that is read for a check, and left as it is.
 
+#include "IO/RepositoryFiles.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
 #include "IO/SqliteDatabase.h"
@@ -57,6 +58,9 @@ CaError SqlPatientStore::lookAtFile() {
     const OpeningLock opening(m_path);
     if (opening.isTaken())
         return failure(QStringLiteral("another program is opening it"));
+    error = checkFiles();
+    if (error != CaError::nullError)
+        return error;
     m_look = std::make_unique<SqliteLook>(m_path);
     if (!m_look->problem().isEmpty())
         return failure(m_look->problem());

@@ -1,5 +1,6 @@
 #include "File/PrivateFile.h"
 #include "Files/PatientFile.h"
+#include "IO/RepositoryFiles.h"
 #include "IO/RepositorySchema.h"
 #include "IO/SqlPatientStore.h"
 #include "IO/SqliteDatabase.h"
@@ -19,9 +20,6 @@ namespace {
 
 // The advisory lock on a server under which the tables are made; any number that stays the same.
 constexpr int lockOfTheTables = 1668246642;
-
-// No entry in the table of contents of a database file of this program is longer.
-constexpr qint64 longestEntry = 64 << 10;
 
 } // namespace
 
@@ -43,6 +41,9 @@ CaError SqlPatientStore::addDatabase(const QString& driver) {
 // The driver gets what it quotes by itself, and the rest as options. It asks the server by itself
 // when it opens the connection, which is watched as well.
 CaError SqlPatientStore::connectToServer() {
+    const QString irregular = m_address.irregularFile();
+    if (!irregular.isEmpty())
+        return failure(QStringLiteral("\"%1\" is not a regular file").arg(irregular));
     m_database.setHostName(m_address.host);
     m_database.setPort(m_address.port);
     m_database.setUserName(m_address.user);
@@ -118,6 +119,12 @@ CaError SqlPatientStore::checkUrl() const {
     return CaError::nullError;
 }
 
+// To be called before anything of it is opened.
+CaError SqlPatientStore::checkFiles() const {
+    const QString problem = whyNotOpened(m_url.path());
+    return problem.isEmpty() ? CaError::nullError : failure(problem);
+}
+
 CaError SqlPatientStore::openFile() {
     CaError error = checkUrl();
     if (error != CaError::nullError)
@@ -132,6 +139,10 @@ CaError SqlPatientStore::openFile() {
     const OpeningLock opening(m_path);
     if (opening.isTaken())
         return failure(QStringLiteral("another program is opening it"));
+    removeSecondNames(m_path);
+    error = checkFiles();
+    if (error != CaError::nullError)
+        return error;
     error = openFileForWriting();
     if (error != CaError::nullError && file.size() > 0)
         error = openFileForReading(error);
@@ -181,10 +192,10 @@ CaError SqlPatientStore::checkFile() {
     if (!m_handle)
         return failure(QStringLiteral("the database driver brings an SQLite of its own"));
     SqliteDatabase file(m_handle, m_path);
+    file.distrust();
+    const SqliteBounds bounds(file);
     if (m_look && file.lookOnly() != CaError::nullError)
         return failure(QStringLiteral("it cannot be looked at without changing it"));
-    file.distrust();
-    const ValueLimit limit(*this, longestEntry);
     int version = 0;
     const CaError error = RepositorySchema::check(file, version);
     if (error != CaError::nullError)

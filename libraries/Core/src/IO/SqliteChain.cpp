@@ -1,6 +1,7 @@
 #include "IO/SqliteChain.h"
 
 #include "Files/DurableFile.h"
+#include "IO/RepositorySchema.h"
 #include "IO/SqliteDatabase.h"
 #include "Log/vlrLog.h"
 
@@ -19,7 +20,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace vlr {
 
@@ -49,6 +49,7 @@ std::optional<Chain> chainOf(const QString& path) {
     if (SqliteDatabase::open(path, SqliteDatabase::Mode::AsItLies, database) != CaError::nullError)
         return std::nullopt;
     database->distrust();
+    const SqliteBounds bounds(*database);
     Chain chain;
     int links = 0;
     CaError error = database->rows("PRAGMA page_count", [&](const SqliteRow& row) {
@@ -57,12 +58,13 @@ std::optional<Chain> chainOf(const QString& path) {
     });
     if (error != CaError::nullError)
         return std::nullopt;
-    error = database->rows("SELECT rootpage FROM sqlite_master WHERE name = 'chain' "
-                           "AND type = 'table' AND sql LIKE 'CREATE TABLE %'",
-                           [&](const SqliteRow& row) {
-                               chain.page = static_cast<quint32>(row.number(0));
-                               return true;
-                           });
+    error = database->rows(
+        "SELECT rootpage, sql FROM sqlite_master WHERE name = 'chain' AND type = 'table' LIMIT 2",
+        [&](const SqliteRow& row) {
+            if (RepositorySchema::isKept(row.text(1), RepositorySchema::chainStatement()))
+                chain.page = static_cast<quint32>(row.number(0));
+            return true;
+        });
     if (error == CaError::nullError && chain.page > 0)
         error = database->rows("SELECT previous, current FROM chain LIMIT 2",
                                [&](const SqliteRow& row) {
@@ -159,12 +161,6 @@ std::optional<Link> linkOn(const QByteArray& page) {
     return reader.isGood() && areNumbers ? std::make_optional(link) : std::nullopt;
 }
 
-// A committed transaction.
-struct Commit {
-    std::vector<Link> links; // those it wrote; none where a former release did
-    quint32 pages = 0;       // that the file has behind it
-};
-
 constexpr int headerSize = 32;
 constexpr int frameHeaderSize = 24;
 
@@ -172,55 +168,106 @@ quint32 bigEndian(const QByteArray& bytes, int position) {
     return qFromBigEndian<quint32>(bytes.constData() + position);
 }
 
-bool isHeader(const QByteArray& header) {
-    constexpr quint32 magic = 0x377f0682;
-    const quint32 pageSize = header.size() == headerSize ? bigEndian(header, 8) : 0;
-    return pageSize >= 512 && pageSize <= 65536 && (pageSize & (pageSize - 1)) == 0 &&
-           (bigEndian(header, 0) & ~1U) == magic;
-}
-
-// The transactions in the file of recent changes, in their order. Frames of former rounds, which
-// have other salts, follow them. None where SQLite will take nothing from it.
-std::vector<Commit> commitsIn(const QString& wal, quint32 chainPage) {
-    std::vector<Commit> commits;
-    QFile file(wal);
-    QByteArray header;
-    if (file.open(QIODevice::ReadOnly))
-        header = file.read(headerSize);
-    if (!isHeader(header))
-        return commits;
-    const int pageSize = static_cast<int>(bigEndian(header, 8));
-    Commit open;
-    for (;;) {
-        const QByteArray frame = file.read(frameHeaderSize);
-        if (frame.size() < frameHeaderSize || frame.mid(8, 8) != header.mid(16, 8))
-            return commits;
-        // What is no link is another table's page, and of another file.
-        if (bigEndian(frame, 0) == chainPage)
-            open.links.push_back(linkOn(file.read(pageSize)).value_or(Link{}));
-        else if (!file.seek(file.pos() + pageSize))
-            return commits;
-        open.pages = bigEndian(frame, 4);
-        if (open.pages == 0)
-            continue;
-        commits.push_back(open);
-        open = {};
+// Over the words of the file of recent changes, each in the byte order that it begins with.
+class Checksum {
+public:
+    explicit Checksum(bool isBigEndian) : m_isBigEndian(isBigEndian) {}
+    void add(const QByteArray& bytes) {
+        for (int i = 0; i + 8 <= bytes.size(); i += 8) {
+            m_first += word(bytes, i) + m_second;
+            m_second += word(bytes, i + 4) + m_first;
+        }
     }
-}
+    [[nodiscard]] bool isAt(const QByteArray& bytes, int position) const {
+        return m_first == bigEndian(bytes, position) && m_second == bigEndian(bytes, position + 4);
+    }
 
-bool isForeign(const Chain& chain, const std::vector<Commit>& commits) {
+private:
+    [[nodiscard]] quint32 word(const QByteArray& bytes, int position) const {
+        const char* const at = bytes.constData() + position;
+        return m_isBigEndian ? qFromBigEndian<quint32>(at) : qFromLittleEndian<quint32>(at);
+    }
+
+    bool m_isBigEndian;
+    quint32 m_first = 0;
+    quint32 m_second = 0;
+};
+
+// The frames in the file of recent changes, in their order, up to where SQLite will take nothing
+// more from it: those of former rounds, which have other salts, follow them, and a file may have a
+// size without having a content.
+class WalReader {
+public:
+    explicit WalReader(const QString& wal) : m_file(wal), m_checksum(false) {
+        if (m_file.open(QIODevice::ReadOnly))
+            m_header = m_file.read(headerSize);
+        m_isGood = readHeader();
+    }
+
+    bool next() {
+        m_frame = m_isGood ? m_file.read(frameHeaderSize) : QByteArray();
+        m_page = m_isGood ? m_file.read(m_pageSize) : QByteArray();
+        m_isGood = m_frame.size() == frameHeaderSize && m_page.size() == m_pageSize &&
+                   number() != 0 && m_frame.mid(8, 8) == m_header.mid(16, 8);
+        if (!m_isGood)
+            return false;
+        m_checksum.add(m_frame.left(8));
+        m_checksum.add(m_page);
+        m_isGood = m_checksum.isAt(m_frame, 16);
+        return m_isGood;
+    }
+    [[nodiscard]] quint32 number() const { return bigEndian(m_frame, 0); }
+    [[nodiscard]] const QByteArray& page() const { return m_page; }
+    // Of the file behind the transaction that ends here; 0 where it goes on.
+    [[nodiscard]] quint32 pages() const { return bigEndian(m_frame, 4); }
+
+private:
+    bool readHeader() {
+        constexpr quint32 magic = 0x377f0682;
+        if (m_header.size() != headerSize || (bigEndian(m_header, 0) & ~1U) != magic)
+            return false;
+        const quint32 size = bigEndian(m_header, 8);
+        m_pageSize = static_cast<int>(size);
+        m_checksum = Checksum((bigEndian(m_header, 0) & 1U) != 0);
+        m_checksum.add(m_header.left(24));
+        return size >= 512 && size <= 65536 && (size & (size - 1)) == 0 &&
+               m_checksum.isAt(m_header, 24);
+    }
+
+    QFile m_file;
+    QByteArray m_header;
+    QByteArray m_frame;
+    QByteArray m_page;
+    Checksum m_checksum;
+    int m_pageSize = 0;
+    bool m_isGood = false;
+};
+
+// Only what is committed counts.
+bool isForeign(const Chain& chain, const QString& wal) {
     const qint64 state = chain.link.current;
+    bool hasCommits = false;
     bool isFirst = true;
-    for (const Commit& commit : commits)
-        for (const Link& link : commit.links) {
-            if (isFirst && link.previous == state)
-                return false;
-            // A checkpoint that was cut off has brought the size as well.
-            if (link.current == state && commit.pages == chain.pages)
-                return false;
+    bool follows = false;  // The first link comes behind the state of the file.
+    bool hasState = false; // A link of the transaction at hand is that state.
+    WalReader reader(wal);
+    while (reader.next()) {
+        if (reader.number() == chain.page) {
+            // What is no link is another table's page, and of another file.
+            const Link link = linkOn(reader.page()).value_or(Link{});
+            follows = follows || (isFirst && link.previous == state);
+            hasState = hasState || link.current == state;
             isFirst = false;
         }
-    return !commits.empty();
+        if (reader.pages() == 0)
+            continue;
+        // A checkpoint that was cut off has brought the size as well.
+        if (follows || (hasState && reader.pages() == chain.pages))
+            return false;
+        hasCommits = true;
+        hasState = false;
+    }
+    return hasCommits;
 }
 
 // --- who else is there
@@ -299,18 +346,13 @@ bool SqliteUse::isInUse(const QString& path) {
     return isInUseHere(path) || isUsedElsewhere(path);
 }
 
-QString realFile(const QString& path) {
-    const QString real = QFileInfo(path).canonicalFilePath();
-    return real.isEmpty() ? path : real;
-}
-
 bool SqliteChain::isForeignWal(const QString& path) {
     const QString wal = path + QStringLiteral("-wal");
     const QFileInfo info(wal);
     if (!info.isFile() || info.size() <= headerSize || SqliteUse::isInUse(path))
         return false;
     const auto chain = chainOf(path);
-    return chain && isForeign(*chain, commitsIn(wal, chain->page));
+    return chain && isForeign(*chain, wal);
 }
 
 CaError SqliteChain::setForeignWalAside(const QString& path) {

@@ -69,7 +69,4 @@ private:
     std::pair<quint64, quint64> m_file; // Device and inode.
 };
 
-/// The file behind the path, whatever links lead there: what SQLite writes beside it lies there.
-QString realFile(const QString& path);
-
 } // namespace vlr

@@ -4,6 +4,7 @@
 #include <QtCore/QUrl>
 
 #include <algorithm>
+#include <ctime>
 #include <sqlite3.h>
 #include <utility>
 
@@ -17,10 +18,25 @@ namespace {
 
 constexpr int patience = 5000; // milliseconds
 constexpr int pagesAtOnce = 256;
+constexpr int stepsAtOnce = 1000; // Less than a millisecond.
 
 CaError databaseError(const QString& name, const std::string& reason,
                       const char* id = "SqliteDatabase::failed") {
     return CaError(id, '"' + name.toStdString() + "\": " + reason + '.');
+}
+
+// Whatever a file holds as statistics, SQLite would run it.
+int forbidStatistics(void* /*unused*/, int action, const char* table, const char* /*column*/,
+                     const char* /*database*/, const char* /*view*/) {
+    const bool isAboutThem =
+        action == SQLITE_READ && table && sqlite3_strnicmp(table, "sqlite_stat", 11) == 0;
+    return isAboutThem ? SQLITE_DENY : SQLITE_OK;
+}
+
+std::chrono::nanoseconds computed() {
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 } // namespace
@@ -41,6 +57,11 @@ QByteArray SqliteRow::bytes(int column) const {
     const void* bytes = sqlite3_column_blob(m_statement, column);
     return QByteArray::fromRawData(static_cast<const char*>(bytes),
                                    sqlite3_column_bytes(m_statement, column));
+}
+
+QString SqliteRow::text(int column) const {
+    const QByteArray all = bytes(column); // By itself it would end at the first NUL.
+    return QString::fromUtf8(all.constData(), all.size());
 }
 
 char SqliteRow::kind(int column) const {
@@ -90,6 +111,9 @@ CaError SqliteDatabase::failure() const {
     const char* const text = sqlite3_errmsg(m_handle);
     if (code == SQLITE_BUSY || code == SQLITE_LOCKED)
         return databaseError(m_name, text, lockedError);
+    if (code == SQLITE_INTERRUPT)
+        return databaseError(m_name, "it takes too long to be understood, or was interrupted",
+                             cancelledError);
     if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB)
         return databaseError(m_name, text, damagedError);
     return databaseError(m_name, text);
@@ -103,12 +127,13 @@ CaError SqliteDatabase::rows(const char* sql, const std::function<bool(const Sql
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(m_handle, sql, -1, &statement, nullptr) != SQLITE_OK)
         return failure();
+    // Also where there is not enough memory for a row.
+    const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> owner(statement,
+                                                                           &sqlite3_finalize);
     int code = sqlite3_step(statement);
     while (code == SQLITE_ROW && take(SqliteRow(statement)))
         code = sqlite3_step(statement);
-    const CaError error = code == SQLITE_ROW || code == SQLITE_DONE ? CaError() : failure();
-    sqlite3_finalize(statement);
-    return error;
+    return code == SQLITE_ROW || code == SQLITE_DONE ? CaError() : failure();
 }
 
 void SqliteDatabase::distrust() {
@@ -116,6 +141,7 @@ void SqliteDatabase::distrust() {
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_set_authorizer(m_handle, &forbidStatistics, nullptr);
 }
 
 CaError SqliteDatabase::lookOnly() {
@@ -141,6 +167,23 @@ CaError SqliteDatabase::copyTo(SqliteDatabase& target,
     if (code == SQLITE_OK)
         return CaError(cancelledError, "The copy was cancelled.");
     return result == SQLITE_OK ? databaseError(m_name, sqlite3_errstr(code)) : target.failure();
+}
+
+SqliteBounds::SqliteBounds(SqliteDatabase& database, std::function<bool()> isWanted, int bytes,
+                           std::chrono::nanoseconds time)
+    : m_handle(database.m_handle), m_isWanted(std::move(isWanted)),
+      m_formerBytes(sqlite3_limit(m_handle, SQLITE_LIMIT_LENGTH, bytes)), m_end(computed() + time) {
+    sqlite3_progress_handler(m_handle, stepsAtOnce, &isOver, this);
+}
+
+SqliteBounds::~SqliteBounds() {
+    sqlite3_progress_handler(m_handle, 0, nullptr, nullptr);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_LENGTH, m_formerBytes);
+}
+
+int SqliteBounds::isOver(void* bounds) {
+    const auto* const own = static_cast<const SqliteBounds*>(bounds);
+    return computed() > own->m_end || (own->m_isWanted && !own->m_isWanted()) ? 1 : 0;
 }
 
 } // namespace vlr
