@@ -11,6 +11,7 @@
 #include <QtSql/QSqlQuery>
 
 #include <csignal>
+#include <optional>
 
 using namespace vlrTest;
 
@@ -293,7 +294,8 @@ TEST_F(AppBaseTest, AnExitKeepsTheChangesThatItCannotStoreAndSaysSo) {
         const char* said;
     } cases[] = {{false, "", ""},
                  {true, "", "\"1\" could not be stored. They are kept in "},
-                 {true, "nowhere:", "\"1\\u200B\" could not be stored. They are kept in "}};
+                 {true, "nowhere:", "\"1\\u200B\" could not be stored. They are kept in "},
+                 {true, "full", "\"1\" could not be stored and are lost"}};
     for (const auto& one : cases) {
         AppBase& application = app();
         const auto patient = storePatient("1");
@@ -311,16 +313,24 @@ TEST_F(AppBaseTest, AnExitKeepsTheChangesThatItCannotStoreAndSaysSo) {
                 box.accept();
             });
         }
-        if (*one.repository) {
+        const bool isFull = one.repository == "full"s;
+        if (isFull) {
+            expectLog(LogLevel::Error, "AppBaseImpl::run(): Could not store configuration");
+        } else if (*one.repository) {
             patient->setPatientId(QString::fromUtf8("1\u200b")); // As a former release took it.
             ASSERT_TRUE(vlr::Settings::set(setting, one.repository).isNull());
         }
         QTimer::singleShot(0, &application, [&] { application.exitApplication(); });
-        EXPECT_EQ(application.run(), 0);
+        {
+            std::optional<FullDisk> fullDisk;
+            if (isFull)
+                fullDisk.emplace();
+            EXPECT_EQ(application.run(), 0);
+        }
         EXPECT_EQ(isTold, one.isChanged);
         endApp();
         const QStringList waiting = vlr::waitingRecoveries();
-        EXPECT_EQ(waiting.size(), one.isChanged ? 1 : 0);
+        EXPECT_EQ(waiting.size(), one.isChanged && !isFull ? 1 : 0);
         for (const QString& file : waiting) {
             vlr::Recovery recovery;
             ASSERT_EQ(vlr::readRecovery(file, recovery), CaError::nullError);

@@ -1,5 +1,6 @@
 // Holds the sources against the rooms that ARCHITECTURE.md shows.
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -7,6 +8,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -159,8 +161,12 @@ protected:
     std::vector<std::string> complaints() { return complaintsAbout(m_root); }
 
 private:
-    const fs::path m_root = fs::path(testing::TempDir()) /
-                            testing::UnitTest::GetInstance()->current_test_info()->name();
+    static fs::path makeFolder() {
+        std::string name = testing::TempDir() + "structure-XXXXXX";
+        return mkdtemp(name.data()) ? name : throw std::runtime_error("no temporary folder");
+    }
+
+    const fs::path m_root = makeFolder();
 };
 
 using testing::ElementsAre;

@@ -49,6 +49,8 @@ Data::Data(const QString& id) : m_id(id) {}
 Data::Data(const Data& other)
     : CaSubject(other), m_id(other.m_id), m_unreadAttributes(other.m_unreadAttributes) {}
 
+// An id that is given to itself stays.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): see above
 Data& Data::operator=(const Data& other) {
     setId(other.m_id);
     return *this;

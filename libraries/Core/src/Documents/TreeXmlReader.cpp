@@ -206,7 +206,7 @@ private:
             return;
         if (!std::exchange(m_isInDocument, true))
             startDocument(name, attributes);
-        else if (m_isInLeaf)
+        else if (m_isInLeaf) // NOLINT(bugprone-branch-clone): nothing may stand in a leaf
             refuseElement(name);
         else if (name == "data")
             startNode(attributes);

@@ -21,8 +21,7 @@ namespace {
 
 // As file systems of sticks and some of networks do, or the system for another user's file.
 bool knowsNoLinks(int error) {
-    return error == EPERM || error == ENOTSUP || error == EOPNOTSUPP || error == EMLINK ||
-           error == ENOSYS;
+    return error == EPERM || error == ENOTSUP || error == EMLINK || error == ENOSYS;
 }
 
 int copyBytes(int from, int to) {

@@ -34,6 +34,7 @@ CaSubject::CaSubject() : m_attachments(std::make_shared<Attachments>()) {}
 
 CaSubject::CaSubject(const CaSubject&) : CaSubject() {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is taken over
 CaSubject& CaSubject::operator=(const CaSubject&) {
     return *this;
 }

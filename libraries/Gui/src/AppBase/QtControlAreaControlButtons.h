@@ -22,7 +22,7 @@ class QVBoxLayout;
 /// whose layout was never stored is drawn empty and applies nothing. A press during which the
 /// module changes or the column is hidden does neither, and so does one on a button that goes.
 ///
-/// QuadViewGeometry::Extents are per-mille of the quad view, in pane order 0 to 3. The column is
+/// Sizes are per-mille of the quad view, in pane order 0 to 3. The column is
 /// hidden while the quad view is locked.
 class VLR_GUI_EXPORT QtControlAreaControlButtons : public QWidget {
     Q_OBJECT

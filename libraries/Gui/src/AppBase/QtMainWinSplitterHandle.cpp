@@ -9,6 +9,7 @@
 
 #include <QtCore/QEvent>
 #include <QtWidgets/QFrame>
+#include <QtWidgets/QMainWindow>
 #include <QtWidgets/QScrollArea>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QToolButton>
@@ -139,7 +140,7 @@ void QtMainWinSplitterHandle::followViews() {
     }
     QWidget* const top = window();
     const bool isInSight = viewer && viewer->window() == top && viewer->isVisibleTo(top);
-    m_presetArea->setVisible(isInSight || !top->inherits("QtAppMainWindow"));
+    m_presetArea->setVisible(isInSight || !qobject_cast<QMainWindow*>(top));
 }
 
 bool QtMainWinSplitterHandle::eventFilter(QObject* watched, QEvent* event) {

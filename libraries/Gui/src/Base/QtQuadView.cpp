@@ -144,7 +144,10 @@ QWidget* QtQuadView::getView(int index) {
 }
 
 QAction* QtQuadView::layoutAction(LayoutCommand command) const {
-    return m_commands->action(static_cast<LayoutCommands::Command>(command));
+    using Own = LayoutCommands::Command;
+    return m_commands->action(command == LayoutCommand::Undo       ? Own::Undo
+                              : command == LayoutCommand::Equalize ? Own::Equalize
+                                                                   : Own::ToggleMaximized);
 }
 
 int QtQuadView::getCurrentView() {

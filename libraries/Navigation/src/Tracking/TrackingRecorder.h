@@ -23,7 +23,7 @@ class BackgroundWriter;
 ///
 /// The disk is written in a thread of its own: listening never waits for it. What a power failure
 /// takes are the last 5 seconds: so often the file is synchronised, and when it is closed. The file
-/// is for its user alone, or for the group of patients' data too (IO/PatientFile.h).
+/// is for its user alone, or for the group of patients' data too (Files/PatientFile.h).
 class VLR_NAVIGATION_EXPORT TrackingRecorder : public TrackingListener {
 public:
     static constexpr qint64 defaultLimit = qint64(1) << 30; ///< Bytes.

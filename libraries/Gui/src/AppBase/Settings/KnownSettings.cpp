@@ -2,8 +2,6 @@
 
 #include "Settings/SettingKey.h"
 
-#include "Settings/SettingKey.h"
-
 #include <QtCore/QCoreApplication>
 
 #include <algorithm>
