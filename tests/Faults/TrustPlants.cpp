@@ -5,7 +5,7 @@
 #include "Storer.h"
 #include "Trust.h"
 
-#include "AppBase/SplashScreen.h"
+#include "AppBase/Dialogs/SplashScreen.h"
 #include "Files/PatientFile.h"
 #include "IO/DataIOManager.h"
 #include "IO/PatientStore.h"
