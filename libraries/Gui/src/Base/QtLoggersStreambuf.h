@@ -9,9 +9,7 @@
 
 /// Collects what a stream writes and says when the stream is flushed. The buffer of the log
 /// widgets; GUI thread only.
-class VLR_GUI_EXPORT __QtLoggersStreambuf
-    : public QObject,
-      public std::stringbuf {
+class VLR_GUI_EXPORT __QtLoggersStreambuf : public QObject, public std::stringbuf {
     Q_OBJECT
 
 public:
