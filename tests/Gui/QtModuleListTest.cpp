@@ -182,6 +182,16 @@ TEST_F(QtModuleListTest, ALaterRequestWinsOverTheOneItInterrupts) {
     EXPECT_EQ(take(calls), "m2 deactivate, m0 getMainWidget, m0 activate");
 }
 
+TEST_F(QtModuleListTest, AReplayTellsTheStateToThoseWhoCameLate) {
+    addModules(3);
+    list->disableModule(1);
+    list->activate(2);
+    events.clear();
+    list->generateEvents();
+    EXPECT_EQ(takeEvents(), "registered m0 0, registered m1 1, disabled m1 1, registered m2 2, "
+                            "activated m2 2, proxy m2");
+}
+
 TEST_F(QtModuleListTest, WhatIsAskedForMeanwhileComesWhenAllHaveHeardWhatIsTrue) {
     addModules(4);
     const auto asking = [this](auto signal, int asked, const std::function<void()>& change) {

@@ -105,6 +105,7 @@ TEST_F(TrackingModuleTest, TipsAreMeasuredFromTheBaseWhileItIsSeen) {
     EXPECT_THAT(text("tipsTitle"), HasSubstr("reference base"));
     EXPECT_EQ(text("tipPointer"), "10.5, -19.2, 1.0");
     EXPECT_EQ(text("tipDrill"), "not seen");
+    EXPECT_EQ(text("namePointer") + text("nameDrill"), "PointerDrill");
     // Turned by a right angle about z: what lay along x of the camera lies along -y of the base.
     std::vector<Vector3d> turned;
     const CaTool* const base = session().reference()->getRigidBody();

@@ -116,6 +116,7 @@ QGridLayout* TrackingModule::createTips() {
         position->setObjectName(QStringLiteral("tip") + tip.instrument);
         position->setAlignment(Qt::AlignRight);
         auto* name = new QLabel;
+        name->setObjectName(QStringLiteral("name") + tip.instrument);
         name->setTextFormat(Qt::PlainText);
         name->setText(tip.instrument);
         grid->addWidget(name, row, 0);
