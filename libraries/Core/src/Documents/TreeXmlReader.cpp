@@ -206,8 +206,8 @@ private:
             return;
         if (!std::exchange(m_isInDocument, true))
             startDocument(name, attributes);
-        else if (m_isInLeaf) // NOLINT(bugprone-branch-clone): nothing may stand in a leaf
-            refuseElement(name);
+        else if (m_isInLeaf)
+            refuseElement(name); // NOLINT(bugprone-branch-clone): nothing may stand in a leaf
         else if (name == "data")
             startNode(attributes);
         else if (name == "attribute" && !m_open.empty())
