@@ -212,8 +212,10 @@ TEST_F(SettingsEditorTest, CommandsAreEnabledWhereTheyDoSomething) {
 
     search()->setText(text("nothing of the kind"));
     EXPECT_THAT(told(), HasSubstr("Nothing found"));
+    EXPECT_FALSE(view->currentIndex().isValid());
     search()->setText(title);
     EXPECT_THAT(told(), HasSubstr("1 found"));
+    EXPECT_EQ(view->currentIndex().data(SettingsModel::KeyRole).toString(), title);
     search()->setFocus();
     QTest::keyClick(search(), Qt::Key_Down);
     EXPECT_EQ(dialog->focusWidget(), view);
