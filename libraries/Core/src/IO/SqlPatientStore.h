@@ -44,7 +44,12 @@ public:
                       const QByteArray& bytes) override;
 
 private:
+    using Step = CaError (SqlPatientStore::*)();
+
     explicit SqlPatientStore(const QString& url);
+    /// The store of the URL after the step for a file or for a server; null after its error.
+    static std::unique_ptr<PatientStore> reached(const QString& url, Step file, Step server,
+                                                 CaError& error);
     CaError addDatabase(const QString& driver);
     CaError openServer();
     CaError reachServer();

@@ -22,11 +22,7 @@ CaError nothingYet() {
 } // namespace
 
 std::unique_ptr<PatientStore> SqlPatientStore::look(const QString& url, CaError& error) {
-    std::unique_ptr<SqlPatientStore> store(new SqlPatientStore(url));
-    error = url.startsWith(QLatin1String("sqlite:")) ? store->lookAtFile() : store->lookAtServer();
-    if (error != CaError::nullError)
-        return nullptr;
-    return store;
+    return reached(url, &SqlPatientStore::lookAtFile, &SqlPatientStore::lookAtServer, error);
 }
 
 CaError SqlPatientStore::lookAtServer() {

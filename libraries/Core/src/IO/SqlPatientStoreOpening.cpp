@@ -23,12 +23,17 @@ constexpr int lockOfTheTables = 1668246642;
 
 } // namespace
 
-std::unique_ptr<PatientStore> SqlPatientStore::open(const QString& url, CaError& error) {
+std::unique_ptr<PatientStore> SqlPatientStore::reached(const QString& url, Step file, Step server,
+                                                       CaError& error) {
     std::unique_ptr<SqlPatientStore> store(new SqlPatientStore(url));
-    error = url.startsWith(QLatin1String("sqlite:")) ? store->openFile() : store->openServer();
+    error = (store.get()->*(url.startsWith(QLatin1String("sqlite:")) ? file : server))();
     if (error != CaError::nullError)
         return nullptr;
     return store;
+}
+
+std::unique_ptr<PatientStore> SqlPatientStore::open(const QString& url, CaError& error) {
+    return reached(url, &SqlPatientStore::openFile, &SqlPatientStore::openServer, error);
 }
 
 CaError SqlPatientStore::addDatabase(const QString& driver) {
