@@ -6,6 +6,7 @@
 #include <QtCore/QVariant>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Something that other users of the machine, their files, or a peer on the wire try. It runs in a
@@ -39,6 +40,9 @@ QString trustRepository();
 /// The first value that the last of the statements, one a line, gives past the library in the
 /// default repository.
 QVariant trustSql(const char* statements);
+
+/// A TCP socket that listens at a free port of this machine, and the port; throws without one.
+std::pair<int, int> listenOnThisMachine();
 
 /// The warnings that are logged while it lives.
 class TrustWarnings {

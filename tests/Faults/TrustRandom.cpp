@@ -20,6 +20,7 @@
 #include <stdexcept>
 #include <sys/socket.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -205,16 +206,7 @@ QByteArray conversation() {
 class Babbler {
 public:
     explicit Babbler(QByteArray words) : m_words(std::move(words)) {
-        m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto* const where = reinterpret_cast<sockaddr*>(&address);
-        socklen_t size = sizeof address;
-        if (bind(m_listener, where, size) != 0 || listen(m_listener, 4) != 0 ||
-            getsockname(m_listener, where, &size) != 0)
-            throw std::runtime_error("There is no port for the server.");
-        m_port = ntohs(address.sin_port);
+        std::tie(m_listener, m_port) = listenOnThisMachine();
         m_thread = std::thread([this] { serve(); });
     }
     ~Babbler() {

@@ -27,6 +27,7 @@
 #include <cerrno>
 #include <sys/socket.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -274,16 +275,7 @@ std::string aServerIsWhatItSays() {
 class Rogue {
 public:
     explicit Rogue(const char* flood) : m_flood(flood) {
-        m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto* const where = reinterpret_cast<sockaddr*>(&address);
-        socklen_t size = sizeof address;
-        if (bind(m_listener, where, size) != 0 || listen(m_listener, 4) != 0 ||
-            getsockname(m_listener, where, &size) != 0)
-            throw std::runtime_error("There is no port for the rogue.");
-        m_port = ntohs(address.sin_port);
+        std::tie(m_listener, m_port) = listenOnThisMachine();
         m_thread = std::thread([this] {
             for (int peer = 0; (peer = accept(m_listener, nullptr, nullptr)) >= 0; close(peer)) {
                 m_peer = peer;
@@ -456,6 +448,19 @@ std::string aTrackerIsReachedByItsInterfaceAlone() {
 }
 
 } // namespace
+
+std::pair<int, int> listenOnThisMachine() {
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const where = reinterpret_cast<sockaddr*>(&address);
+    socklen_t size = sizeof address;
+    if (bind(listener, where, size) != 0 || listen(listener, 4) != 0 ||
+        getsockname(listener, where, &size) != 0)
+        throw std::runtime_error("There is no port to listen at.");
+    return {listener, ntohs(address.sin_port)};
+}
 
 std::vector<TrustCase> trustWire() {
     return {
